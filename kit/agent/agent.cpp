@@ -1,0 +1,370 @@
+#include "kit/agent/agent.h"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+
+#include "kit/agent/handles.h"
+#include "kit/agent/json.h"
+#include "kit/agent/key_store.h"
+#include "kit/agent/otpauth_uri.h"
+#include "kit/agent/text.h"
+#include "kit/agent/token.h"
+
+namespace KsvAgent {
+namespace {
+
+constexpr uint32_t kAgentVersion = 1;
+constexpr size_t kMaxName = 512;
+constexpr size_t kMaxInstances = 256;
+constexpr size_t kMaxToken = 2048;
+
+/// Settled when the library is loaded, whatever the environment says later.
+const uint8_t kChosenGeneration = System::ChosenGeneration();
+
+enum OtpSelector : int32_t { kNow = 0, kAtGivenTime = 1 };
+enum CapabilitySelector : int32_t { kAboutAgent = 0, kAppletNames = 1, kAboutApplet = 2 };
+
+std::string CheckName(const char* name) {
+  Require(name != nullptr && *name != '\0', Status::kInvalidArgument);
+  const size_t length = strnlen(name, kMaxName + 1);
+  Require(length <= kMaxName, Status::kUnknownApplet);
+  return std::string(name, length);
+}
+
+void CheckDataType(int32_t dataType) {
+  Require(dataType == kUriDataType || dataType == kSvpDataType, Status::kUnknownDataType);
+}
+
+void CheckCapacity(OutputBuffer out, size_t needed) {
+  if (needed <= out.capacity()) return;
+  Require(needed <= std::numeric_limits<uint16_t>::max(), Status::kInternalError);
+  *out.length = static_cast<uint16_t>(needed);
+  throw AgentError(Status::kBufferTooSmall);
+}
+
+/// For a buffer that has been found large enough.
+void Store(OutputBuffer out, ByteView bytes) {
+  std::copy(bytes.begin(), bytes.end(), out.data);
+  *out.length = static_cast<uint16_t>(bytes.size());
+}
+
+Account ParseFor(const Applet& applet, ByteView input) {
+  Require(!input.empty(), Status::kEmptyInput);
+  Account account = ParseOtpauthUri(input);
+  Require(applet.Allows(account.kind), Status::kUnsupportedParameters);
+  return account;
+}
+
+/// Tells the page what has arrived and what it would make, with nothing of the seed.
+std::string Acknowledge(const Applet& applet, ByteView input) {
+  JsonObject text;
+  text.Add("received", input.size());
+  try {
+    const Account account = ParseFor(applet, input);
+    text.Add("complete", true).Add("kind", NameOf(account.kind)).Add("label", account.label);
+    text.Add("issuer", account.issuer).Add("algorithm", NameOf(account.hash)).Add("digits", account.digits);
+    if (account.kind == OtpKind::kTime) {
+      text.Add("period", account.period);
+    } else {
+      text.Add("counter", account.counter);
+    }
+  } catch (const AgentError& error) {
+    text.Add("complete", false).Add("status", static_cast<int32_t>(error.status()));
+  }
+  return text.Text();
+}
+
+/// The value that the password is made from.
+uint64_t MovingFactor(const Account& account, int32_t selector, ByteView extra) {
+  Require(selector == kNow || (selector == kAtGivenTime && account.kind == OtpKind::kTime), Status::kUnknownSelector);
+  Require(extra.size() == (selector == kNow ? 0 : sizeof(uint64_t)), Status::kBadExtraData);
+  if (account.kind == OtpKind::kCounter) {
+    Require(account.counter < std::numeric_limits<uint64_t>::max(), Status::kCounterExhausted);
+    return account.counter;
+  }
+  if (selector == kAtGivenTime) return ByteReader(extra, Status::kBadExtraData).TakeNumber<uint64_t>() / account.period;
+  const auto now = std::chrono::system_clock::now().time_since_epoch();
+  return static_cast<uint64_t>(std::chrono::duration_cast<std::chrono::seconds>(now).count()) / account.period;
+}
+
+template <class Value>
+std::vector<std::string> Names(std::initializer_list<Value> values) {
+  std::vector<std::string> names;
+  for (const Value value : values) names.emplace_back(NameOf(value));
+  return names;
+}
+
+std::string AboutAgent(uint8_t generation) {
+  return JsonObject()
+      .Add("agent", "reference")
+      .Add("version", kAgentVersion)
+      .Add("generation", generation)
+      .Add("kinds", Names({OtpKind::kTime, OtpKind::kCounter}))
+      .Add("algorithms", Names({Crypto::Hash::kSha1, Crypto::Hash::kSha256, Crypto::Hash::kSha512}))
+      .Add("minDigits", kMinDigits)
+      .Add("maxDigits", kMaxDigits)
+      .Text();
+}
+
+std::string AboutApplet(const Applet& applet) {
+  std::vector<std::string> kinds;
+  for (const OtpKind kind : {OtpKind::kTime, OtpKind::kCounter}) {
+    if (applet.Allows(kind)) kinds.emplace_back(NameOf(kind));
+  }
+  return JsonObject()
+      .Add("applet", applet.id)
+      .Add("title", applet.title)
+      .Add("version", applet.version)
+      .Add("kinds", kinds)
+      .Text();
+}
+
+/// Read from the environment for each use, so that the folder follows it without the library being loaded anew.
+AppletStore Applets() {
+  return AppletStore(System::AgentHome());
+}
+KeyStore Keys() {
+  return KeyStore(System::AgentHome());
+}
+
+std::string AppletEvent(const char* event, std::string_view applet) {
+  return JsonObject().Add("event", event).Add("applet", applet).Text();
+}
+
+}  // namespace
+
+Agent::Agent() : generation_(kChosenGeneration) {}
+
+void Agent::Init() {
+  const std::scoped_lock lock(mutex_);
+  initialised_ = true;
+}
+
+void Agent::DeInit() {
+  {
+    // Shut first, so that no registration slips in behind the closing.
+    const std::scoped_lock lock(mutex_);
+    CheckInitialised();
+    initialised_ = false;
+  }
+  try {
+    // Without the lock: callbacks that are still running may call the agent.
+    events_.Close();
+  } catch (...) {
+    Init();
+    throw;
+  }
+  const std::scoped_lock lock(mutex_);
+  sessions_.Clear();
+  instances_.clear();
+}
+
+void Agent::RequireInitialised() {
+  const std::scoped_lock lock(mutex_);
+  CheckInitialised();
+}
+
+uint32_t Agent::Version() const {
+  return kAgentVersion << 8 | generation_;
+}
+
+void Agent::GetCapabilities(const char* name, int32_t selector, OutputBuffer out) {
+  std::string text;
+  switch (selector) {
+    case kAboutAgent:
+      text = AboutAgent(generation_);
+      break;
+    case kAppletNames:
+      text = JsonObject().Add("applets", Applets().List()).Text();
+      break;
+    case kAboutApplet: {
+      const std::optional<Applet> applet = Applets().Find(CheckName(name));
+      Require(applet.has_value(), Status::kUnknownApplet);
+      text = AboutApplet(*applet);
+      break;
+    }
+    default:
+      throw AgentError(Status::kUnknownSelector);
+  }
+  CheckCapacity(out, text.size());
+  Store(out, AsBytes(text));
+}
+
+void Agent::Install(const char* name, const WideChar* path) {
+  const std::string id = CheckName(name);
+  {
+    const std::scoped_lock lock(mutex_);
+    CheckInitialised();
+    Applets().Install(id, System::PathFromHost(path));
+  }
+  events_.PostToAll(EventSource::kApplets, AppletEvent("applet-installed", id));
+}
+
+void Agent::Uninstall(const char* name) {
+  const std::string id = CheckName(name);
+  {
+    const std::scoped_lock lock(mutex_);
+    CheckInitialised();
+    Applets().Uninstall(id);
+    if (id != kBuiltInApplet) sessions_.EndAllOfApplet(id);
+  }
+  events_.PostToAll(EventSource::kApplets, AppletEvent("applet-removed", id));
+}
+
+const Agent::Instance& Agent::FindInstance(uint32_t instanceId) const {
+  CheckInitialised();
+  CheckGeneration(3);
+  const auto found = instances_.find(instanceId);
+  Require(found != instances_.end(), Status::kUnknownInstance);
+  return found->second;
+}
+
+Agent::Resolved Agent::Resolve(Target target) const {
+  CheckInitialised();
+  Owner owner;
+  if (const char* const* name = std::get_if<const char*>(&target)) {
+    CheckGeneration(2);
+    owner.applet = CheckName(*name);
+  } else {
+    owner.instanceId = std::get<uint32_t>(target);
+    owner.applet = FindInstance(owner.instanceId).applet;
+  }
+  std::optional<Applet> applet = Applets().Find(owner.applet);
+  Require(applet.has_value(), Status::kUnknownApplet);
+  return {std::move(owner), std::move(*applet)};
+}
+
+uint32_t Agent::StartProvisioning(Target target) {
+  const std::scoped_lock lock(mutex_);
+  return sessions_.Start(Resolve(target).owner);
+}
+
+void Agent::SendData(Target target, int32_t session, int32_t dataType, ByteView data) {
+  const std::scoped_lock lock(mutex_);
+  const Resolved resolved = Resolve(target);
+  CheckDataType(dataType);
+  sessions_.Append(session, resolved.owner, data);
+}
+
+void Agent::ReceiveData(Target target, int32_t session, int32_t dataType, OutputBuffer out) {
+  SendAndReceiveData(target, session, dataType, {}, out);
+}
+
+void Agent::SendAndReceiveData(Target target, int32_t session, int32_t dataType, ByteView data, OutputBuffer out) {
+  const std::scoped_lock lock(mutex_);
+  const auto [owner, applet] = Resolve(target);
+  CheckDataType(dataType);
+  const SecretBytes& input = sessions_.Input(session, owner);
+  const size_t before = input.size();
+  if (!data.empty()) sessions_.Append(session, owner, data);
+  try {
+    const std::string acknowledgement = Acknowledge(applet, input);
+    CheckCapacity(out, acknowledgement.size());
+    Store(out, AsBytes(acknowledgement));
+  } catch (...) {
+    sessions_.Shorten(session, owner, before);
+    throw;
+  }
+}
+
+void Agent::EndProvisioning(Target target, int32_t session, OutputBuffer out) {
+  std::unique_lock lock(mutex_);
+  const auto [owner, applet] = Resolve(target);
+  const SecretBytes& input = sessions_.Input(session, owner);
+  Require(!input.empty(), Status::kEmptyInput);
+  Account account;
+  try {
+    account = ParseFor(applet, input);
+  } catch (const AgentError&) {
+    sessions_.End(session);
+    throw;
+  }
+  const Bytes token = SealToken(account, owner.applet, Keys().LoadOrCreate());
+  CheckCapacity(out, token.size());
+  Store(out, token);
+  sessions_.End(session);
+  lock.unlock();
+
+  if (account.kind == OtpKind::kTime) events_.SetPeriod(owner, account.period);
+  // Who hears this may be another page than the one that provisioned, so it says nothing of whose account it is.
+  events_.Post(owner, EventSource::kProvisioning,
+               JsonObject().Add("event", "provisioned").Add("kind", NameOf(account.kind)).Text());
+}
+
+void Agent::GetOtp(Target target, int32_t selector, ByteView token, ByteView extra, OutputBuffer otp,
+                   OutputBuffer newToken) {
+  std::unique_lock lock(mutex_);
+  const Owner owner = Resolve(target).owner;
+  lock.unlock();
+
+  Require(!token.empty(), Status::kEmptyInput);
+  Require(token.size() <= kMaxToken, Status::kBadToken);
+  const std::optional<SecretBytes> key = Keys().Load();
+  // Without a key this user has never sealed a token.
+  Require(key.has_value(), Status::kBadToken);
+  Account account = OpenToken(token, owner.applet, *key);
+  const SecretBytes password = MakePassword(account, MovingFactor(account, selector, extra));
+  Bytes advanced;
+  if (account.kind == OtpKind::kCounter) {
+    ++account.counter;
+    advanced = SealToken(account, owner.applet, *key);
+  }
+
+  if (password.size() > otp.capacity() || advanced.size() > newToken.capacity()) {
+    *otp.length = static_cast<uint16_t>(password.size());
+    *newToken.length = static_cast<uint16_t>(advanced.size());
+    throw AgentError(Status::kBufferTooSmall);
+  }
+  Store(otp, password);
+  Store(newToken, advanced);
+  if (account.kind == OtpKind::kTime) events_.SetPeriod(owner, account.period);
+}
+
+void Agent::RegisterEvents(const char* name, EventHub::Sink sink) {
+  const std::scoped_lock lock(mutex_);
+  events_.Subscribe(Resolve(name).owner, std::move(sink));
+}
+
+void Agent::UnregisterEvents(const char* name) {
+  {
+    const std::scoped_lock lock(mutex_);
+    CheckInitialised();
+    CheckGeneration(2);
+  }
+  events_.Unsubscribe({CheckName(name)});
+}
+
+void Agent::StartInstance(const char* name, const std::function<EventHub::Sink(uint32_t)>& makeSink,
+                          uint32_t& instanceId) {
+  const std::scoped_lock lock(mutex_);
+  CheckInitialised();
+  CheckGeneration(3);
+  const std::string applet = CheckName(name);
+  Require(Applets().Find(applet).has_value(), Status::kUnknownApplet);
+  Require(instances_.size() < kMaxInstances, Status::kTooManyInstances);
+  const uint32_t id = DrawHandle(instances_);
+  instances_.emplace(id, Instance{applet, makeSink != nullptr});
+  instanceId = id;
+  if (makeSink == nullptr) return;
+  try {
+    events_.Subscribe({applet, id}, makeSink(id));
+  } catch (...) {
+    instances_.erase(id);
+    throw;
+  }
+}
+
+void Agent::StopInstance(uint32_t instanceId) {
+  std::unique_lock lock(mutex_);
+  const Instance instance = FindInstance(instanceId);
+  const Owner owner{instance.applet, instanceId};
+  lock.unlock();
+  // Without the lock, and before anything is given up: while a callback runs the instance stands.
+  if (instance.hasEvents) events_.Unsubscribe(owner);
+  lock.lock();
+  sessions_.EndAllOf(owner);
+  instances_.erase(instanceId);
+}
+
+}  // namespace KsvAgent

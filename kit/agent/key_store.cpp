@@ -1,0 +1,41 @@
+#include "kit/agent/key_store.h"
+
+#include <algorithm>
+
+#include "kit/agent/crypto.h"
+#include "kit/agent/system.h"
+
+namespace KsvAgent {
+namespace {
+
+/// The last letter is the version of the layout; the key follows.
+constexpr std::string_view kMagic = "KSVKEY1\n";
+
+}  // namespace
+
+std::optional<SecretBytes> KeyStore::Load() const {
+  const std::optional<SecretBytes> content = System::ReadPrivateFile(file_, kMagic.size() + Crypto::kKeySize);
+  if (!content) return std::nullopt;
+  ByteReader reader(*content, Status::kStoreFailure);
+  const ByteView magic = reader.Take(kMagic.size());
+  const ByteView key = reader.Take(Crypto::kKeySize);
+  Require(AsText(magic) == kMagic, Status::kStoreFailure);
+  return SecretBytes(key.begin(), key.end());
+}
+
+SecretBytes KeyStore::LoadOrCreate() const {
+  std::optional<SecretBytes> key = Load();
+  if (!key) {
+    SecretBytes content(kMagic.size() + Crypto::kKeySize);
+    std::copy(kMagic.begin(), kMagic.end(), content.begin());
+    Crypto::FillRandom(std::span(content).subspan(kMagic.size()));
+    System::CreatePrivateFolder(file_.parent_path());
+    System::WritePrivateFile(file_, content, System::IfPresent::kKeep);
+    // Read back rather than used as drawn: another process may have been quicker.
+    key = Load();
+  }
+  Require(key.has_value(), Status::kStoreFailure);
+  return std::move(*key);
+}
+
+}  // namespace KsvAgent

@@ -1,0 +1,64 @@
+# shellcheck shell=bash
+# The private surroundings in which ksv-browser opens a page: settings, the user's folders, the agent's own.
+# Source it after `set -euo pipefail`.
+
+ksv_environment_folder=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd -P)
+
+# Makes the surroundings in FOLDER, which is made too, and exports what points there. AGENT is the folder that holds the
+# agent library. What an earlier run left in FOLDER stays.
+# Usage: ksv_make_environment FOLDER AGENT [LOG_LEVEL]
+ksv_make_environment() {
+  local folder agent=$2 level=${3:-0}
+  mkdir -p "$1"
+  folder=$(cd "$1" && pwd -P)
+  export KSV_REGISTRY=$folder/registry.json KSV_AGENT_HOME=$folder/agent
+  # The plug-in's paths have backslashes on every system.
+  export AppData="${folder//\//\\}\\AppData\\Roaming"
+  ksv_base=$folder/AppData/LocalLow/Norvo/webapi
+  mkdir -p "$ksv_base"
+  # The settings key holds at most 127 characters of the agent's folder.
+  if ((${#agent} > 127)); then
+    if [[ -z "${ksv_short:-}" ]]; then
+      ksv_short=$(mktemp -d /tmp/ksv-XXXXXX)
+      echo "The agent's folder has ${#agent} characters, 127 fit: the settings name $ksv_short/agent, a link." >&2
+    fi
+    ln -sfn "$agent" "$ksv_short/agent"
+    agent=$ksv_short/agent
+  fi
+  jq -n --arg folder "$agent" --argjson level "$level" \
+    '{HKEY_LOCAL_MACHINE: {Software: {Norvo: {Services: {KSV: {FILELOCALE: $folder, KsvPluginLogLevel: $level}}}}}}' \
+    >"$KSV_REGISTRY"
+  # Updated just now: the plug-in refuses its agent when the last update is two days old.
+  date +%s >"$ksv_base/lastUpdatewin32-npapi"
+  # Under AddressSanitizer the leaks of the browser's libraries are not ours; without it this is not read.
+  export LSAN_OPTIONS="suppressions=$ksv_environment_folder/leaks.supp:print_suppressions=0${LSAN_OPTIONS:+:$LSAN_OPTIONS}"
+}
+
+# Takes away what ksv_make_environment made outside of its folder.
+ksv_leave_environment() {
+  [[ -z "${ksv_short:-}" ]] || rm -rf "$ksv_short"
+}
+
+# Compares the password in the transcript of otp.html with what another program makes of the same account.
+# Prints what agrees or not. Usage: ksv_check_password TRANSCRIPT
+ksv_check_password() {
+  local uri secret line password from until expected
+  uri=$(sed -n 's/^account //p' "$1")
+  secret=$(sed -n 's/.*[?&]secret=\([A-Z2-7]*\).*/\1/p' <<<"$uri")
+  line=$(sed -n 's/^password \([0-9]\{6,8\}\) made between \([0-9]*\) and \([0-9]*\)$/\1 \2 \3/p' "$1")
+  if [[ -z "$secret" || -z "$line" ]]; then
+    echo "the transcript has no account or no password"
+    return 1
+  fi
+  read -r password from until <<<"$line"
+  # The call may have begun in one time step and ended in the next.
+  expected=$({
+    oathtool --totp --base32 --digits="${#password}" --now="@$from" "$secret"
+    oathtool --totp --base32 --digits="${#password}" --now="@$until" "$secret"
+  } | sort -u | paste -sd ' ') || return 1
+  if [[ " $expected " != *" $password "* ]]; then
+    echo "the password is $password, oathtool makes $expected"
+    return 1
+  fi
+  echo "oathtool makes the same password, $password"
+}

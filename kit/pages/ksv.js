@@ -1,0 +1,99 @@
+// What a page needs around the plug-in object: calls that are logged, results that can be read, Base64.
+// ES5 and without a document, so that it runs in every browser of this plug-in interface and in a page host.
+var ksv = (function () {
+  "use strict";
+
+  // A result object can't be listed by script, so these are the keys of all methods, in the order of display.
+  var KEYS = [
+    "pluginRetCode", "fnRetCode", "sessionHandle", "version", "OTP", "b64OTP", "requiredOTPDataLen", "b64EncToken",
+    "requiredEncTokenDataLen", "requiredEncTokenLen", "b64Data", "requiredDataLen", "tokenFileNames", "instanceID",
+    "instanceId", "manufacturer", "model", "serialNumber", "promptRequired", "ImageId", "ClientInput", "b64WysData",
+    "Length", "ButtonUpCount", "status"
+  ];
+
+  var MEANINGS = {
+    10: "the agent library is not loaded",
+    11: "the agent library lacks this function",
+    12: "wrong number of arguments, or a value beyond a limit",
+    13: "an argument of the wrong kind, or the call failed inside the plug-in",
+    14: "memory ran out",
+    15: "the applet file can't be written",
+    16: "the display is in use or in the wrong state",
+    17: "the last update is too old: let the updater run",
+    18: "a token of this file name is there already",
+    19: "a domain name is too long or holds a forbidden character",
+    20: "there is no token of this file name",
+    21: "the token file can't be written",
+    22: "the event registration failed"
+  };
+
+  var MAX_SHOWN = 40;
+
+  function show(value) {
+    var text;
+    if (typeof value === "string") {
+      text = value.replace(/\s+$/, "").replace(/\s+/g, " ");
+      if (text.length > MAX_SHOWN) text = text.slice(0, MAX_SHOWN - 16) + "\u2026 (" + value.length + " characters)";
+      return '"' + text + '"';
+    }
+    if (typeof value === "function") return "function";
+    if (Array.isArray(value)) return "[" + value.map(show).join(", ") + "]";
+    if (value && typeof value === "object") {
+      return "{" + Object.keys(value).map(function (key) { return key + ": " + show(value[key]); }).join(", ") + "}";
+    }
+    return String(value);
+  }
+
+  // A plain object with what the result object holds; null and what else is no object comes back as it is.
+  function read(result) {
+    var copy = {};
+    if (Object(result) !== result) return result;
+    KEYS.forEach(function (key) {
+      if (key in result) copy[key] = result[key];
+    });
+    if (copy.tokenFileNames) copy.tokenFileNames = Array.prototype.slice.call(copy.tokenFileNames);
+    return copy;
+  }
+
+  function succeeded(result) {
+    return !!result && result.pluginRetCode === 0 && result.fnRetCode === 0;
+  }
+
+  function explain(result) {
+    if (!result) return "the plug-in gave no result";
+    if (result.pluginRetCode !== 0) {
+      return "plug-in code " + result.pluginRetCode + ": " + (MEANINGS[result.pluginRetCode] || "unknown");
+    }
+    return "library status " + result.fnRetCode;
+  }
+
+  // call("zubSendData", name, …): makes the call, reports it to onCall, gives the result as a plain object.
+  function call(name) {
+    var args = Array.prototype.slice.call(arguments, 1);
+    // Some browsers' plug-in methods have no apply of their own.
+    var result = read(Function.prototype.apply.call(ksv.plugin[name], ksv.plugin, args));
+    ksv.onCall(name, args.map(show).join(", "), result);
+    return result;
+  }
+
+  // The same, but a call that did not go through throws an Error which says why.
+  function must(name) {
+    var result = call.apply(null, arguments);
+    if (!succeeded(result)) throw new Error(name + " failed, " + explain(result));
+    return result;
+  }
+
+  return {
+    plugin: null,  // the page sets it to its object element
+    onCall: function (name, argsText, result) { console.log(name + "(" + argsText + ") \u2192 " + show(result)); },
+    call: call,
+    must: must,
+    read: read,
+    show: show,
+    succeeded: succeeded,
+    explain: explain,
+    // Text to Base64 of its UTF-8 form, and back.
+    toBase64: function (text) { return btoa(unescape(encodeURIComponent(text))); },
+    fromBase64: function (base64) { return decodeURIComponent(escape(atob(base64.replace(/\s/g, "")))); }
+  };
+}());

@@ -1,0 +1,248 @@
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <random>
+#include <vector>
+
+#include "platform/internal.h"
+#include "platform/system_path.h"
+
+namespace fs = std::filesystem;
+using platform::Fail;
+using platform::InjectedError;
+
+namespace {
+
+// The layer's error for a system error at a path. That a name is missing and that its folder is are two errors.
+LONG ErrorAt(int systemError, const std::string& systemPath) {
+  switch (systemError) {
+    case ENOENT: {
+      const fs::path folder = fs::path(systemPath).parent_path();
+      std::error_code ignored;
+      return folder.empty() || fs::is_directory(folder, ignored) ? ERROR_FILE_NOT_FOUND : ERROR_PATH_NOT_FOUND;
+    }
+    case ENOTDIR:
+      return ERROR_PATH_NOT_FOUND;
+    case EACCES:
+    case EPERM:
+    case EISDIR:
+      return ERROR_ACCESS_DENIED;
+    case EEXIST:
+      return ERROR_ALREADY_EXISTS;
+    case ENAMETOOLONG:
+      return ERROR_FILENAME_EXCED_RANGE;
+    case ENOSPC:
+    case EDQUOT:
+      return ERROR_DISK_FULL;
+    case EROFS:
+      return ERROR_WRITE_PROTECT;
+    case EMFILE:
+    case ENFILE:
+      return ERROR_TOO_MANY_OPEN_FILES;
+    case ENOMEM:
+      return ERROR_NOT_ENOUGH_MEMORY;
+    default:
+      return ERROR_GEN_FAILURE;
+  }
+}
+
+bool IsSeparator(char c) {
+  return c == '\\' || c == '/';
+}
+
+// By the text alone. Names keep what they have at their ends: a blank or a full stop there tells two files apart here.
+std::string FullPath(std::string path) {
+  if (!IsSeparator(path.front())) path = fs::current_path().string() + '\\' + path;
+  const bool namesFolder = IsSeparator(path.back());
+  std::vector<std::string> names;
+  for (size_t begin = 0; begin < path.size();) {
+    const size_t end = std::min(path.find_first_of("\\/", begin), path.size());
+    const std::string name = path.substr(begin, end - begin);
+    begin = end + 1;
+    if (name.empty() || name == ".") continue;
+    if (name != "..") {
+      names.push_back(name);
+    } else if (!names.empty()) {
+      names.pop_back();
+    }
+  }
+  std::string full;
+  for (const std::string& name : names) full += '\\' + name;
+  if (full.empty() || namesFolder) full += '\\';
+  return full;
+}
+
+char16_t Fold(char16_t unit) {
+  return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + (u'a' - u'A')) : unit;
+}
+
+bool MatchesPattern(const std::u16string& name, const std::u16string& pattern) {
+  size_t at = 0;
+  size_t in = 0;
+  size_t afterStar = std::u16string::npos;  // Where to take the pattern up again, one unit further on in the name.
+  size_t starTook = 0;
+  while (at < name.size()) {
+    if (in < pattern.size() && pattern[in] == u'*') {
+      afterStar = ++in;
+      starTook = at;
+    } else if (in < pattern.size() && (pattern[in] == u'?' || Fold(pattern[in]) == Fold(name[at]))) {
+      ++in;
+      ++at;
+    } else if (afterStar != std::u16string::npos) {
+      in = afterStar;
+      at = ++starTook;
+    } else {
+      return false;
+    }
+  }
+  return pattern.find_first_not_of(u'*', in) == std::u16string::npos;
+}
+
+struct Found {
+  std::string name;
+  DWORD attributes;
+};
+
+// A search is a snapshot of the folder: what happens to its files meanwhile doesn't disturb it.
+struct Search {
+  std::vector<Found> entries;
+  size_t next = 0;
+};
+
+auto& Searches() {
+  return platform::Immortal<platform::HandleTable<Search, 0x20000004>>();
+}
+
+DWORD Attributes(const fs::directory_entry& entry) {
+  std::error_code ignored;
+  const DWORD kind = entry.is_directory(ignored) ? FILE_ATTRIBUTE_DIRECTORY : FILE_ATTRIBUTE_NORMAL;
+  if (!entry.is_symlink(ignored)) return kind;
+  return FILE_ATTRIBUTE_REPARSE_POINT | (kind & FILE_ATTRIBUTE_DIRECTORY);
+}
+
+LONG ListFolder(const std::string& folder, const std::string& pattern, std::vector<Found>& entries) {
+  const std::u16string widePattern = pattern == "*.*" ? u"*" : platform::Widen(pattern);
+  const auto addIfMatching = [&](const std::string& name, DWORD attributes) {
+    // A name that the record can't hold can't be told to the caller.
+    if (name.size() < MAX_PATH && MatchesPattern(platform::Widen(name), widePattern)) {
+      entries.push_back({name, attributes});
+    }
+  };
+  std::error_code error;
+  fs::directory_iterator entry(folder, error);
+  if (error) return error.value() == ENOENT ? ERROR_PATH_NOT_FOUND : ErrorAt(error.value(), folder);
+  addIfMatching(".", FILE_ATTRIBUTE_DIRECTORY);
+  addIfMatching("..", FILE_ATTRIBUTE_DIRECTORY);
+  for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
+    addIfMatching(entry->path().filename().string(), Attributes(*entry));
+  }
+  if (error) return ErrorAt(error.value(), folder);
+  std::sort(entries.begin(), entries.end(), [](const Found& a, const Found& b) { return a.name < b.name; });
+  return entries.empty() ? ERROR_FILE_NOT_FOUND : ERROR_SUCCESS;
+}
+
+// Gives the next entry, or false at the end.
+bool TakeEntry(Search& search, WIN32_FIND_DATAA* found) {
+  if (search.next == search.entries.size()) return false;
+  const Found& entry = search.entries[search.next++];
+  *found = {};
+  found->dwFileAttributes = entry.attributes;
+  std::memcpy(found->cFileName, entry.name.c_str(), entry.name.size() + 1);
+  return true;
+}
+
+}  // namespace
+
+DWORD GetFullPathNameA(LPCSTR path, DWORD size, LPSTR buffer, LPSTR* filePart) {
+  if (InjectedError("GetFullPathNameA")) return 0;
+  if (path == nullptr || *path == '\0') return Fail(ERROR_INVALID_NAME, DWORD{0});
+  std::string full;
+  try {
+    full = FullPath(path);
+  } catch (const fs::filesystem_error& error) {
+    return Fail(ErrorAt(error.code().value(), "."), DWORD{0});
+  }
+  const auto length = static_cast<DWORD>(full.size());
+  if (buffer == nullptr || size <= length) return length + 1;
+  std::memcpy(buffer, full.c_str(), full.size() + 1);
+  if (filePart != nullptr) *filePart = full.back() == '\\' ? nullptr : buffer + full.rfind('\\') + 1;
+  return length;
+}
+
+UINT GetTempFileNameA(LPCSTR folder, LPCSTR prefix, UINT unique, LPSTR path) {
+  if (InjectedError("GetTempFileNameA")) return 0;
+  if (folder == nullptr || prefix == nullptr || path == nullptr) return Fail(ERROR_INVALID_PARAMETER, 0u);
+  if (unique != 0) return Fail(ERROR_CALL_NOT_IMPLEMENTED, 0u);
+  std::string start = folder;
+  std::error_code ignored;
+  if (!fs::is_directory(SystemPath(start), ignored)) return Fail(ERROR_DIRECTORY, 0u);
+  if (!IsSeparator(start.back())) start += '\\';
+  start.append(prefix, strnlen(prefix, 3));
+  constexpr size_t kRest = sizeof("FFFF.tmp");
+  if (start.size() + kRest > MAX_PATH) return Fail(ERROR_BUFFER_OVERFLOW, 0u);
+  constexpr unsigned kNumbers = 0xFFFF;
+  const unsigned first = std::random_device{}();
+  for (unsigned attempt = 0; attempt < kNumbers; ++attempt) {
+    const unsigned number = (first + attempt) % kNumbers + 1;
+    char rest[kRest];
+    std::snprintf(rest, sizeof(rest), "%X.tmp", number);
+    const std::string name = start + rest;
+    const std::string systemPath = SystemPath(name);
+    const int file = open(systemPath.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0600);
+    if (file >= 0) {
+      close(file);
+      std::memcpy(path, name.c_str(), name.size() + 1);
+      return number;
+    }
+    if (errno != EEXIST) return Fail(ErrorAt(errno, systemPath), 0u);
+  }
+  return Fail(ERROR_ALREADY_EXISTS, 0u);
+}
+
+BOOL CreateDirectoryA(LPCSTR path, LPSECURITY_ATTRIBUTES) {
+  if (InjectedError("CreateDirectoryA")) return FALSE;
+  if (path == nullptr || *path == '\0') return Fail(ERROR_PATH_NOT_FOUND, FALSE);
+  // Folders of a user's profile are that user's alone.
+  const std::string systemPath = SystemPath(path);
+  if (mkdir(systemPath.c_str(), 0700) == 0) return TRUE;
+  // What is missing is always the folder above.
+  return Fail(errno == ENOENT ? ERROR_PATH_NOT_FOUND : ErrorAt(errno, systemPath), FALSE);
+}
+
+BOOL DeleteFileA(LPCSTR path) {
+  if (InjectedError("DeleteFileA")) return FALSE;
+  if (path == nullptr || *path == '\0') return Fail(ERROR_PATH_NOT_FOUND, FALSE);
+  const std::string systemPath = SystemPath(path);
+  return unlink(systemPath.c_str()) == 0 ? TRUE : Fail(ErrorAt(errno, systemPath), FALSE);
+}
+
+HANDLE FindFirstFileA(LPCSTR pattern, WIN32_FIND_DATAA* found) {
+  if (InjectedError("FindFirstFileA")) return INVALID_HANDLE_VALUE;
+  if (pattern == nullptr || found == nullptr) return Fail(ERROR_INVALID_PARAMETER, INVALID_HANDLE_VALUE);
+  const std::string systemPattern = SystemPath(pattern);
+  const size_t nameAt = systemPattern.rfind('/') + 1;  // 0 without a folder, since "nothing" is one below 0.
+  const std::string folder = nameAt == 0 ? "." : systemPattern.substr(0, nameAt);
+  const auto search = std::make_shared<Search>();
+  if (const LONG error = ListFolder(folder, systemPattern.substr(nameAt), search->entries)) {
+    return Fail(error, INVALID_HANDLE_VALUE);
+  }
+  TakeEntry(*search, found);
+  return Searches().Add(search);
+}
+
+BOOL FindNextFileA(HANDLE handle, WIN32_FIND_DATAA* found) {
+  if (InjectedError("FindNextFileA")) return FALSE;
+  const auto search = Searches().Find(handle);
+  if (!search || found == nullptr) return Fail(ERROR_INVALID_HANDLE, FALSE);
+  return TakeEntry(*search, found) ? TRUE : Fail(ERROR_NO_MORE_FILES, FALSE);
+}
+
+BOOL FindClose(HANDLE search) {
+  return Searches().Remove(search) ? TRUE : Fail(ERROR_INVALID_HANDLE, FALSE);
+}

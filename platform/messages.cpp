@@ -1,0 +1,332 @@
+#include <algorithm>
+#include <chrono>
+#include <condition_variable>
+#include <deque>
+#include <limits>
+
+#include "platform/internal.h"
+#include "platform/testing_backend.h"
+
+using platform::Fail;
+using platform::InjectedError;
+
+namespace {
+
+constexpr size_t kMostQueued = 10'000;
+constexpr uint32_t kFirstWindow = 0x10010;
+
+struct Window {
+  DWORD thread;
+  WNDPROC procedure;
+  POINT clientOrigin;
+};
+
+struct Queued {
+  MSG message;
+  bool fromUser;    // Only what the user's hand makes passes the mouse hooks.
+  uint64_t number;  // Finds the message again after a hook procedure has run.
+};
+
+struct Queue {
+  std::deque<Queued> messages;
+  std::condition_variable arrived;
+};
+
+struct Hook {
+  int type;
+  HOOKPROC procedure;
+  DWORD thread;  // 0: all.
+  DWORD owner;
+};
+
+// Hooks are numbered in the order of their making, so the chain, newest first, is the way down the numbers; it stays
+// right when hooks come and go during a procedure.
+using HookNumber = uintptr_t;
+
+struct State {
+  std::mutex mutex;  // Never held while a procedure runs.
+  std::map<uint32_t, Window> windows;
+  std::map<DWORD, Queue> queues;
+  std::map<HookNumber, Hook> hooks;
+  uint32_t lastWindow = kFirstWindow;
+  HookNumber lastHook = 0;
+  uint64_t lastMessage = 0;
+};
+
+State& Messages() {
+  return platform::Immortal<State>();
+}
+
+// Takes a thread's windows, queue and hooks away when it ends.
+class ThreadEnd {
+ public:
+  // Has to be called before the thread comes to own any of these.
+  static void Arm() { thread_local const ThreadEnd end; }
+
+ private:
+  ThreadEnd() : thread_(GetCurrentThreadId()) {}
+  ~ThreadEnd() {
+    State& state = Messages();
+    const std::lock_guard lock(state.mutex);
+    std::erase_if(state.windows, [this](const auto& entry) { return entry.second.thread == thread_; });
+    std::erase_if(state.hooks, [this](const auto& entry) {
+      return entry.second.owner == thread_ || entry.second.thread == thread_;
+    });
+    state.queues.erase(thread_);
+  }
+
+  DWORD thread_;
+};
+
+// What a thread is in: a hook of the type below `number` is next.
+struct HookFrame {
+  int type;
+  HookNumber number;
+};
+thread_local const HookFrame* currentFrame = nullptr;
+
+class FrameScope {
+ public:
+  explicit FrameScope(const HookFrame& frame) : outer_(currentFrame) { currentFrame = &frame; }
+  ~FrameScope() { currentFrame = outer_; }
+  FrameScope(const FrameScope&) = delete;
+  FrameScope& operator=(const FrameScope&) = delete;
+
+ private:
+  const HookFrame* outer_;
+};
+
+LRESULT CallHookBelow(HookFrame frame, int code, WPARAM wParam, LPARAM lParam) {
+  HOOKPROC procedure = nullptr;
+  {
+    const DWORD self = GetCurrentThreadId();
+    State& state = Messages();
+    const std::lock_guard lock(state.mutex);
+    for (auto at = state.hooks.lower_bound(frame.number); at != state.hooks.begin();) {
+      const auto& [number, hook] = *--at;
+      if (hook.type != frame.type || (hook.thread != 0 && hook.thread != self)) continue;
+      procedure = hook.procedure;
+      frame.number = number;
+      break;
+    }
+  }
+  if (procedure == nullptr) return 0;
+  const FrameScope scope(frame);
+  return procedure(code, wParam, lParam);
+}
+
+LRESULT RunHooks(int type, int code, WPARAM wParam, LPARAM lParam) {
+  return CallHookBelow({type, std::numeric_limits<HookNumber>::max()}, code, wParam, lParam);
+}
+
+// The window's entry, or null. Under the lock.
+Window* FindWindowEntry(State& state, HWND window) {
+  const auto value = reinterpret_cast<uintptr_t>(window);
+  const auto found = value <= UINT32_MAX ? state.windows.find(static_cast<uint32_t>(value)) : state.windows.end();
+  return found == state.windows.end() ? nullptr : &found->second;
+}
+
+// Under the lock.
+void Enqueue(State& state, DWORD thread, MSG message, bool fromUser) {
+  const auto now = std::chrono::steady_clock::now().time_since_epoch();
+  message.time = static_cast<DWORD>(std::chrono::duration_cast<std::chrono::milliseconds>(now).count());
+  Queue& queue = state.queues[thread];
+  queue.messages.push_back({message, fromUser, ++state.lastMessage});
+  queue.arrived.notify_all();
+}
+
+bool Matches(const MSG& message, HWND window, UINT first, UINT last) {
+  if (window != nullptr && message.hwnd != window) return false;
+  return (first == 0 && last == 0) || (message.message >= first && message.message <= last);
+}
+
+void RemoveNumber(Queue& queue, uint64_t number) {
+  std::erase_if(queue.messages, [number](const Queued& queued) { return queued.number == number; });
+}
+
+// Gives the calling thread's next matching message, after its hooks have seen it; false if there is none.
+bool TakeMessage(MSG* message, HWND window, UINT first, UINT last, UINT remove) {
+  State& state = Messages();
+  const DWORD self = GetCurrentThreadId();
+  while (true) {
+    std::unique_lock lock(state.mutex);
+    Queue& queue = state.queues[self];
+    const auto found = std::find_if(queue.messages.begin(), queue.messages.end(),
+                                    [&](const Queued& queued) { return Matches(queued.message, window, first, last); });
+    if (found == queue.messages.end()) return false;
+    const Queued taken = *found;
+    if (remove == PM_REMOVE) queue.messages.erase(found);
+    lock.unlock();
+
+    *message = taken.message;
+    if (taken.fromUser) {
+      MOUSEHOOKSTRUCT mouse{message->pt, message->hwnd, HTCLIENT, 0};
+      if (RunHooks(WH_MOUSE, remove == PM_REMOVE ? HC_ACTION : HC_NOREMOVE, message->message,
+                   reinterpret_cast<LPARAM>(&mouse)) != 0) {
+        lock.lock();
+        RemoveNumber(queue, taken.number);
+        continue;
+      }
+    }
+    RunHooks(WH_GETMESSAGE, HC_ACTION, remove, reinterpret_cast<LPARAM>(message));
+    return true;
+  }
+}
+
+}  // namespace
+
+HHOOK SetWindowsHookExA(int type, HOOKPROC procedure, HINSTANCE module, DWORD thread) {
+  if (InjectedError("SetWindowsHookExA")) return nullptr;
+  if (procedure == nullptr) return Fail<HHOOK>(ERROR_INVALID_FILTER_PROC, nullptr);
+  if (type != WH_GETMESSAGE && type != WH_CALLWNDPROC && type != WH_MOUSE) {
+    return Fail<HHOOK>(ERROR_INVALID_HOOK_FILTER, nullptr);
+  }
+  if (thread == 0 && module == nullptr) return Fail<HHOOK>(ERROR_HOOK_NEEDS_HMOD, nullptr);
+  ThreadEnd::Arm();
+  State& state = Messages();
+  const std::lock_guard lock(state.mutex);
+  state.hooks.emplace(++state.lastHook, Hook{type, procedure, thread, GetCurrentThreadId()});
+  return reinterpret_cast<HHOOK>(state.lastHook);
+}
+
+BOOL UnhookWindowsHookEx(HHOOK hook) {
+  State& state = Messages();
+  const std::lock_guard lock(state.mutex);
+  if (state.hooks.erase(reinterpret_cast<HookNumber>(hook)) == 0) return Fail(ERROR_INVALID_HOOK_HANDLE, FALSE);
+  return TRUE;
+}
+
+LRESULT CallNextHookEx(HHOOK, int code, WPARAM wParam, LPARAM lParam) {
+  return currentFrame == nullptr ? 0 : CallHookBelow(*currentFrame, code, wParam, lParam);
+}
+
+BOOL IsWindow(HWND window) {
+  State& state = Messages();
+  const std::lock_guard lock(state.mutex);
+  return FindWindowEntry(state, window) != nullptr ? TRUE : FALSE;
+}
+
+BOOL DestroyWindow(HWND window) {
+  State& state = Messages();
+  const std::lock_guard lock(state.mutex);
+  const Window* entry = FindWindowEntry(state, window);
+  if (entry == nullptr) return Fail(ERROR_INVALID_WINDOW_HANDLE, FALSE);
+  if (entry->thread != GetCurrentThreadId()) return Fail(ERROR_ACCESS_DENIED, FALSE);
+  std::erase_if(state.queues[entry->thread].messages,
+                [window](const Queued& queued) { return queued.message.hwnd == window; });
+  state.windows.erase(static_cast<uint32_t>(reinterpret_cast<uintptr_t>(window)));
+  return TRUE;
+}
+
+BOOL ScreenToClient(HWND window, POINT* point) {
+  if (InjectedError("ScreenToClient")) return FALSE;
+  State& state = Messages();
+  const std::lock_guard lock(state.mutex);
+  const Window* entry = FindWindowEntry(state, window);
+  if (entry == nullptr) return Fail(ERROR_INVALID_WINDOW_HANDLE, FALSE);
+  point->x -= entry->clientOrigin.x;
+  point->y -= entry->clientOrigin.y;
+  return TRUE;
+}
+
+BOOL ClientToScreen(HWND window, POINT* point) {
+  POINT origin{0, 0};
+  if (!ScreenToClient(window, &origin)) return FALSE;
+  point->x -= origin.x;
+  point->y -= origin.y;
+  return TRUE;
+}
+
+BOOL PostMessageA(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+  if (InjectedError("PostMessageA")) return FALSE;
+  if (window == nullptr) ThreadEnd::Arm();
+  State& state = Messages();
+  const std::lock_guard lock(state.mutex);
+  DWORD thread = GetCurrentThreadId();
+  if (window != nullptr) {
+    const Window* entry = FindWindowEntry(state, window);
+    if (entry == nullptr) return Fail(ERROR_INVALID_WINDOW_HANDLE, FALSE);
+    thread = entry->thread;
+  }
+  if (state.queues[thread].messages.size() >= kMostQueued) return Fail(ERROR_NOT_ENOUGH_QUOTA, FALSE);
+  Enqueue(state, thread, MSG{window, message, wParam, lParam, 0, {0, 0}}, false);
+  return TRUE;
+}
+
+LRESULT SendMessageA(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+  WNDPROC procedure = nullptr;
+  {
+    State& state = Messages();
+    const std::lock_guard lock(state.mutex);
+    const Window* entry = FindWindowEntry(state, window);
+    if (entry == nullptr) return Fail(ERROR_INVALID_WINDOW_HANDLE, LRESULT{0});
+    if (entry->thread != GetCurrentThreadId()) return Fail(ERROR_CALL_NOT_IMPLEMENTED, LRESULT{0});
+    procedure = entry->procedure;
+  }
+  CWPSTRUCT sent{lParam, wParam, message, window};
+  RunHooks(WH_CALLWNDPROC, HC_ACTION, TRUE, reinterpret_cast<LPARAM>(&sent));
+  return procedure(window, message, wParam, lParam);
+}
+
+BOOL PeekMessageA(MSG* message, HWND window, UINT first, UINT last, UINT remove) {
+  ThreadEnd::Arm();
+  return TakeMessage(message, window, first, last, remove) ? TRUE : FALSE;
+}
+
+BOOL GetMessageA(MSG* message, HWND window, UINT first, UINT last) {
+  ThreadEnd::Arm();
+  if (window != nullptr && !IsWindow(window)) return Fail(ERROR_INVALID_WINDOW_HANDLE, -1);
+  while (!TakeMessage(message, window, first, last, PM_REMOVE)) {
+    State& state = Messages();
+    std::unique_lock lock(state.mutex);
+    Queue& queue = state.queues[GetCurrentThreadId()];
+    queue.arrived.wait(lock, [&] {
+      return std::any_of(queue.messages.begin(), queue.messages.end(),
+                         [&](const Queued& queued) { return Matches(queued.message, window, first, last); });
+    });
+  }
+  return message->message != WM_QUIT ? TRUE : FALSE;
+}
+
+LRESULT DispatchMessageA(const MSG* message) {
+  WNDPROC procedure = nullptr;
+  {
+    State& state = Messages();
+    const std::lock_guard lock(state.mutex);
+    if (const Window* entry = FindWindowEntry(state, message->hwnd)) procedure = entry->procedure;
+  }
+  return procedure == nullptr ? 0 : procedure(message->hwnd, message->message, message->wParam, message->lParam);
+}
+
+namespace platform {
+
+HWND CreateLayerWindow(WNDPROC procedure, POINT clientOrigin) {
+  ThreadEnd::Arm();
+  State& state = Messages();
+  const std::lock_guard lock(state.mutex);
+  state.lastWindow += 2;
+  state.windows.emplace(state.lastWindow, Window{GetCurrentThreadId(), procedure, clientOrigin});
+  return reinterpret_cast<HWND>(static_cast<uintptr_t>(state.lastWindow));
+}
+
+void QueueMouseInput(HWND window, UINT message, POINT client, WPARAM keys) {
+  State& state = Messages();
+  const std::lock_guard lock(state.mutex);
+  const Window* entry = FindWindowEntry(state, window);
+  if (entry == nullptr) return;
+  const POINT screen{client.x + entry->clientOrigin.x, client.y + entry->clientOrigin.y};
+  const auto packed =
+      static_cast<LPARAM>((static_cast<uint32_t>(client.y) << 16) | (static_cast<uint32_t>(client.x) & 0xFFFFu));
+  Enqueue(state, entry->thread, MSG{window, message, keys, packed, 0, screen}, true);
+}
+
+bool WaitForQueuedMessage(DWORD milliseconds) {
+  ThreadEnd::Arm();
+  State& state = Messages();
+  std::unique_lock lock(state.mutex);
+  Queue& queue = state.queues[GetCurrentThreadId()];
+  return queue.arrived.wait_for(lock, std::chrono::milliseconds(milliseconds),
+                                [&queue] { return !queue.messages.empty(); });
+}
+
+}  // namespace platform

@@ -1,0 +1,117 @@
+#include <cstdlib>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <stdexcept>
+#include <string>
+
+#include "platform/testing.h"
+#include "platform/testing_backend.h"
+
+namespace platform {
+namespace {
+
+constexpr const char* kWindowClass = "KsvTestWindow";
+constexpr DWORD kDebugText = 0x40010006;  // The exception that carries a text to a debugger.
+
+using Listener = std::function<void(const char*)>;
+
+struct Listeners {
+  std::mutex mutex;
+  std::map<int, std::shared_ptr<Listener>> byNumber;
+  int lastNumber = 0;
+  void* handler = nullptr;
+};
+
+Listeners& DebugListeners() {
+  static Listeners listeners;
+  return listeners;
+}
+
+// Takes a debugger's place: the text is the second word of the exception, its length with the terminator the first.
+LONG CALLBACK TakeDebugText(EXCEPTION_POINTERS* exception) {
+  const EXCEPTION_RECORD& record = *exception->ExceptionRecord;
+  if (record.ExceptionCode != kDebugText || record.NumberParameters < 2) return EXCEPTION_CONTINUE_SEARCH;
+  const std::string text(reinterpret_cast<const char*>(record.ExceptionInformation[1]));
+  std::unique_lock lock(DebugListeners().mutex);
+  const auto told = DebugListeners().byNumber;
+  lock.unlock();
+  for (const auto& [number, listener] : told) (*listener)(text.c_str());
+  return EXCEPTION_CONTINUE_EXECUTION;
+}
+
+[[noreturn]] void Refuse() {
+  throw std::logic_error("the system's own calls have no such setting");
+}
+
+}  // namespace
+
+const bool kHasLayerSettings = false;
+
+HWND MakeTestWindow(WNDPROC procedure, POINT clientOrigin, int width, int height) {
+  WNDCLASSA description{};
+  description.lpfnWndProc = procedure;
+  description.hInstance = GetModuleHandleA(nullptr);
+  description.lpszClassName = kWindowClass;
+  RegisterClassA(&description);  // Fails for the second window, whose class is there already.
+  // Without a frame the client area begins where the window does.
+  return CreateWindowExA(WS_EX_TOPMOST | WS_EX_TOOLWINDOW, kWindowClass, "", WS_POPUP, clientOrigin.x, clientOrigin.y,
+                         width, height, nullptr, nullptr, description.hInstance, nullptr);
+}
+
+void MakeMouseInput(HWND window, UINT message, POINT client) {
+  if (!IsWindowVisible(window)) {
+    ShowWindow(window, SW_SHOWNOACTIVATE);
+    // The display needs a moment of message handling before clicks at this place find the window.
+    PumpUntil([] { return false; }, std::chrono::milliseconds(500));
+  }
+  ClientToScreen(window, &client);
+  SetCursorPos(client.x, client.y);
+  mouse_event(message == WM_LBUTTONDOWN ? MOUSEEVENTF_LEFTDOWN : MOUSEEVENTF_LEFTUP, 0, 0, 0, 0);
+}
+
+LRESULT DefaultProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+  return DefWindowProcA(window, message, wParam, lParam);
+}
+
+bool WaitForQueuedMessage(DWORD milliseconds) {
+  return MsgWaitForMultipleObjects(0, nullptr, FALSE, milliseconds, QS_ALLINPUT) == WAIT_OBJECT_0;
+}
+
+int AddDebugListener(std::function<void(const char*)> listener) {
+  Listeners& listeners = DebugListeners();
+  const std::lock_guard lock(listeners.mutex);
+  if (listeners.handler == nullptr) listeners.handler = AddVectoredExceptionHandler(TRUE, &TakeDebugText);
+  listeners.byNumber.emplace(++listeners.lastNumber, std::make_shared<Listener>(std::move(listener)));
+  return listeners.lastNumber;
+}
+
+void RemoveDebugListener(int listener) {
+  Listeners& listeners = DebugListeners();
+  const std::lock_guard lock(listeners.mutex);
+  listeners.byNumber.erase(listener);
+  if (!listeners.byNumber.empty()) return;
+  RemoveVectoredExceptionHandler(listeners.handler);
+  listeners.handler = nullptr;
+}
+
+void SetVariable(const char* name, const char* value) {
+  // Through the run time, whose copy of the environment is what it reads; an empty value takes the variable away.
+  _putenv((std::string(name) + "=" + (value == nullptr ? "" : value)).c_str());
+}
+
+int AddFailure(std::string_view, DWORD, int) {
+  Refuse();
+}
+bool FailureFired(int) {
+  Refuse();
+}
+void RemoveFailure(int) {}
+void SetWow64Answer(bool) {
+  Refuse();
+}
+void SetInstallerProperty(const std::string&, const char*) {
+  Refuse();
+}
+
+}  // namespace platform

@@ -1,0 +1,389 @@
+/// The one way to the platform's calls, under their published names. On Windows these are the system's own; elsewhere
+/// the declarations below are the subset in use, and the other files of this folder implement it: names, types,
+/// constants and errors as published, as far as callers rely on them. What the subset leaves out is refused
+/// (`ERROR_CALL_NOT_IMPLEMENTED`), not guessed.
+///
+/// Where no code page exists, the ANSI code page (`CP_ACP`) is UTF-8, and a file name is the system's own path with
+/// backslashes in place of slashes. Wide text has 16-bit units on every system.
+#pragma once
+
+#ifdef _WIN32
+
+#ifndef NOMINMAX
+#define NOMINMAX
+#endif
+#ifndef WIN32_LEAN_AND_MEAN
+#define WIN32_LEAN_AND_MEAN
+#endif
+
+// The order matters: the socket header has to come before the general one.
+// clang-format off
+#include <winsock2.h>
+#include <windows.h>
+#include <ole2.h>
+#include <oleauto.h>
+#include <comdef.h>
+#include <msi.h>
+#include <msiquery.h>
+// clang-format on
+
+#include <cstdlib>
+#include <ctime>
+
+// Macros that would rename functions of ours, and only in the sources that happen to see this header.
+#undef CreateDirectory
+#undef DeleteFile
+#undef GetMessage
+#undef GetTempFileName
+#undef PostMessage
+#undef SendMessage
+
+/// A wide literal in the platform's own unit.
+#define KSV_WIDE(text) L##text
+
+#else
+
+#include <arpa/inet.h>
+
+#include <cstddef>
+#include <cstdint>
+
+/// A wide literal in the platform's own unit.
+#define KSV_WIDE(text) u##text
+
+// A program that exports its own copy of the layer shares it with the modules that it loads: they then see one set of
+// windows, hooks and test settings.
+#pragma GCC visibility push(default)
+
+// --- Plain types ------------------------------------------------------------------------------------------------
+
+#define WINAPI
+#define CALLBACK
+#define TRUE 1
+#define FALSE 0
+
+using BOOL = int;
+using BYTE = unsigned char;
+using WORD = uint16_t;
+using DWORD = uint32_t;
+using INT = int;
+using UINT = unsigned int;
+using LONG = int32_t;
+using INT_PTR = intptr_t;
+using UINT_PTR = uintptr_t;
+using LONG_PTR = intptr_t;
+using ULONG_PTR = uintptr_t;
+using WPARAM = UINT_PTR;
+using LPARAM = LONG_PTR;
+using LRESULT = LONG_PTR;
+using HRESULT = LONG;
+using LSTATUS = LONG;
+using REGSAM = DWORD;
+using MSIHANDLE = unsigned long;
+using errno_t = int;
+using __time64_t = long long;
+
+using CHAR = char;
+using WCHAR = char16_t;
+using OLECHAR = WCHAR;
+using LPSTR = char*;
+using LPCSTR = const char*;
+using LPWSTR = WCHAR*;
+using LPCWSTR = const WCHAR*;
+using BSTR = OLECHAR*;
+using LPVOID = void*;
+
+using HANDLE = void*;
+using HINSTANCE = struct HINSTANCE__*;
+using HMODULE = HINSTANCE;
+using HWND = struct HWND__*;
+using HHOOK = struct HHOOK__*;
+using HKEY = struct HKEY__*;
+using PHKEY = HKEY*;
+using FARPROC = INT_PTR (*)();
+
+struct SECURITY_ATTRIBUTES;
+using LPSECURITY_ATTRIBUTES = SECURITY_ATTRIBUTES*;
+
+struct FILETIME {
+  DWORD dwLowDateTime;
+  DWORD dwHighDateTime;
+};
+
+struct POINT {
+  LONG x;
+  LONG y;
+};
+
+inline constexpr DWORD MAX_PATH = 260;
+inline const HANDLE INVALID_HANDLE_VALUE = reinterpret_cast<HANDLE>(static_cast<INT_PTR>(-1));
+
+// --- Errors -----------------------------------------------------------------------------------------------------
+
+inline constexpr LONG ERROR_SUCCESS = 0;
+inline constexpr LONG ERROR_FILE_NOT_FOUND = 2;
+inline constexpr LONG ERROR_PATH_NOT_FOUND = 3;
+inline constexpr LONG ERROR_TOO_MANY_OPEN_FILES = 4;
+inline constexpr LONG ERROR_ACCESS_DENIED = 5;
+inline constexpr LONG ERROR_INVALID_HANDLE = 6;
+inline constexpr LONG ERROR_NOT_ENOUGH_MEMORY = 8;
+inline constexpr LONG ERROR_OUTOFMEMORY = 14;
+inline constexpr LONG ERROR_NO_MORE_FILES = 18;
+inline constexpr LONG ERROR_WRITE_PROTECT = 19;
+inline constexpr LONG ERROR_GEN_FAILURE = 31;
+inline constexpr LONG ERROR_INVALID_PARAMETER = 87;
+inline constexpr LONG ERROR_BUFFER_OVERFLOW = 111;
+inline constexpr LONG ERROR_DISK_FULL = 112;
+inline constexpr LONG ERROR_CALL_NOT_IMPLEMENTED = 120;
+inline constexpr LONG ERROR_INSUFFICIENT_BUFFER = 122;
+inline constexpr LONG ERROR_INVALID_NAME = 123;
+inline constexpr LONG ERROR_MOD_NOT_FOUND = 126;
+inline constexpr LONG ERROR_PROC_NOT_FOUND = 127;
+inline constexpr LONG ERROR_ALREADY_EXISTS = 183;
+inline constexpr LONG ERROR_BAD_EXE_FORMAT = 193;
+inline constexpr LONG ERROR_FILENAME_EXCED_RANGE = 206;
+inline constexpr LONG ERROR_MORE_DATA = 234;
+inline constexpr LONG ERROR_NO_MORE_ITEMS = 259;
+inline constexpr LONG ERROR_DIRECTORY = 267;
+inline constexpr LONG ERROR_NOT_OWNER = 288;
+inline constexpr LONG ERROR_INVALID_FLAGS = 1004;
+inline constexpr LONG ERROR_BADDB = 1009;
+inline constexpr LONG ERROR_REGISTRY_IO_FAILED = 1016;
+inline constexpr LONG ERROR_KEY_DELETED = 1018;
+inline constexpr LONG ERROR_INVALID_WINDOW_HANDLE = 1400;
+inline constexpr LONG ERROR_INVALID_HOOK_HANDLE = 1404;
+inline constexpr LONG ERROR_INVALID_HOOK_FILTER = 1426;
+inline constexpr LONG ERROR_INVALID_FILTER_PROC = 1427;
+inline constexpr LONG ERROR_HOOK_NEEDS_HMOD = 1428;
+inline constexpr LONG ERROR_NOT_ENOUGH_QUOTA = 1816;
+
+inline constexpr HRESULT S_OK = 0;
+inline constexpr HRESULT E_OUTOFMEMORY = static_cast<HRESULT>(0x8007000Eu);
+
+inline constexpr HRESULT HRESULT_FROM_WIN32(DWORD error) {
+  return static_cast<HRESULT>(error) <= 0 ? static_cast<HRESULT>(error)
+                                          : static_cast<HRESULT>((error & 0xFFFFu) | 0x80070000u);
+}
+
+/// What text conversion throws: the failure as an HRESULT.
+class _com_error {
+ public:
+  explicit _com_error(HRESULT result) : result_(result) {}
+  HRESULT Error() const { return result_; }
+
+ private:
+  HRESULT result_;
+};
+
+DWORD GetLastError();
+void SetLastError(DWORD error);
+
+// --- Modules ----------------------------------------------------------------------------------------------------
+
+inline constexpr DWORD GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT = 2;
+inline constexpr DWORD GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS = 4;
+
+/// Full paths only: nothing is searched for.
+HMODULE LoadLibraryW(LPCWSTR path);
+FARPROC GetProcAddress(HMODULE module, LPCSTR name);
+BOOL FreeLibrary(HMODULE module);
+/// Knows "kernel32", which holds `IsWow64Process`, and null for the program itself.
+HMODULE GetModuleHandleA(LPCSTR name);
+/// With both flags above: the module that an address lies in.
+BOOL GetModuleHandleExA(DWORD flags, LPCSTR address, HMODULE* module);
+BOOL GetModuleHandleExW(DWORD flags, LPCWSTR address, HMODULE* module);
+
+// --- Registry ---------------------------------------------------------------------------------------------------
+
+// Macros, since a constant expression cannot hold a pointer made from a number.
+#define HKEY_CURRENT_USER (reinterpret_cast<HKEY>(static_cast<ULONG_PTR>(0x80000001u)))
+#define HKEY_LOCAL_MACHINE (reinterpret_cast<HKEY>(static_cast<ULONG_PTR>(0x80000002u)))
+
+inline constexpr DWORD REG_NONE = 0;
+inline constexpr DWORD REG_SZ = 1;
+inline constexpr DWORD REG_EXPAND_SZ = 2;
+inline constexpr DWORD REG_BINARY = 3;
+inline constexpr DWORD REG_DWORD = 4;
+inline constexpr DWORD REG_MULTI_SZ = 7;
+inline constexpr DWORD REG_QWORD = 11;
+inline constexpr REGSAM KEY_QUERY_VALUE = 0x1;
+inline constexpr REGSAM KEY_SET_VALUE = 0x2;
+inline constexpr REGSAM KEY_READ = 0x20019;
+inline constexpr REGSAM KEY_WRITE = 0x20006;
+inline constexpr REGSAM KEY_ALL_ACCESS = 0xF003F;
+inline constexpr DWORD REG_OPTION_NON_VOLATILE = 0;
+inline constexpr DWORD REG_CREATED_NEW_KEY = 1;
+inline constexpr DWORD REG_OPENED_EXISTING_KEY = 2;
+
+LSTATUS RegOpenKeyExA(HKEY parent, LPCSTR subKey, DWORD options, REGSAM access, PHKEY key);
+LSTATUS RegOpenKeyExW(HKEY parent, LPCWSTR subKey, DWORD options, REGSAM access, PHKEY key);
+LSTATUS RegCreateKeyExA(HKEY parent, LPCSTR subKey, DWORD reserved, LPSTR className, DWORD options, REGSAM access,
+                        const SECURITY_ATTRIBUTES* security, PHKEY key, DWORD* disposition);
+LSTATUS RegCreateKeyExW(HKEY parent, LPCWSTR subKey, DWORD reserved, LPWSTR className, DWORD options, REGSAM access,
+                        const SECURITY_ATTRIBUTES* security, PHKEY key, DWORD* disposition);
+LSTATUS RegCloseKey(HKEY key);
+LSTATUS RegQueryValueExW(HKEY key, LPCWSTR name, DWORD* reserved, DWORD* type, BYTE* data, DWORD* size);
+LSTATUS RegSetValueExA(HKEY key, LPCSTR name, DWORD reserved, DWORD type, const BYTE* data, DWORD size);
+LSTATUS RegSetValueExW(HKEY key, LPCWSTR name, DWORD reserved, DWORD type, const BYTE* data, DWORD size);
+/// Gives `subKeys` and `longestSubKey` (bytes, without terminator); the other results must be null.
+LSTATUS RegQueryInfoKeyA(HKEY key, LPSTR className, DWORD* classLength, DWORD* reserved, DWORD* subKeys,
+                         DWORD* longestSubKey, DWORD* longestClass, DWORD* values, DWORD* longestValueName,
+                         DWORD* longestValue, DWORD* securitySize, FILETIME* lastWrite);
+/// `className`, `classLength` and `lastWrite` must be null.
+LSTATUS RegEnumKeyExA(HKEY key, DWORD index, LPSTR name, DWORD* nameLength, DWORD* reserved, LPSTR className,
+                      DWORD* classLength, FILETIME* lastWrite);
+LSTATUS RegDeleteKeyA(HKEY parent, LPCSTR subKey);
+
+// --- Installer --------------------------------------------------------------------------------------------------
+
+/// A running installation's property. No installer runs here: the properties are those that a test has set.
+UINT MsiGetPropertyA(MSIHANDLE installation, LPCSTR name, LPSTR value, DWORD* length);
+
+// --- Files, environment, time -----------------------------------------------------------------------------------
+
+inline constexpr DWORD FILE_ATTRIBUTE_DIRECTORY = 0x10;
+inline constexpr DWORD FILE_ATTRIBUTE_NORMAL = 0x80;
+inline constexpr DWORD FILE_ATTRIBUTE_REPARSE_POINT = 0x400;
+
+/// Only the attributes and the name are filled; the rest is 0.
+struct WIN32_FIND_DATAA {
+  DWORD dwFileAttributes;
+  FILETIME ftCreationTime;
+  FILETIME ftLastAccessTime;
+  FILETIME ftLastWriteTime;
+  DWORD nFileSizeHigh;
+  DWORD nFileSizeLow;
+  DWORD dwReserved0;
+  DWORD dwReserved1;
+  CHAR cFileName[MAX_PATH];
+  CHAR cAlternateFileName[14];
+};
+
+DWORD GetFullPathNameA(LPCSTR path, DWORD size, LPSTR buffer, LPSTR* filePart);
+UINT GetTempFileNameA(LPCSTR folder, LPCSTR prefix, UINT unique, LPSTR path);
+BOOL CreateDirectoryA(LPCSTR path, LPSECURITY_ATTRIBUTES security);
+BOOL DeleteFileA(LPCSTR path);
+/// Lists by name, ignoring the case of ASCII letters; "*.*" matches every name.
+HANDLE FindFirstFileA(LPCSTR pattern, WIN32_FIND_DATAA* found);
+BOOL FindNextFileA(HANDLE search, WIN32_FIND_DATAA* found);
+BOOL FindClose(HANDLE search);
+
+/// The copy is freed by `free`. The name's case does not count.
+errno_t _dupenv_s(char** value, size_t* size, const char* name);
+__time64_t _time64(__time64_t* now);
+
+// --- Text -------------------------------------------------------------------------------------------------------
+
+inline constexpr UINT CP_ACP = 0;
+inline constexpr UINT CP_UTF8 = 65001;
+inline constexpr size_t _TRUNCATE = static_cast<size_t>(-1);
+inline constexpr errno_t STRUNCATE = 80;
+
+int WideCharToMultiByte(UINT codePage, DWORD flags, LPCWSTR wide, int wideLength, LPSTR narrow, int narrowSize,
+                        LPCSTR defaultChar, BOOL* usedDefaultChar);
+int MultiByteToWideChar(UINT codePage, DWORD flags, LPCSTR narrow, int narrowLength, LPWSTR wide, int wideSize);
+errno_t wcstombs_s(size_t* converted, char* narrow, size_t size, const WCHAR* wide, size_t count);
+
+BSTR SysAllocString(const OLECHAR* text);
+BSTR SysAllocStringLen(const OLECHAR* text, UINT length);
+void SysFreeString(BSTR text);
+UINT SysStringLen(BSTR text);
+UINT SysStringByteLen(BSTR text);
+
+// --- Process ----------------------------------------------------------------------------------------------------
+
+DWORD GetCurrentThreadId();
+DWORD GetCurrentProcessId();
+HANDLE GetCurrentProcess();
+/// FALSE, unless a test has said otherwise. Meant to be found through `GetProcAddress`.
+BOOL IsWow64Process(HANDLE process, BOOL* answer);
+/// Goes to the file named by the environment variable KSV_DEBUG_OUTPUT (appended), to standard error if that says
+/// "stderr", and nowhere if it is not set, as on a machine where no debugger listens.
+void OutputDebugStringA(LPCSTR text);
+
+// --- Mutexes ----------------------------------------------------------------------------------------------------
+
+inline constexpr DWORD INFINITE = 0xFFFFFFFF;
+inline constexpr DWORD WAIT_OBJECT_0 = 0;
+inline constexpr DWORD WAIT_TIMEOUT = 258;
+inline constexpr DWORD WAIT_FAILED = 0xFFFFFFFF;
+
+/// Unnamed mutexes only. The owner may take its mutex again.
+HANDLE CreateMutexA(LPSECURITY_ATTRIBUTES security, BOOL initialOwner, LPCSTR name);
+DWORD WaitForSingleObject(HANDLE object, DWORD milliseconds);
+BOOL ReleaseMutex(HANDLE mutex);
+BOOL CloseHandle(HANDLE object);
+
+// --- Windows, messages, hooks -----------------------------------------------------------------------------------
+
+inline constexpr UINT WM_NULL = 0x0000;
+inline constexpr UINT WM_PAINT = 0x000F;
+inline constexpr UINT WM_QUIT = 0x0012;
+inline constexpr UINT WM_TIMER = 0x0113;
+inline constexpr UINT WM_MOUSEFIRST = 0x0200;
+inline constexpr UINT WM_MOUSEMOVE = 0x0200;
+inline constexpr UINT WM_LBUTTONDOWN = 0x0201;
+inline constexpr UINT WM_LBUTTONUP = 0x0202;
+inline constexpr UINT WM_RBUTTONDOWN = 0x0204;
+inline constexpr UINT WM_RBUTTONUP = 0x0205;
+inline constexpr UINT WM_MOUSELAST = 0x020E;
+inline constexpr UINT WM_USER = 0x0400;
+inline constexpr UINT PM_NOREMOVE = 0;
+inline constexpr UINT PM_REMOVE = 1;
+inline constexpr WPARAM MK_LBUTTON = 1;
+
+inline constexpr int WH_GETMESSAGE = 3;
+inline constexpr int WH_CALLWNDPROC = 4;
+inline constexpr int WH_MOUSE = 7;
+inline constexpr int HC_ACTION = 0;
+inline constexpr int HC_NOREMOVE = 3;
+inline constexpr UINT HTCLIENT = 1;
+
+struct MSG {
+  HWND hwnd;
+  UINT message;
+  WPARAM wParam;
+  LPARAM lParam;
+  DWORD time;
+  POINT pt;
+};
+
+struct MOUSEHOOKSTRUCT {
+  POINT pt;
+  HWND hwnd;
+  UINT wHitTestCode;
+  ULONG_PTR dwExtraInfo;
+};
+
+struct CWPSTRUCT {
+  LPARAM lParam;
+  WPARAM wParam;
+  UINT message;
+  HWND hwnd;
+};
+
+using HOOKPROC = LRESULT(CALLBACK*)(int code, WPARAM wParam, LPARAM lParam);
+using WNDPROC = LRESULT(CALLBACK*)(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
+
+/// `module` is needed for all threads (`thread` 0). A thread's hooks go when it ends.
+HHOOK SetWindowsHookExA(int type, HOOKPROC procedure, HINSTANCE module, DWORD thread);
+BOOL UnhookWindowsHookEx(HHOOK hook);
+/// Goes by the procedure that the calling thread is in; `hook` is not looked at.
+LRESULT CallNextHookEx(HHOOK hook, int code, WPARAM wParam, LPARAM lParam);
+
+BOOL IsWindow(HWND window);
+BOOL DestroyWindow(HWND window);
+BOOL ScreenToClient(HWND window, POINT* point);
+BOOL ClientToScreen(HWND window, POINT* point);
+
+/// To the queue of the window's thread, at most 10,000 waiting there.
+BOOL PostMessageA(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
+/// To a window of the calling thread.
+LRESULT SendMessageA(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
+BOOL PeekMessageA(MSG* message, HWND window, UINT first, UINT last, UINT remove);
+BOOL GetMessageA(MSG* message, HWND window, UINT first, UINT last);
+LRESULT DispatchMessageA(const MSG* message);
+
+#pragma GCC visibility pop
+
+#endif

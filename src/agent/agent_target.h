@@ -1,0 +1,24 @@
+#pragma once
+
+#include <cstdint>
+#include <utility>
+
+#include "foundation/text.h"
+
+namespace NorvoWebAPI::KSV {
+
+/// What an agent operation works on: an applet by its identifier, in a library of the first generation, or a running
+/// instance by its id. The tags are those of the platform's `VARIANT`.
+struct AgentTarget {
+  static constexpr uint16_t kName = 8;
+  static constexpr uint16_t kInstance = 23;
+
+  uint16_t tag = 0;
+  Bstr name;  ///< Null stands for an empty identifier.
+  uint32_t instanceId = 0;
+
+  static AgentTarget Applet(const char* name) { return {kName, BstrFromNarrow(name), 0}; }
+  static AgentTarget Instance(uint32_t id) { return {kInstance, {}, id}; }
+};
+
+}  // namespace NorvoWebAPI::KSV

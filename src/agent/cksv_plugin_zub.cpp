@@ -1,0 +1,75 @@
+#include "agent/cksv_plugin_zub.h"
+
+#include <utility>
+
+#include "agent/agent_operation.h"
+#include "foundation/product.h"
+#include "foundation/settings.h"
+#include "foundation/update_gate.h"
+
+namespace NorvoWebAPI::KSV {
+
+CKSVPluginZUB::CKSVPluginZUB(std::string platform) : platformName(std::move(platform)) {
+  try {
+    BindLibrary();
+    logEnabled = GetLogLevel() > 0;
+  } catch (...) {
+    // The object stands with what was done so far; its operations report what they find.
+  }
+}
+
+void CKSVPluginZUB::BindLibrary() {
+  LibraryPath folder;
+  if (!folder.ReadLoadFolder()) return;
+  LibraryPath path = folder;
+  path.Append(KSV_WIDE("zub.dll"));
+  library = Library(LoadLibraryW(path.c_str()));
+  if (!library) {
+    path = folder;
+    path.Append(KSV_WIDE("otpZub.dll"));
+    library = Library(LoadLibraryW(path.c_str()));
+    isOtpLibrary = static_cast<bool>(library);
+  }
+  if (library) entries.Bind(library.Get());
+}
+
+bool CKSVPluginZUB::CheckEntry(const EntryTable::Row& entryPoint, JSObject& result) const {
+  return CheckGate(static_cast<bool>(entryPoint), result);
+}
+
+bool CKSVPluginZUB::CheckEither(const EntryTable::Row& first, const EntryTable::Row& second, JSObject& result) const {
+  return CheckGate(first || second, result);
+}
+
+bool CKSVPluginZUB::CheckGate(bool hasEntryPoint, JSObject& result) const {
+  const int32_t code = Platform::IsUpdateOverdue(platformName) ? kUpdateOverdue
+                       : !library                              ? kNoLibrary
+                       : !hasEntryPoint                        ? kNoEntryPoint
+                                                               : kPluginOk;
+  StorePluginCode(result, code);
+  return code == kPluginOk;
+}
+
+bool CKSVPluginZUB::Init(JSObject& result) {
+  return RunChecked(
+      "Init", kAgentNotCalled,
+      [&] {
+        DebugLog(logEnabled, kAgentLogTag, "%s: %s\n", "Running Norvo KSV Plugin version: ", kVersion);
+        return CheckEntry(entries.Init, result);
+      },
+      Catches::Nothing, result, [&] { StoreStatus(result, entries.Init()); });
+}
+
+bool CKSVPluginZUB::Deinit(JSObject& result) {
+  return Run("Deinit", entries.DeInit, Catches::Nothing, result, [&] { StoreStatus(result, entries.DeInit()); });
+}
+
+bool CKSVPluginZUB::StartInstance(const char* name, InstanceEventCallback callback, void* context, JSObject& result) {
+  return Run("StartInstance", entries.StartInstance3, Catches::BadAlloc, result, [&] {
+    uint32_t instanceId = 0;
+    StoreStatus(result, entries.StartInstance3(name, callback, context, &instanceId));
+    result["instanceID"] = JSObject(static_cast<int32_t>(instanceId));
+  });
+}
+
+}  // namespace NorvoWebAPI::KSV

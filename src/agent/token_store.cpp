@@ -1,0 +1,73 @@
+#include "agent/token_store.h"
+
+#include <algorithm>
+#include <cstring>
+#include <string_view>
+
+#include "foundation/platform_files.h"
+#include "foundation/result_codes.h"
+
+namespace NorvoWebAPI::KSV::TokenStore {
+namespace {
+
+constexpr size_t kMaxDomainLength = 127;
+
+std::string Root() { return Platform::GetBasePath() + "KSV_tokens"; }
+
+std::string FolderOf(const char* domain) { return Root() + "\\" + domain; }
+
+void WriteNew(const std::string& folder, const char* fileName, const uint8_t* bytes, uint16_t length) {
+  if (Platform::FileExists(folder, fileName)) throw CPluginException{kTokenExists};
+  Platform::CreateDirectories(folder);
+  Platform::WriteFile(folder + "\\" + fileName, bytes, length);
+}
+
+void DemandLength(const char* domain) {
+  if (std::strlen(domain) > kMaxDomainLength) throw CPluginException{kBadDomain};
+}
+
+// A second domain comes from the page, where the first is the host's word.
+void DemandPlainCharacters(std::string_view domain) {
+  static constexpr std::string_view kAllowed =
+      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_.-";
+  if (domain.empty() || domain.find_first_not_of(kAllowed) != std::string_view::npos) {
+    throw CPluginException{kBadDomain};
+  }
+}
+
+}  // namespace
+
+void Write(const char* domain, const char* secondDomain, const char* fileName, const uint8_t* bytes, uint16_t length) {
+  if (!domain) {
+    WriteNew(Root(), fileName, bytes, length);
+    return;
+  }
+  DemandLength(domain);
+  WriteNew(FolderOf(domain), fileName, bytes, length);
+  if (!secondDomain) return;
+  DemandLength(secondDomain);
+  DemandPlainCharacters(secondDomain);
+  WriteNew(FolderOf(secondDomain), fileName, bytes, length);
+}
+
+uint32_t Read(const char* domain, const char* fileName, std::unique_ptr<uint8_t[]>* buffer) {
+  std::string folder = FolderOf(domain);
+  if (!Platform::FileExists(folder, fileName)) {
+    folder = Root();
+    if (!Platform::FileExists(folder, fileName)) throw CPluginException{kNoToken};
+  }
+  return Platform::ReadFile(folder + "\\" + fileName, buffer);
+}
+
+bool Enumerate(const char* domain, std::vector<std::string>& names) {
+  return Platform::ListDirectory(FolderOf(domain), names);
+}
+
+bool Delete(const char* domain, const char* fileName) {
+  const std::string folder = FolderOf(domain);
+  if (!Platform::FileExists(folder, fileName)) throw CPluginException{kNoToken};
+  Platform::DeleteFile(folder + "\\" + fileName);
+  return true;
+}
+
+}  // namespace NorvoWebAPI::KSV::TokenStore

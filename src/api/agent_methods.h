@@ -1,0 +1,29 @@
+#pragma once
+
+namespace NorvoWebAPI::KSV {
+
+class ScriptCall;
+
+/// What the script methods of the host agent do once their arguments are in order.
+namespace AgentMethods {
+
+void Init(ScriptCall& call);
+void DeInit(ScriptCall& call);
+void StartProvisioning(ScriptCall& call);
+void EndProvisioning(ScriptCall& call);
+void EndProvisioningDomainBinding(ScriptCall& call);
+void SendData(ScriptCall& call);
+void ReceiveData(ScriptCall& call);
+void ProcessSVPMessage(ScriptCall& call);
+void GetSVPMessage(ScriptCall& call);
+void SendAndReceiveData(ScriptCall& call);
+void GetCapabilities(ScriptCall& call);
+void GetVersion(ScriptCall& call);
+void DoFWUpdate(ScriptCall& call);
+void GetOTP(ScriptCall& call);
+void EnumerateTokensDomainBinding(ScriptCall& call);
+void DeleteTokenDomainBinding(ScriptCall& call);
+
+}  // namespace AgentMethods
+
+}  // namespace NorvoWebAPI::KSV

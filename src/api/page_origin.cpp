@@ -1,0 +1,40 @@
+#include <stdexcept>
+
+#include "api/scriptable.h"
+#include "foundation/text.h"
+#include "script/host_values.h"
+#include "shell/plugin.h"
+
+namespace NorvoWebAPI::KSV {
+
+const std::string& Scriptable::PageOrigin() {
+  static std::string origin;
+  // The host's instance is gone: it can't be asked, and another page's origin must not stand in for this one's.
+  if (plugin->IsDestroyed()) throw std::runtime_error("The page is gone");
+  NPObject* windowObject = nullptr;
+  if (npnFuncs->getvalue(npp, NPNVWindowNPObject, &windowObject) != NPERR_NO_ERROR) return origin;
+  const HostObject window(npnFuncs, windowObject);
+  const NPIdentifier locationId = npnFuncs->getstringidentifier("location");
+  if (!window.Get() || !npnFuncs->hasproperty(npp, window.Get(), locationId)) {
+    throw std::runtime_error("Failed to get requesting url");
+  }
+  HostVariant location(npnFuncs);
+  if (!npnFuncs->getproperty(npp, window.Get(), locationId, location.Out())) {
+    throw std::runtime_error("Failed to get url property");
+  }
+  if (location.Get().type != NPVariantType_Object || !location.Get().value.objectValue) {
+    throw std::runtime_error("NP Variant not an object");
+  }
+  const NPIdentifier toStringId = npnFuncs->getstringidentifier("toString");
+  HostVariant text(npnFuncs);
+  if (!npnFuncs->invoke(npp, location.Get().value.objectValue, toStringId, nullptr, 0, text.Out())) {
+    throw std::runtime_error("Failed to invoke requesting url");
+  }
+  if (text.Get().type != NPVariantType_String) throw std::runtime_error("Failed to get page domain string");
+  const NPString& address = text.Get().value.stringValue;
+  origin.assign(address.UTF8Characters, address.UTF8Length);
+  NormalizeOrigin(origin);
+  return origin;
+}
+
+}  // namespace NorvoWebAPI::KSV

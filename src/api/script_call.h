@@ -1,0 +1,47 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "agent/agent_target.h"
+#include "npapi/npfunctions.h"
+#include "script/js_object.h"
+
+namespace NorvoWebAPI::KSV {
+
+class Scriptable;
+struct MethodRow;
+
+/// Thrown by an operation that has nothing to add to its result.
+struct Answered {};
+
+/// One script call as its operation sees it: the arguments, converted and held against their demands, and the result
+/// object to fill.
+class ScriptCall {
+ public:
+  /// Converts the arguments, in order, then makes the demands for text. Throws what a conversion throws,
+  /// `std::bad_cast` for an argument that must be text and isn't, and `std::runtime_error` when the page has ended
+  /// meanwhile: reading an argument runs page script.
+  ScriptCall(Scriptable& page, const MethodRow& method, const NPVariant* args, JSObject& result);
+
+  /// Text of a text argument; throws `std::bad_cast` for one that was let in with another tag.
+  [[nodiscard]] const std::string& String(size_t index) const { return values.at(index).AsString(); }
+  /// The same as the operations take it: null for an empty one.
+  [[nodiscard]] const char* Text(size_t index) const;
+  [[nodiscard]] int32_t Length(size_t index) const { return static_cast<int32_t>(String(index).size()); }
+  [[nodiscard]] int32_t Number(size_t index) const { return values.at(index).ToInt(); }
+  [[nodiscard]] bool Flag(size_t index) const { return values.at(index).ToBool(); }
+
+  /// The target that the first argument names, in the form that the library's generation takes. Throws `Answered` when
+  /// its instance can't be started: the result then tells why.
+  [[nodiscard]] AgentTarget Target() const;
+
+  Scriptable& page;
+  JSObject& result;
+
+ private:
+  std::vector<JSObject> values;
+};
+
+}  // namespace NorvoWebAPI::KSV

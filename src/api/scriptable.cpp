@@ -1,0 +1,104 @@
+#include "api/scriptable.h"
+
+#include <utility>
+
+#include "api/method_table.h"
+#include "foundation/debug_log.h"
+#include "foundation/product.h"
+#include "foundation/result_codes.h"
+#include "script/variant_conversion.h"
+#include "shell/plugin.h"
+
+namespace NorvoWebAPI::KSV {
+
+int32_t agentInitCount = 0;
+
+Scriptable::Scriptable(NPP instance, const NPNetscapeFuncs* funcs, Plugin* owner)
+    : NPScriptable(funcs), npp(instance), npnFuncs(funcs), version(kVersion), agent(kPlatformTag), plugin(owner) {
+  RegisterProperty("version", &Scriptable::GetVersionProperty, nullptr);
+  RegisterMethods(std::make_index_sequence<kMethods.size()>());
+}
+
+Scriptable::~Scriptable() {
+  DebugLog(agent.LogEnabled(), "pPlugin", "%s-%p\n", "Destructor", static_cast<void*>(this));
+  if (plugin->window) PluginWindows().erase(plugin->window);
+  plugin->ScriptableEnded();
+}
+
+template <size_t row>
+bool Scriptable::HandleMethod(const NPVariant* args, uint32_t argCount, NPVariant* result) {
+  return RunMethod(kMethods[row], args, argCount, result);
+}
+
+template <size_t... rows>
+void Scriptable::RegisterMethods(std::index_sequence<rows...> /*all*/) {
+  (RegisterMethod(kMethods[rows].name, &Scriptable::HandleMethod<rows>), ...);
+}
+
+bool Scriptable::RunMethod(const MethodRow& method, const NPVariant* args, uint32_t argCount, NPVariant* result) {
+  JSObject answer;
+  if (!method.Accepts(argCount)) {
+    answer[kPluginRetCodeKey] = JSObject(int32_t{kBadArguments});
+  } else {
+    try {
+      ScriptCall call(*this, method, args, answer);
+      method.operation(call);
+    } catch (const Answered&) {
+      // The result says all there is to say.
+    } catch (...) {
+      answer[kPluginRetCodeKey] = JSObject(int32_t{kFailed});
+    }
+  }
+  // An object that the host has let go of meanwhile has nobody left to answer.
+  if (IsDeallocated()) return false;
+  if (result) *result = NPJSConverter::toNPVariant(npp, npnFuncs, std::move(answer));
+  return true;
+}
+
+void Scriptable::ReleaseAgent() {
+  static constexpr MethodRow kRelease = Rows::Method("zubDeInit", AgentMethods::DeInit);
+  RunMethod(kRelease, nullptr, 0, nullptr);
+}
+
+bool Scriptable::HasEnded() const { return IsDeallocated() || plugin->IsDestroyed(); }
+
+bool Scriptable::GetVersionProperty(NPVariant* result) {
+  *result = NPJSConverter::toNPVariant(npp, npnFuncs, JSObject(version));
+  return true;
+}
+
+bool Scriptable::IsInstanceGeneration() {
+  if (plugin->agentMajorVersion == 0) {
+    JSObject answer;
+    agent.GetVersion(answer);
+    if (answer[kPluginRetCodeKey].ToInt() != kPluginOk || answer[kFnRetCodeKey].ToInt() != kAgentOk) return false;
+    plugin->agentMajorVersion = static_cast<uint8_t>(answer["version"].ToInt());
+  }
+  return plugin->agentMajorVersion >= 3;
+}
+
+uint32_t Scriptable::ResolveInstance(const char* name, JSObject& result) {
+  const auto answer = [&](JSObject pluginCode, JSObject agentCode) {
+    result[kPluginRetCodeKey] = std::move(pluginCode);
+    result[kFnRetCodeKey] = std::move(agentCode);
+  };
+  if (!name) {
+    answer(JSObject(int32_t{kBadArguments}), JSObject(int32_t{kAgentNotCalled}));
+    return 0;
+  }
+  if (const auto known = plugin->instanceMap.find(name); known != plugin->instanceMap.end()) {
+    answer(JSObject(int32_t{kPluginOk}), JSObject(int32_t{kAgentOk}));
+    return known->second.instanceId;
+  }
+  JSObject started;
+  agent.StartInstance(name, nullptr, plugin, started);
+  uint32_t instanceId = 0;
+  if (started[kPluginRetCodeKey].ToInt() == kPluginOk && started[kFnRetCodeKey].ToInt() == kAgentOk) {
+    instanceId = static_cast<uint32_t>(started["instanceID"].ToInt());
+    plugin->instanceMap[name] = {instanceId, false};
+  }
+  answer(started[kPluginRetCodeKey], started[kFnRetCodeKey]);
+  return instanceId;
+}
+
+}  // namespace NorvoWebAPI::KSV

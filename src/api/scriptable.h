@@ -1,0 +1,65 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "agent/cksv_plugin_zub.h"
+#include "script/js_object.h"
+#include "script/np_scriptable.h"
+
+namespace NorvoWebAPI::KSV {
+
+class Plugin;
+struct MethodRow;
+
+/// Successful `zubInit` calls of all pages that have not been given back. The browser's thread only.
+extern int32_t agentInitCount;
+
+/// The object that page script holds: one property and the methods of the table in method_table.h. Every method gives
+/// the page a result object with the outcome, whatever went wrong inside; only a result that can't be handed over fails
+/// the script call. It lives by the host's reference count.
+class Scriptable : public NPScriptable<Scriptable> {
+ public:
+  /// `plugin` has to outlive the object. Throws what the bases throw.
+  Scriptable(NPP npp, const NPNetscapeFuncs* npnFuncs, Plugin* plugin);
+  ~Scriptable() override;
+
+  /// Runs one method's row. A null `result` gives no value back.
+  bool RunMethod(const MethodRow& method, const NPVariant* args, uint32_t argCount, NPVariant* result);
+  /// Runs `zubDeInit` for a page that goes away.
+  void ReleaseAgent();
+
+  /// Scheme, host and port of the page, as the name of its folder in the token store. Asked of the host at each call;
+  /// when the host has no page to tell of, the last origin that any instance found, empty at first. Throws
+  /// `std::runtime_error` when the page's address can't be read, and for a page that is gone.
+  const std::string& PageOrigin();
+
+  /// Whether the library serves instances, not applets by name. Asked of the library until it answers.
+  bool IsInstanceGeneration();
+  /// The id of the page's instance for an applet, started on first use. The codes of the start stand in `result`, the
+  /// id is 0 unless both are 0. A null name gives code 12.
+  uint32_t ResolveInstance(const char* name, JSObject& result);
+
+  /// Whether the host has ended the page or this object, maybe from inside a call on it.
+  [[nodiscard]] bool HasEnded() const;
+
+  [[nodiscard]] NPP Instance() const { return npp; }
+  [[nodiscard]] const NPNetscapeFuncs* Host() const { return npnFuncs; }
+  CKSVPluginZUB& Agent() { return agent; }
+  Plugin& Page() { return *plugin; }
+
+ private:
+  template <size_t row>
+  bool HandleMethod(const NPVariant* args, uint32_t argCount, NPVariant* result);
+  template <size_t... rows>
+  void RegisterMethods(std::index_sequence<rows...> all);
+  bool GetVersionProperty(NPVariant* result);
+
+  NPP npp;
+  const NPNetscapeFuncs* npnFuncs;
+  std::string version;
+  CKSVPluginZUB agent;
+  Plugin* plugin;
+};
+
+}  // namespace NorvoWebAPI::KSV

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <new>
+#include <utility>
+
+namespace NorvoWebAPI {
+
+/// Bytes owned for one call. They are not cleared: a large capacity costs no memory until it is written.
+struct ByteBuffer {
+  std::unique_ptr<uint8_t[]> bytes;  ///< Null for a buffer that was never allocated.
+  size_t size = 0;
+
+  ByteBuffer() = default;
+  /// `count` comes from a page as a signed number; a negative one is a size that no memory can hold.
+  /// Throws `std::bad_alloc`.
+  static ByteBuffer Allocate(int32_t count) {
+    if (count < 0) throw std::bad_alloc();
+    ByteBuffer buffer;
+    buffer.bytes.reset(new uint8_t[static_cast<size_t>(count)]);
+    buffer.size = static_cast<size_t>(count);
+    return buffer;
+  }
+};
+
+}  // namespace NorvoWebAPI

@@ -1,0 +1,67 @@
+#pragma once
+
+#include <cstddef>
+#include <vector>
+
+#include "platform/win32.h"
+
+namespace NorvoWebAPI {
+
+/// The entry points of a library found at run time. A table derives from this and describes each entry in one line,
+/// name and signature together: `Entry<int32_t(uint32_t* version)> GetVersion{*this, "XYZ_GetVersion"};`. All entry
+/// points are plain C functions.
+class EntryTable {
+ public:
+  /// One row without its signature.
+  class Row {
+   public:
+    Row(EntryTable& table, const char* entryName) : name(entryName) { table.rows.push_back(this); }
+    Row(const Row&) = delete;
+    Row& operator=(const Row&) = delete;
+    /// Whether the library has the entry.
+    explicit operator bool() const { return address != nullptr; }
+
+   protected:
+    ~Row() = default;
+    [[nodiscard]] FARPROC Address() const { return address; }
+
+   private:
+    friend EntryTable;
+    const char* name;
+    FARPROC address = nullptr;
+  };
+
+  template <typename Signature>
+  class Entry;
+  template <typename Result, typename... Parameters>
+  class Entry<Result(Parameters...)> final : public Row {
+   public:
+    using Row::Row;
+    /// Calls the library. Only for an entry that is there.
+    Result operator()(Parameters... parameters) const {
+      return reinterpret_cast<Result (*)(Parameters...)>(reinterpret_cast<void*>(Address()))(parameters...);
+    }
+  };
+
+  EntryTable() = default;
+  EntryTable(const EntryTable&) = delete;
+  EntryTable& operator=(const EntryTable&) = delete;
+
+  /// Resolves every row. Gives the number of names that the library lacks.
+  size_t Bind(HMODULE library) {
+    size_t missing = 0;
+    for (Row* row : rows) {
+      row->address = GetProcAddress(library, row->name);
+      if (!row->address) ++missing;
+    }
+    return missing;
+  }
+
+ protected:
+  ~EntryTable() = default;
+
+ private:
+  std::vector<Row*> rows;
+};
+
+}  // namespace NorvoWebAPI

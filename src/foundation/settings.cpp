@@ -1,0 +1,107 @@
+#include "foundation/settings.h"
+
+#include <algorithm>
+#include <string>
+
+#include "foundation/owner.h"
+
+namespace NorvoWebAPI {
+namespace {
+
+using WideText = std::basic_string<WCHAR>;
+
+constexpr uint32_t kFolderReadBytes = 256;
+
+using RegistryKey = Owner<HKEY, RegCloseKey>;
+
+RegistryKey OpenSettings() {
+  HKEY key = nullptr;
+  if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, KSV_WIDE("Software\\Norvo\\Services\\KSV"), 0, KEY_READ, &key) !=
+      ERROR_SUCCESS) {
+    return {};
+  }
+  return RegistryKey(key);
+}
+
+bool Is32BitProcessOn64BitSystem() {
+  using Query = BOOL(WINAPI*)(HANDLE, BOOL*);
+  const HMODULE kernel = GetModuleHandleA("kernel32");
+  if (!kernel) return false;
+  // The oldest systems lack the call, so it can't be linked.
+  const auto query = reinterpret_cast<Query>(reinterpret_cast<void*>(GetProcAddress(kernel, "IsWow64Process")));
+  BOOL answer = FALSE;
+  return query && query(GetCurrentProcess(), &answer) && answer;
+}
+
+}  // namespace
+
+int32_t GetLogLevel() {
+  const RegistryKey key = OpenSettings();
+  if (!key) return -1;
+  int32_t level = 0;
+  DWORD size = sizeof level;
+  const LONG error = RegQueryValueExW(key.Get(), KSV_WIDE("KsvPluginLogLevel"), nullptr, nullptr,
+                                      reinterpret_cast<BYTE*>(&level), &size);
+  return error == ERROR_SUCCESS ? level : -1;
+}
+
+int32_t GetLibraryFolder(WCHAR* data, uint32_t* length) {
+  if (!data || !length) return -1;
+  const RegistryKey key = OpenSettings();
+  if (!key) return -1;
+  const size_t room = *length / sizeof(WCHAR);
+  DWORD type = 0;
+  DWORD size = *length;
+  if (RegQueryValueExW(key.Get(), KSV_WIDE("FILELOCALE"), nullptr, &type, reinterpret_cast<BYTE*>(data), &size) !=
+          ERROR_SUCCESS ||
+      (type != REG_SZ && type != REG_EXPAND_SZ)) {
+    return -1;
+  }
+  // The registry doesn't promise that a stored text is terminated.
+  const size_t stored = std::min<size_t>(size / sizeof(WCHAR), room);
+  const size_t characters = static_cast<size_t>(std::find(data, data + stored, WCHAR{0}) - data);
+  if (characters == room) return -1;
+  data[characters] = 0;
+  *length = static_cast<uint32_t>(characters);
+  return 0;
+}
+
+int32_t FixLibraryFolder(WCHAR* path, uint32_t* length) {
+  if (!path || !length) return -1;
+  const uint32_t capacity = *length;
+  WideText text(path, std::find(path, path + capacity, WCHAR{0}));
+  // With nothing else in it the text becomes empty: npos + 1 is 0.
+  text.resize(text.find_last_not_of(KSV_WIDE(" \t\f\v\n\r\\")) + 1);
+  if (Is32BitProcessOn64BitSystem()) {
+    const WideText own = KSV_WIDE("Program Files\\");
+    if (const size_t place = text.find(own); place != WideText::npos) {
+      text.replace(place, own.size(), KSV_WIDE("Program Files (x86)\\"));
+    }
+  }
+  if (capacity == 0) return 0;
+  const size_t kept = std::min<size_t>(text.size(), capacity - 1);
+  *std::copy_n(text.begin(), kept, path) = 0;
+  *length = static_cast<uint32_t>(kept);
+  return 0;
+}
+
+bool LibraryPath::ReadFolder() {
+  uint32_t length = kFolderReadBytes;
+  return GetLibraryFolder(text.data(), &length) == 0;
+}
+
+bool LibraryPath::ReadLoadFolder() {
+  uint32_t length = kCapacity;
+  if (!ReadFolder() || FixLibraryFolder(text.data(), &length) != 0) return false;
+  Append(KSV_WIDE("\\"));
+  return true;
+}
+
+void LibraryPath::Append(const WCHAR* more) {
+  WCHAR* end = std::find(text.data(), text.data() + kCapacity - 1, WCHAR{0});
+  WCHAR* const last = text.data() + kCapacity - 1;
+  while (end != last && *more) *end++ = *more++;
+  *end = 0;
+}
+
+}  // namespace NorvoWebAPI

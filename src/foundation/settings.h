@@ -1,0 +1,41 @@
+/// The two machine settings, both values of HKEY_LOCAL_MACHINE\Software\Norvo\Services\KSV, read afresh at every call.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+#include "platform/win32.h"
+
+namespace NorvoWebAPI {
+
+/// `KsvPluginLogLevel`, or -1 when it can't be read. Above 0 the log is on.
+int32_t GetLogLevel();
+
+/// Reads `FILELOCALE`, the folder of the vendor's libraries. On entry `*length` is the room in `data` in bytes, on
+/// success the number of characters in front of the terminator. Gives 0, or -1 when there is no such text or it has
+/// no room with its terminator.
+int32_t GetLibraryFolder(WCHAR* data, uint32_t* length);
+
+/// Trims white space and separators off the end and, for a 32-bit process on a 64-bit system, leads the first
+/// "Program Files\" to its 32-bit sister. On entry `*length` is the room in `path` in characters, on return the
+/// length of the text. Gives 0, or -1 for a null pointer.
+int32_t FixLibraryFolder(WCHAR* path, uint32_t* length);
+
+/// A path that starts with the folder from the settings; everything appended is cut at 256 characters.
+class LibraryPath {
+ public:
+  static constexpr uint32_t kCapacity = 256;  ///< Characters, terminator included.
+
+  /// Takes the folder as the settings hold it. False when they hold none.
+  bool ReadFolder();
+  /// Takes the folder made fit for loading: fixed, and closed by one separator. False when the settings hold none.
+  bool ReadLoadFolder();
+  void Append(const WCHAR* text);
+  [[nodiscard]] const WCHAR* c_str() const { return text.data(); }
+
+ private:
+  std::array<WCHAR, 2 * kCapacity> text{};
+};
+
+}  // namespace NorvoWebAPI

@@ -1,0 +1,13 @@
+#include "script/host_values.h"
+
+#include <stdexcept>
+
+namespace NorvoWebAPI {
+
+std::string IdentifierText(const NPNetscapeFuncs* npnFuncs, NPIdentifier id) {
+  const HostMemory<NPUTF8> text(npnFuncs, npnFuncs->utf8fromidentifier(id));
+  if (!text.Get()) throw std::runtime_error("Identifier without a text");
+  return text.Get();
+}
+
+}  // namespace NorvoWebAPI

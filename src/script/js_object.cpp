@@ -1,0 +1,199 @@
+#include "script/js_object.h"
+
+#include <cmath>
+#include <limits>
+#include <locale>
+#include <optional>
+#include <sstream>
+#include <stdexcept>
+#include <utility>
+
+#include "script/errors.h"
+
+namespace NorvoWebAPI {
+namespace {
+
+constexpr char kLength[] = "length";
+
+int32_t Truncate(double value) {
+  // What the processor gives for a value that has no place in 32 bits, made the rule.
+  constexpr double kBelow = -2147483649.0;
+  constexpr double kAbove = 2147483648.0;
+  return value > kBelow && value < kAbove ? static_cast<int32_t>(value) : std::numeric_limits<int32_t>::min();
+}
+
+// Reads as a formatted stream does: leading blanks, a sign, then digits up to the first character that is none.
+std::optional<int32_t> ReadInteger(const std::string& key) {
+  std::istringstream stream(key);
+  stream.imbue(std::locale::classic());
+  int32_t number = 0;
+  return stream >> number ? std::optional(number) : std::nullopt;
+}
+
+bool IsIndex(int32_t number) { return number >= 0 && static_cast<uint32_t>(number) < JSObject::kMaxElements; }
+
+uint32_t IndexOf(const std::string& key) {
+  const std::optional<int32_t> number = ReadInteger(key);
+  if (!number) throw std::runtime_error("String not an integer");
+  return static_cast<uint32_t>(*number);
+}
+
+}  // namespace
+
+JSObject::JSObject(int32_t value) : type(Type::Int), intValue(value) {}
+JSObject::JSObject(bool value) : type(Type::Bool), boolValue(value) {}
+JSObject::JSObject(double value) : type(Type::Double), doubleValue(value) {}
+JSObject::JSObject(std::string value)
+    : type(Type::String), stringValue(std::make_unique<std::string>(std::move(value))) {}
+JSObject::JSObject(const char* value) : JSObject(std::string(value)) {}
+JSObject::JSObject(JSFunction called, void* context)
+    : type(Type::Function), function(called), functionContext(context) {
+  if (!called) throw BadTypeid();
+}
+
+JSObject::JSObject(const JSObject& other)
+    : type(other.type),
+      intValue(other.intValue),
+      boolValue(other.boolValue),
+      doubleValue(other.doubleValue),
+      function(other.function),
+      functionContext(other.functionContext) {
+  switch (type) {
+    case Type::String:
+      stringValue = std::make_unique<std::string>(*other.stringValue);
+      break;
+    case Type::Array:
+      arrayValue = std::make_unique<std::vector<JSObject>>(*other.arrayValue);
+      objectValue = std::make_unique<Members>();
+      break;
+    case Type::Object:
+      objectValue = std::make_unique<Members>(*other.objectValue);
+      break;
+    default:
+      break;
+  }
+}
+
+JSObject::JSObject(JSObject&& other) noexcept { Swap(other); }
+
+JSObject& JSObject::operator=(const JSObject& other) {
+  if (this != &other) {
+    JSObject copy(other);
+    Swap(copy);
+  }
+  return *this;
+}
+
+JSObject& JSObject::operator=(JSObject&& other) noexcept {
+  JSObject taken(std::move(other));
+  Swap(taken);
+  return *this;
+}
+
+JSObject::~JSObject() = default;
+
+JSObject& JSObject::operator[](const std::string& key) {
+  if (type == Type::Null) {
+    objectValue = std::make_unique<Members>();
+    type = Type::Object;
+  }
+  if (type == Type::Object) return (*objectValue)[key];
+  if (type != Type::Array) throw std::runtime_error("Property request on non-object");
+  if (key == kLength) {
+    JSObject& length = (*objectValue)[key];
+    length = JSObject(static_cast<int32_t>(arrayValue->size()));
+    return length;
+  }
+  return (*this)[IndexOf(key)];
+}
+
+JSObject& JSObject::operator[](uint32_t index) {
+  if (type == Type::Null) ToArray();
+  if (type != Type::Array) throw std::runtime_error("Index request on non-array");
+  if (index >= kMaxElements) throw std::runtime_error("Index out of range");
+  if (arrayValue->size() <= index) arrayValue->resize(static_cast<size_t>(index) + 1);
+  return (*arrayValue)[index];
+}
+
+void JSObject::ToArray() {
+  switch (type) {
+    case Type::Array:
+      return;
+    case Type::Null:
+      arrayValue = std::make_unique<std::vector<JSObject>>();
+      objectValue = std::make_unique<Members>();
+      type = Type::Array;
+      return;
+    case Type::Object: {
+      JSObject array;
+      for (const auto& [key, value] : *objectValue) {
+        if (key != kLength) array[IndexOf(key)] = value;
+      }
+      Swap(array);
+      return;
+    }
+    default:
+      throw std::runtime_error("Cannot convert non-object to array");
+  }
+}
+
+bool JSObject::Call(std::vector<JSObject>& args, JSObject& result) {
+  if (type != Type::Function) throw std::runtime_error("Function call request on non-function");
+  return function(functionContext, &args, &result);
+}
+
+int32_t JSObject::ToInt() const {
+  switch (type) {
+    case Type::Int:
+      return intValue;
+    case Type::Bool:
+      return boolValue ? 1 : 0;
+    case Type::Double:
+      return Truncate(doubleValue);
+    case Type::String:
+      return stringValue->empty() ? 0 : 1;
+    case Type::Null:
+      return 0;
+    default:
+      return 1;
+  }
+}
+
+bool JSObject::ToBool() const { return ToInt() == 1; }
+
+double JSObject::ToDouble() const { return type == Type::Double ? doubleValue : ToInt(); }
+
+const std::string& JSObject::AsString() const {
+  if (type != Type::String) throw BadCast();
+  return *stringValue;
+}
+
+bool JSObject::HasKey(const std::string& key) const {
+  try {
+    if (type == Type::Object) return objectValue->contains(key);
+    if (type != Type::Array) return false;
+    if (key == kLength) return true;
+    const std::optional<int32_t> number = ReadInteger(key);
+    return number && IsIndex(*number);
+  } catch (...) {
+    return false;
+  }
+}
+
+uint32_t JSObject::ElementCount() const {
+  return type == Type::Array ? static_cast<uint32_t>(arrayValue->size()) : 0;
+}
+
+void JSObject::Swap(JSObject& other) noexcept {
+  std::swap(type, other.type);
+  std::swap(intValue, other.intValue);
+  std::swap(boolValue, other.boolValue);
+  std::swap(doubleValue, other.doubleValue);
+  std::swap(stringValue, other.stringValue);
+  std::swap(arrayValue, other.arrayValue);
+  std::swap(function, other.function);
+  std::swap(functionContext, other.functionContext);
+  std::swap(objectValue, other.objectValue);
+}
+
+}  // namespace NorvoWebAPI

@@ -1,0 +1,63 @@
+#include "script/js_to_np_bridge.h"
+
+#include <memory>
+#include <stdexcept>
+#include <utility>
+
+#include "script/host_values.h"
+#include "script/np_scriptable.h"
+#include "script/variant_conversion.h"
+
+namespace NorvoWebAPI {
+namespace {
+
+class JSToNPBridge : public NPScriptable<JSToNPBridge> {
+ public:
+  JSToNPBridge(JSObject shown, NPP instance, const NPNetscapeFuncs* funcs)
+      : NPScriptable(funcs), value(std::move(shown)), npp(instance), npnFuncs(funcs) {
+    if (value.GetType() == JSObject::Type::Function) {
+      throw std::invalid_argument("JSObject function not bridgeable");
+    }
+  }
+
+  bool HasProperty(NPIdentifier id) override {
+    try {
+      if (npnFuncs->identifierisstring(id)) return value.HasKey(IdentifierText(npnFuncs, id));
+      return static_cast<uint32_t>(npnFuncs->intfromidentifier(id)) < value.ElementCount();
+    } catch (...) {
+      return false;
+    }
+  }
+
+  bool GetProperty(NPIdentifier id, NPVariant* result) override {
+    if (!HasProperty(id)) return false;
+    try {
+      const JSObject& member = npnFuncs->identifierisstring(id)
+                                   ? value[IdentifierText(npnFuncs, id)]
+                                   : value[static_cast<uint32_t>(npnFuncs->intfromidentifier(id))];
+      *result = NPJSConverter::toNPVariant(npp, npnFuncs, member);
+      return true;
+    } catch (...) {
+      return false;
+    }
+  }
+
+ private:
+  JSObject value;
+  NPP npp;
+  const NPNetscapeFuncs* npnFuncs;
+};
+
+}  // namespace
+
+NPObject* MakeScriptView(JSObject value, NPP npp, const NPNetscapeFuncs* npnFuncs) {
+  auto bridge = std::make_unique<JSToNPBridge>(std::move(value), npp, npnFuncs);
+  bool adopted = false;
+  NPObject* const object = JSToNPBridge::CreateObject(npp, npnFuncs, bridge.get(), &adopted);
+  // From here on the host's record owns the bridge, whatever became of the record.
+  if (adopted) static_cast<void>(bridge.release());
+  if (!object) throw std::runtime_error("The host made no object");
+  return object;
+}
+
+}  // namespace NorvoWebAPI

@@ -1,0 +1,62 @@
+#include "script/np_func_bridge.h"
+
+#include "script/errors.h"
+#include "script/host_values.h"
+#include "script/variant_conversion.h"
+
+namespace NorvoWebAPI::NPJSConverter {
+namespace {
+
+// The arguments of one call, one behind the other as the host wants them.
+class ArgumentList {
+ public:
+  explicit ArgumentList(const NPNetscapeFuncs* npnFuncs) : funcs(npnFuncs) {}
+  ArgumentList(const ArgumentList&) = delete;
+  ArgumentList& operator=(const ArgumentList&) = delete;
+  ~ArgumentList() {
+    for (NPVariant& variant : variants) funcs->releasevariantvalue(&variant);
+  }
+
+  void Reserve(size_t count) { variants.reserve(count); }
+  void Add(const NPVariant& owned) { variants.push_back(owned); }
+  [[nodiscard]] const NPVariant* Data() const { return variants.empty() ? nullptr : variants.data(); }
+  [[nodiscard]] uint32_t Count() const { return static_cast<uint32_t>(variants.size()); }
+
+ private:
+  const NPNetscapeFuncs* funcs;
+  std::vector<NPVariant> variants;
+};
+
+}  // namespace
+
+NPFuncBridge::NPFuncBridge(NPP instance, const NPNetscapeFuncs* funcs, NPObject* called)
+    : npp(instance), npnFuncs(funcs), object(called) {
+  if (!npnFuncs || !object) throw BadTypeid();
+  npnFuncs->retainobject(object);
+  function = JSObject(CallEntry, this);
+}
+
+NPFuncBridge::~NPFuncBridge() { npnFuncs->releaseobject(object); }
+
+bool NPFuncBridge::CallEntry(void* context, std::vector<JSObject>* args, JSObject* result) {
+  if (!context) return false;
+  // The page may set another function, and so drop this one, from inside the call.
+  const auto kept = static_cast<NPFuncBridge*>(context)->weak_from_this().lock();
+  try {
+    return static_cast<NPFuncBridge*>(context)->CallHost(*args, *result);
+  } catch (...) {
+    return false;
+  }
+}
+
+bool NPFuncBridge::CallHost(const std::vector<JSObject>& args, JSObject& result) {
+  HostVariant answer(npnFuncs);
+  ArgumentList variants(npnFuncs);
+  variants.Reserve(args.size());
+  for (const JSObject& arg : args) variants.Add(toNPVariant(npp, npnFuncs, arg));
+  const bool called = npnFuncs->invokeDefault(npp, object, variants.Data(), variants.Count(), answer.Out());
+  result = fromNPVariant(npp, npnFuncs, &answer.Get());
+  return called;
+}
+
+}  // namespace NorvoWebAPI::NPJSConverter

@@ -1,0 +1,125 @@
+#include "script/np_scriptable.h"
+
+#include <memory>
+#include <utility>
+
+namespace NorvoWebAPI {
+namespace {
+
+// The record that the host holds. It counts the references; only the class is ours to write.
+struct ScriptObject : NPObject {
+  ScriptDispatch* object;
+};
+
+// The guard of every entry that is given an object: whatever is thrown becomes the entry's own failure.
+template <typename Entry>
+bool Enter(NPObject* obj, Entry entry) noexcept {
+  if (!obj) return false;
+  ScriptDispatch& object = *static_cast<ScriptObject*>(obj)->object;
+  const ScriptDispatch::Call running(object);
+  try {
+    return entry(object);
+  } catch (...) {
+    return false;
+  }
+}
+
+NPObject* Allocate(NPP /*npp*/, NPClass* aClass) noexcept {
+  ScriptDispatch* const pending = std::exchange(reinterpret_cast<ScriptClass*>(aClass)->pendingObject, nullptr);
+  if (!pending) return nullptr;
+  // The host owns the record until it calls Deallocate.
+  auto* const record = new (std::nothrow) ScriptObject;
+  if (!record) return nullptr;
+  record->_class = aClass;
+  record->object = pending;
+  return record;
+}
+
+void Deallocate(NPObject* obj) {
+  auto* const record = static_cast<ScriptObject*>(obj);
+  record->object->Deallocate();
+  delete record;
+}
+
+void Invalidate(NPObject* obj) {
+  Enter(obj, [](ScriptDispatch& object) {
+    object.Invalidate();
+    return true;
+  });
+}
+
+bool HasMethod(NPObject* obj, NPIdentifier id) {
+  return Enter(obj, [&](ScriptDispatch& object) { return object.HasMethod(id); });
+}
+
+bool Invoke(NPObject* obj, NPIdentifier id, const NPVariant* args, uint32_t argCount, NPVariant* result) {
+  return Enter(obj, [&](ScriptDispatch& object) { return object.Invoke(id, args, argCount, result); });
+}
+
+bool InvokeDefault(NPObject* obj, const NPVariant* args, uint32_t argCount, NPVariant* result) {
+  return Enter(obj, [&](ScriptDispatch& object) { return object.InvokeDefault(args, argCount, result); });
+}
+
+bool HasProperty(NPObject* obj, NPIdentifier id) {
+  return Enter(obj, [&](ScriptDispatch& object) { return object.HasProperty(id); });
+}
+
+bool GetProperty(NPObject* obj, NPIdentifier id, NPVariant* result) {
+  return Enter(obj, [&](ScriptDispatch& object) { return object.GetProperty(id, result); });
+}
+
+bool SetProperty(NPObject* obj, NPIdentifier id, const NPVariant* value) {
+  return Enter(obj, [&](ScriptDispatch& object) { return object.SetProperty(id, value); });
+}
+
+bool RemoveProperty(NPObject* obj, NPIdentifier id) {
+  return Enter(obj, [&](ScriptDispatch& object) { return object.RemoveProperty(id); });
+}
+
+bool Enumerate(NPObject* obj, NPIdentifier** ids, uint32_t* count) {
+  return Enter(obj, [&](ScriptDispatch& object) { return object.Enumerate(ids, count); });
+}
+
+bool Construct(NPObject* obj, const NPVariant* args, uint32_t argCount, NPVariant* result) {
+  return Enter(obj, [&](ScriptDispatch& object) { return object.Construct(args, argCount, result); });
+}
+
+}  // namespace
+
+void ScriptDispatch::Deallocate() {
+  deallocated = true;
+  if (runningCalls == 0) delete this;
+}
+
+ScriptDispatch::Call::~Call() {
+  if (--object.runningCalls == 0 && object.deallocated) delete &object;
+}
+
+bool ScriptDispatch::InvokeDefault(const NPVariant* /*args*/, uint32_t /*argCount*/, NPVariant* /*result*/) {
+  return false;
+}
+
+bool ScriptDispatch::RemoveProperty(NPIdentifier /*id*/) { return true; }
+
+bool ScriptDispatch::Enumerate(NPIdentifier** /*ids*/, uint32_t* /*count*/) { return false; }
+
+bool ScriptDispatch::Construct(const NPVariant* /*args*/, uint32_t /*argCount*/, NPVariant* /*result*/) {
+  return false;
+}
+
+ScriptClass MakeScriptClass() {
+  return {{NP_CLASS_STRUCT_VERSION, Allocate, Deallocate, Invalidate, HasMethod, Invoke, InvokeDefault, HasProperty,
+           GetProperty, SetProperty, RemoveProperty, Enumerate, Construct},
+          nullptr};
+}
+
+NPObject* CreateScriptObject(NPP npp, const NPNetscapeFuncs* npnFuncs, ScriptClass& scriptClass, ScriptDispatch& native,
+                             bool* adopted) {
+  scriptClass.pendingObject = &native;
+  NPObject* const object = npnFuncs->createobject(npp, &scriptClass.table);
+  // A host that failed before it asked for the record has taken nothing.
+  *adopted = std::exchange(scriptClass.pendingObject, nullptr) != &native;
+  return object;
+}
+
+}  // namespace NorvoWebAPI

@@ -1,0 +1,44 @@
+#include "shell/exports.h"
+
+#include "foundation/product.h"
+#include "shell/np_entries.h"
+
+using namespace NorvoWebAPI::KSV;
+
+KSV_EXPORT(NPError) NP_GetEntryPoints(NPPluginFuncs* pFuncs) { return CopyPluginFuncs(pFuncs); }
+
+#ifdef _WIN32
+
+KSV_EXPORT(NPError) NP_Initialize(NPNetscapeFuncs* nFuncs) { return TakeHostFuncs(nFuncs); }
+
+#else
+
+KSV_EXPORT(NPError) NP_Initialize(NPNetscapeFuncs* nFuncs, NPPluginFuncs* pFuncs) {
+  const NPError taken = TakeHostFuncs(nFuncs);
+  return taken == NPERR_NO_ERROR ? CopyPluginFuncs(pFuncs) : taken;
+}
+
+KSV_EXPORT(const char*) NP_GetMIMEDescription() { return kMimeDescription; }
+
+KSV_EXPORT(NPError) NP_GetValue(void* /*future*/, NPPVariable variable, void* value) {
+  if (!value) return NPERR_GENERIC_ERROR;
+  switch (variable) {
+    case NPPVpluginNameString:
+      *static_cast<const char**>(value) = kShortName;
+      return NPERR_NO_ERROR;
+    case NPPVpluginDescriptionString:
+      *static_cast<const char**>(value) = kDescription;
+      return NPERR_NO_ERROR;
+    default:
+      return NPERR_GENERIC_ERROR;
+  }
+}
+
+#endif
+
+// A browser may initialise the module again after this: nothing that an instance still uses is taken down.
+KSV_EXPORT(NPError) NP_Shutdown() { return NPERR_NO_ERROR; }
+
+KSV_EXPORT(NPError) NP_SetWindow(NPP instance, NPWindow* window) { return PluginFuncs().setwindow(instance, window); }
+
+KSV_EXPORT(int16_t) NP_HandleEvent(NPP instance, void* event) { return PluginFuncs().event(instance, event); }

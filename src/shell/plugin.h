@@ -1,0 +1,56 @@
+#pragma once
+
+#include <cstdint>
+#include <unordered_map>
+
+#include "agent/instance_map.h"
+#include "platform/win32.h"
+#include "shell/np_plugin.h"
+
+namespace NorvoWebAPI::KSV {
+
+class Scriptable;
+class Plugin;
+
+}  // namespace NorvoWebAPI::KSV
+
+// Instantiated in plugin.cpp alone, where the scriptable class is known.
+extern template class NorvoWebAPI::NPPlugin<NorvoWebAPI::KSV::Plugin, NorvoWebAPI::KSV::Scriptable>;
+
+namespace NorvoWebAPI::KSV {
+
+/// One embedded object. It makes its `Scriptable` and outlives it: the host destroys the instance and lets go of the
+/// scriptable object in calls of their own, and what comes last ends both. The browser's thread only.
+class Plugin : public NPPlugin<Plugin, Scriptable> {
+ public:
+  Plugin(NPP instance, const NPNetscapeFuncs* funcs);
+  ~Plugin() override;
+
+  /// The instance's plug-in object, or null; never one that has ended, whatever the host still holds.
+  static Plugin* Of(NPP instance);
+
+  NPError Destroy(NPSavedData** saved) override;
+  NPError SetWindow(NPWindow* npWindow) override;
+  const char* GetPluginName() override;
+  const char* GetPluginDescription() override;
+  Scriptable* GetScriptable() override { return scriptable; }
+
+  /// The host has let go of the scriptable object, and with it of the reference that is held here. May end the plug-in.
+  void ScriptableEnded();
+  /// True from `NPP_Destroy` on: the host's instance is gone.
+  [[nodiscard]] bool IsDestroyed() const { return destroyed; }
+
+  HWND window = nullptr;           ///< The last one that the host gave.
+  bool initialised = false;        ///< A successful `zubInit` or `wysInit` of this page stands.
+  uint32_t agentMajorVersion = 0;  ///< One byte; 0 until the host agent has told it.
+  InstanceMap instanceMap;
+
+ private:
+  Scriptable* scriptable = nullptr;  ///< Owned until the host holds it; null after its end.
+  bool destroyed = false;
+};
+
+/// The windows of all pages. An entry under a window that a page has left stays until the page ends.
+std::unordered_map<HWND, Plugin*>& PluginWindows();
+
+}  // namespace NorvoWebAPI::KSV

@@ -1,0 +1,435 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <condition_variable>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <future>
+#include <mutex>
+
+#include "kit/agent/agent_entries.h"
+#include "kit/agent/agent_status.h"
+#include "platform/system_path.h"
+#include "platform/testing.h"
+
+namespace fs = std::filesystem;
+using enum KsvAgent::Status;
+using KsvAgent::Status;
+using Text = std::string;
+
+namespace {
+
+constexpr const char* kOath = "8D67D9DD2AF54717AFF2FF7EF19DFADB";
+constexpr const char* kTimeOnly = "com.norvo.time";
+// "1234567890" again and again to 20, 32 and 64 bytes: the seeds of both standards' test values.
+const Text kTen = "GEZDGNBVGY3TQOJQ";
+const Text kSeed20 = kTen + kTen;
+const Text kSeed32 = "gezdgnbvgy3tqojq" + kTen + kTen + "GEZA";
+const Text kSeed64 = kTen + kTen + kTen + kTen + kTen + kTen + "GEZDGNA%3D";
+const Text kTotp = "otpauth://totp/Norvo:al%C3%AFce?secret=" + kSeed20;
+const Text kHotp = "otpauth://hotp/alice?secret=" + kSeed20 + "&counter=";
+// The time 59 as the extra data that asks for it.
+const Text kAt59("\0\0\0\0\0\0\0\x3B", 8);
+
+Text AtTime(uint64_t seconds) {
+  Text bytes;
+  for (int shift = 56; shift >= 0; shift -= 8) bytes += static_cast<char>(seconds >> shift);
+  return bytes;
+}
+
+const uint8_t* Data(const Text& text) {
+  return text.empty() ? nullptr : reinterpret_cast<const uint8_t*>(text.data());
+}
+int32_t Size(const Text& text) {
+  return static_cast<int32_t>(text.size());
+}
+
+auto HostPath(const fs::path& path) {
+  auto text = path.string<KsvAgent::WideChar>();
+  std::replace(text.begin(), text.end(), KsvAgent::WideChar('/'), KsvAgent::WideChar('\\'));
+  return text;
+}
+
+// What came through callbacks, on whatever thread. The first generation hands no context to its callback.
+struct Recorder {
+  void Add(Text text) {
+    const std::scoped_lock lock(mutex);
+    texts.push_back(std::move(text));
+    added.notify_all();
+  }
+  bool Await(const Text& part, size_t count = 1) {
+    std::unique_lock lock(mutex);
+    return added.wait_for(lock, std::chrono::seconds(20), [&] { return CountLocked(part) >= count; });
+  }
+  size_t Count(const Text& part) {
+    const std::scoped_lock lock(mutex);
+    return CountLocked(part);
+  }
+  size_t CountLocked(const Text& part) const {
+    return static_cast<size_t>(
+        std::count_if(texts.begin(), texts.end(), [&](const Text& text) { return text.find(part) != text.npos; }));
+  }
+  std::mutex mutex;
+  std::condition_variable added;
+  std::vector<Text> texts;
+  std::function<void()> inside = [] {};
+}* recorder = nullptr;
+
+void OnInstanceEvent(uint32_t id, uint32_t size, const void* data, uint8_t source, void* context) {
+  auto* to = static_cast<Recorder*>(context);
+  to->Add(std::to_string(id) + ":" + std::to_string(source) + ":" + Text(static_cast<const char*>(data), size));
+  to->inside();
+}
+void OnNamedEvent(const char* name, uint32_t size, const void* data, uint8_t source) {
+  recorder->Add(Text(name) + ":" + std::to_string(source) + ":" + Text(static_cast<const char*>(data), size));
+  recorder->inside();
+}
+
+struct Answer {
+  Status status;
+  Text data;
+  uint16_t length;
+};
+
+#define ENTRY(name) Find<decltype(&name)>(#name)
+// Both generations' entry points of one operation; `Call` chooses.
+#define EITHER(name) ENTRY(ZUB_##name), ENTRY(ZUB3_##name)
+
+class AgentTest : public testing::TestWithParam<const char*> {
+ protected:
+  AgentTest() {
+    recorder = &events_;
+    EXPECT_EQ(ENTRY(ZUB_Init)(), 0);
+    if (IsThird()) EXPECT_EQ(ENTRY(ZUB3_StartInstance)(kOath, nullptr, nullptr, &instance_), 0);
+  }
+  ~AgentTest() override {
+    ENTRY(ZUB_DeInit)();
+    FreeLibrary(library_);
+    fs::remove_all(folder_);
+  }
+  static fs::path MakeFolder() {
+    const fs::path folder = fs::temp_directory_path() / "ksv_reference_agent";
+    fs::remove_all(folder);
+    fs::create_directories(folder);
+    return folder;
+  }
+  // A copy of each test's own, because the generation is settled when a file is loaded.
+  HMODULE Load() const {
+    const platform::ScopedVariable generation("KSV_AGENT_GENERATION", GetParam());
+    fs::copy_file(SystemPath(KSV_AGENT_LIBRARY), folder_ / "agent.dll", fs::copy_options::skip_existing);
+    return LoadLibraryW(HostPath(folder_ / "agent.dll").c_str());
+  }
+  template <class Entry>
+  Entry Find(const char* name) const {
+    return reinterpret_cast<Entry>(reinterpret_cast<void*>(GetProcAddress(library_, name)));
+  }
+  bool IsThird() const { return *GetParam() == '3'; }
+
+  template <class... Values>
+  Status Call(int32_t (*byName)(const char*, Values...), int32_t (*byInstance)(uint32_t, Values...),
+              std::type_identity_t<Values>... values) const {
+    return static_cast<Status>(IsThird() ? byInstance(instance_, values...) : byName(kOath, values...));
+  }
+  template <class Operation>
+  static Answer Receive(uint16_t capacity, Operation operation) {
+    Text buffer(capacity, '\0');
+    uint16_t length = capacity;
+    const Status status = operation(&length, reinterpret_cast<uint8_t*>(buffer.data()));
+    return {status, status == kOk ? buffer.substr(0, length) : "", length};
+  }
+  int32_t Start() const {
+    uint32_t session = 0;
+    EXPECT_EQ(Call(EITHER(StartProvisioning), &session), kOk);
+    return static_cast<int32_t>(session);
+  }
+  Status Send(int32_t session, const Text& text, int32_t type = 0) const {
+    return Call(EITHER(SendData), session, type, Size(text), Data(text));
+  }
+  Answer Exchange(int32_t session, const Text& text, uint16_t capacity = 500) const {
+    return Receive(capacity, [&](uint16_t* length, uint8_t* out) {
+      return Call(EITHER(SendAndReceiveData), session, 600, Size(text), Data(text), length, out);
+    });
+  }
+  Answer End(int32_t session, uint16_t capacity = 1000) const {
+    return Receive(capacity, [&](auto... out) { return Call(EITHER(EndProvisioning), session, out...); });
+  }
+  Answer Provision(const Text& uri) const {
+    const int32_t session = Start();
+    EXPECT_EQ(Send(session, uri.substr(0, 5)), kOk);
+    EXPECT_EQ(Send(session, uri.substr(5), 600), kOk);
+    return End(session);
+  }
+  Answer Otp(const Text& token, int32_t selector = 0, const Text& extra = "", Answer* next = nullptr,
+             uint16_t capacity = 8, uint16_t tokenCapacity = 1000) const {
+    Answer otp{};
+    const Answer advanced = Receive(tokenCapacity, [&](auto... tokenOut) {
+      otp = Receive(capacity, [&](auto... out) {
+        return Call(EITHER(GetOTP), selector, Size(token), Data(token), Size(extra), Data(extra), out..., tokenOut...);
+      });
+      return otp.status;
+    });
+    if (next != nullptr) *next = advanced;
+    return otp;
+  }
+  Status Install(const char* id, const Text& package) const {
+    std::ofstream(folder_ / "applet.trok", std::ios::binary) << package;
+    return static_cast<Status>(ENTRY(ZUB_Install)(id, HostPath(folder_ / "applet.trok").c_str()));
+  }
+  // Registers for events under a name, by what the generation has for it.
+  Status Register(const char* name, uint32_t* id) const {
+    return static_cast<Status>(IsThird() ? ENTRY(ZUB3_StartInstance)(name, OnInstanceEvent, recorder, id)
+                                         : ENTRY(ZUB_RegisterEventCb)(name, OnNamedEvent));
+  }
+  Status Unregister(const char* name, uint32_t id) const {
+    return static_cast<Status>(IsThird() ? ENTRY(ZUB3_StopInstance)(id) : ENTRY(ZUB_UnregisterEventCb)(name));
+  }
+
+  const fs::path folder_ = MakeFolder();
+  const platform::ScopedVariable home_{"KSV_AGENT_HOME", (folder_ / "home").string().c_str()};
+  const HMODULE library_ = Load();
+  uint32_t instance_ = 0;
+  Recorder events_;
+};
+
+const Text kPackage =
+    "KSV-APPLET 1\nid: com.norvo.time\ntitle: Time only\nversion: 2.10\nkinds: totp\n"
+    "sha256: 2129d44c103f979831fd6fa79f4a0faf87cc7461dd03415c55be459ed4ce76a2\n";
+
+}  // namespace
+
+INSTANTIATE_TEST_SUITE_P(Generation, AgentTest, testing::Values("2", "3"));
+
+TEST_P(AgentTest, CounterPasswordsAdvanceWithTheirToken) {
+  Text token = Provision(kHotp + "0").data;
+  for (const char* expected : {"755224", "287082", "359152", "969429", "338314", "254676", "287922", "162583"}) {
+    Answer next{};
+    EXPECT_EQ(Otp(token, 0, "", &next).data, expected);
+    token = next.data;
+  }
+  EXPECT_EQ(Otp(Provision(kHotp + "18446744073709551615").data).status, kCounterExhausted);
+}
+
+TEST_P(AgentTest, TimePasswordsAreThePublishedOnes) {
+  const std::pair<uint64_t, std::array<const char*, 3>> rows[] = {
+      {59, {"94287082", "46119246", "90693936"}},         {1111111109, {"07081804", "68084774", "25091201"}},
+      {1111111111, {"14050471", "67062674", "99943326"}}, {1234567890, {"89005924", "91819424", "93441116"}},
+      {2000000000, {"69279037", "90698825", "38618901"}}, {20000000000, {"65353130", "77737706", "47863826"}}};
+  const Text tokens[] = {Provision("OTPAUTH://TOTP/a?digits=8&image=x&secret=" + kSeed20).data,
+                         Provision("otpauth://totp/a?digits=8&algorithm=sha256&secret=" + kSeed32).data,
+                         Provision("otpauth://totp/a?digits=8&algorithm=SHA512&secret=" + kSeed64).data};
+  for (const auto& [time, passwords] : rows) {
+    for (size_t i = 0; i < 3; ++i) EXPECT_EQ(Otp(tokens[i], 1, AtTime(time)).data, passwords[i]) << time;
+  }
+  // With the longest period now is still in the first one, whose password the counter's table gives.
+  EXPECT_EQ(Otp(Provision(kTotp + "&period=4294967295").data).data, "755224");
+  EXPECT_EQ(Otp(tokens[0], 1, "1234567").status, kBadExtraData);
+  EXPECT_EQ(Otp(tokens[0], 0, "1").status, kBadExtraData);
+  EXPECT_EQ(Otp(tokens[0], 2).status, kUnknownSelector);
+}
+
+TEST_P(AgentTest, NothingButTheWholeTokenOpens) {
+  const Text token = Provision(kTotp).data;
+  for (size_t i = 0; i < token.size(); ++i) {
+    Text altered = token;
+    altered[i] = static_cast<char>(altered[i] ^ 0x01);
+    EXPECT_EQ(Otp(altered).status, kBadToken) << i;
+    EXPECT_EQ(Otp(token.substr(0, i)).status, i == 0 ? kEmptyInput : kBadToken) << i;
+  }
+  EXPECT_EQ(Otp(token + "x").status, kBadToken);
+  EXPECT_EQ(Otp(Text(70000, 'K')).status, kBadToken);
+  const fs::path key = folder_ / "home" / "token.key";
+  if (platform::kHasLayerSettings) {
+    // A key that others may read is no secret any more.
+    EXPECT_EQ(fs::status(key).permissions(), fs::perms::owner_read | fs::perms::owner_write);
+    fs::permissions(key, fs::perms::others_read, fs::perm_options::add);
+    EXPECT_EQ(Otp(token).status, kStoreFailure);
+  }
+  fs::remove(key);
+  EXPECT_EQ(Otp(token).status, kBadToken) << "no key";
+  EXPECT_EQ(Provision(kTotp).status, kOk);
+  EXPECT_EQ(Otp(token).status, kBadToken) << "another key";
+}
+
+TEST_P(AgentTest, ShortBuffersConsumeNothing) {
+  const int32_t session = Start();
+  const Answer tooShort = Exchange(session, kHotp + "7", 20);
+  EXPECT_EQ(tooShort.status, kBufferTooSmall);
+  const Answer fits = Exchange(session, kHotp + "7", tooShort.length);
+  EXPECT_EQ(fits.data, "{\"received\":" + std::to_string(kHotp.size() + 1) +
+                           ",\"complete\":true,\"kind\":\"hotp\",\"label\":\"alice\",\"issuer\":\"\",\"algorithm\":"
+                           "\"SHA1\",\"digits\":6,\"counter\":7}");
+  const Answer needed = End(session, 0);
+  EXPECT_EQ(needed.status, kBufferTooSmall);
+  EXPECT_EQ(End(session, static_cast<uint16_t>(needed.length - 1)).status, kBufferTooSmall);
+  const Text token = End(session, needed.length).data;
+  EXPECT_EQ(token.size(), needed.length);
+  EXPECT_EQ(End(session).status, kUnknownSession);
+  for (const auto& [capacity, tokenCapacity] : {std::pair<uint16_t, uint16_t>{0, 0}, {5, 1000}, {6, 10}}) {
+    Answer next{};
+    const Answer otp = Otp(token, 0, "", &next, capacity, tokenCapacity);
+    EXPECT_EQ(otp.status, kBufferTooSmall);
+    EXPECT_EQ(otp.length, 6);
+    EXPECT_EQ(next.length, needed.length);
+  }
+}
+
+TEST_P(AgentTest, RefusesWhatIsNoAccount) {
+  const std::pair<Text, Status> rows[] = {
+      {"otpauth", kBadProvisioningData},
+      {"http://totp/a?secret=" + kSeed20, kBadProvisioningData},
+      {"otpauth://totp/?secret=" + kSeed20, kBadProvisioningData},
+      {"otpauth://totp/a", kBadProvisioningData},
+      {"otpauth://totp/a?secret=", kBadProvisioningData},
+      {"otpauth://totp/a?secret=0189" + kSeed20, kBadProvisioningData},
+      {"otpauth://totp/a?secret=A" + kSeed20, kBadProvisioningData},
+      {"otpauth://totp/a?secret=" + kSeed20 + "=", kBadProvisioningData},
+      {"otpauth://totp/%zz?secret=" + kSeed20, kBadProvisioningData},
+      {"otpauth://totp/%C3?secret=" + kSeed20, kBadProvisioningData},
+      {"otpauth://totp/%00?secret=" + kSeed20, kBadProvisioningData},
+      {"otpauth://totp/%4", kBadProvisioningData},
+      {kTotp + "&secret=" + kSeed20, kBadProvisioningData},
+      {kTotp + " ", kBadProvisioningData},
+      {kTotp + "&digits=-6", kBadProvisioningData},
+      {kTotp + "&period=", kBadProvisioningData},
+      {kHotp, kBadProvisioningData},
+      {kHotp + "18446744073709551616", kBadProvisioningData},
+      {"otpauth://hotp/a?secret=" + kSeed20, kBadProvisioningData},
+      {"otpauth://yaotp/a?secret=" + kSeed20, kUnsupportedParameters},
+      {"otpauth://totp/a?secret=GEZDGNBV", kUnsupportedParameters},
+      {kTotp + "&digits=5", kUnsupportedParameters},
+      {kTotp + "&digits=9", kUnsupportedParameters},
+      {kTotp + "&digits=262", kUnsupportedParameters},
+      {kTotp + "&period=0", kUnsupportedParameters},
+      {kTotp + "&period=4294967296", kUnsupportedParameters},
+      {kTotp + "&algorithm=MD5", kUnsupportedParameters},
+      {kTotp + "&issuer=" + Text(257, 'i'), kUnsupportedParameters},
+  };
+  for (const auto& [uri, status] : rows) EXPECT_EQ(Provision(uri).status, status) << uri;
+}
+
+TEST_P(AgentTest, SessionsAreBoundedAndTheirOwners) {
+  const int32_t session = Start();
+  EXPECT_EQ(End(session).status, kEmptyInput);
+  EXPECT_EQ(Send(session, ""), kEmptyInput);
+  EXPECT_EQ(Send(session, "x", 1), kUnknownDataType);
+  EXPECT_EQ(Send(session ^ 1, "x"), kUnknownSession);
+  EXPECT_EQ(Send(-1, "x"), kUnknownSession);
+  EXPECT_EQ(Send(session, Text(4097, 'x')), kInputTooLong);
+  EXPECT_EQ(Call(EITHER(SendData), session, 0, -1, Data("x")), kInvalidArgument);
+  EXPECT_EQ(Call(EITHER(SendData), session, 0, 1, nullptr), kInvalidArgument);
+  EXPECT_EQ(Call(EITHER(EndProvisioning), session, nullptr, nullptr), kInvalidArgument);
+  EXPECT_EQ(Call(EITHER(StartProvisioning), nullptr), kInvalidArgument);
+  EXPECT_EQ(Exchange(session, "").data, "{\"received\":0,\"complete\":false,\"status\":110}");
+  for (int i = 1; i < 64; ++i) Start();
+  uint32_t handle = 0;
+  EXPECT_EQ(Call(EITHER(StartProvisioning), &handle), kTooManySessions);
+  EXPECT_EQ(Send(session, kTotp), kOk);
+  EXPECT_EQ(End(session).status, kOk);
+  EXPECT_EQ(Call(EITHER(StartProvisioning), &handle), kOk);
+
+  // What belongs to the other generation is there, and says so.
+  const int32_t other = IsThird() ? ENTRY(ZUB_StartProvisioning)(kOath, &handle) : ENTRY(ZUB3_StopInstance)(1);
+  EXPECT_EQ(static_cast<Status>(other), kWrongGeneration);
+  EXPECT_EQ(ENTRY(ZUB_GetVersion)(&handle), 0);
+  EXPECT_EQ(handle & 0xFF, IsThird() ? 3u : 2u);
+  EXPECT_EQ(ENTRY(ZUB_DeInit)(), 0);
+  EXPECT_EQ(Call(EITHER(StartProvisioning), &handle), kNotInitialised);
+}
+
+TEST_P(AgentTest, AppletsComeAndGoByWholePackages) {
+  // Each with its own true digest: what is refused here is what the package says.
+  const Text badContents[] = {
+      "title: Time only\nversion: 2..1\nkinds: totp\nsha256: "
+      "d1f96f435c23a058d1e497470b38f302db42cef49f9c9dcfeb38227ef40d0a5e\n",
+      "title: Time only\nversion: 2.10\nkinds: totp totp\nsha256: "
+      "43b37984e8a489fc022081610c463865e38252dd509612381cf782c3007a7229\n",
+      "title: Time only\nversion: 2.10\nkinds: motp\nsha256: "
+      "6d8bb9ea827a8956d76d6da7b7277b4b43b8a43ffd3cdace7432153941604d1e\n",
+      "title: Time only\nversion: 2.10\nkinds: totp\nmore: x\nsha256: "
+      "3a3fc771ee65c605868d92be515b1179fbe3d3b39d691ed6d1fd865ad8e9a212\n",
+      "version: 2.10\nkinds: totp\nsha256: dfdbf50a5aaf114d7150c73d38a26e630800adce200348e79a05805a1fe95bf3\n",
+  };
+  for (const Text& content : badContents) {
+    EXPECT_EQ(Install(kTimeOnly, "KSV-APPLET 1\nid: com.norvo.time\n" + content), kBadAppletPackage) << content;
+  }
+  for (size_t i = 0; i < kPackage.size(); ++i) {
+    Text altered = kPackage;
+    altered[i] = static_cast<char>(altered[i] ^ 0x01);
+    EXPECT_EQ(Install(kTimeOnly, altered), kBadAppletPackage) << i;
+    EXPECT_EQ(Install(kTimeOnly, kPackage.substr(0, i)), kBadAppletPackage) << i;
+  }
+  EXPECT_EQ(Install(kOath, kPackage), kBadAppletPackage);
+  EXPECT_EQ(ENTRY(ZUB_Install)(kTimeOnly, HostPath(folder_).c_str()), static_cast<int32_t>(kAppletFileUnreadable));
+  EXPECT_EQ(ENTRY(ZUB_Install)(kTimeOnly, nullptr), static_cast<int32_t>(kInvalidArgument));
+  EXPECT_EQ(ENTRY(ZUB_Uninstall)(kTimeOnly), static_cast<int32_t>(kAppletNotInstalled));
+  const auto list = [this] {
+    return Receive(500, [this](auto... out) { return Status(ENTRY(ZUB_GetCapabilities)(nullptr, 1, out...)); }).data;
+  };
+  EXPECT_EQ(list(), Text("{\"applets\":[\"") + kOath + "\"]}");
+  uint32_t id = 0;
+  EXPECT_EQ(Register(kTimeOnly, &id), kUnknownApplet);
+  EXPECT_EQ(Register(nullptr, &id), kInvalidArgument);
+
+  EXPECT_EQ(Install(kTimeOnly, kPackage), kOk);
+  EXPECT_EQ(list(), Text("{\"applets\":[\"") + kOath + "\",\"" + kTimeOnly + "\"]}");
+  EXPECT_EQ(Register(kTimeOnly, &id), kOk);
+  EXPECT_EQ(ENTRY(ZUB_Uninstall)(kTimeOnly), 0);
+  EXPECT_TRUE(events_.Await("applet-removed"));
+  EXPECT_EQ(Unregister(kTimeOnly, id), kOk);
+}
+
+TEST_P(AgentTest, EventsComeUntilTheirEndAndNotAfter) {
+  ASSERT_EQ(Install(kTimeOnly, kPackage), kOk);
+  uint32_t other = 0;
+  if (IsThird()) ASSERT_EQ(ENTRY(ZUB3_StopInstance)(instance_), 0);
+  ASSERT_EQ(Register(kOath, &instance_), kOk);
+  if (!IsThird()) EXPECT_EQ(Register(kOath, &other), kAlreadyRegistered);
+  EXPECT_EQ(Provision(kTotp + "&period=1").status, kOk);
+  const Text self = IsThird() ? std::to_string(instance_) : kOath;
+  EXPECT_TRUE(events_.Await(self + ":2:{\"event\":\"provisioned\",\"kind\":\"totp\"}"));
+  EXPECT_TRUE(events_.Await(self + ":1:{\"event\":\"changed\",\"period\":1,\"remaining\":1}", 2));
+
+  // A library that is let go of meanwhile stays until the registration has ended.
+  FreeLibrary(library_);
+  EXPECT_TRUE(events_.Await(":1:", events_.Count(":1:") + 1));
+  ASSERT_EQ(Load(), library_);
+
+  // Events come in order, so what the second registration has heard tells what the first one has not.
+  ASSERT_EQ(Register(kTimeOnly, &other), kOk);
+  EXPECT_EQ(Unregister(kOath, instance_), kOk);
+  const size_t heard = events_.Count(self + ":");
+  EXPECT_EQ(Install(kTimeOnly, kPackage), kOk);
+  EXPECT_TRUE(events_.Await(":3:{\"event\":\"applet-installed\",\"applet\":\"com.norvo.time\"}"));
+  EXPECT_EQ(events_.Count(self + ":"), heard);
+  EXPECT_NE(Unregister(kOath, instance_), kOk);
+}
+
+TEST_P(AgentTest, TheEndWaitsForTheCallbackThatRuns) {
+  ASSERT_EQ(Install(kTimeOnly, kPackage), kOk);
+  std::promise<void> entered;
+  std::promise<void> leave;
+  std::atomic<bool> left = false;
+  uint32_t id = 0;
+  // The second event ends its own registration, from within.
+  std::promise<Status> ended;
+  events_.inside = [&, calls = 0]() mutable {
+    if (++calls == 2) return ended.set_value(Unregister(kOath, id));
+    entered.set_value();
+    leave.get_future().wait();
+    left = true;
+  };
+  ASSERT_EQ(Register(kOath, &id), kOk);
+  EXPECT_EQ(Install(kTimeOnly, kPackage), kOk);
+  entered.get_future().wait();
+  EXPECT_EQ(Unregister(kOath, id), kCallbackRunning);
+  std::future<Status> end = std::async(std::launch::async, [&] { return Unregister(kOath, id); });
+  leave.set_value();
+  EXPECT_EQ(end.get(), kOk);
+  EXPECT_TRUE(left);
+
+  ASSERT_EQ(Register(kOath, &id), kOk);
+  EXPECT_EQ(ENTRY(ZUB_Uninstall)(kTimeOnly), 0);
+  EXPECT_EQ(ended.get_future().get(), kOk);
+  EXPECT_EQ(Register(kOath, &id), kOk);
+}
