@@ -42,7 +42,7 @@ runs_32bit_code() {
   return "$result"
 }
 
-# Configures a preset, unless it is already and no definition is given. Usage: configure_preset PRESET [-DNAME=VALUE]…
+# Configures a preset, unless it is already, with the definitions given. Usage: configure_preset PRESET [-DNAME=VALUE]…
 configure_preset() {
   local preset=$1
   shift
@@ -69,10 +69,18 @@ alone_in() {
 }
 
 configure() {
-  local preset=$1
-  shift
   use_compiler_cache
-  [[ -e "build/$preset/build.ninja" && $# -eq 0 ]] || cmake --preset "$preset" "$@"
+  is_configured "$@" || cmake --preset "$@"
+}
+
+is_configured() {
+  local folder=build/$1 definition
+  shift
+  [[ -e "$folder/build.ninja" ]] || return 1
+  for definition in "$@"; do
+    definition=${definition#-D}
+    grep -q "^${definition%%=*}:[A-Z]*=${definition#*=}\$" "$folder/CMakeCache.txt" || return 1
+  done
 }
 
 build() {

@@ -54,6 +54,13 @@ Pointer Given(Pointer pointer) {
   return pointer;
 }
 
+/// Stores what `make` gives; without a place for it nothing is made.
+template <class Make>
+void StoreIn(uint32_t* out, Make make) {
+  Given(out);
+  *out = make();
+}
+
 EventHub::Sink ByName(const char* name, KsvAgentEventCallback callback) {
   return [name = std::string(name), callback](ByteView data, uint8_t source) {
     callback(name.c_str(), static_cast<uint32_t>(data.size()), data.data(), source);
@@ -83,7 +90,7 @@ int32_t ZUB_DeInit() {
 }
 
 int32_t ZUB_GetVersion(uint32_t* version) {
-  return Guarded([=](Agent& agent) { *Given(version) = agent.Version(); });
+  return Guarded([=](Agent& agent) { StoreIn(version, [&] { return agent.Version(); }); });
 }
 
 int32_t ZUB_GetCapabilities(const char* name, int32_t selector, uint16_t* length, uint8_t* buffer) {
@@ -120,11 +127,11 @@ int32_t ZUB_UninstallOTPS(const char* name) {
 }
 
 int32_t ZUB_StartProvisioning(const char* name, uint32_t* sessionHandle) {
-  return Guarded([=](Agent& agent) { *Given(sessionHandle) = agent.StartProvisioning(name); });
+  return Guarded([=](Agent& agent) { StoreIn(sessionHandle, [&] { return agent.StartProvisioning(name); }); });
 }
 
 int32_t ZUB3_StartProvisioning(uint32_t instanceId, uint32_t* sessionHandle) {
-  return Guarded([=](Agent& agent) { *Given(sessionHandle) = agent.StartProvisioning(instanceId); });
+  return Guarded([=](Agent& agent) { StoreIn(sessionHandle, [&] { return agent.StartProvisioning(instanceId); }); });
 }
 
 int32_t ZUB_EndProvisioning(const char* name, int32_t sessionHandle, uint16_t* length, uint8_t* buffer) {

@@ -20,7 +20,7 @@ Options:
   --transcript FILE    write the transcript to FILE; "-", the default, is standard output
   --timeout SECONDS    give up on a page that has not finished by then (default: 60)
   --stay               leave the window open until the user closes it; there is no time-out then
-  --size WxH           size of the window in pixels (default: 900x760)
+  --size WxH           size of the window in pixels (default: 960x740)
   --help               this text
 
 Exit status:
@@ -56,7 +56,7 @@ QString ParseOptions(const QStringList& arguments, Options& options, bool& helpW
     return "--timeout takes a number of seconds from 1 to 86400.";
   }
   const auto size = QRegularExpression("^([1-9][0-9]{1,3})x([1-9][0-9]{1,3})$").match(parser.value("size"));
-  if (!size.hasMatch()) return "--size takes WIDTHxHEIGHT in pixels, as in 900x760.";
+  if (!size.hasMatch()) return "--size takes WIDTHxHEIGHT in pixels, as in 960x740.";
   options.size = {size.captured(1).toInt(), size.captured(2).toInt()};
 
   const QString programFolder = QFileInfo(arguments.constFirst()).absolutePath();

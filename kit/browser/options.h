@@ -23,7 +23,7 @@ struct Options {
   QString transcript = "-";  ///< A file's path; "-" is standard output.
   int timeoutSeconds = 60;
   bool stay = false;
-  QSize size{900, 760};
+  QSize size{960, 740};
 };
 
 /// The text that `--help` prints.

@@ -44,14 +44,23 @@ var ksv = (function () {
     return String(value);
   }
 
+  // QtWebKit asks no plug-in object for a whole number; a text that reads as one does reach it.
+  function element(list, index) {
+    return list[index] === undefined ? list["0" + index] : list[index];
+  }
+
   // A plain object with what the result object holds; null and what else is no object comes back as it is.
   function read(result) {
-    var copy = {};
+    var copy = {}, names = [], i;
     if (Object(result) !== result) return result;
     KEYS.forEach(function (key) {
-      if (key in result) copy[key] = result[key];
+      // QtWebKit remembers for all results that one of them had a key, so that `in` alone does not tell.
+      if (key in result && result[key] !== undefined) copy[key] = result[key];
     });
-    if (copy.tokenFileNames) copy.tokenFileNames = Array.prototype.slice.call(copy.tokenFileNames);
+    if (copy.tokenFileNames) {
+      for (i = 0; i < copy.tokenFileNames.length; ++i) names.push(element(copy.tokenFileNames, i));
+      copy.tokenFileNames = names;
+    }
     return copy;
   }
 
@@ -70,6 +79,7 @@ var ksv = (function () {
   // call("zubSendData", name, …): makes the call, reports it to onCall, gives the result as a plain object.
   function call(name) {
     var args = Array.prototype.slice.call(arguments, 1);
+    if (!ksv.plugin[name]) throw new Error("the plug-in has no method " + name);
     // Some browsers' plug-in methods have no apply of their own.
     var result = read(Function.prototype.apply.call(ksv.plugin[name], ksv.plugin, args));
     ksv.onCall(name, args.map(show).join(", "), result);

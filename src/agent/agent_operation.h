@@ -17,13 +17,6 @@ namespace NorvoWebAPI::KSV {
 
 inline constexpr char kAgentLogTag[] = "pZUB";
 
-inline int32_t StoreStatus(JSObject& result, int32_t status) {
-  result[kFnRetCodeKey] = JSObject(status);
-  return status;
-}
-
-inline void StorePluginCode(JSObject& result, int32_t code) { result[kPluginRetCodeKey] = JSObject(code); }
-
 template <typename Check, typename Work>
 bool CKSVPluginZUB::RunChecked(const char* word, int32_t startStatus, Check check, Catches catches, JSObject& result,
                                Work work) {
@@ -41,8 +34,7 @@ bool CKSVPluginZUB::RunChecked(const char* word, int32_t startStatus, Check chec
       StorePluginCode(result, kFailed);
     }
   }
-  DebugLog(logEnabled, kAgentLogTag, "%s:%d, %d\n", word, result[kPluginRetCodeKey].ToInt(),
-           result[kFnRetCodeKey].ToInt());
+  DebugLog(logEnabled, kAgentLogTag, "%s:%d, %d\n", word, PluginCodeOf(result), StatusOf(result));
   return true;
 }
 

@@ -29,10 +29,10 @@ bool CKSVPluginZUB::GetOTP(const AgentTarget& target, int32_t otpSelector, int32
     const ByteBuffer extra = DecodeOptional(extraText, extraTextLength);
     OutputBuffer otp = OutputBuffer::OfLow16(otpCapacity);
     OutputBuffer newToken = OutputBuffer::OfLow16(tokenCapacity);
-    const int32_t status = CallTarget(target, entries.GetOTP, entries.GetOTP3, result, otpSelector,
-                                      static_cast<int32_t>(token.size), token.bytes.get(),
-                                      static_cast<int32_t>(extra.size), extra.bytes.get(), otp.Length(), otp.Bytes(),
-                                      newToken.Length(), newToken.Bytes());
+    const int32_t status =
+        CallTarget(target, entries.GetOTP, entries.GetOTP3, result, otpSelector, static_cast<int32_t>(token.size),
+                   token.bytes.get(), static_cast<int32_t>(extra.size), extra.bytes.get(), otp.Length(), otp.Bytes(),
+                   newToken.Length(), newToken.Bytes());
     if (status == kAgentBufferTooSmall) {
       otp.StoreRequired(result, "requiredOTPDataLen");
       newToken.StoreRequired(result, "requiredEncTokenDataLen");

@@ -9,7 +9,9 @@ namespace {
 constexpr char kB64Data[] = "b64Data";
 constexpr char kRequiredDataLen[] = "requiredDataLen";
 
-int32_t LengthOf(const ByteBuffer& input) { return static_cast<int32_t>(input.size); }
+int32_t LengthOf(const ByteBuffer& input) {
+  return static_cast<int32_t>(input.size);
+}
 
 }  // namespace
 
@@ -67,8 +69,7 @@ bool CKSVPluginZUB::ProcessSVP(const char* name, int32_t sessionHandle, int32_t 
 bool CKSVPluginZUB::GetSVP(const char* name, int32_t sessionHandle, int32_t capacity, JSObject& result) {
   return Run("GetSVP", entries.GetSVPMessage, Catches::BadAlloc, result, [&] {
     OutputBuffer data = OutputBuffer::OfWhole(capacity);
-    const int32_t status =
-        StoreStatus(result, entries.GetSVPMessage(name, sessionHandle, data.Length(), data.Bytes()));
+    const int32_t status = StoreStatus(result, entries.GetSVPMessage(name, sessionHandle, data.Length(), data.Bytes()));
     data.StoreAnswer(result, status, kRequiredDataLen, kB64Data);
   });
 }

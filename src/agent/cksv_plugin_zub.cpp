@@ -64,12 +64,4 @@ bool CKSVPluginZUB::Deinit(JSObject& result) {
   return Run("Deinit", entries.DeInit, Catches::Nothing, result, [&] { StoreStatus(result, entries.DeInit()); });
 }
 
-bool CKSVPluginZUB::StartInstance(const char* name, InstanceEventCallback callback, void* context, JSObject& result) {
-  return Run("StartInstance", entries.StartInstance3, Catches::BadAlloc, result, [&] {
-    uint32_t instanceId = 0;
-    StoreStatus(result, entries.StartInstance3(name, callback, context, &instanceId));
-    result["instanceID"] = JSObject(static_cast<int32_t>(instanceId));
-  });
-}
-
 }  // namespace NorvoWebAPI::KSV

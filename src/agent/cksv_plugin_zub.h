@@ -7,12 +7,9 @@
 #include "agent/agent_target.h"
 #include "foundation/owner.h"
 #include "script/js_object.h"
+#include "script/result_object.h"
 
 namespace NorvoWebAPI::KSV {
-
-/// The keys that every result object carries.
-inline constexpr char kPluginRetCodeKey[] = "pluginRetCode";
-inline constexpr char kFnRetCodeKey[] = "fnRetCode";
 
 /// Values of "fnRetCode" that the plug-in itself gives or reads; all others are the library's own.
 enum AgentStatus : int32_t { kAgentOk = 0, kAgentNotCalled = 10, kAgentBufferTooSmall = 11 };
@@ -42,8 +39,7 @@ class CKSVPluginZUB {
                        const char* secondDomain, const char* tokenFileName, JSObject& result);
   bool SendData(const AgentTarget& target, int32_t sessionHandle, int32_t dataType, int32_t textLength,
                 const char* b64Text, JSObject& result);
-  bool RecvData(const AgentTarget& target, int32_t sessionHandle, int32_t dataType, int32_t capacity,
-                JSObject& result);
+  bool RecvData(const AgentTarget& target, int32_t sessionHandle, int32_t dataType, int32_t capacity, JSObject& result);
   bool ProcessSVP(const char* name, int32_t sessionHandle, int32_t textLength, const char* b64Text, JSObject& result);
   bool GetSVP(const char* name, int32_t sessionHandle, int32_t capacity, JSObject& result);
   bool SendAndRecvData(const AgentTarget& target, int32_t sessionHandle, int32_t dataType, int32_t textLength,
@@ -61,7 +57,15 @@ class CKSVPluginZUB {
   bool EnumTokens(const char* domain, JSObject& result);
   bool DelTokens(const char* domain, const char* fileName, JSObject& result);
 
+  /// Without data only the OATH applet can be installed, from the file that lies beside the library.
+  bool Install(const char* appletId, const char* b64Text, int32_t textLength, JSObject& result);
+  bool Uninstall(const char* appletId, JSObject& result);
+
+  /// `callback` may be null; the library hands `context` back to it, on threads of its own.
   bool StartInstance(const char* name, InstanceEventCallback callback, void* context, JSObject& result);
+  bool StopInstance(uint32_t instanceId, JSObject& result);
+  bool RegisterCallback(const char* name, AgentEventCallback callback, JSObject& result);
+  bool UnregisterCallback(const char* name, JSObject& result);
 
  private:
   using Library = Owner<HMODULE, FreeLibrary>;

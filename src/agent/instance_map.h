@@ -1,8 +1,11 @@
 #pragma once
 
 #include <cstdint>
+#include <mutex>
+#include <optional>
 #include <string>
 #include <unordered_map>
+#include <vector>
 
 namespace NorvoWebAPI::KSV {
 
@@ -12,7 +15,22 @@ struct InstanceRecord {
   bool hasEventCallback = false;  ///< Started for events, not by the first operation that needed it.
 };
 
-/// The instances of one page by applet identifier.
-using InstanceMap = std::unordered_map<std::string, InstanceRecord>;
+/// The instances of one page by applet identifier. The page's thread changes it, the library's threads read it: each
+/// operation holds the lock for itself alone.
+class InstanceMap {
+ public:
+  [[nodiscard]] std::optional<InstanceRecord> Find(const std::string& name) const;
+  /// The name of the first entry with this id, or the empty text.
+  [[nodiscard]] std::string NameOf(uint32_t instanceId) const;
+  [[nodiscard]] std::vector<uint32_t> Ids() const;
+  void Enter(const std::string& name, InstanceRecord record);
+  /// Removes the first entry with this id. True when the map is then empty.
+  bool Remove(uint32_t instanceId);
+  void Clear();
+
+ private:
+  mutable std::mutex mutex;
+  std::unordered_map<std::string, InstanceRecord> records;
+};
 
 }  // namespace NorvoWebAPI::KSV

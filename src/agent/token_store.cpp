@@ -12,9 +12,13 @@ namespace {
 
 constexpr size_t kMaxDomainLength = 127;
 
-std::string Root() { return Platform::GetBasePath() + "KSV_tokens"; }
+std::string Root() {
+  return Platform::GetBasePath() + "KSV_tokens";
+}
 
-std::string FolderOf(const char* domain) { return Root() + "\\" + domain; }
+std::string FolderOf(const char* domain) {
+  return Root() + "\\" + domain;
+}
 
 void WriteNew(const std::string& folder, const char* fileName, const uint8_t* bytes, uint16_t length) {
   if (Platform::FileExists(folder, fileName)) throw CPluginException{kTokenExists};
@@ -28,8 +32,7 @@ void DemandLength(const char* domain) {
 
 // A second domain comes from the page, where the first is the host's word.
 void DemandPlainCharacters(std::string_view domain) {
-  static constexpr std::string_view kAllowed =
-      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_.-";
+  static constexpr std::string_view kAllowed = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_.-";
   if (domain.empty() || domain.find_first_not_of(kAllowed) != std::string_view::npos) {
     throw CPluginException{kBadDomain};
   }

@@ -4,6 +4,7 @@
 
 #include "api/script_call.h"
 #include "api/scriptable.h"
+#include "events/event_template.h"
 #include "foundation/debug_log.h"
 #include "foundation/result_codes.h"
 #include "foundation/text.h"
@@ -19,13 +20,15 @@ void LogInitCount(ScriptCall& call, const char* word) {
   DebugLog(call.page.Agent().LogEnabled(), "pPlugin-refcount", "%s-%d\n", word, agentInitCount);
 }
 
-const char* TextOrNull(const std::string& text) { return text.empty() ? nullptr : text.c_str(); }
+const char* TextOrNull(const std::string& text) {
+  return text.empty() ? nullptr : text.c_str();
+}
 
 }  // namespace
 
 void Init(ScriptCall& call) {
   call.page.Agent().Init(call.result);
-  if (call.result[kFnRetCodeKey].ToInt() == kAgentOk) {
+  if (StatusOf(call.result) == kAgentOk) {
     call.page.Page().initialised = true;
     ++agentInitCount;
   }
@@ -34,20 +37,33 @@ void Init(ScriptCall& call) {
 
 void DeInit(ScriptCall& call) {
   Plugin& plugin = call.page.Page();
+  CKSVPluginZUB& agent = call.page.Agent();
   if (agentInitCount > 1) {
+    if (call.page.IsInstanceGeneration()) {
+      EventTemplate::StopPluginInstances(&plugin, agent, call.result);
+    } else {
+      EventTemplate::UnRegisterPlugin(&plugin, agent, call.result);
+    }
     --agentInitCount;
   } else if (agentInitCount == 1 && plugin.initialised) {
-    call.page.Agent().Deinit(call.result);
+    if (call.page.IsInstanceGeneration()) {
+      EventTemplate::ClearInstanceEvents(&plugin);
+    } else {
+      EventTemplate::ClearEvents();
+    }
+    agent.Deinit(call.result);
     agentInitCount = 0;
     plugin.initialised = false;
   }
   // A page learns nothing of how the release went: there is nothing that it could do.
-  call.result[kFnRetCodeKey] = JSObject(int32_t{kAgentOk});
-  call.result[kPluginRetCodeKey] = JSObject(int32_t{kPluginOk});
+  StoreStatus(call.result, kAgentOk);
+  StorePluginCode(call.result, kPluginOk);
   LogInitCount(call, "DeInit");
 }
 
-void StartProvisioning(ScriptCall& call) { call.page.Agent().StartProvisioning(call.Target(), call.result); }
+void StartProvisioning(ScriptCall& call) {
+  call.page.Agent().StartProvisioning(call.Target(), call.result);
+}
 
 void EndProvisioning(ScriptCall& call) {
   call.page.Agent().EndProvisioning(call.Target(), call.Number(1), call.Number(2), nullptr, nullptr, call.Text(3),
@@ -101,9 +117,21 @@ void GetCapabilities(ScriptCall& call) {
   call.page.Agent().GetCaps(call.Text(0), call.Number(1), call.Number(2), call.result);
 }
 
-void GetVersion(ScriptCall& call) { call.page.Agent().GetVersion(call.result); }
+void GetVersion(ScriptCall& call) {
+  call.page.Agent().GetVersion(call.result);
+}
 
-void DoFWUpdate(ScriptCall& call) { call.page.Agent().DoFWUpdate(call.result); }
+void Install(ScriptCall& call) {
+  call.page.Agent().Install(call.Text(0), call.Text(1), call.Length(1), call.result);
+}
+
+void Uninstall(ScriptCall& call) {
+  call.page.Agent().Uninstall(call.Text(0), call.result);
+}
+
+void DoFWUpdate(ScriptCall& call) {
+  call.page.Agent().DoFWUpdate(call.result);
+}
 
 void GetOTP(ScriptCall& call) {
   std::string domain = call.page.PageOrigin();

@@ -19,10 +19,16 @@ void GetSVPMessage(ScriptCall& call);
 void SendAndReceiveData(ScriptCall& call);
 void GetCapabilities(ScriptCall& call);
 void GetVersion(ScriptCall& call);
+void Install(ScriptCall& call);
+void Uninstall(ScriptCall& call);
 void DoFWUpdate(ScriptCall& call);
 void GetOTP(ScriptCall& call);
 void EnumerateTokensDomainBinding(ScriptCall& call);
 void DeleteTokenDomainBinding(ScriptCall& call);
+void RegisterEventCallback(ScriptCall& call);
+void UnRegisterEventCallback(ScriptCall& call);
+void StopInstance(ScriptCall& call);
+void GetInstanceID(ScriptCall& call);
 
 }  // namespace AgentMethods
 

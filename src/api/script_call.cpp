@@ -10,11 +10,13 @@
 namespace NorvoWebAPI::KSV {
 
 ScriptCall::ScriptCall(Scriptable& calledPage, const MethodRow& method, const NPVariant* args, JSObject& answer)
-    : page(calledPage), result(answer) {
+    : page(calledPage), result(answer), variants(args) {
   const bool hadEnded = page.HasEnded();
   values.reserve(method.argumentCount);
   for (size_t i = 0; i < method.argumentCount; ++i) {
-    values.push_back(NPJSConverter::fromNPVariant(page.Instance(), page.Host(), &args[i]));
+    values.emplace_back();
+    if (method.arguments[i].demand == Demand::Function) continue;
+    values.back() = NPJSConverter::fromNPVariant(page.Instance(), page.Host(), &args[i]);
     if (page.HasEnded() != hadEnded) throw std::runtime_error("The page ended while its arguments were read");
   }
   for (size_t i = 0; i < method.argumentCount; ++i) {
@@ -27,10 +29,16 @@ const char* ScriptCall::Text(size_t index) const {
   return text.empty() ? nullptr : text.c_str();
 }
 
+NPObject* ScriptCall::Function(size_t index) const {
+  const NPVariant& variant = variants[index];
+  if (variant.type != NPVariantType_Object || !variant.value.objectValue) throw CPluginException{kBadArguments};
+  return variant.value.objectValue;
+}
+
 AgentTarget ScriptCall::Target() const {
   if (!page.IsInstanceGeneration()) return AgentTarget::Applet(Text(0));
   const uint32_t instanceId = page.ResolveInstance(Text(0), result);
-  if (result[kPluginRetCodeKey].ToInt() != kPluginOk || result[kFnRetCodeKey].ToInt() != kAgentOk) throw Answered{};
+  if (!WentThrough(result)) throw Answered{};
   return AgentTarget::Instance(instanceId);
 }
 

@@ -33,6 +33,9 @@ class ScriptCall {
   [[nodiscard]] int32_t Number(size_t index) const { return values.at(index).ToInt(); }
   [[nodiscard]] bool Flag(size_t index) const { return values.at(index).ToBool(); }
 
+  /// The page's function; throws `CPluginException` 12 for a value that is no script object.
+  [[nodiscard]] NPObject* Function(size_t index) const;
+
   /// The target that the first argument names, in the form that the library's generation takes. Throws `Answered` when
   /// its instance can't be started: the result then tells why.
   [[nodiscard]] AgentTarget Target() const;
@@ -41,7 +44,8 @@ class ScriptCall {
   JSObject& result;
 
  private:
-  std::vector<JSObject> values;
+  const NPVariant* variants;
+  std::vector<JSObject> values;  ///< A function's place is left empty: reading it out would tell nothing of it.
 };
 
 }  // namespace NorvoWebAPI::KSV

@@ -21,7 +21,7 @@ Scriptable::Scriptable(NPP instance, const NPNetscapeFuncs* funcs, Plugin* owner
 
 Scriptable::~Scriptable() {
   DebugLog(agent.LogEnabled(), "pPlugin", "%s-%p\n", "Destructor", static_cast<void*>(this));
-  if (plugin->window) PluginWindows().erase(plugin->window);
+  if (const HWND window = plugin->window) PluginWindows().erase(window);
   plugin->ScriptableEnded();
 }
 
@@ -38,15 +38,17 @@ void Scriptable::RegisterMethods(std::index_sequence<rows...> /*all*/) {
 bool Scriptable::RunMethod(const MethodRow& method, const NPVariant* args, uint32_t argCount, NPVariant* result) {
   JSObject answer;
   if (!method.Accepts(argCount)) {
-    answer[kPluginRetCodeKey] = JSObject(int32_t{kBadArguments});
+    StorePluginCode(answer, kBadArguments);
   } else {
     try {
       ScriptCall call(*this, method, args, answer);
       method.operation(call);
     } catch (const Answered&) {
       // The result says all there is to say.
+    } catch (const CPluginException& failure) {
+      StorePluginCode(answer, failure.pluginRetCode);
     } catch (...) {
-      answer[kPluginRetCodeKey] = JSObject(int32_t{kFailed});
+      StorePluginCode(answer, kFailed);
     }
   }
   // An object that the host has let go of meanwhile has nobody left to answer.
@@ -60,7 +62,9 @@ void Scriptable::ReleaseAgent() {
   RunMethod(kRelease, nullptr, 0, nullptr);
 }
 
-bool Scriptable::HasEnded() const { return IsDeallocated() || plugin->IsDestroyed(); }
+bool Scriptable::HasEnded() const {
+  return IsDeallocated() || plugin->IsDestroyed();
+}
 
 bool Scriptable::GetVersionProperty(NPVariant* result) {
   *result = NPJSConverter::toNPVariant(npp, npnFuncs, JSObject(version));
@@ -71,34 +75,28 @@ bool Scriptable::IsInstanceGeneration() {
   if (plugin->agentMajorVersion == 0) {
     JSObject answer;
     agent.GetVersion(answer);
-    if (answer[kPluginRetCodeKey].ToInt() != kPluginOk || answer[kFnRetCodeKey].ToInt() != kAgentOk) return false;
+    if (!WentThrough(answer)) return false;
     plugin->agentMajorVersion = static_cast<uint8_t>(answer["version"].ToInt());
   }
   return plugin->agentMajorVersion >= 3;
 }
 
 uint32_t Scriptable::ResolveInstance(const char* name, JSObject& result) {
-  const auto answer = [&](JSObject pluginCode, JSObject agentCode) {
-    result[kPluginRetCodeKey] = std::move(pluginCode);
-    result[kFnRetCodeKey] = std::move(agentCode);
+  const auto answer = [&](int32_t pluginCode, int32_t status, uint32_t instanceId) {
+    StorePluginCode(result, pluginCode);
+    StoreStatus(result, status);
+    return instanceId;
   };
-  if (!name) {
-    answer(JSObject(int32_t{kBadArguments}), JSObject(int32_t{kAgentNotCalled}));
-    return 0;
-  }
-  if (const auto known = plugin->instanceMap.find(name); known != plugin->instanceMap.end()) {
-    answer(JSObject(int32_t{kPluginOk}), JSObject(int32_t{kAgentOk}));
-    return known->second.instanceId;
+  if (!name) return answer(kBadArguments, kAgentNotCalled, 0);
+  if (const std::optional<InstanceRecord> known = plugin->instanceMap.Find(name)) {
+    return answer(kPluginOk, kAgentOk, known->instanceId);
   }
   JSObject started;
   agent.StartInstance(name, nullptr, plugin, started);
-  uint32_t instanceId = 0;
-  if (started[kPluginRetCodeKey].ToInt() == kPluginOk && started[kFnRetCodeKey].ToInt() == kAgentOk) {
-    instanceId = static_cast<uint32_t>(started["instanceID"].ToInt());
-    plugin->instanceMap[name] = {instanceId, false};
-  }
-  answer(started[kPluginRetCodeKey], started[kFnRetCodeKey]);
-  return instanceId;
+  if (!WentThrough(started)) return answer(PluginCodeOf(started), StatusOf(started), 0);
+  const auto instanceId = static_cast<uint32_t>(started["instanceID"].ToInt());
+  plugin->instanceMap.Enter(name, {instanceId, false});
+  return answer(kPluginOk, kAgentOk, instanceId);
 }
 
 }  // namespace NorvoWebAPI::KSV

@@ -1,10 +1,12 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 
 #include "agent/cksv_plugin_zub.h"
 #include "script/js_object.h"
+#include "script/np_func_bridge.h"
 #include "script/np_scriptable.h"
 
 namespace NorvoWebAPI::KSV {
@@ -47,6 +49,9 @@ class Scriptable : public NPScriptable<Scriptable> {
   [[nodiscard]] const NPNetscapeFuncs* Host() const { return npnFuncs; }
   CKSVPluginZUB& Agent() { return agent; }
   Plugin& Page() { return *plugin; }
+
+  /// The page's function for agent events; a new registration replaces it whole.
+  std::shared_ptr<NPJSConverter::NPFuncBridge> agentEventCallback;
 
  private:
   template <size_t row>

@@ -31,8 +31,8 @@ ByteBuffer DecodeBase64(const char* text, int32_t length) {
   if (length > 0 && text) {
     base64_decodestate state;
     base64_init_decodestate(&state);
-    decoded.size = static_cast<size_t>(
-        base64_decode_block(text, length, reinterpret_cast<char*>(decoded.bytes.get()), &state));
+    decoded.size =
+        static_cast<size_t>(base64_decode_block(text, length, reinterpret_cast<char*>(decoded.bytes.get()), &state));
   }
   return decoded;
 }

@@ -21,7 +21,7 @@ std::string ReadEnvironment(const char* name) {
   size_t size = 0;
   const bool failed = _dupenv_s(&value, &size, name) != 0;
   const Owner<char*, std::free> owned(value);
-  if (failed || !value) throw std::runtime_error("Failed to find AppData environment variable");
+  if (failed || !value || !*value) throw std::runtime_error("Failed to find AppData environment variable");
   return value;
 }
 
@@ -44,11 +44,11 @@ void MakeFolder(const std::string& path, size_t length) {
 using FileSearch = Owner<HANDLE, FindClose>;
 
 // Calls `visit` with each entry whose name doesn't start with a full stop, until it gives true. Gives the system's
-// error at the end of the listing, or 0 when `visit` ended it.
+// error at the end of the listing, or 0 when it never started or `visit` ended it.
 DWORD VisitEntries(const std::string& pattern, const std::function<bool(const WIN32_FIND_DATAA&)>& visit) {
   WIN32_FIND_DATAA entry;
   const HANDLE handle = FindFirstFileA(pattern.c_str(), &entry);
-  if (handle == INVALID_HANDLE_VALUE) return GetLastError();
+  if (handle == INVALID_HANDLE_VALUE) return 0;
   const FileSearch search(handle);
   do {
     if (entry.cFileName[0] != '.' && visit(entry)) return 0;
@@ -60,7 +60,7 @@ bool FindInTree(const std::string& folder, const std::string& name) {
   bool found = false;
   VisitEntries(folder + "\\" + name, [&](const WIN32_FIND_DATAA& entry) {
     found = (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) ? FindInTree(folder + "\\" + entry.cFileName, name)
-                                                                 : name == entry.cFileName;
+                                                                : name == entry.cFileName;
     return found;
   });
   return found;
@@ -155,6 +155,8 @@ std::ifstream OpenForReading(const std::string& path, std::ios::openmode mode) {
   return file;
 }
 
-std::string GetLastUpdatePath(const std::string& suffix) { return GetBasePath() + "lastUpdate" + suffix; }
+std::string GetLastUpdatePath(const std::string& suffix) {
+  return GetBasePath() + "lastUpdate" + suffix;
+}
 
 }  // namespace NorvoWebAPI::Platform

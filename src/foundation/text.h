@@ -16,6 +16,9 @@ using Bstr = Owner<BSTR, SysFreeString>;
 /// E_OUTOFMEMORY.
 Bstr BstrFromNarrow(const char* text);
 
+/// Wide form of a whole text, which may hold zeros. Throws `CPluginException` 13, also for an empty text.
+Bstr BstrOfExactLength(const std::string& text);
+
 /// Narrow form of a wide string; null gives nothing. Throws as `BstrFromNarrow`.
 std::optional<std::string> NarrowFromBstr(BSTR text);
 

@@ -7,6 +7,16 @@
 
 namespace NorvoWebAPI {
 
+/// Gives back what a host lent; a host that fails at it has nothing more to lose.
+template <typename Release>
+void ReleaseQuietly(Release release) noexcept {
+  try {
+    release();
+  } catch (...) {
+    return;
+  }
+}
+
 /// A variant that belongs to this side; released with what it holds.
 class HostVariant {
  public:
@@ -19,7 +29,7 @@ class HostVariant {
   HostVariant& operator=(const HostVariant&) = delete;
   HostVariant& operator=(HostVariant&&) = delete;
   ~HostVariant() {
-    if (variant.type != NPVariantType_Null) funcs->releasevariantvalue(&variant);
+    if (variant.type != NPVariantType_Null) ReleaseQuietly([this] { funcs->releasevariantvalue(&variant); });
   }
 
   NPVariant* Out() { return &variant; }
@@ -38,7 +48,7 @@ class HostMemory {
   HostMemory(const HostMemory&) = delete;
   HostMemory& operator=(const HostMemory&) = delete;
   ~HostMemory() {
-    if (memory) funcs->memfree(memory);
+    if (memory) ReleaseQuietly([this] { funcs->memfree(memory); });
   }
 
   [[nodiscard]] T* Get() const { return memory; }
@@ -55,7 +65,7 @@ class HostObject {
   HostObject(const HostObject&) = delete;
   HostObject& operator=(const HostObject&) = delete;
   ~HostObject() {
-    if (object) funcs->releaseobject(object);
+    if (object) ReleaseQuietly([this] { funcs->releaseobject(object); });
   }
 
   [[nodiscard]] NPObject* Get() const { return object; }

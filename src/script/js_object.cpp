@@ -30,7 +30,9 @@ std::optional<int32_t> ReadInteger(const std::string& key) {
   return stream >> number ? std::optional(number) : std::nullopt;
 }
 
-bool IsIndex(int32_t number) { return number >= 0 && static_cast<uint32_t>(number) < JSObject::kMaxElements; }
+bool IsIndex(int32_t number) {
+  return number >= 0 && static_cast<uint32_t>(number) < JSObject::kMaxElements;
+}
 
 uint32_t IndexOf(const std::string& key) {
   const std::optional<int32_t> number = ReadInteger(key);
@@ -74,7 +76,9 @@ JSObject::JSObject(const JSObject& other)
   }
 }
 
-JSObject::JSObject(JSObject&& other) noexcept { Swap(other); }
+JSObject::JSObject(JSObject&& other) noexcept {
+  Swap(other);
+}
 
 JSObject& JSObject::operator=(const JSObject& other) {
   if (this != &other) {
@@ -108,9 +112,9 @@ JSObject& JSObject::operator[](const std::string& key) {
 }
 
 JSObject& JSObject::operator[](uint32_t index) {
-  if (type == Type::Null) ToArray();
-  if (type != Type::Array) throw std::runtime_error("Index request on non-array");
+  if (type != Type::Null && type != Type::Array) throw std::runtime_error("Index request on non-array");
   if (index >= kMaxElements) throw std::runtime_error("Index out of range");
+  ToArray();
   if (arrayValue->size() <= index) arrayValue->resize(static_cast<size_t>(index) + 1);
   return (*arrayValue)[index];
 }
@@ -159,9 +163,13 @@ int32_t JSObject::ToInt() const {
   }
 }
 
-bool JSObject::ToBool() const { return ToInt() == 1; }
+bool JSObject::ToBool() const {
+  return ToInt() == 1;
+}
 
-double JSObject::ToDouble() const { return type == Type::Double ? doubleValue : ToInt(); }
+double JSObject::ToDouble() const {
+  return type == Type::Double ? doubleValue : ToInt();
+}
 
 const std::string& JSObject::AsString() const {
   if (type != Type::String) throw BadCast();

@@ -36,7 +36,9 @@ NPFuncBridge::NPFuncBridge(NPP instance, const NPNetscapeFuncs* funcs, NPObject*
   function = JSObject(CallEntry, this);
 }
 
-NPFuncBridge::~NPFuncBridge() { npnFuncs->releaseobject(object); }
+NPFuncBridge::~NPFuncBridge() {
+  npnFuncs->releaseobject(object);
+}
 
 bool NPFuncBridge::CallEntry(void* context, std::vector<JSObject>* args, JSObject* result) {
   if (!context) return false;

@@ -99,9 +99,13 @@ bool ScriptDispatch::InvokeDefault(const NPVariant* /*args*/, uint32_t /*argCoun
   return false;
 }
 
-bool ScriptDispatch::RemoveProperty(NPIdentifier /*id*/) { return true; }
+bool ScriptDispatch::RemoveProperty(NPIdentifier /*id*/) {
+  return true;
+}
 
-bool ScriptDispatch::Enumerate(NPIdentifier** /*ids*/, uint32_t* /*count*/) { return false; }
+bool ScriptDispatch::Enumerate(NPIdentifier** /*ids*/, uint32_t* /*count*/) {
+  return false;
+}
 
 bool ScriptDispatch::Construct(const NPVariant* /*args*/, uint32_t /*argCount*/, NPVariant* /*result*/) {
   return false;

@@ -9,8 +9,8 @@
 
 namespace NorvoWebAPI {
 
-/// What the class table's entries reach: the operations of the published `NPClass`, behind one guard. An object lives by
-/// the host's reference count, and past it until every call that still runs on it has been left: a page can make the
+/// What the class table's entries reach: the operations of the published `NPClass`, behind one guard. An object lives
+/// by the host's reference count, and past it until every call that still runs on it has been left: a page can make the
 /// host end an object from inside one of the object's own calls. The browser's thread only.
 class ScriptDispatch {
  public:

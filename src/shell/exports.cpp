@@ -5,11 +5,15 @@
 
 using namespace NorvoWebAPI::KSV;
 
-KSV_EXPORT(NPError) NP_GetEntryPoints(NPPluginFuncs* pFuncs) { return CopyPluginFuncs(pFuncs); }
+KSV_EXPORT(NPError) NP_GetEntryPoints(NPPluginFuncs* pFuncs) {
+  return CopyPluginFuncs(pFuncs);
+}
 
 #ifdef _WIN32
 
-KSV_EXPORT(NPError) NP_Initialize(NPNetscapeFuncs* nFuncs) { return TakeHostFuncs(nFuncs); }
+KSV_EXPORT(NPError) NP_Initialize(NPNetscapeFuncs* nFuncs) {
+  return TakeHostFuncs(nFuncs);
+}
 
 #else
 
@@ -18,7 +22,9 @@ KSV_EXPORT(NPError) NP_Initialize(NPNetscapeFuncs* nFuncs, NPPluginFuncs* pFuncs
   return taken == NPERR_NO_ERROR ? CopyPluginFuncs(pFuncs) : taken;
 }
 
-KSV_EXPORT(const char*) NP_GetMIMEDescription() { return kMimeDescription; }
+KSV_EXPORT(const char*) NP_GetMIMEDescription() {
+  return kMimeDescription;
+}
 
 KSV_EXPORT(NPError) NP_GetValue(void* /*future*/, NPPVariable variable, void* value) {
   if (!value) return NPERR_GENERIC_ERROR;
@@ -37,8 +43,14 @@ KSV_EXPORT(NPError) NP_GetValue(void* /*future*/, NPPVariable variable, void* va
 #endif
 
 // A browser may initialise the module again after this: nothing that an instance still uses is taken down.
-KSV_EXPORT(NPError) NP_Shutdown() { return NPERR_NO_ERROR; }
+KSV_EXPORT(NPError) NP_Shutdown() {
+  return NPERR_NO_ERROR;
+}
 
-KSV_EXPORT(NPError) NP_SetWindow(NPP instance, NPWindow* window) { return PluginFuncs().setwindow(instance, window); }
+KSV_EXPORT(NPError) NP_SetWindow(NPP instance, NPWindow* window) {
+  return PluginFuncs().setwindow(instance, window);
+}
 
-KSV_EXPORT(int16_t) NP_HandleEvent(NPP instance, void* event) { return PluginFuncs().event(instance, event); }
+KSV_EXPORT(int16_t) NP_HandleEvent(NPP instance, void* event) {
+  return PluginFuncs().event(instance, event);
+}

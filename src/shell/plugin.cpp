@@ -1,8 +1,10 @@
 #include "shell/plugin.h"
 
+#include <mutex>
 #include <unordered_set>
 
 #include "api/scriptable.h"
+#include "events/event_template.h"
 #include "foundation/product.h"
 
 template class NorvoWebAPI::NPPlugin<NorvoWebAPI::KSV::Plugin, NorvoWebAPI::KSV::Scriptable>;
@@ -10,9 +12,25 @@ template class NorvoWebAPI::NPPlugin<NorvoWebAPI::KSV::Plugin, NorvoWebAPI::KSV:
 namespace NorvoWebAPI::KSV {
 namespace {
 
-std::unordered_set<const Plugin*>& LivePlugins() {
-  static std::unordered_set<const Plugin*> plugins;
-  return plugins;
+// Pages come and go on the browser's thread; the library's threads ask whether one still lives.
+struct LivePlugins {
+  std::mutex mutex;
+  std::unordered_set<const void*> plugins;
+};
+
+LivePlugins& Live() {
+  static LivePlugins live;
+  return live;
+}
+
+void EnterLive(const Plugin* plugin) {
+  const std::lock_guard lock(Live().mutex);
+  Live().plugins.insert(plugin);
+}
+
+void LeaveLive(const Plugin* plugin) {
+  const std::lock_guard lock(Live().mutex);
+  Live().plugins.erase(plugin);
 }
 
 }  // namespace
@@ -23,23 +41,31 @@ std::unordered_map<HWND, Plugin*>& PluginWindows() {
 }
 
 Plugin::Plugin(NPP instance, const NPNetscapeFuncs* funcs) : NPPlugin(instance, funcs) {
-  LivePlugins().insert(this);
+  EnterLive(this);
   try {
     scriptable = new Scriptable(npp, npnFuncs, this);  // The host's reference count ends it.
   } catch (...) {
-    LivePlugins().erase(this);
+    LeaveLive(this);
     throw;
   }
 }
 
 Plugin::~Plugin() {
-  LivePlugins().erase(this);
+  EventTemplate::ForgetPlugin(this);
+  LeaveLive(this);
   std::erase_if(PluginWindows(), [this](const auto& entry) { return entry.second == this; });
 }
 
 Plugin* Plugin::Of(NPP instance) {
   auto* const plugin = static_cast<Plugin*>(instance->pdata);
-  return LivePlugins().contains(plugin) ? plugin : nullptr;
+  const std::lock_guard lock(Live().mutex);
+  return Live().plugins.contains(plugin) ? plugin : nullptr;
+}
+
+std::string Plugin::InstanceName(const void* page, uint32_t instanceId) {
+  const std::lock_guard lock(Live().mutex);
+  if (!Live().plugins.contains(page)) return {};
+  return static_cast<const Plugin*>(page)->instanceMap.NameOf(instanceId);
 }
 
 NPError Plugin::Destroy(NPSavedData** /*saved*/) {
@@ -50,6 +76,7 @@ NPError Plugin::Destroy(NPSavedData** /*saved*/) {
   }
   // A page that goes away without it still gives its initialisations back.
   if (agentInitCount != 0) scriptable->ReleaseAgent();
+  EventTemplate::ForgetPlugin(this);
   return NPERR_NO_ERROR;
 }
 
@@ -60,9 +87,13 @@ NPError Plugin::SetWindow(NPWindow* npWindow) {
   return NPERR_NO_ERROR;
 }
 
-const char* Plugin::GetPluginName() { return kShortName; }
+const char* Plugin::GetPluginName() {
+  return kShortName;
+}
 
-const char* Plugin::GetPluginDescription() { return kDescription; }
+const char* Plugin::GetPluginDescription() {
+  return kDescription;
+}
 
 void Plugin::ScriptableEnded() {
   scriptable = nullptr;

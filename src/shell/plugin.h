@@ -1,6 +1,8 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
+#include <string>
 #include <unordered_map>
 
 #include "agent/instance_map.h"
@@ -37,10 +39,14 @@ class Plugin : public NPPlugin<Plugin, Scriptable> {
 
   /// The host has let go of the scriptable object, and with it of the reference that is held here. May end the plug-in.
   void ScriptableEnded();
+  /// The name of an instance of a page; empty for a page that has ended. Any thread: `page` is only compared, until it
+  /// is known to live.
+  static std::string InstanceName(const void* page, uint32_t instanceId);
   /// True from `NPP_Destroy` on: the host's instance is gone.
   [[nodiscard]] bool IsDestroyed() const { return destroyed; }
 
-  HWND window = nullptr;           ///< The last one that the host gave.
+  std::atomic<HWND> window =
+      nullptr;                     ///< The last one that the host gave; events ask for it on threads of the library.
   bool initialised = false;        ///< A successful `zubInit` or `wysInit` of this page stands.
   uint32_t agentMajorVersion = 0;  ///< One byte; 0 until the host agent has told it.
   InstanceMap instanceMap;

@@ -19,8 +19,12 @@ void DeleteQuietly(const std::string& path) {
   }
 }
 
-void* HostWord(uintptr_t number) { return reinterpret_cast<void*>(number); }
-uintptr_t NumberOf(void* hostWord) { return reinterpret_cast<uintptr_t>(hostWord); }
+void* HostWord(uintptr_t number) {
+  return reinterpret_cast<void*>(number);
+}
+uintptr_t NumberOf(void* hostWord) {
+  return reinterpret_cast<uintptr_t>(hostWord);
+}
 
 }  // namespace
 

@@ -2,6 +2,8 @@
 var test = (function () {
   "use strict";
   var TYPE = "application/x-vnd-norvo-webapi-ksv-5.0.9";
+  var APPLET = "8D67D9DD2AF54717AFF2FF7EF19DFADB";
+  var URI = "otpauth://totp/Test:dave?secret=GEZDGNBVGY3TQOJQGEZDGNBVGY3TQOJQ";
   var failures = 0, checks = 0;
 
   function equal(actual, expected, what) {
@@ -19,7 +21,18 @@ var test = (function () {
     return element;
   }
 
+  // Provisions a token of URI, or of what is given, and ends with the result of the call that ends the session.
+  function store(fileName, bind, secondDomain, uri) {
+    var session = ksv.must("zubStartProvisioning", APPLET).sessionHandle;
+    ksv.must("zubSendData", APPLET, session, 0, ksv.toBase64(uri || URI));
+    return ksv.call("zubEndProvisioningDomainBinding", APPLET, session, 4096, fileName, bind, secondDomain);
+  }
+
   return {
+    APPLET: APPLET,
+    store: store,
+    password: function (token, fileName) { return ksv.call("zubGetOTP", APPLET, 0, token, "", 64, 4096, fileName); },
+    tokenNames: function () { return ksv.must("zubEnumerateTokensDomainBinding").tokenFileNames.sort().join(" "); },
     check: function (name, body) {
       checks += 1;
       try {

@@ -1,0 +1,45 @@
+#include "agent/instance_map.h"
+
+#include <algorithm>
+
+namespace NorvoWebAPI::KSV {
+
+std::optional<InstanceRecord> InstanceMap::Find(const std::string& name) const {
+  const std::lock_guard lock(mutex);
+  const auto found = records.find(name);
+  return found == records.end() ? std::nullopt : std::optional(found->second);
+}
+
+std::string InstanceMap::NameOf(uint32_t instanceId) const {
+  const std::lock_guard lock(mutex);
+  const auto found =
+      std::ranges::find_if(records, [&](const auto& entry) { return entry.second.instanceId == instanceId; });
+  return found == records.end() ? std::string() : found->first;
+}
+
+std::vector<uint32_t> InstanceMap::Ids() const {
+  const std::lock_guard lock(mutex);
+  std::vector<uint32_t> ids;
+  for (const auto& [name, record] : records) ids.push_back(record.instanceId);
+  return ids;
+}
+
+void InstanceMap::Enter(const std::string& name, InstanceRecord record) {
+  const std::lock_guard lock(mutex);
+  records[name] = record;
+}
+
+bool InstanceMap::Remove(uint32_t instanceId) {
+  const std::lock_guard lock(mutex);
+  const auto found =
+      std::ranges::find_if(records, [&](const auto& entry) { return entry.second.instanceId == instanceId; });
+  if (found != records.end()) records.erase(found);
+  return records.empty();
+}
+
+void InstanceMap::Clear() {
+  const std::lock_guard lock(mutex);
+  records.clear();
+}
+
+}  // namespace NorvoWebAPI::KSV

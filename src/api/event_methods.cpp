@@ -1,0 +1,87 @@
+// Events and instances: the script methods that a page has for them.
+#include <memory>
+
+#include "api/agent_methods.h"
+#include "api/script_call.h"
+#include "api/scriptable.h"
+#include "events/event_template.h"
+#include "foundation/result_codes.h"
+#include "shell/plugin.h"
+
+namespace NorvoWebAPI::KSV::AgentMethods {
+namespace {
+
+// An applet's name for a registration, which is not made for none.
+const std::string& DemandName(const ScriptCall& call) {
+  const std::string& name = call.String(0);
+  if (name.empty()) throw CPluginException{kBadArguments};
+  return name;
+}
+
+void StartEvents(ScriptCall& call, const std::string& name) {
+  Plugin& plugin = call.page.Page();
+  CKSVPluginZUB& agent = call.page.Agent();
+  if (!call.page.IsInstanceGeneration()) {
+    EventTemplate::RegisterEvent(name, &plugin, agent, call.result);
+    return;
+  }
+  if (plugin.instanceMap.Find(name)) throw CPluginException{kEventRegistrationFailed};
+  EventTemplate::StartInstanceEvent(name, &plugin, agent, call.result);
+  if (WentThrough(call.result)) {
+    plugin.instanceMap.Enter(name, {static_cast<uint32_t>(call.result["instanceID"].ToInt()), true});
+  }
+}
+
+void StopEvents(ScriptCall& call, const std::string& name, JSObject& result) {
+  const auto stop =
+      call.page.IsInstanceGeneration() ? EventTemplate::UnRegisterInstanceEvent : EventTemplate::UnRegisterEvent;
+  stop(name, &call.page.Page(), call.page.Agent(), result);
+}
+
+// Takes back what a registration left behind when it broke off. Its own failures have nobody to tell.
+void UndoEvents(ScriptCall& call, const std::string& name) noexcept {
+  try {
+    JSObject ignored;
+    StopEvents(call, name, ignored);
+  } catch (...) {
+    return;
+  }
+}
+
+}  // namespace
+
+void RegisterEventCallback(ScriptCall& call) {
+  const std::string& name = DemandName(call);
+  NPObject* const function = call.Function(1);
+  if (!call.page.Page().window) return;
+  call.page.agentEventCallback =
+      std::make_shared<NPJSConverter::NPFuncBridge>(call.page.Instance(), call.page.Host(), function);
+  try {
+    StartEvents(call, name);
+  } catch (const CPluginException&) {
+    throw;
+  } catch (...) {
+    UndoEvents(call, name);
+    throw;
+  }
+}
+
+void UnRegisterEventCallback(ScriptCall& call) {
+  StopEvents(call, DemandName(call), call.result);
+}
+
+void StopInstance(ScriptCall& call) {
+  const auto instanceId = static_cast<uint32_t>(call.Number(0));
+  call.page.Agent().StopInstance(instanceId, call.result);
+  if (WentThrough(call.result)) EventTemplate::ReleaseInstance(&call.page.Page(), instanceId);
+}
+
+void GetInstanceID(ScriptCall& call) {
+  StorePluginCode(call.result, kPluginOk);
+  StoreStatus(call.result, kAgentOk);
+  // Demanded here, not by the row: the codes above stand also beside a name that is no text.
+  const std::optional<InstanceRecord> instance = call.page.Page().instanceMap.Find(call.String(0));
+  call.result["instanceID"] = JSObject(static_cast<int32_t>(instance ? instance->instanceId : 0));
+}
+
+}  // namespace NorvoWebAPI::KSV::AgentMethods

@@ -1,0 +1,126 @@
+#include "events/event_template.h"
+
+#include "events/event_delivery.h"
+#include "foundation/debug_log.h"
+#include "foundation/result_codes.h"
+#include "shell/plugin.h"
+
+namespace NorvoWebAPI::KSV::EventTemplate {
+namespace {
+
+constexpr char kAgentTag[] = "pZUB";
+
+void LogEntry(const CKSVPluginZUB& agent, const char* word) {
+  DebugLog(agent.LogEnabled(), kEventLogTag, "%s\n", word);
+}
+
+void LogExit(const CKSVPluginZUB& agent, const char* tag, const char* word, JSObject& result) {
+  DebugLog(agent.LogEnabled(), tag, "%s:%d, %d\n", word, PluginCodeOf(result), StatusOf(result));
+}
+
+// Goes by the window, so with two names on one page either one's entry may go.
+void ReleaseEventMap(const Plugin* plugin) {
+  DebugLog(true, kEventLogTag, "%s\n", "Releasing event map");
+  if (eventMap.ReleaseWindow(plugin->window)) RemoveEventHook();
+  if (instanceEventMap.ReleaseWindow(plugin->window)) RemoveEventHook();
+}
+
+}  // namespace
+
+void RegisterEvent(const std::string& name, Plugin* plugin, CKSVPluginZUB& agent, JSObject& result) {
+  LogEntry(agent, "RegisterEvent");
+  InstallEventHook();
+  if (eventMap.Has(name)) throw CPluginException{kEventRegistrationFailed};
+  ClearEventBusy();
+  agent.RegisterCallback(name.c_str(), CallbackEvent, result);
+  if (WentThrough(result)) eventMap.Enter(name, plugin);
+  LogExit(agent, kAgentTag, "RegisterEvent", result);
+}
+
+void StartInstanceEvent(const std::string& name, Plugin* plugin, CKSVPluginZUB& agent, JSObject& result) {
+  LogEntry(agent, "StartInstance");
+  InstallEventHook();
+  if (plugin->instanceMap.Find(name)) throw CPluginException{kEventRegistrationFailed};
+  ClearEventBusy();
+  agent.StartInstance(name.c_str(), InstanceCallbackEvent, plugin, result);
+  if (WentThrough(result)) instanceEventMap.Enter(static_cast<uint32_t>(result["instanceID"].ToInt()), plugin);
+  LogExit(agent, kAgentTag, "StartInstance", result);
+}
+
+void UnRegisterEvent(const std::string& name, Plugin* plugin, CKSVPluginZUB& agent, JSObject& result) {
+  LogEntry(agent, "UnRegisterEvent");
+  if (!eventMap.Has(name)) throw CPluginException{kBadArguments};
+  agent.UnregisterCallback(name.c_str(), result);
+  if (WentThrough(result)) {
+    ClearEventBusy();
+    ReleaseEventMap(plugin);
+  }
+  LogExit(agent, kEventLogTag, "UnRegisterEvent", result);
+}
+
+void UnRegisterInstanceEvent(const std::string& name, Plugin* plugin, CKSVPluginZUB& agent, JSObject& result) {
+  LogEntry(agent, "UnRegisterEvent");
+  const std::optional<InstanceRecord> instance = plugin->instanceMap.Find(name);
+  if (!instance || !instance->hasEventCallback) throw CPluginException{kEventRegistrationFailed};
+  agent.StopInstance(instance->instanceId, result);
+  if (WentThrough(result)) {
+    ClearEventBusy();
+    ReleaseInstance(plugin, instance->instanceId);
+    ReleaseEventMap(plugin);
+  }
+  LogExit(agent, kEventLogTag, "UnRegisterEvent", result);
+}
+
+void UnRegisterPlugin(Plugin* plugin, CKSVPluginZUB& agent, JSObject& result) {
+  LogEntry(agent, "UnRegisterEvent");
+  if (eventMap.Empty()) return;
+  if (const std::string name = eventMap.KeyOfWindow(plugin->window); !name.empty()) {
+    agent.UnregisterCallback(name.c_str(), result);
+    if (WentThrough(result)) {
+      ClearEventBusy();
+      ReleaseEventMap(plugin);
+    }
+  }
+  LogExit(agent, kEventLogTag, "UnRegisterEvent", result);
+}
+
+void StopPluginInstances(Plugin* plugin, CKSVPluginZUB& agent, JSObject& result) {
+  LogEntry(agent, "UnRegisterEvent");
+  try {
+    for (const uint32_t id : plugin->instanceMap.Ids()) agent.StopInstance(id, result);
+    ClearEventBusy();
+    plugin->instanceMap.Clear();
+    ReleaseEventMap(plugin);
+    LogExit(agent, kEventLogTag, "UnRegisterEvent", result);
+  } catch (...) {
+    ClearEventBusy();
+    StorePluginCode(result, kEventRegistrationFailed);
+    StoreStatus(result, kAgentOk);
+  }
+}
+
+void ClearEvents() {
+  DebugLog(true, kEventLogTag, "%s\n", "ClearEvents");
+  eventMap.Clear();
+  RemoveEventHook();
+}
+
+void ClearInstanceEvents(Plugin* plugin) {
+  DebugLog(true, kEventLogTag, "%s\n", "ClearEvents");
+  plugin->instanceMap.Clear();
+  instanceEventMap.Clear();
+  RemoveEventHook();
+}
+
+void ReleaseInstance(Plugin* plugin, uint32_t instanceId) {
+  DebugLog(true, kEventLogTag, "%s\n", "Releasing event map");
+  if (plugin->instanceMap.Remove(instanceId)) RemoveEventHook();
+}
+
+void ForgetPlugin(const Plugin* plugin) {
+  eventMap.Forget(plugin);
+  instanceEventMap.Forget(plugin);
+  DropEventsOf(plugin);
+}
+
+}  // namespace NorvoWebAPI::KSV::EventTemplate

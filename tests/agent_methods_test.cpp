@@ -1,0 +1,218 @@
+// What holds for every method of the host agent, driven by the table that makes them; and the count of initialisations.
+#include <algorithm>
+#include <cmath>
+#include <set>
+#include <string_view>
+
+#include "api/method_table.h"
+#include "api/scriptable.h"
+#include "tests/support/agent_fixture.h"
+
+using namespace support;
+using NorvoWebAPI::KSV::Arity;
+using NorvoWebAPI::KSV::Demand;
+using NorvoWebAPI::KSV::kMethods;
+using NorvoWebAPI::KSV::MethodRow;
+
+namespace {
+
+std::vector<MethodRow> AgentRows() {
+  std::vector<MethodRow> rows;
+  std::ranges::copy_if(kMethods, std::back_inserter(rows), [](const MethodRow& row) {
+    return std::string_view(row.name).starts_with("zub") && row.arity == Arity::Exact;
+  });
+  return rows;
+}
+
+std::vector<Value> ValidArguments(const MethodRow& row) {
+  std::vector<Value> arguments;
+  for (size_t i = 0; i < row.argumentCount; ++i) {
+    switch (row.arguments[i].demand) {
+      case Demand::Text:
+        arguments.emplace_back("aGk=");
+        break;
+      case Demand::Number:
+        arguments.emplace_back(16);
+        break;
+      case Demand::Flag:
+        arguments.emplace_back(false);
+        break;
+      default:
+        arguments.emplace_back(nullptr);
+    }
+  }
+  return arguments;
+}
+
+// These work on files alone.
+bool NeedsNoLibrary(std::string_view method) {
+  static const std::set<std::string_view> methods{"zubDeInit", "zubDeleteTokenDomainBinding"};
+  return methods.contains(method);
+}
+
+// These answer by rules of their own, which are the event tests' matter.
+bool IsEventMethod(std::string_view method) { return method.ends_with("RegisterEventCallback"); }
+
+}  // namespace
+
+class AgentMethodsTest : public AgentTest {};
+
+TEST_F(AgentMethodsTest, WrongCountsGiveTwelveAlone) {
+  for (const MethodRow& row : AgentRows()) {
+    std::vector<Value> arguments = ValidArguments(row);
+    arguments.resize(row.argumentCount + 1);
+    for (size_t count = 0; count <= row.argumentCount + 1; ++count) {
+      if (count == row.argumentCount) continue;
+      const std::vector<Value> given(arguments.begin(), arguments.begin() + static_cast<std::ptrdiff_t>(count));
+      EXPECT_EQ(page.Call(row.name, given).Show(), "pluginRetCode=12") << row.name << " with " << count;
+    }
+    EXPECT_EQ(page.Call(row.name, std::vector<Value>(5000, "x")).Show(), "pluginRetCode=12") << row.name;
+  }
+  EXPECT_EQ(agent.TakeCalls(true), Calls{});
+}
+
+TEST_F(AgentMethodsTest, OnlyTextWillDoForText) {
+  const Value wrong[] = {Value(7), Value(1.5), Value(true), Value(nullptr), Value(), Value(host.Object({{"a", 1}}))};
+  for (const MethodRow& row : AgentRows()) {
+    if (IsEventMethod(row.name)) continue;
+    for (size_t i = 0; i < row.argumentCount; ++i) {
+      if (row.arguments[i].demand != Demand::Text) continue;
+      for (const Value& value : wrong) {
+        std::vector<Value> arguments = ValidArguments(row);
+        arguments[i] = value;
+        EXPECT_EQ(page.Call(row.name, arguments).Show(), "pluginRetCode=13")
+            << row.name << ", " << row.arguments[i].name << " of type " << value.index();
+      }
+    }
+  }
+  EXPECT_EQ(agent.TakeCalls(true), Calls{});
+}
+
+TEST_F(AgentMethodsTest, NumbersArriveAsScriptTextOrNumberSays) {
+  constexpr int32_t kLowest = std::numeric_limits<int32_t>::min();
+  const std::pair<Value, int32_t> conversions[] = {
+      {42, 42},      {-7, -7},  {3.9, 3},   {-3.9, -3},         {1e10, kLowest},
+      {-1e10, kLowest}, {std::nan(""), kLowest}, {2147483647.5, 2147483647}, {true, 1}, {false, 0},
+      {"42", 1},     {"", 0},   {nullptr, 0}, {{}, 0},           {host.Object(), 0},
+      {host.Object({{"a", 0}}), 1},
+  };
+  for (const MethodRow& row : AgentRows()) {
+    size_t place = 0;  // Among the numbers that the library is given.
+    for (size_t i = 0; i < row.argumentCount; ++i) {
+      const std::string name = row.arguments[i].name;
+      if (row.arguments[i].demand != Demand::Number || name.ends_with("apacity")) continue;
+      for (const auto& [value, expected] : conversions) {
+        std::vector<Value> arguments = ValidArguments(row);
+        arguments[i] = value;
+        page.Call(row.name, arguments);
+        const Calls calls = agent.TakeCalls();
+        if (calls.empty()) continue;  // A method without a library call for this argument.
+        std::string shown = "'aGk='";
+        for (size_t k = 0; k < place; ++k) shown += ", 16";
+        EXPECT_NE(calls.back().find(shown + ", " + std::to_string(expected)), std::string::npos)
+            << row.name << ", " << name << " of type " << value.index() << ": " << calls.back();
+      }
+      ++place;
+    }
+  }
+}
+
+TEST_F(AgentMethodsTest, GateComesBeforeLibraryBeforeEntry) {
+  environment.SetLibraryFolder(environment.Scratch());
+  Page without(host);
+  AgentStub nothing(environment, "nothing");
+  Page empty(host);
+  const struct {
+    const Page& page;
+    std::optional<int64_t> lastUpdate;
+    const char* expected;
+  } cases[] = {
+      {without, {}, "pluginRetCode=17 fnRetCode=10"},      {without, 172'800, "pluginRetCode=17 fnRetCode=10"},
+      {empty, 172'800, "pluginRetCode=17 fnRetCode=10"},   {page, 172'800, "pluginRetCode=17 fnRetCode=10"},
+      {without, 172'700, "pluginRetCode=10 fnRetCode=10"}, {empty, 0, "pluginRetCode=11 fnRetCode=10"},
+  };
+  for (const auto& [asked, lastUpdate, expected] : cases) {
+    environment.SetLastUpdate(lastUpdate);
+    for (const MethodRow& row : AgentRows()) {
+      if (NeedsNoLibrary(row.name) || IsEventMethod(row.name)) continue;
+      EXPECT_EQ(asked.Call(row.name, ValidArguments(row)).Show(), expected) << row.name;
+    }
+    EXPECT_EQ(asked.Call("zubEnumerateTokensDomainBinding").Show(), "pluginRetCode=0 fnRetCode=0 tokenFileNames=[]");
+  }
+  EXPECT_EQ(agent.TakeCalls(true), Calls{});
+}
+
+TEST_F(AgentMethodsTest, LibraryIsFoundUnderItsSecondName) {
+  AgentStub otp(environment, "full", "otpZub.dll");
+  Page other(host);
+  EXPECT_EQ(other.Call("zubDoFWUpdate").Show(), "pluginRetCode=0 fnRetCode=0");
+  EXPECT_EQ(otp.TakeCalls(), Calls{"ZUB_DoFWUpdate()"});
+}
+
+TEST_F(AgentMethodsTest, InitialisationsAreCountedOverAllPages) {
+  const Calls init{"ZUB_Init()"};
+  const Calls deInit{"ZUB_DeInit()"};
+  Page second(host);
+  const auto call = [&](const Page& called, const char* method, const Calls& reached, int32_t count) {
+    EXPECT_EQ(called.Call(method).Show(), "pluginRetCode=0 fnRetCode=0");
+    EXPECT_EQ(agent.TakeCalls(), reached);
+    EXPECT_EQ(NorvoWebAPI::KSV::agentInitCount, count);
+  };
+  call(page, "zubDeInit", {}, 0);
+  call(page, "zubInit", init, 1);
+  call(second, "zubDeInit", {}, 1);  // Not its own to give back.
+  call(second, "zubInit", init, 2);
+  call(page, "zubDeInit", {}, 1);
+  agent.On("ZUB_DeInit", Refuses(77));
+  call(second, "zubDeInit", deInit, 0);
+
+  agent.On("ZUB_Init", Refuses(5));
+  EXPECT_EQ(page.Call("zubInit").Show(), "pluginRetCode=0 fnRetCode=5");
+  EXPECT_EQ(NorvoWebAPI::KSV::agentInitCount, 0);
+}
+
+TEST_F(AgentMethodsTest, PageThatGoesGivesItsInitialisationBack) {
+  Page second(host);
+  page.Call("zubInit");
+  second.Call("zubInit");
+  agent.TakeCalls();
+  page.End();
+  EXPECT_EQ(agent.TakeCalls(), Calls{});
+  second.Destroy();
+  EXPECT_EQ(agent.TakeCalls(), Calls{"ZUB_DeInit()"});
+  EXPECT_EQ(second.Call("zubDoFWUpdate").Show(), "pluginRetCode=0 fnRetCode=0") << "the object outlives its instance";
+}
+
+TEST_F(AgentMethodsTest, LogTellsNameAndCodesOnlyWhenItIsOn) {
+  platform::DebugOutputCapture output;
+  page.Call("zubInit");
+  page.Call("zubDeInit");
+  EXPECT_EQ(output.lines(), Calls{});
+
+  const std::string head = "[" + std::to_string(static_cast<int32_t>(GetCurrentThreadId())) + "] ";
+  for (const uint32_t level : {0u, 0xFFFFFFFFu, 1u}) {
+    environment.SetLogLevel(level);
+    Page logged(host);
+    agent.On("ZUB_Init", Refuses(0));
+    logged.Call("zubInit");
+    logged.Call("zubDeInit");
+    agent.On("ZUB_Init", Refuses(5));
+    logged.Call("zubInit");
+    if (level != 1) {
+      EXPECT_EQ(output.lines(), Calls{}) << level;
+    }
+  }
+  Calls expected;
+  for (const char* line :
+       {"[pZUB] Init\n", "[pZUB] Running Norvo KSV Plugin version: : 5.0.5\n", "[pZUB] Init:0, 0\n",
+        "[pPlugin-refcount] Init-1\n", "[pZUB] Deinit\n", "[pZUB] Deinit:0, 0\n", "[pPlugin-refcount] DeInit-0\n",
+        "[pZUB] Init\n", "[pZUB] Running Norvo KSV Plugin version: : 5.0.5\n", "[pZUB] Init:0, 5\n",
+        "[pPlugin-refcount] Init-0\n"}) {
+    expected.push_back(head + line);
+  }
+  Calls written = output.lines();
+  ASSERT_EQ(written.size(), expected.size() + 1);
+  EXPECT_TRUE(written.back().starts_with(head + "[pPlugin] Destructor-")) << written.back();
+  written.pop_back();
+  EXPECT_EQ(written, expected);
+}

@@ -1,0 +1,227 @@
+// What each operation asks of the library, in both generations, and what the page is told of the answer.
+#include <stdexcept>
+
+#include "tests/support/agent_fixture.h"
+
+using namespace support;
+
+namespace {
+
+// One output of a method: where its capacity stands among the arguments, and the keys of its answer.
+struct Output {
+  const char* entry;
+  const char* method;
+  std::vector<Value> arguments;
+  size_t capacityAt;
+  const char* requiredKey;
+  const char* dataKey;
+
+  [[nodiscard]] std::vector<Value> With(const Value& capacity) const {
+    std::vector<Value> given = arguments;
+    given[capacityAt] = capacity;
+    return given;
+  }
+};
+
+const Output kOutputs[] = {
+    {"ZUB_EndProvisioning", "zubEndProvisioning", {"app", 7, 64, ""}, 2, "requiredEncTokenLen", "b64EncToken"},
+    {"ZUB_ReceiveData", "zubReceiveData", {"app", 7, 2, 64}, 3, "requiredDataLen", "b64Data"},
+    {"ZUB_GetSVPMessage", "zubGetSVPMessage", {"app", 7, 64}, 2, "requiredDataLen", "b64Data"},
+    {"ZUB_SendAndReceiveData", "zubSendAndReceiveData", {"app", 7, 2, "aGk=", 64}, 4, "requiredDataLen", "b64Data"},
+    {"ZUB_GetCapabilities", "zubGetCapabilities", {"app", 3, 64}, 2, "requiredDataLen", "b64Data"},
+};
+
+}  // namespace
+
+class AgentOperationsTest : public AgentTest {};
+
+TEST_F(AgentOperationsTest, EachAsksTheLibraryInItsGeneration) {
+  const struct {
+    const char* method;
+    std::vector<Value> arguments;
+    const char* first;
+    const char* instance;
+  } cases[] = {
+      {"zubStartProvisioning", {"app"}, "ZUB_StartProvisioning('app')", "ZUB3_StartProvisioning(#101)"},
+      {"zubEndProvisioning", {"app", 7, 64, ""}, "ZUB_EndProvisioning('app', 7, >64)",
+       "ZUB3_EndProvisioning(#101, 7, >64)"},
+      {"zubEndProvisioningDomainBinding", {"app", 7, 64, "", true, 5}, "ZUB_EndProvisioning('app', 7, >64)",
+       "ZUB3_EndProvisioning(#101, 7, >64)"},
+      {"zubSendData", {"app", 7, 2, "aGk="}, "ZUB_SendData('app', 7, 2, <'hi')", "ZUB3_SendData(#101, 7, 2, <'hi')"},
+      {"zubSendData", {"app", 7, 2, ""}, "ZUB_SendData('app', 7, 2, <'')", "ZUB3_SendData(#101, 7, 2, <'')"},
+      {"zubSendData", {"app", 7, 2, std::string("?a\0G\nk=", 7)}, "ZUB_SendData('app', 7, 2, <'hi')",
+       "ZUB3_SendData(#101, 7, 2, <'hi')"},
+      {"zubReceiveData", {"app", 7, 2, 64}, "ZUB_ReceiveData('app', 7, 2, >64)", "ZUB3_ReceiveData(#101, 7, 2, >64)"},
+      {"zubProcessSVPMessage", {"app", 7, "aGk="}, "ZUB_ProcessSVPMessage('app', 7, <'hi')",
+       "ZUB3_SendData(#101, 7, 600, <'hi')"},
+      {"zubGetSVPMessage", {"app", 7, 64}, "ZUB_GetSVPMessage('app', 7, >64)", "ZUB3_ReceiveData(#101, 7, 600, >64)"},
+      {"zubSendAndReceiveData", {"app", 7, 2, "aGk=", 64}, "ZUB_SendAndReceiveData('app', 7, 2, <'hi', >64)",
+       "ZUB3_SendAndReceiveData(#101, 7, 2, <'hi', >64)"},
+      {"zubGetCapabilities", {"app", 3, 64}, "ZUB_GetCapabilities('app', 3, >64)",
+       "ZUB_GetCapabilities('app', 3, >64)"},
+      {"zubDoFWUpdate", {}, "ZUB_DoFWUpdate()", "ZUB_DoFWUpdate()"},
+      {"zubGetOTP", {"app", 3, "aGk=", "eW8=", 8, 16, ""}, "ZUB_GetOTP('app', 3, <'hi', <'yo', >8, >16)",
+       "ZUB3_GetOTP(#101, 3, <'hi', <'yo', >8, >16)"},
+      {"zubGetOTP", {"app", 3, "", "", 0, 65'536, ""}, "ZUB_GetOTP('app', 3, <null, <null, >0/null, >0/null)",
+       "ZUB3_GetOTP(#101, 3, <null, <null, >0/null, >0/null)"},
+      {"zubSendData", {"", 7, 2, "aGk="}, "ZUB_SendData(null, 7, 2, <'hi')", nullptr},
+      {"zubSendData", {"app\xC3\xA9", 7, 2, "aGk="}, "ZUB_SendData('app\xC3\xA9', 7, 2, <'hi')", nullptr},
+  };
+  agent.SetVersion(2);
+  for (const auto& [method, arguments, first, instance] : cases) {
+    if (std::string_view(first).find('\xC3') != std::string_view::npos && !platform::kHasLayerSettings) continue;
+    EXPECT_EQ(page.Call(method, arguments).Show(), "pluginRetCode=0 fnRetCode=0") << method;
+    EXPECT_EQ(agent.TakeCalls(), Calls{first});
+  }
+  agent.SetVersion(0x01020303);
+  Page instances(host);
+  EXPECT_EQ(instances.Call("zubStartProvisioning", {"app"}).Show(), "pluginRetCode=0 fnRetCode=0 sessionHandle=0");
+  EXPECT_EQ(agent.TakeCalls(true), (Calls{"ZUB_GetVersion()", "ZUB3_StartInstance('app')", cases[0].instance}));
+  for (const auto& [method, arguments, first, instance] : cases) {
+    if (!instance) continue;
+    instances.Call(method, arguments);
+    EXPECT_EQ(agent.TakeCalls(true), Calls{instance});
+  }
+  EXPECT_EQ(instances.Call("zubSendData", {"", 7, 2, "aGk="}).Show(), "pluginRetCode=12 fnRetCode=10");
+  EXPECT_EQ(instances.Call("zubSendData", {"b", 7, 2, "aGk="}).Show(), "pluginRetCode=0 fnRetCode=0");
+  EXPECT_EQ(agent.TakeCalls(), (Calls{"ZUB3_StartInstance('b')", "ZUB3_SendData(#102, 7, 2, <'hi')"}));
+}
+
+TEST_F(AgentOperationsTest, ValuesOfTheLibraryReachThePage) {
+  agent.SetVersion(0x80000002);
+  agent.On("ZUB_StartProvisioning", [](AgentCall& call) { *call.value = 0xFFFFFFFF; });
+  EXPECT_EQ(page.Call("zubGetVersion").Show(), "pluginRetCode=0 fnRetCode=0 version=-2147483646");
+  EXPECT_EQ(page.Call("zubStartProvisioning", {"app"}).Show(), "pluginRetCode=0 fnRetCode=0 sessionHandle=-1");
+  agent.On("ZUB_GetVersion", Refuses(9));
+  agent.On("ZUB_StartProvisioning", Refuses(9));
+  EXPECT_EQ(page.Call("zubGetVersion").Show(), "pluginRetCode=0 fnRetCode=9");
+  EXPECT_EQ(page.Call("zubStartProvisioning", {"app"}).Show(), "pluginRetCode=0 fnRetCode=9");
+}
+
+TEST_F(AgentOperationsTest, VersionThatFailsIsAskedAgain) {
+  agent.SetVersion(3);
+  agent.On("ZUB_GetVersion", Refuses(9));
+  for (int i = 0; i < 2; ++i) {
+    page.Call("zubSendData", {"app", 7, 2, "aGk="});
+    EXPECT_EQ(agent.TakeCalls(true), (Calls{"ZUB_GetVersion()", "ZUB_SendData('app', 7, 2, <'hi')"}));
+  }
+  agent.SetVersion(3);
+  agent.On("ZUB3_StartInstance", Refuses(44));
+  EXPECT_EQ(page.Call("zubSendData", {"app", 7, 2, "aGk="}).Show(), "pluginRetCode=0 fnRetCode=44");
+  EXPECT_EQ(agent.TakeCalls(), Calls{"ZUB3_StartInstance('app')"});
+}
+
+TEST_F(AgentOperationsTest, MissingNamesGiveEleven) {
+  const struct {
+    const char* variant;
+    const char* method;
+    std::vector<Value> arguments;
+    const char* expected;
+  } cases[] = {
+      {"instances", "zubSendData", {"app", 7, 2, "aGk="}, "pluginRetCode=11 fnRetCode=10"},
+      {"idle", "zubEndProvisioning", {"app", 7, 64, "file"}, "pluginRetCode=11 fnRetCode=10"},
+      {"idle", "zubGetOTP", {"app", 3, "", "", 8, 16, ""}, "pluginRetCode=11 fnRetCode=10"},
+      {"first", "zubSendData", {"app", 7, 2, "aGk="}, "pluginRetCode=11 fnRetCode=10"},
+      {"otps", "zubGetCapabilities", {"app", 3, 64}, "pluginRetCode=0 fnRetCode=0 b64Data='aGk='"},
+  };
+  for (const auto& [variant, method, arguments, expected] : cases) {
+    AgentStub poor(environment, variant);
+    poor.SetVersion(3);
+    poor.On("ZUB_GetOTPCapabilities", Gives("hi"));
+    Page other(host);
+    EXPECT_EQ(other.Call(method, arguments).Show(), expected) << variant << " " << method;
+  }
+}
+
+TEST_F(AgentOperationsTest, StatusDecidesWhatThePageIsGiven) {
+  for (const Output& output : kOutputs) {
+    const std::string required = std::string(" ") + output.requiredKey;
+    const std::string data = std::string(" ") + output.dataKey;
+    const struct {
+      AgentStub::Answer answer;
+      std::string expected;
+    } cases[] = {
+        {Gives(std::string("\0\x01\xFF", 3)), "pluginRetCode=0 fnRetCode=0" + data + "='AAH/'"},
+        {Gives(std::string(64, 'x')), "pluginRetCode=0 fnRetCode=0" + data + "='" + std::string(84, '?') + "eA=='"},
+        {Gives("", 0), "pluginRetCode=0 fnRetCode=0"},
+        {Gives("", 40'000, 11), "pluginRetCode=0 fnRetCode=11" + required + "=40000"},
+        {Gives("hi", 2, 12), "pluginRetCode=0 fnRetCode=12"},
+        {Gives("hi", 2, -1), "pluginRetCode=0 fnRetCode=-1"},
+        {Gives("hi", 65), "pluginRetCode=13 fnRetCode=0"},  // It claims more than it was given room for.
+        {Gives("hi", 65'535), "pluginRetCode=13 fnRetCode=0"},
+    };
+    for (auto [answer, expected] : cases) {
+      agent.On(output.entry, answer);
+      if (const size_t at = expected.find('?'); at != std::string::npos) {
+        for (size_t i = 0; i < 84; ++i) expected[at + i] = "eHh4"[i % 4];
+      }
+      EXPECT_EQ(page.Call(output.method, output.arguments).Show(), expected) << output.method;
+    }
+  }
+}
+
+TEST_F(AgentOperationsTest, LibrarySeesSixteenBitsOfACapacity) {
+  const struct {
+    Value capacity;
+    const char* asked;  // Null: the library isn't reached.
+    const char* codes;
+  } cases[] = {
+      {0, ">0)", "0 0"},      {1, ">1)", "0 0"},          {65'535, ">65535)", "0 0"},
+      {65'536, ">0)", "0 0"}, {65'537, ">1)", "0 0"},     {-1, nullptr, "14 10"},
+      {std::numeric_limits<int32_t>::min(), nullptr, "14 10"}, {-1e300, nullptr, "14 10"},
+  };
+  for (const Output& output : kOutputs) {
+    for (const auto& [capacity, asked, codes] : cases) {
+      const Result result = page.Call(output.method, output.With(capacity));
+      EXPECT_EQ(std::to_string(result.Int("pluginRetCode")) + " " + std::to_string(result.Int("fnRetCode")), codes);
+      const Calls calls = agent.TakeCalls();
+      if (asked) {
+        ASSERT_EQ(calls.size(), 1u);
+        EXPECT_TRUE(calls[0].ends_with(asked)) << calls[0];
+      } else {
+        EXPECT_EQ(calls, Calls{});
+      }
+    }
+  }
+}
+
+TEST_F(AgentOperationsTest, OTPComesAsBytesAndAsText) {
+  const std::vector<Value> arguments{"app", 3, "", "", 8, 4, ""};
+  const auto gives = [](const std::string& otp, uint16_t otpLength, uint16_t tokenLength, int32_t status) {
+    return [=](AgentCall& call) {
+      Gives(otp, otpLength, status)(call);
+      if (call.output[1] && *call.outputLength[1] >= 2) std::copy_n("to", 2, call.output[1]);
+      *call.outputLength[1] = tokenLength;
+    };
+  };
+  const struct {
+    AgentStub::Answer answer;
+    const char* expected;
+  } cases[] = {
+      {gives("1234", 4, 2, 0), "pluginRetCode=0 fnRetCode=0 b64OTP='MTIzNA==' OTP='1234' b64EncToken='dG8='"},
+      {gives("12345678", 8, 0, 0), "pluginRetCode=0 fnRetCode=0 b64OTP='MTIzNDU2Nzg=' OTP='12345678'"},
+      {gives(std::string("1\0002", 3), 3, 0, 0), "pluginRetCode=0 fnRetCode=0 b64OTP='MQAy' OTP='1'"},
+      {gives("", 0, 2, 0), "pluginRetCode=0 fnRetCode=0 b64EncToken='dG8='"},
+      {gives("", 300, 40'000, 11),
+       "pluginRetCode=0 fnRetCode=11 requiredOTPDataLen=300 requiredEncTokenDataLen=40000"},
+      {gives("1234", 4, 2, 6), "pluginRetCode=0 fnRetCode=6"},
+      {gives("12345678", 9, 0, 0), "pluginRetCode=13 fnRetCode=0"},
+  };
+  for (const auto& [answer, expected] : cases) {
+    agent.On("ZUB_GetOTP", answer);
+    EXPECT_EQ(page.Call("zubGetOTP", arguments).Show(), expected);
+  }
+  // Without room nothing can be stored, whatever the library claims.
+  agent.On("ZUB_GetOTP", gives("", 4, 4, 0));
+  EXPECT_EQ(page.Call("zubGetOTP", {"app", 3, "", "", 0, 0, ""}).Show(), "pluginRetCode=0 fnRetCode=0");
+}
+
+TEST_F(AgentOperationsTest, NothingThatALibraryThrowsReachesTheHost) {
+  // Where each library has an unwinder of its own, nothing can be caught across them.
+  if (sizeof(void*) == 4 && !platform::kHasLayerSettings) GTEST_SKIP();
+  const auto throws = [](AgentCall&) { throw std::runtime_error("not expected of a C function"); };
+  for (const Output& output : kOutputs) {
+    agent.On(output.entry, throws);
+    EXPECT_EQ(page.Call(output.method, output.arguments).Show(), "pluginRetCode=13 fnRetCode=10") << output.method;
+  }
+}

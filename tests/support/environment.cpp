@@ -1,0 +1,180 @@
+#include "tests/support/environment.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <ctime>
+#include <fstream>
+#include <sstream>
+#include <utility>
+
+#include "foundation/platform_files.h"
+#include "platform/system_path.h"
+
+namespace fs = std::filesystem;
+using NorvoWebAPI::Platform::GetBasePath;
+
+namespace support {
+namespace {
+
+using WideText = std::basic_string<WCHAR>;
+
+constexpr char kSettings[] = "Software\\Norvo\\Services\\KSV";
+
+// The form in which the environment and the settings hold paths.
+std::string PlatformText(const fs::path& path) {
+  std::string text = path.string();
+  std::ranges::replace(text, '/', '\\');
+  return text;
+}
+
+// Set before any test can ask for the base path, which is then kept: a test must never reach the user's own files.
+struct ProcessFolder {
+  ~ProcessFolder() {
+    std::error_code ignored;
+    fs::remove_all(path, ignored);
+  }
+  fs::path path = fs::temp_directory_path() / ("ksv_tests_" + std::to_string(GetCurrentProcessId()));
+  platform::ScopedVariable appData{"AppData", (PlatformText(path) + "\\Roaming").c_str()};
+};
+const ProcessFolder processFolder;
+
+fs::path Base() { return SystemPath(GetBasePath()); }
+
+void SetSetting(const WCHAR* name, DWORD type, const void* data, size_t size) {
+  HKEY key = nullptr;
+  ASSERT_EQ(RegCreateKeyExA(HKEY_LOCAL_MACHINE, kSettings, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr),
+            ERROR_SUCCESS);
+  EXPECT_EQ(RegSetValueExW(key, name, 0, type, static_cast<const BYTE*>(data), static_cast<DWORD>(size)),
+            ERROR_SUCCESS);
+  RegCloseKey(key);
+}
+
+std::string ShowInput(const uint8_t* bytes, int32_t length) {
+  if (!bytes) return length == 0 ? "<null" : "<null:" + std::to_string(length);
+  if (length > 64) return "<" + std::to_string(length) + " bytes";
+  return "<'" + std::string(reinterpret_cast<const char*>(bytes), static_cast<size_t>(length)) + "'";
+}
+
+std::string Show(const AgentCall& call) {
+  std::vector<std::string> parts;
+  if (call.hasTarget && call.byInstance) parts.push_back("#" + std::to_string(call.instance));
+  if (call.hasTarget && !call.byInstance) parts.push_back(call.name ? "'" + std::string(call.name) + "'" : "null");
+  for (int32_t i = 0; i < call.numberCount; ++i) parts.push_back(std::to_string(call.numbers[i]));
+  for (int32_t i = 0; i < call.inputCount; ++i) parts.push_back(ShowInput(call.input[i], call.inputLength[i]));
+  for (int32_t i = 0; i < call.outputCount; ++i) {
+    parts.push_back(">" + std::to_string(*call.outputLength[i]) + (call.output[i] ? "" : "/null"));
+  }
+  std::string shown = call.entry;
+  for (size_t i = 0; i < parts.size(); ++i) shown += (i == 0 ? "(" : ", ") + parts[i];
+  return shown + (parts.empty() ? "()" : ")");
+}
+
+}  // namespace
+
+Environment::Environment() : registry("KSV_REGISTRY", (processFolder.path / "registry.json").string().c_str()) {
+  const auto ours = std::ranges::mismatch(Base(), processFolder.path);
+  if (ours.in2 != processFolder.path.end()) {
+    ADD_FAILURE() << "another base folder than the tests' is in use: " << Base();
+    return;
+  }
+  fs::create_directories(Base());
+  fs::create_directories(Scratch());
+  RegDeleteKeyA(HKEY_LOCAL_MACHINE, kSettings);
+  SetLastUpdate(0);
+}
+
+Environment::~Environment() {
+  RegDeleteKeyA(HKEY_LOCAL_MACHINE, kSettings);
+  std::error_code ignored;
+  for (const fs::path& folder : {Base(), Scratch()}) fs::remove_all(folder, ignored);
+}
+
+fs::path Environment::Scratch() const { return processFolder.path / "scratch"; }
+fs::path Environment::Path(const std::string& name) const { return Base() / name; }
+
+void Environment::SetLastUpdate(std::optional<int64_t> secondsAgo) const {
+  const std::string name = "lastUpdatewin32-npapi";
+  if (secondsAgo) {
+    Write(name, std::to_string(std::time(nullptr) - *secondsAgo));
+  } else {
+    fs::remove(Path(name));
+  }
+}
+
+void Environment::SetLogLevel(uint32_t level) const {
+  SetSetting(KSV_WIDE("KsvPluginLogLevel"), REG_DWORD, &level, sizeof level);
+}
+
+void Environment::SetLibraryFolder(const fs::path& folder) const {
+  const std::string text = PlatformText(folder);
+  EXPECT_LE(text.size(), 127u) << "the settings can't hold this folder: build in a shorter one";
+  const WideText wide(text.begin(), text.end());
+  SetSetting(KSV_WIDE("FILELOCALE"), REG_SZ, wide.c_str(), (wide.size() + 1) * sizeof(WCHAR));
+}
+
+void Environment::Write(const std::string& name, const std::string& bytes) const {
+  fs::create_directories(Path(name).parent_path());
+  std::ofstream(Path(name), std::ios::binary) << bytes;
+}
+
+std::optional<std::string> Environment::Read(const std::string& name) const {
+  std::ifstream file(Path(name), std::ios::binary);
+  if (!file) return {};
+  std::ostringstream bytes;
+  bytes << file.rdbuf();
+  return bytes.str();
+}
+
+AgentStub::AgentStub(const Environment& environment, const std::string& variant, const std::string& file) {
+  fs::path folder = fs::path(KSV_STUBS) / variant;
+  if (file != "zub.dll") {
+    fs::copy_file(folder / "zub.dll", environment.Scratch() / file);
+    folder = environment.Scratch();
+  }
+  environment.SetLibraryFolder(folder);
+  const std::string path = PlatformText(folder / file);
+  library = LoadLibraryW(WideText(path.begin(), path.end()).c_str());
+  if (!library) throw std::runtime_error("no stub library at " + path);
+  const auto entry = reinterpret_cast<void*>(GetProcAddress(library, "AgentStub_Control"));
+  control = reinterpret_cast<AgentStubControlEntry>(entry)();
+  *control = {[](void* stub, AgentCall* call) { static_cast<AgentStub*>(stub)->Take(*call); }, this};
+}
+
+AgentStub::~AgentStub() {
+  *control = {};
+  FreeLibrary(library);
+}
+
+void AgentStub::SetVersion(uint32_t version) {
+  On("ZUB_GetVersion", [version](AgentCall& call) { *call.value = version; });
+  On("ZUB3_StartInstance", [this](AgentCall& call) { *call.value = ++started; });
+}
+
+void AgentStub::Take(AgentCall& call) {
+  calls.push_back(Show(call));
+  const auto told = answers.find(call.entry);
+  if (told == answers.end()) return;
+  const Answer answer = told->second;  // It may be replaced from inside.
+  answer(call);
+}
+
+std::vector<std::string> AgentStub::TakeCalls(bool withVersion) {
+  auto taken = std::exchange(calls, {});
+  if (!withVersion) std::erase(taken, "ZUB_GetVersion()");
+  return taken;
+}
+
+AgentStub::Answer Gives(const std::string& bytes, std::optional<uint16_t> length, int32_t status) {
+  return [=](AgentCall& call) {
+    if (call.output[0]) std::copy_n(bytes.begin(), std::min<size_t>(bytes.size(), *call.outputLength[0]), call.output[0]);
+    *call.outputLength[0] = length.value_or(static_cast<uint16_t>(bytes.size()));
+    call.status = status;
+  };
+}
+
+AgentStub::Answer Refuses(int32_t status) {
+  return [=](AgentCall& call) { call.status = status; };
+}
+
+}  // namespace support

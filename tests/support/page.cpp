@@ -1,0 +1,122 @@
+#include "tests/support/page.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <utility>
+
+#include "tests/support/module_exports.h"
+
+namespace support {
+namespace {
+
+constexpr const char* kShownKeys[] = {
+    "pluginRetCode",       "fnRetCode",          "sessionHandle",           "version",
+    "instanceID",          "requiredDataLen",    "requiredEncTokenLen",     "requiredOTPDataLen",
+    "requiredEncTokenDataLen", "b64Data",        "b64OTP",                  "OTP",
+    "b64EncToken",         "tokenFileNames",
+};
+
+}  // namespace
+
+Result::Result(Result&& other) noexcept
+    : host(other.host),
+      answered(other.answered),
+      variant(std::exchange(other.variant, NPVariant{NPVariantType_Void, {}})) {}
+
+NPObject* Result::Object() const {
+  if (variant.type == NPVariantType_Object) return variant.value.objectValue;
+  ADD_FAILURE() << "the result is no object";
+  return nullptr;
+}
+
+bool Result::Has(const Key& key) const {
+  NPObject* const object = Object();
+  return object && object->_class->hasProperty(object, host->Id(key));
+}
+
+Result Result::Member(const Key& key) const {
+  NPVariant value{NPVariantType_Void, {}};
+  NPObject* const object = Object();
+  const bool read = object && host->Get(object, key, &value);
+  return {*host, read, value};
+}
+
+int32_t Result::Int(const Key& key) const {
+  const Value value = Member(key).Get();
+  EXPECT_TRUE(std::holds_alternative<int32_t>(value));
+  return std::holds_alternative<int32_t>(value) ? std::get<int32_t>(value) : -1;
+}
+
+std::string Result::Text(const Key& key) const {
+  const Value value = Member(key).Get();
+  EXPECT_TRUE(std::holds_alternative<std::string>(value));
+  return std::holds_alternative<std::string>(value) ? std::get<std::string>(value) : "";
+}
+
+std::string Result::Show() const {
+  if (!answered) return "failed";
+  const Value value = Get();
+  if (std::holds_alternative<std::nullptr_t>(value)) return "null";
+  if (const auto* number = std::get_if<int32_t>(&value)) return std::to_string(*number);
+  if (const auto* text = std::get_if<std::string>(&value)) {
+    std::string line = *text;
+    std::erase(line, '\n');
+    return "'" + line + "'";
+  }
+  std::string shown;
+  const auto add = [&](const std::string& part) { shown += (shown.empty() ? "" : " ") + part; };
+  if (Has("length")) {
+    for (int32_t i = 0; i < Int("length"); ++i) add(Member(i).Show());
+    return "[" + shown + "]";
+  }
+  for (const char* key : kShownKeys) {
+    if (Has(key)) add(std::string(key) + "=" + Member(key).Show());
+  }
+  return shown;
+}
+
+const NPPluginFuncs& Module() {
+  static const NPPluginFuncs table = [] {
+    NPPluginFuncs funcs{};
+    funcs.size = sizeof funcs;
+    EXPECT_EQ(NP_GetEntryPoints(&funcs), NPERR_NO_ERROR);
+    return funcs;
+  }();
+  return table;
+}
+
+Page::Page(TestHost& host, const std::string& address, void* window) : host(host), npp(host.NewInstance(address)) {
+  char type[] = "application/x-vnd-norvo-webapi-ksv-5.0.9";
+  EXPECT_EQ(Module().newp(type, npp, NP_EMBED, 0, nullptr, nullptr, nullptr), NPERR_NO_ERROR);
+  NPWindow given{};
+  given.window = window ? window : npp;
+  EXPECT_EQ(NP_SetWindow(npp, &given), NPERR_NO_ERROR);
+  EXPECT_EQ(Module().getvalue(npp, NPPVpluginScriptableNPObject, static_cast<void*>(&object)), NPERR_NO_ERROR);
+}
+
+Result Page::Call(const std::string& method, const std::vector<Value>& args) const {
+  NPVariant result{NPVariantType_Void, {}};
+  const bool answered = host.Call(object, method, args, &result);
+  return {host, answered, result};
+}
+
+Result Page::Read(const Key& key) const {
+  NPVariant value{NPVariantType_Void, {}};
+  const bool read = host.Get(object, key, &value);
+  return {host, read, value};
+}
+
+void Page::Destroy() {
+  if (std::exchange(destroyed, true)) return;
+  EXPECT_EQ(Module().destroy(npp, nullptr), NPERR_NO_ERROR);
+}
+
+void Page::End() {
+  NPObject* const ended = std::exchange(object, nullptr);
+  if (!ended) return;
+  Destroy();
+  host.EndInstance(npp, ended);
+}
+
+}  // namespace support
