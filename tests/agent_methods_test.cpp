@@ -185,12 +185,14 @@ TEST_F(AgentMethodsTest, PageThatGoesGivesItsInitialisationBack) {
 
 TEST_F(AgentMethodsTest, LogTellsNameAndCodesOnlyWhenItIsOn) {
   platform::DebugOutputCapture output;
-  page.Call("zubInit");
-  page.Call("zubDeInit");
-  EXPECT_EQ(output.lines(), Calls{});
-
-  const std::string head = "[" + std::to_string(static_cast<int32_t>(GetCurrentThreadId())) + "] ";
+  const auto lines = [&output] {
+    Calls written = output.lines();
+    // These lines have no switch.
+    std::erase_if(written, [](const std::string& line) { return line.find("[pZUB:EventTemplate]") != line.npos; });
+    return written;
+  };
   for (const uint32_t level : {0u, 0xFFFFFFFFu, 1u}) {
+    EXPECT_EQ(lines(), Calls{});
     environment.SetLogLevel(level);
     Page logged(host);
     agent.On("ZUB_Init", Refuses(0));
@@ -198,20 +200,18 @@ TEST_F(AgentMethodsTest, LogTellsNameAndCodesOnlyWhenItIsOn) {
     logged.Call("zubDeInit");
     agent.On("ZUB_Init", Refuses(5));
     logged.Call("zubInit");
-    if (level != 1) {
-      EXPECT_EQ(output.lines(), Calls{}) << level;
-    }
   }
+  const std::string head = "[" + std::to_string(static_cast<int32_t>(GetCurrentThreadId())) + "] ";
   Calls expected;
   for (const char* line :
        {"[pZUB] Init\n", "[pZUB] Running Norvo KSV Plugin version: : 5.0.5\n", "[pZUB] Init:0, 0\n",
-        "[pPlugin-refcount] Init-1\n", "[pZUB] Deinit\n", "[pZUB] Deinit:0, 0\n", "[pPlugin-refcount] DeInit-0\n",
-        "[pZUB] Init\n", "[pZUB] Running Norvo KSV Plugin version: : 5.0.5\n", "[pZUB] Init:0, 5\n",
-        "[pPlugin-refcount] Init-0\n"}) {
+        "[pPlugin-refcount] Init-1\n", "[pZUB] GetVersion\n", "[pZUB] GetVersion:0, 0\n", "[pZUB] Deinit\n",
+        "[pZUB] Deinit:0, 0\n", "[pPlugin-refcount] DeInit-0\n", "[pZUB] Init\n",
+        "[pZUB] Running Norvo KSV Plugin version: : 5.0.5\n", "[pZUB] Init:0, 5\n", "[pPlugin-refcount] Init-0\n"}) {
     expected.push_back(head + line);
   }
-  Calls written = output.lines();
-  ASSERT_EQ(written.size(), expected.size() + 1);
+  Calls written = lines();
+  ASSERT_FALSE(written.empty());
   EXPECT_TRUE(written.back().starts_with(head + "[pPlugin] Destructor-")) << written.back();
   written.pop_back();
   EXPECT_EQ(written, expected);

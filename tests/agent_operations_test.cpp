@@ -70,7 +70,7 @@ TEST_F(AgentOperationsTest, EachAsksTheLibraryInItsGeneration) {
   agent.SetVersion(2);
   for (const auto& [method, arguments, first, instance] : cases) {
     if (std::string_view(first).find('\xC3') != std::string_view::npos && !platform::kHasLayerSettings) continue;
-    EXPECT_EQ(page.Call(method, arguments).Show(), "pluginRetCode=0 fnRetCode=0") << method;
+    EXPECT_TRUE(page.Call(method, arguments).Show().starts_with("pluginRetCode=0 fnRetCode=0")) << method;
     EXPECT_EQ(agent.TakeCalls(), Calls{first});
   }
   agent.SetVersion(0x01020303);

@@ -8,6 +8,7 @@
 #include <future>
 #include <mutex>
 #include <random>
+#include <sstream>
 
 #include "kit/agent/agent_entries.h"
 #include "kit/agent/agent_status.h"
@@ -36,9 +37,10 @@ Text AtTime(uint64_t seconds) {
   return bytes;
 }
 
-const uint8_t* Data(const Text& text) {
-  return text.empty() ? nullptr : reinterpret_cast<const uint8_t*>(text.data());
-}
+constexpr auto Data = [](const Text& text) {
+  return text.empty() ? nullptr : reinterpret_cast<const uint8_t*>(&text[0]);
+};
+constexpr auto Size = [](const Text& text) { return static_cast<int32_t>(text.size()); };
 
 auto HostPath(const fs::path& path) {
   auto text = path.string<KsvAgent::WideChar>();
@@ -53,17 +55,16 @@ struct Recorder {
     texts.push_back(std::move(text));
     added.notify_all();
   }
-  bool Await(const Text& part, size_t count = 1) {
+  bool Await(const Text& part, std::ptrdiff_t count = 1) {
     std::unique_lock lock(mutex);
     return added.wait_for(lock, std::chrono::seconds(20), [&] { return CountLocked(part) >= count; });
   }
-  size_t Count(const Text& part) {
+  auto Count(const Text& part) {
     const std::scoped_lock lock(mutex);
     return CountLocked(part);
   }
-  size_t CountLocked(const Text& part) const {
-    return static_cast<size_t>(
-        std::count_if(texts.begin(), texts.end(), [&](const Text& text) { return text.find(part) != text.npos; }));
+  std::ptrdiff_t CountLocked(const Text& part) const {
+    return std::ranges::count_if(texts, [&](const Text& text) { return text.find(part) != text.npos; });
   }
   std::mutex mutex;
   std::condition_variable added;
@@ -88,7 +89,7 @@ struct Answer {
   uint16_t length;
 };
 
-#define ENTRY(name) Find<decltype(&name)>(#name)
+#define ENTRY(name) reinterpret_cast<decltype(&name)>(reinterpret_cast<void*>(GetProcAddress(library_, #name)))
 // Both generations' entry points of one operation; `Call` chooses.
 #define EITHER(name) ENTRY(ZUB_##name), ENTRY(ZUB3_##name)
 
@@ -97,29 +98,19 @@ class AgentTest : public testing::TestWithParam<const char*> {
   AgentTest() {
     recorder = &events_;
     EXPECT_EQ(ENTRY(ZUB_Init)(), 0);
-    if (IsThird()) {
-      EXPECT_EQ(ENTRY(ZUB3_StartInstance)(kOath, nullptr, nullptr, &instance_), 0);
-    }
+    EXPECT_TRUE(!IsThird() || ENTRY(ZUB3_StartInstance)(kOath, nullptr, nullptr, &instance_) == 0);
   }
   ~AgentTest() override {
     ENTRY(ZUB_DeInit)();
     FreeLibrary(library_);
     fs::remove_all(folder_);
   }
-  static fs::path MakeFolder() {
-    const fs::path folder = fs::temp_directory_path() / ("ksv_agent_" + std::to_string(std::random_device()()));
-    fs::create_directories(folder);
-    return folder;
-  }
   // A copy of each test's own, because the generation is settled when a file is loaded.
   HMODULE Load() const {
     const platform::ScopedVariable generation("KSV_AGENT_GENERATION", GetParam());
+    fs::create_directories(folder_);
     fs::copy_file(SystemPath(KSV_AGENT_LIBRARY), folder_ / "agent.dll", fs::copy_options::skip_existing);
     return LoadLibraryW(HostPath(folder_ / "agent.dll").c_str());
-  }
-  template <class Entry>
-  Entry Find(const char* name) const {
-    return reinterpret_cast<Entry>(reinterpret_cast<void*>(GetProcAddress(library_, name)));
   }
   bool IsThird() const { return *GetParam() == '3'; }
 
@@ -141,11 +132,11 @@ class AgentTest : public testing::TestWithParam<const char*> {
     return static_cast<int32_t>(session);
   }
   Status Send(int32_t session, const Text& text, int32_t type = 0) const {
-    return Call(EITHER(SendData), session, type, static_cast<int32_t>(text.size()), Data(text));
+    return Call(EITHER(SendData), session, type, Size(text), Data(text));
   }
   Answer Exchange(int32_t session, const Text& text, uint16_t capacity = 500) const {
-    return Receive(capacity, [&](uint16_t* length, uint8_t* out) {
-      return Call(EITHER(SendAndReceiveData), session, 600, static_cast<int32_t>(text.size()), Data(text), length, out);
+    return Receive(capacity, [&](auto... out) {
+      return Call(EITHER(SendAndReceiveData), session, 600, Size(text), Data(text), out...);
     });
   }
   Answer End(int32_t session, uint16_t capacity = 1000) const {
@@ -162,8 +153,7 @@ class AgentTest : public testing::TestWithParam<const char*> {
     Answer otp{};
     const Answer advanced = Receive(tokenCapacity, [&](auto... tokenOut) {
       otp = Receive(capacity, [&](auto... out) {
-        return Call(EITHER(GetOTP), selector, static_cast<int32_t>(token.size()), Data(token),
-                    static_cast<int32_t>(extra.size()), Data(extra), out..., tokenOut...);
+        return Call(EITHER(GetOTP), selector, Size(token), Data(token), Size(extra), Data(extra), out..., tokenOut...);
       });
       return otp.status;
     });
@@ -183,7 +173,7 @@ class AgentTest : public testing::TestWithParam<const char*> {
     return static_cast<Status>(IsThird() ? ENTRY(ZUB3_StopInstance)(id) : ENTRY(ZUB_UnregisterEventCb)(name));
   }
 
-  const fs::path folder_ = MakeFolder();
+  const fs::path folder_ = fs::temp_directory_path() / ("ksv_agent_" + std::to_string(std::random_device()()));
   const platform::ScopedVariable home_{"KSV_AGENT_HOME", (folder_ / "home").string().c_str()};
   const HMODULE library_ = Load();
   uint32_t instance_ = 0;
@@ -273,40 +263,21 @@ TEST_P(AgentTest, ShortBuffersConsumeNothing) {
 }
 
 TEST_P(AgentTest, RefusesWhatIsNoAccount) {
-  // A star stands for a good secret.
-  const char* malformed[] = {"otpauth",
-                             "http://totp/a?*",
-                             "otpauth://totp/?*",
-                             "otpauth://totp/a",
-                             "otpauth://totp/a?secret=",
-                             "otpauth://totp/a?*0189",
-                             "otpauth://totp/a?*A",
-                             "otpauth://totp/a?*=",
-                             "otpauth://totp/%zz?*",
-                             "otpauth://totp/%C3?*",
-                             "otpauth://totp/%4",
-                             "otpauth://totp/%00?*",
-                             "otpauth://totp/a?*&*",
-                             "otpauth://totp/a?* ",
-                             "otpauth://totp/a?*&digits=-6",
-                             "otpauth://totp/a?*&period=",
-                             "otpauth://hotp/a?*",
-                             "otpauth://hotp/a?*&counter=",
-                             "otpauth://hotp/a?*&counter=18446744073709551616"};
-  const char* unsupported[] = {"otpauth://yaotp/a?*",
-                               "otpauth://totp/a?secret=GEZDGNBV",
-                               "otpauth://totp/a?*&digits=5",
-                               "otpauth://totp/a?*&digits=9",
-                               "otpauth://totp/a?*&digits=262",
-                               "otpauth://totp/a?*&period=0",
-                               "otpauth://totp/a?*&period=4294967296",
-                               "otpauth://totp/a?*&algorithm=MD5"};
+  // A star stands for a good secret, a blank ends a row.
+  std::istringstream malformed(R"(otpauth http://totp/a?* otpauth://totp/?* otpauth://totp/a otpauth://totp/a?secret=
+      otpauth://totp/a?*0189 otpauth://totp/a?*A otpauth://totp/a?*= otpauth://totp/%zz?* otpauth://totp/%C3?*
+      otpauth://totp/%4 otpauth://totp/%00?* otpauth://totp/a?*&* otpauth://totp/a?*#x otpauth://totp/a?*&digits=-6
+      otpauth://totp/a?*&period= otpauth://hotp/a?* otpauth://hotp/a?*&counter=
+      otpauth://hotp/a?*&counter=18446744073709551616)");
+  std::istringstream unsupported(R"(otpauth://yaotp/a?* otpauth://totp/a?secret=GEZDGNBV otpauth://totp/a?*&digits=5
+      otpauth://totp/a?*&digits=9 otpauth://totp/a?*&digits=262 otpauth://totp/a?*&period=0
+      otpauth://totp/a?*&period=4294967296 otpauth://totp/a?*&algorithm=MD5)");
   const auto status = [this](Text uri) {
     for (size_t star; (star = uri.find('*')) != uri.npos;) uri.replace(star, 1, "secret=" + kSeed20);
     return Provision(uri).status;
   };
-  for (const char* uri : malformed) EXPECT_EQ(status(uri), kBadProvisioningData) << uri;
-  for (const char* uri : unsupported) EXPECT_EQ(status(uri), kUnsupportedParameters) << uri;
+  for (Text uri; malformed >> uri;) EXPECT_EQ(status(uri), kBadProvisioningData) << uri;
+  for (Text uri; unsupported >> uri;) EXPECT_EQ(status(uri), kUnsupportedParameters) << uri;
   EXPECT_EQ(status("otpauth://totp/a?*&issuer=" + Text(257, 'i')), kUnsupportedParameters);
 }
 
@@ -341,19 +312,21 @@ TEST_P(AgentTest, SessionsAreBoundedAndTheirOwners) {
 
 TEST_P(AgentTest, AppletsComeAndGoByWholePackages) {
   // Each with its own true digest: what is refused here is what the package says.
-  const Text badContents[] = {
-      "title: Time only\nversion: 2..1\nkinds: totp\nsha256: "
-      "d1f96f435c23a058d1e497470b38f302db42cef49f9c9dcfeb38227ef40d0a5e\n",
-      "title: Time only\nversion: 2.10\nkinds: totp totp\nsha256: "
-      "43b37984e8a489fc022081610c463865e38252dd509612381cf782c3007a7229\n",
-      "title: Time only\nversion: 2.10\nkinds: motp\nsha256: "
-      "6d8bb9ea827a8956d76d6da7b7277b4b43b8a43ffd3cdace7432153941604d1e\n",
-      "title: Time only\nversion: 2.10\nkinds: totp\nmore: x\nsha256: "
-      "3a3fc771ee65c605868d92be515b1179fbe3d3b39d691ed6d1fd865ad8e9a212\n",
-      "version: 2.10\nkinds: totp\nsha256: dfdbf50a5aaf114d7150c73d38a26e630800adce200348e79a05805a1fe95bf3\n",
-  };
-  const Text start = "KSV-APPLET 1\nid: com.norvo.time\n";
-  for (const Text& rest : badContents) EXPECT_EQ(Install(kTimeOnly, start + rest), kBadAppletPackage) << rest;
+  const std::pair<const char*, const char*> badContents[] = {
+      {"title: Time only|version: 2..1|kinds: totp|",
+       "d1f96f435c23a058d1e497470b38f302db42cef49f9c9dcfeb38227ef40d0a5e"},
+      {"title: Time only|version: 2.10|kinds: totp totp|",
+       "43b37984e8a489fc022081610c463865e38252dd509612381cf782c3007a7229"},
+      {"title: Time only|version: 2.10|kinds: motp|",
+       "6d8bb9ea827a8956d76d6da7b7277b4b43b8a43ffd3cdace7432153941604d1e"},
+      {"title: Time only|version: 2.10|kinds: totp|more: x|",
+       "3a3fc771ee65c605868d92be515b1179fbe3d3b39d691ed6d1fd865ad8e9a212"},
+      {"version: 2.10|kinds: totp|", "dfdbf50a5aaf114d7150c73d38a26e630800adce200348e79a05805a1fe95bf3"}};
+  for (const auto& [lines, digest] : badContents) {
+    Text package = Text("KSV-APPLET 1|id: com.norvo.time|") + lines + "sha256: " + digest + "|";
+    std::replace(package.begin(), package.end(), '|', '\n');
+    EXPECT_EQ(Install(kTimeOnly, package), kBadAppletPackage) << package;
+  }
   for (size_t i = 0; i < kPackage.size(); ++i) {
     Text altered = kPackage;
     altered[i] = static_cast<char>(altered[i] ^ 0x01);
@@ -383,13 +356,9 @@ TEST_P(AgentTest, AppletsComeAndGoByWholePackages) {
 TEST_P(AgentTest, EventsComeUntilTheirEndAndNotAfter) {
   ASSERT_EQ(Install(kTimeOnly, kPackage), kOk);
   uint32_t other = 0;
-  if (IsThird()) {
-    ASSERT_EQ(ENTRY(ZUB3_StopInstance)(instance_), 0);
-  }
+  EXPECT_TRUE(!IsThird() || ENTRY(ZUB3_StopInstance)(instance_) == 0);
   ASSERT_EQ(Register(kOath, &instance_), kOk);
-  if (!IsThird()) {
-    EXPECT_EQ(Register(kOath, &other), kAlreadyRegistered);
-  }
+  EXPECT_TRUE(IsThird() || Register(kOath, &other) == kAlreadyRegistered);
   EXPECT_EQ(Provision(kTotp + "&period=1").status, kOk);
   const Text self = IsThird() ? std::to_string(instance_) : kOath;
   EXPECT_TRUE(events_.Await(self + ":2:{\"event\":\"provisioned\",\"kind\":\"totp\"}"));
@@ -403,7 +372,7 @@ TEST_P(AgentTest, EventsComeUntilTheirEndAndNotAfter) {
   // Events come in order, so what the second registration has heard tells what the first one has not.
   ASSERT_EQ(Register(kTimeOnly, &other), kOk);
   EXPECT_EQ(Unregister(kOath, instance_), kOk);
-  const size_t heard = events_.Count(self + ":");
+  const auto heard = events_.Count(self + ":");
   EXPECT_EQ(Install(kTimeOnly, kPackage), kOk);
   EXPECT_TRUE(events_.Await(":3:{\"event\":\"applet-installed\",\"applet\":\"com.norvo.time\"}"));
   EXPECT_EQ(events_.Count(self + ":"), heard);
@@ -412,8 +381,7 @@ TEST_P(AgentTest, EventsComeUntilTheirEndAndNotAfter) {
 
 TEST_P(AgentTest, TheEndWaitsForTheCallbackThatRuns) {
   ASSERT_EQ(Install(kTimeOnly, kPackage), kOk);
-  std::promise<void> entered;
-  std::promise<void> leave;
+  std::promise<void> entered, leave;
   std::atomic<bool> left = false;
   uint32_t id = 0;
   // The second event ends its own registration, from within.

@@ -154,7 +154,10 @@ void AgentStub::SetVersion(uint32_t version) {
 void AgentStub::Take(AgentCall& call) {
   calls.push_back(Show(call));
   const auto told = answers.find(call.entry);
-  if (told == answers.end()) return;
+  if (told == answers.end()) {
+    for (int32_t i = 0; i < call.outputCount; ++i) *call.outputLength[i] = 0;
+    return;
+  }
   const Answer answer = told->second;  // It may be replaced from inside.
   answer(call);
 }

@@ -1,0 +1,102 @@
+#include "script/variant_conversion.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/support/page.h"
+
+using namespace support;
+using NorvoWebAPI::JSObject;
+using NorvoWebAPI::NPJSConverter::fromNPVariant;
+using NorvoWebAPI::NPJSConverter::toNPVariant;
+using Type = JSObject::Type;
+
+class ConversionTest : public testing::Test {
+ protected:
+  JSObject In(const Value& value) {
+    NPVariant variant = host.Make(value);
+    JSObject read = fromNPVariant(npp, &host.Funcs(), &variant);
+    host.Release(variant);
+    return read;
+  }
+  Result Out(const JSObject& value) { return {host, true, toNPVariant(npp, &host.Funcs(), value)}; }
+
+  TestHost host;
+  NPP npp = host.NewInstance();
+};
+
+TEST_F(ConversionTest, PlainValuesCrossBothWays) {
+  const struct {
+    Value in;
+    Type type;
+    Value out;
+  } cases[] = {
+      {{}, Type::Null, nullptr},
+      {nullptr, Type::Null, nullptr},
+      {true, Type::Bool, true},
+      {false, Type::Bool, false},
+      {-5, Type::Int, -5},
+      {5.0, Type::Double, 5.0},
+      {1e300, Type::Double, 1e300},
+      {"", Type::String, ""},
+      {"caf\xC3\xA9 \xFF", Type::String, "caf\xC3\xA9 \xFF"},
+      {std::string("a\0b", 3), Type::String, "a"},
+      {host.Object(), Type::Null, nullptr},
+      {host.NewFunction([](const auto&, Value&) { return true; }), Type::Null, nullptr},
+  };
+  for (const auto& [in, type, out] : cases) {
+    const JSObject read = In(in);
+    EXPECT_EQ(read.GetType(), type) << "value of type " << in.index();
+    EXPECT_EQ(Out(read).Get(), out) << "value of type " << in.index();
+  }
+  EXPECT_EQ(In(std::string("a\0b", 3)).AsString(), std::string("a\0b", 3));
+}
+
+TEST_F(ConversionTest, TextWithoutAPointerIsEmpty) {
+  NPVariant variant{NPVariantType_String, {}};
+  variant.value.stringValue = {nullptr, 0};
+  EXPECT_EQ(fromNPVariant(npp, &host.Funcs(), &variant).AsString(), "");
+}
+
+TEST_F(ConversionTest, ObjectsAreReadWhole) {
+  ScriptObject* const list = host.Object({{0, 3}, {-4, "x"}});
+  JSObject read = In(host.Object({{"a", 1}, {"b", list}, {"", "empty"}, {"length", 9}}));
+  EXPECT_EQ(read.GetType(), Type::Object);
+  EXPECT_EQ(read["a"].ToInt(), 1);
+  EXPECT_EQ(read["b"].GetType(), Type::Object);
+  EXPECT_EQ(read["b"]["0"].ToInt(), 3);
+  EXPECT_EQ(read["b"]["-4"].AsString(), "x");
+  EXPECT_EQ(read[""].AsString(), "empty");
+}
+
+TEST_F(ConversionTest, ObjectsGoOutAsViewsOfTheirOwn) {
+  JSObject inner;
+  inner.ToArray();
+  inner[1u] = JSObject("text");
+  JSObject outer;
+  outer["list"] = inner;
+  outer["call"] = JSObject([](void*, auto*, auto*) { return true; }, nullptr);
+  const Result first = Out(outer);
+  const Result second = Out(outer);
+  EXPECT_NE(first.Get(), second.Get());
+  EXPECT_NE(first.Member("list").Get(), first.Member("list").Get());
+  EXPECT_EQ(first.Member("list").Show(), "[null 'text']");
+  EXPECT_TRUE(first.Has("call"));
+  EXPECT_FALSE(first.Member("call").Answered());
+  EXPECT_FALSE(first.Has("0"));
+}
+
+TEST_F(ConversionTest, FailuresThrow) {
+  const JSObject function([](void*, auto*, auto*) { return true; }, nullptr);
+  EXPECT_THROW(Out(function), std::invalid_argument);
+  EXPECT_THROW(toNPVariant(npp, nullptr, JSObject(1)), std::bad_typeid);
+  NPVariant variant{NPVariantType_Null, {}};
+  EXPECT_THROW(fromNPVariant(npp, nullptr, &variant), std::bad_typeid);
+  host.Fail(Fault::MemAlloc);
+  EXPECT_THROW(Out(JSObject("text")), std::runtime_error);
+  for (const Fault fault : {Fault::CreateObject, Fault::CreateObjectLate}) {
+    JSObject object;
+    object["a"] = JSObject(1);
+    host.Fail(fault);
+    EXPECT_THROW(Out(object), std::runtime_error);
+  }
+}

@@ -1,0 +1,151 @@
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+
+#include "script/np_scriptable.h"
+#include "tests/support/page.h"
+
+using namespace support;
+
+namespace {
+
+int living = 0;
+
+class Probe : public NorvoWebAPI::NPScriptable<Probe> {
+ public:
+  explicit Probe(const NPNetscapeFuncs* funcs) : NPScriptable(funcs) {
+    ++living;
+    RegisterMethod("kept", &Probe::Kept);
+    RegisterMethod("kept", nullptr);
+    RegisterMethod("none", nullptr);
+    RegisterMethod("replaced", &Probe::Throw);
+    RegisterMethod("replaced", &Probe::Kept);
+    RegisterMethod("throws", &Probe::Throw);
+    RegisterProperty("both", &Probe::Read, &Probe::Write);
+    RegisterProperty("readOnly", &Probe::Read, nullptr);
+    RegisterProperty("writeOnly", nullptr, &Probe::Write);
+    RegisterProperty("throws", &Probe::ReadThrows, &Probe::WriteThrows);
+  }
+  ~Probe() override { --living; }
+
+  bool HasMethod(NPIdentifier id) override {
+    if (failsLookUp) throw 1;
+    return NPScriptable::HasMethod(id);
+  }
+
+  bool failsLookUp = false;
+  int32_t value = 7;
+
+ private:
+  bool Kept(const NPVariant* /*args*/, uint32_t count, NPVariant* result) {
+    *result = {NPVariantType_Int32, {}};
+    result->value.intValue = static_cast<int32_t>(count) + 100;
+    return true;
+  }
+  bool Throw(const NPVariant* /*args*/, uint32_t /*count*/, NPVariant* /*result*/) { throw std::runtime_error("x"); }
+  bool Read(NPVariant* result) {
+    *result = {NPVariantType_Int32, {}};
+    result->value.intValue = value;
+    return true;
+  }
+  bool Write(const NPVariant* given) {
+    value = given->value.intValue;
+    return true;
+  }
+  bool ReadThrows(NPVariant* /*result*/) { throw 1; }
+  bool WriteThrows(const NPVariant* /*given*/) { throw 1; }
+};
+
+}  // namespace
+
+class DispatchTest : public testing::Test {
+ protected:
+  ~DispatchTest() override {
+    host.Release(object);
+    EXPECT_EQ(living, 0);
+  }
+
+  std::string Call(const char* method) {
+    NPVariant result{NPVariantType_Void, {}};
+    const bool answered = host.Call(object, method, {1, "two"}, &result);
+    return Result(host, answered, result).Show();
+  }
+  std::string Read(const char* property) {
+    NPVariant value{NPVariantType_Void, {}};
+    const bool answered = host.Get(object, property, &value);
+    return Result(host, answered, value).Show();
+  }
+  bool Write(const char* property, int32_t number) {
+    const NPVariant value = host.Make(number);
+    return object->_class->setProperty(object, host.Id(property), &value);
+  }
+
+  TestHost host;
+  NPP npp = host.NewInstance();
+  Probe* probe = new Probe(&host.Funcs());  // The host's record owns it.
+  bool adopted = false;
+  NPObject* object = Probe::CreateObject(npp, &host.Funcs(), probe, &adopted);
+};
+
+TEST_F(DispatchTest, NamesLeadToTheirFunctions) {
+  EXPECT_TRUE(adopted);
+  for (const char* method : {"none", "both", "gone", "Kept", "", "throws"}) EXPECT_EQ(Call(method), "failed") << method;
+  for (const char* method : {"kept", "replaced"}) EXPECT_EQ(Call(method), "102") << method;
+  EXPECT_EQ(Read("both"), "7");
+  EXPECT_EQ(Read("readOnly"), "7");
+  for (const char* property : {"writeOnly", "throws", "gone", "kept"}) EXPECT_EQ(Read(property), "failed") << property;
+  EXPECT_TRUE(Write("both", 8) && Write("writeOnly", 9));
+  for (const char* property : {"readOnly", "throws", "gone"}) EXPECT_FALSE(Write(property, 1)) << property;
+  EXPECT_EQ(probe->value, 9);
+  EXPECT_TRUE(object->_class->removeProperty(object, host.Id("both")));
+  EXPECT_EQ(Read("both"), "9");
+}
+
+TEST_F(DispatchTest, ExceptionsEndAtTheEntry) {
+  probe->failsLookUp = true;
+  EXPECT_FALSE(object->_class->hasMethod(object, host.Id("kept")));
+  NPVariant result{NPVariantType_Void, {}};
+  EXPECT_FALSE(object->_class->invoke(object, host.Id("kept"), nullptr, 0, &result));
+  EXPECT_EQ(result.type, NPVariantType_Void);
+  probe->failsLookUp = false;
+  EXPECT_EQ(Call("kept"), "102");
+}
+
+TEST_F(DispatchTest, NoObjectGetsNoAnswer) {
+  const NPClass& table = *object->_class;
+  EXPECT_EQ(table.structVersion, NP_CLASS_STRUCT_VERSION);
+  const NPIdentifier id = host.Id("kept");
+  NPVariant value{NPVariantType_Void, {}};
+  NPIdentifier* ids = nullptr;
+  uint32_t count = 0;
+  for (NPObject* asked : {static_cast<NPObject*>(nullptr), object}) {
+    EXPECT_FALSE(table.invokeDefault(asked, nullptr, 0, &value));
+    EXPECT_FALSE(table.enumerate(asked, &ids, &count));
+    EXPECT_FALSE(table.construct(asked, nullptr, 0, &value));
+    table.invalidate(asked);
+  }
+  EXPECT_FALSE(table.hasMethod(nullptr, id) || table.invoke(nullptr, id, nullptr, 0, &value) ||
+               table.hasProperty(nullptr, id) || table.getProperty(nullptr, id, &value) ||
+               table.setProperty(nullptr, id, &value) || table.removeProperty(nullptr, id));
+  EXPECT_EQ(Call("kept"), "102") << "an invalidated object still answers";
+  EXPECT_EQ(table.allocate(npp, object->_class), nullptr) << "nothing is waiting to be handed over";
+}
+
+TEST_F(DispatchTest, TablesWithoutIdentifiersAreRefused) {
+  NPNetscapeFuncs bare = host.Funcs();
+  bare.getstringidentifier = nullptr;
+  EXPECT_THROW(Probe{&bare}, std::runtime_error);
+  EXPECT_THROW(Probe{nullptr}, std::runtime_error);
+}
+
+TEST_F(DispatchTest, FailedCreationLeavesTheObjectWhereItIs) {
+  for (const Fault fault : {Fault::CreateObject, Fault::CreateObjectLate}) {
+    auto* const other = new Probe(&host.Funcs());
+    bool taken = false;
+    host.Fail(fault);
+    EXPECT_EQ(Probe::CreateObject(npp, &host.Funcs(), other, &taken), nullptr);
+    EXPECT_EQ(taken, fault == Fault::CreateObjectLate);
+    EXPECT_EQ(living, taken ? 1 : 2);
+    if (!taken) delete other;
+  }
+}

@@ -1,0 +1,211 @@
+// Pages that mean harm or bad luck: values without an end, an instance that ends inside its own call, a host that fails.
+#include <memory>
+
+#include "script/np_func_bridge.h"
+#include "tests/support/agent_fixture.h"
+
+using namespace support;
+using NorvoWebAPI::JSObject;
+using NorvoWebAPI::NPJSConverter::NPFuncBridge;
+
+namespace {
+
+constexpr char kDone[] = "pluginRetCode=0 fnRetCode=0";
+constexpr char kFailed[] = "pluginRetCode=13";
+
+}  // namespace
+
+class HostilePageTest : public AgentTest {
+ protected:
+  /// The answer to a call whose second argument, a number, is this value.
+  std::string Send(const Value& value) { return page.Call("zubSendData", {"app", value, 2, "aGk="}).Show(); }
+
+  /// An object of some depth, its members the same object `width` times.
+  ScriptObject* Tree(int depth, int width) {
+    ScriptObject* const tree = host.Object();
+    for (int i = 0; i < width; ++i) {
+      tree->Set(i, depth > 1 ? Value(i == 0 ? Tree(depth - 1, width) : std::get<NPObject*>(tree->members[0].second()))
+                             : Value(1));
+    }
+    return tree;
+  }
+
+  /// As an engine that wraps a native object anew each time it is read.
+  Value WrapAnew() {
+    return static_cast<NPObject*>(&host.Temporary()->Define("self", [this] { return WrapAnew(); }));
+  }
+};
+
+TEST_F(HostilePageTest, ValuesWithoutAnEndAreRefused) {
+  ScriptObject* const itself = host.Object();
+  itself->Set("self", itself);
+  ScriptObject* const window = &page.Window();
+  window->Set("window", window);
+  ScriptObject* const wrapped = host.Object();
+  wrapped->Define("self", [this] { return WrapAnew(); });
+  const struct {
+    const char* what;
+    Value value;
+    const char* expected;
+  } cases[] = {
+      {"an object that names itself", itself, kFailed},
+      {"the page's window", window, kFailed},
+      {"an object that is wrapped anew at each read", wrapped, kFailed},
+      {"64 levels", Tree(64, 1), kDone},
+      {"65 levels", Tree(65, 1), kFailed},
+      {"a thousand million members", Tree(3, 1000), kFailed},
+      {"one object twice", host.Object({{"a", host.Object()}, {"b", host.Object()}}), kDone},
+      {"a result of the plug-in", page.Object(), kFailed},
+      {"text beyond 64 MiB", std::string((size_t{64} << 20) + 1, 'x'), kFailed},
+  };
+  for (const auto& [what, value, expected] : cases) EXPECT_EQ(Send(value), expected) << what;
+}
+
+TEST_F(HostilePageTest, LargeAndBrokenTextPasses) {
+  const std::string large(size_t{16} << 20, 'A');
+  EXPECT_EQ(page.Call("zubSendData", {"app", 7, 2, large}).Show(), kDone);
+  EXPECT_EQ(agent.TakeCalls(), Calls{"ZUB_SendData('app', 7, 2, <12582912 bytes)"});
+  EXPECT_EQ(page.Call("zubSendData", {std::string("app\0x", 5), 7, 2, std::string("\0\xFF\xFE", 3)}).Show(), kDone);
+  EXPECT_EQ(agent.TakeCalls(), Calls{"ZUB_SendData('app', 7, 2, <'')"});
+}
+
+TEST_F(HostilePageTest, ResultsAreReadOnlyAndBounded) {
+  environment.Write("KSV_tokens/https_page.example/a", "1");
+  const Result result = page.Call("zubEnumerateTokensDomainBinding");
+  const Result names = result.Member("tokenFileNames");
+  const struct {
+    const Result& object;
+    Key key;
+    bool has;
+    Value value;
+  } cases[] = {
+      {names, 0, true, "a"},           {names, 1, false, {}},       {names, -1, false, {}},
+      {names, "0", true, "a"},         {names, "length", true, 1},  {names, "-1", false, {}},
+      {names, "x", false, {}},         {names, "", false, {}},      {names, "99999999999", false, {}},
+      {names, "100000", false, {}},    {names, "2147483647", false, {}}, {result, 0, false, {}},
+      {result, "fnRetCode", true, 0},  {result, "gone", false, {}}, {names, "99999", true, nullptr},
+      {names, "length", true, 100'000},
+  };
+  for (const auto& [object, key, has, value] : cases) {
+    EXPECT_EQ(object.Has(key), has) << key.index();
+    EXPECT_EQ(object.Member(key).Get(), value);
+  }
+  EXPECT_EQ(result.Member("tokenFileNames").Int("length"), 1) << "each read gives a copy of its own";
+
+  NPObject* const object = std::get<NPObject*>(result.Get());
+  const NPClass& table = *object->_class;
+  NPVariant value = host.Make(5);
+  EXPECT_FALSE(table.setProperty(object, host.Id("fnRetCode"), &value));
+  EXPECT_TRUE(table.removeProperty(object, host.Id("fnRetCode")));
+  EXPECT_FALSE(table.invokeDefault(object, nullptr, 0, &value));
+  EXPECT_FALSE(table.construct(object, nullptr, 0, &value));
+  EXPECT_FALSE(table.hasMethod(object, host.Id("fnRetCode")));
+  NPIdentifier* ids = nullptr;
+  uint32_t count = 0;
+  EXPECT_FALSE(table.enumerate(object, &ids, &count));
+  EXPECT_EQ(result.Int("fnRetCode"), 0);
+}
+
+TEST_F(HostilePageTest, EveryFailureOfTheHostIsAnswered) {
+  const Value object(host.Object({{"a", 1}, {"b", 2}}));
+  const struct {
+    Fault fault;
+    int nth;
+    const char* expected;
+  } cases[] = {
+      {Fault::Enumerate, 1, kFailed},      {Fault::GetProperty, 1, kFailed},      {Fault::GetProperty, 2, kFailed},
+      {Fault::Utf8FromIdentifier, 2, kFailed}, {Fault::CreateObject, 1, "failed"}, {Fault::CreateObjectLate, 1, "failed"},
+  };
+  for (const auto& [fault, nth, expected] : cases) {
+    host.Fail(fault, nth);
+    EXPECT_EQ(Send(object), expected) << static_cast<int>(fault);
+    EXPECT_EQ(Send(object), kDone);
+  }
+  host.Fail(Fault::MemAlloc);
+  EXPECT_FALSE(page.Read("version").Answered());
+  EXPECT_EQ(page.Read("version").Show(), "'5.0.5'");
+  environment.Write("KSV_tokens/https_page.example/a", "1");
+  const Result result = page.Call("zubEnumerateTokensDomainBinding");
+  for (const Fault fault : {Fault::CreateObject, Fault::CreateObjectLate}) {
+    host.Fail(fault);
+    EXPECT_FALSE(result.Member("tokenFileNames").Answered());
+  }
+  host.Fail(Fault::Utf8FromIdentifier);
+  EXPECT_FALSE(result.Has("tokenFileNames"));
+}
+
+TEST_F(HostilePageTest, InstanceEndsInsideItsOwnCall) {
+  ScriptObject* const bomb = host.Object();
+  // Where the end comes: while an argument is read, when the page's address is, inside the library.
+  const auto endsWhenRead = [&](Page& doomed, bool whole) {
+    bomb->members.clear();
+    bomb->Define("a", [&doomed, whole] {
+      whole ? doomed.End() : doomed.Destroy();
+      return Value(1);
+    });
+    return doomed.Call("zubSendData", {"app", bomb, 2, "aGk="}).Show();
+  };
+  {
+    Page doomed(host);
+    EXPECT_EQ(endsWhenRead(doomed, true), "failed");
+    Page destroyed(host);
+    EXPECT_EQ(endsWhenRead(destroyed, false), kFailed);
+  }
+  EXPECT_EQ(agent.TakeCalls(true), Calls{});
+
+  Page addressed(host);
+  addressed.Window().Define("location", [&] {
+    addressed.End();
+    return Value(nullptr);
+  });
+  EXPECT_EQ(addressed.Call("zubEnumerateTokensDomainBinding").Show(), "failed");
+
+  for (const char* method : {"zubInit", "zubDoFWUpdate"}) {
+    Page doomed(host);
+    const auto ends = [&](AgentCall&) { doomed.End(); };
+    agent.On("ZUB_Init", ends);
+    agent.On("ZUB_DoFWUpdate", ends);
+    EXPECT_EQ(doomed.Call(method).Show(), "failed");
+  }
+  EXPECT_EQ(page.Call("zubGetVersion").Show(), "pluginRetCode=0 fnRetCode=0 version=0") << "others live on";
+}
+
+TEST_F(HostilePageTest, CallOfAPageFunctionOutlivesItsBridge) {
+  const NPP npp = page.Instance();
+  std::shared_ptr<NPFuncBridge> slot;
+  std::vector<Value> seen;
+  const Function page2 = [&](const std::vector<Value>& args, Value& result) {
+    slot.reset();
+    seen = args;
+    result = host.Object({{"x", 5}});
+    return true;
+  };
+  slot = std::make_shared<NPFuncBridge>(npp, &host.Funcs(), host.NewFunction(page2));
+  std::vector<JSObject> args{JSObject(7), JSObject("text"), JSObject(0.5)};
+  JSObject result;
+  EXPECT_TRUE(slot->Call(args, result));
+  EXPECT_EQ(slot, nullptr);
+  EXPECT_EQ(seen, (std::vector<Value>{7, "text", 0.5}));
+  EXPECT_EQ(result["x"].ToInt(), 5);
+
+  const auto call = [&](const Function& function, std::vector<JSObject> given) {
+    NPFuncBridge bridge(npp, &host.Funcs(), host.NewFunction(function));
+    return bridge.Call(given, result);
+  };
+  const auto answers = [](const Value& value) {
+    return [value](const std::vector<Value>&, Value& answer) {
+      answer = value;
+      return true;
+    };
+  };
+  EXPECT_FALSE(call([](const auto&, Value&) { return false; }, {}));
+  EXPECT_EQ(result.GetType(), JSObject::Type::Null);
+  EXPECT_FALSE(call(answers(Tree(65, 1)), {}));
+  EXPECT_FALSE(call(answers(1), {JSObject("text"), JSObject([](void*, auto*, auto*) { return true; }, nullptr)}));
+  host.Fail(Fault::MemAlloc, 2);
+  EXPECT_FALSE(call(answers(1), {JSObject("a"), JSObject("b")}));
+  host.Fail(Fault::InvokeDefault);
+  EXPECT_FALSE(call(answers(1), {JSObject("a")}));
+  EXPECT_THROW(NPFuncBridge(npp, &host.Funcs(), nullptr), std::bad_typeid);
+  EXPECT_THROW(NPFuncBridge(npp, nullptr, host.Object()), std::bad_typeid);
+}

@@ -1,0 +1,194 @@
+#include "script/js_object.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <typeinfo>
+
+using NorvoWebAPI::JSObject;
+using Type = JSObject::Type;
+
+namespace {
+
+constexpr int32_t kLowest = std::numeric_limits<int32_t>::min();
+
+bool Answer(void* context, std::vector<JSObject>* args, JSObject* result) {
+  *result = JSObject(static_cast<int32_t>(args->size()) + *static_cast<int32_t*>(context));
+  return true;
+}
+
+JSObject ArrayOf(uint32_t count) {
+  JSObject array;
+  array.ToArray();
+  for (uint32_t i = 0; i < count; ++i) array[i] = JSObject(static_cast<int32_t>(i));
+  return array;
+}
+
+JSObject ObjectOf(const std::vector<std::pair<const char*, int32_t>>& members) {
+  JSObject object;
+  for (const auto& [key, value] : members) object[key] = JSObject(value);
+  return object;
+}
+
+std::string ThrownBy(const std::function<void()>& action) {
+  try {
+    action();
+  } catch (const std::exception& failure) {
+    return failure.what();
+  }
+  return "nothing";
+}
+
+}  // namespace
+
+TEST(JSObjectTest, Conversions) {
+  int32_t context = 0;
+  const struct {
+    JSObject value;
+    int32_t asInt;
+    bool asBool;
+    double asDouble;
+  } cases[] = {
+      {JSObject(1), 1, true, 1},
+      {JSObject(2), 2, false, 2},
+      {JSObject(kLowest), kLowest, false, kLowest},
+      {JSObject(true), 1, true, 1},
+      {JSObject(false), 0, false, 0},
+      {JSObject(1.9), 1, true, 1.9},
+      {JSObject(2.5), 2, false, 2.5},
+      {JSObject(-0.5), 0, false, -0.5},
+      {JSObject(-2147483648.9), kLowest, false, -2147483648.9},
+      {JSObject(2147483647.9), 2147483647, false, 2147483647.9},
+      {JSObject(2147483648.0), kLowest, false, 2147483648.0},
+      {JSObject(HUGE_VAL), kLowest, false, HUGE_VAL},
+      {JSObject(-HUGE_VAL), kLowest, false, -HUGE_VAL},
+      {JSObject("42"), 1, true, 1},
+      {JSObject("0"), 1, true, 1},
+      {JSObject(""), 0, false, 0},
+      {JSObject(std::string("\0", 1)), 1, true, 1},
+      {JSObject(), 0, false, 0},
+      {ArrayOf(0), 1, true, 1},
+      {ObjectOf({{"a", 0}}), 1, true, 1},
+      {JSObject(Answer, &context), 1, true, 1},
+  };
+  for (const auto& [value, asInt, asBool, asDouble] : cases) {
+    const std::string which = "tag " + std::to_string(static_cast<int>(value.GetType())) + ", " +
+                              std::to_string(asDouble);
+    EXPECT_EQ(value.ToInt(), asInt) << which;
+    EXPECT_EQ(value.ToBool(), asBool) << which;
+    EXPECT_EQ(value.ToDouble(), asDouble) << which;
+    const JSObject copy(value);
+    EXPECT_EQ(copy.GetType(), value.GetType());
+    EXPECT_EQ(copy.ToDouble(), asDouble);
+    if (value.GetType() != Type::String) {
+      EXPECT_THROW(static_cast<void>(value.AsString()), std::bad_cast);
+    }
+  }
+  EXPECT_EQ(JSObject(std::nan("")).ToInt(), kLowest);
+}
+
+TEST(JSObjectTest, KeysAndIndices) {
+  JSObject looked;
+  EXPECT_EQ(looked["a"].GetType(), Type::Null);
+  EXPECT_TRUE(looked.GetType() == Type::Object && looked.HasKey("a") && !looked.HasKey("b"));
+  JSObject grown;
+  EXPECT_EQ(grown[3u].GetType(), Type::Null);
+  EXPECT_EQ(grown.ElementCount(), 4u);
+
+  JSObject array = ArrayOf(2);
+  EXPECT_EQ(array["length"].ToInt(), 2);
+  array["length"] = JSObject(50);
+  EXPECT_EQ(array["length"].ToInt(), 2);
+  for (const char* key : {"1", " \t1", "+1", "1x", "01", "1.9"}) EXPECT_EQ(array[key].ToInt(), 1) << key;
+  EXPECT_EQ(array["5"].GetType(), Type::Null);
+  JSObject copy(array);
+  EXPECT_EQ(copy["length"].ToInt(), 6);
+
+  const struct {
+    const char* key;
+    bool has;
+    const char* thrown;
+  } cases[] = {
+      {"99", true, "nothing"},
+      {"length", true, "nothing"},
+      {"Length", false, "String not an integer"},
+      {"", false, "String not an integer"},
+      {"x", false, "String not an integer"},
+      {"99999", true, "nothing"},
+      {"100000", false, "Index out of range"},
+      {"-1", false, "Index out of range"},
+      {"-2147483648", false, "Index out of range"},
+      {"2147483647", false, "Index out of range"},
+      {"4294967295", false, "String not an integer"},
+      {"99999999999999999999", false, "String not an integer"},
+  };
+  for (const auto& [key, has, thrown] : cases) {
+    JSObject fresh = ArrayOf(0);
+    EXPECT_EQ(fresh.HasKey(key), has) << key;
+    EXPECT_EQ(ThrownBy([&, name = key] { fresh[name]; }), thrown) << key;
+  }
+  EXPECT_EQ(ThrownBy([] { ArrayOf(0)[0xFFFFFFFFu]; }), "Index out of range");
+}
+
+TEST(JSObjectTest, ArraysAreMadeOfIntegerKeys) {
+  const struct {
+    JSObject value;
+    Type type;
+    uint32_t count;
+    const char* thrown;
+  } cases[] = {
+      {JSObject(), Type::Array, 0, "nothing"},
+      {ArrayOf(3), Type::Array, 3, "nothing"},
+      {ObjectOf({{"1", 7}, {"length", 9}}), Type::Array, 2, "nothing"},
+      {ObjectOf({{"length", 9}}), Type::Null, 0, "nothing"},
+      {ObjectOf({{"x", 7}}), Type::Object, 0, "String not an integer"},
+      {ObjectOf({{"-1", 7}}), Type::Object, 0, "Index out of range"},
+      {JSObject("text"), Type::String, 0, "Cannot convert non-object to array"},
+  };
+  for (auto [value, type, count, thrown] : cases) {
+    EXPECT_EQ(ThrownBy([&made = value] { made.ToArray(); }), thrown);
+    EXPECT_EQ(value.GetType(), type);
+    EXPECT_EQ(value.ElementCount(), count);
+  }
+  JSObject holed = ObjectOf({{"1", 7}});
+  holed.ToArray();
+  EXPECT_TRUE(holed[0u].GetType() == Type::Null && holed[1u].ToInt() == 7 && holed["length"].ToInt() == 2);
+}
+
+TEST(JSObjectTest, MisuseThrowsAndChangesNothing) {
+  JSObject text("abc");
+  std::vector<JSObject> args;
+  JSObject result;
+  EXPECT_EQ(ThrownBy([&] { text["a"]; }), "Property request on non-object");
+  EXPECT_EQ(ThrownBy([&] { text[0u]; }), "Index request on non-array");
+  EXPECT_EQ(ThrownBy([&] { ObjectOf({{"a", 1}})[0u]; }), "Index request on non-array");
+  EXPECT_EQ(ThrownBy([&] { text.Call(args, result); }), "Function call request on non-function");
+  EXPECT_EQ(ThrownBy([&] { static_cast<void>(JSObject(5).AsString()); }), "bad cast");
+  EXPECT_EQ(ThrownBy([&] { JSObject(nullptr, &args); }), "bad typeid");
+  EXPECT_EQ(text.AsString(), "abc");
+  EXPECT_FALSE(text.HasKey("a"));
+}
+
+TEST(JSObjectTest, CopiesAreDeepAndFunctionsShared) {
+  JSObject tree;
+  tree["list"] = ArrayOf(1);
+  tree["list"][0u]["text"] = JSObject("a");
+  JSObject copy(tree);
+  copy["list"][0u]["text"] = JSObject("b");
+  EXPECT_EQ(tree["list"][0u]["text"].AsString(), "a");
+  JSObject& same = copy;
+  copy = same;
+  EXPECT_EQ(copy["list"][0u]["text"].AsString(), "b");
+  // A part of itself is what goes when it is overwritten.
+  copy = copy["list"][0u];
+  EXPECT_EQ(copy["text"].AsString(), "b");
+
+  int32_t context = 40;
+  JSObject function = JSObject(JSObject(Answer, &context));
+  std::vector<JSObject> args(2);
+  JSObject result;
+  EXPECT_TRUE(function.Call(args, result));
+  EXPECT_EQ(result.ToInt(), 42);
+}

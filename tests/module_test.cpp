@@ -1,0 +1,202 @@
+// The module's exports, the table of its entries, and the life of an instance as the host leads it.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "api/scriptable.h"
+#include "shell/plugin.h"
+#include "tests/support/agent_fixture.h"
+#include "tests/support/module_exports.h"
+
+using namespace support;
+using NorvoWebAPI::KSV::Plugin;
+using NorvoWebAPI::KSV::PluginWindows;
+
+namespace {
+
+template <typename Entry>
+Entry EntryOf(HMODULE module, const char* name) {
+  return reinterpret_cast<Entry>(reinterpret_cast<void*>(GetProcAddress(module, name)));
+}
+
+}  // namespace
+
+class ModuleTest : public testing::Test {
+ protected:
+  Environment environment;
+  TestHost host;
+};
+
+TEST_F(ModuleTest, HostTableIsTestedBeforeItIsTaken) {
+  constexpr auto kSize = static_cast<uint16_t>(sizeof(NPNetscapeFuncs));
+  const struct {
+    uint16_t size;
+    uint16_t version;
+    NPError expected;
+  } cases[] = {
+      {kSize, 27, NPERR_NO_ERROR},
+      {0xFFFF, 0x00FF, NPERR_NO_ERROR},
+      {kSize - 1, 27, NPERR_INVALID_FUNCTABLE_ERROR},
+      {0, 0x0100, NPERR_INCOMPATIBLE_VERSION_ERROR},
+      {kSize, 0xFFFF, NPERR_INCOMPATIBLE_VERSION_ERROR},
+  };
+  for (const auto& [size, version, expected] : cases) {
+    NPNetscapeFuncs table = host.Funcs();
+    table.size = size;
+    table.version = version;
+    EXPECT_EQ(InitializeModule(&table), expected) << size << " " << version;
+  }
+  EXPECT_EQ(InitializeModule(nullptr), NPERR_INVALID_FUNCTABLE_ERROR);
+  // A table refused leaves the one before it standing, and the end of a session too.
+  EXPECT_EQ(NP_Shutdown(), NPERR_NO_ERROR);
+  EXPECT_EQ(Page(host).Read("version").Show(), "'5.0.5'");
+}
+
+TEST_F(ModuleTest, PluginTableIsFilledWhole) {
+  NPPluginFuncs table{};
+  table.size = sizeof table - 1;
+  EXPECT_EQ(NP_GetEntryPoints(&table), NPERR_INVALID_FUNCTABLE_ERROR);
+  EXPECT_EQ(table.newp, nullptr);
+  EXPECT_EQ(NP_GetEntryPoints(nullptr), NPERR_INVALID_FUNCTABLE_ERROR);
+  table.size = 500;
+  EXPECT_EQ(NP_GetEntryPoints(&table), NPERR_NO_ERROR);
+  EXPECT_EQ(table.size, sizeof table);
+  EXPECT_EQ(table.version, 19);
+  EXPECT_EQ(table.javaClass, nullptr);
+  EXPECT_TRUE(table.newp && table.destroy && table.setwindow && table.newstream && table.destroystream &&
+              table.asfile && table.writeready && table.write && table.print && table.event && table.urlnotify &&
+              table.getvalue && table.setvalue);
+}
+
+TEST_F(ModuleTest, EntriesAnswerWithoutAnInstance) {
+  NPP_t empty{};
+  int foreign = 0;
+  NPP_t strange{&foreign, nullptr};
+  const NPPluginFuncs& module = Module();
+  NPWindow window{};
+  NPStream stream{};
+  uint16_t stype = 0;
+  void* out = nullptr;
+  EXPECT_EQ(module.newp(nullptr, nullptr, NP_EMBED, 0, nullptr, nullptr, nullptr), NPERR_INVALID_INSTANCE_ERROR);
+  EXPECT_EQ(module.destroy(nullptr, nullptr), NPERR_INVALID_INSTANCE_ERROR);
+  EXPECT_EQ(module.destroy(&empty, nullptr), NPERR_NO_ERROR);
+  for (const NPP npp : {NPP(nullptr), &empty, &strange}) {
+    for (const NPError answer :
+         {module.setwindow(npp, &window), NP_SetWindow(npp, &window), module.newstream(npp, nullptr, &stream, 0, &stype),
+          module.destroystream(npp, &stream, NPRES_DONE), module.getvalue(npp, NPPVpluginNameString, &out),
+          module.getvalue(npp, NPPVpluginScriptableNPObject, &out), module.setvalue(npp, NPNVWindowNPObject, &out)}) {
+      EXPECT_EQ(answer, NPERR_INVALID_INSTANCE_ERROR);
+    }
+    EXPECT_EQ(module.writeready(npp, &stream), 0);
+    EXPECT_EQ(module.write(npp, &stream, 0, 77, &out), 77);
+    EXPECT_EQ(module.event(npp, &out) + NP_HandleEvent(npp, &out), 0);
+    module.asfile(npp, &stream, "");
+    module.print(npp, nullptr);
+    module.urlnotify(npp, "", NPRES_DONE, nullptr);
+  }
+  EXPECT_EQ(out, nullptr);
+  EXPECT_TRUE(PluginWindows().empty());
+}
+
+TEST_F(ModuleTest, InstanceAnswersForItself) {
+  Page page(host);
+  const NPP npp = page.Instance();
+  const char* text = nullptr;
+  EXPECT_EQ(Module().getvalue(npp, NPPVpluginNameString, static_cast<void*>(&text)), NPERR_NO_ERROR);
+  EXPECT_STREQ(text, "ksv");
+  EXPECT_EQ(Module().getvalue(npp, NPPVpluginDescriptionString, static_cast<void*>(&text)), NPERR_NO_ERROR);
+  EXPECT_STREQ(text, "Norvo KSV WebApi plugin");
+  NPBool xembed = 0;
+  EXPECT_EQ(Module().getvalue(npp, NPPVpluginNeedsXEmbed, &xembed), NPERR_NO_ERROR);
+  EXPECT_EQ(xembed, 1);
+  EXPECT_EQ(Module().getvalue(npp, static_cast<NPPVariable>(99), &text), NPERR_GENERIC_ERROR);
+  EXPECT_EQ(Module().setvalue(npp, NPNVWindowNPObject, nullptr), NPERR_NO_ERROR);
+  EXPECT_EQ(NP_HandleEvent(npp, nullptr), 1);
+  EXPECT_EQ(Module().setwindow(npp, nullptr), NPERR_GENERIC_ERROR);
+
+  const uint32_t references = host.References(page.Object());
+  NPObject* again = nullptr;
+  EXPECT_EQ(Module().getvalue(npp, NPPVpluginScriptableNPObject, static_cast<void*>(&again)), NPERR_NO_ERROR);
+  EXPECT_EQ(again, page.Object());
+  EXPECT_EQ(host.References(again), references + 1);
+  EXPECT_EQ(host.PluginObjects(), 1u);
+
+  NPVariant value = host.Make("6");
+  EXPECT_FALSE(again->_class->setProperty(again, host.Id("version"), &value));
+  host.Release(value);
+  EXPECT_EQ(page.Read("version").Show(), "'5.0.5'");
+  EXPECT_EQ(page.Call("zubinit").Show(), "failed");
+  EXPECT_EQ(page.Call("version").Show(), "failed");
+}
+
+TEST_F(ModuleTest, ObjectThatCantBeMadeIsTriedAgain) {
+  const NPP npp = host.NewInstance();
+  ASSERT_EQ(Module().newp(nullptr, npp, NP_EMBED, 0, nullptr, nullptr, nullptr), NPERR_NO_ERROR);
+  NPObject* object = nullptr;
+  const auto ask = [&] { return Module().getvalue(npp, NPPVpluginScriptableNPObject, static_cast<void*>(&object)); };
+  host.Fail(Fault::CreateObject);
+  EXPECT_EQ(ask(), NPERR_GENERIC_ERROR);
+  EXPECT_EQ(ask(), NPERR_NO_ERROR);
+  EXPECT_EQ(Module().destroy(npp, nullptr), NPERR_NO_ERROR);
+  host.EndInstance(npp, object);
+
+  const NPP lost = host.NewInstance();
+  ASSERT_EQ(Module().newp(nullptr, lost, NP_EMBED, 0, nullptr, nullptr, nullptr), NPERR_NO_ERROR);
+  host.Fail(Fault::CreateObjectLate);
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_EQ(Module().getvalue(lost, NPPVpluginScriptableNPObject, static_cast<void*>(&object)), NPERR_GENERIC_ERROR);
+  }
+  EXPECT_EQ(Module().destroy(lost, nullptr), NPERR_NO_ERROR);
+  host.EndInstance(lost, nullptr);
+}
+
+TEST_F(ModuleTest, WindowsLeadToTheirPages) {
+  int first = 0;
+  int second = 0;
+  const auto handle = [](int& place) { return reinterpret_cast<HWND>(&place); };
+  Page other(host);
+  {
+    Page page(host, "https://page.example/", &first);
+    Plugin* const plugin = Plugin::Of(page.Instance());
+    NPWindow window{};
+    window.window = &second;
+    EXPECT_EQ(Module().setwindow(page.Instance(), &window), NPERR_NO_ERROR);
+    EXPECT_EQ(PluginWindows()[handle(first)], plugin);
+    EXPECT_EQ(PluginWindows()[handle(second)], plugin);
+    page.Destroy();
+    EXPECT_EQ(page.Read("version").Show(), "'5.0.5'");
+    EXPECT_EQ(page.Call("zubEnumerateTokensDomainBinding").Show(), "pluginRetCode=13") << "its origin is gone";
+    EXPECT_EQ(Module().destroy(page.Instance(), nullptr), NPERR_NO_ERROR);
+  }
+  EXPECT_EQ(PluginWindows().size(), 1u) << "no entry may lead to an ended page";
+}
+
+TEST_F(ModuleTest, ResultOutlivesItsPage) {
+  environment.Write("KSV_tokens/https_page.example/a", "1");
+  auto page = std::make_unique<Page>(host);
+  const Result result = page->Call("zubEnumerateTokensDomainBinding");
+  page.reset();
+  EXPECT_EQ(result.Int("pluginRetCode"), 0);
+}
+
+TEST_F(ModuleTest, BuiltModuleRefusesInstancesUntilInitialised) {
+  const std::string path = KSV_MODULE;
+  const HMODULE module = LoadLibraryW(std::basic_string<WCHAR>(path.begin(), path.end()).c_str());
+  ASSERT_NE(module, nullptr);
+  for (const char* name : {"NP_Shutdown", "NP_SetWindow", "NP_HandleEvent"}) {
+    EXPECT_NE(GetProcAddress(module, name), nullptr) << name;
+  }
+  NPPluginFuncs table{};
+  table.size = sizeof table;
+  ASSERT_EQ(EntryOf<decltype(&NP_GetEntryPoints)>(module, "NP_GetEntryPoints")(&table), NPERR_NO_ERROR);
+  const NPP npp = host.NewInstance();
+  EXPECT_EQ(table.newp(nullptr, npp, NP_EMBED, 0, nullptr, nullptr, nullptr), NPERR_GENERIC_ERROR);
+  NPNetscapeFuncs funcs = host.Funcs();
+  EXPECT_EQ(InitializeModule(&funcs, EntryOf<InitializeEntry>(module, "NP_Initialize")), NPERR_NO_ERROR);
+  EXPECT_EQ(table.newp(nullptr, npp, NP_EMBED, 0, nullptr, nullptr, nullptr), NPERR_NO_ERROR);
+  NPObject* object = nullptr;
+  EXPECT_EQ(table.getvalue(npp, NPPVpluginScriptableNPObject, static_cast<void*>(&object)), NPERR_NO_ERROR);
+  EXPECT_EQ(table.destroy(npp, nullptr), NPERR_NO_ERROR);
+  host.EndInstance(npp, object);
+  FreeLibrary(module);
+}
