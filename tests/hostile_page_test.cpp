@@ -1,6 +1,7 @@
 // Pages that mean harm or bad luck: values without an end, an instance that ends inside its own call, a host that fails.
 #include <memory>
 
+#include "api/scriptable.h"
 #include "script/np_func_bridge.h"
 #include "tests/support/agent_fixture.h"
 
@@ -143,6 +144,7 @@ TEST_F(HostilePageTest, InstanceEndsInsideItsOwnCall) {
       whole ? doomed.End() : doomed.Destroy();
       return Value(1);
     });
+    bomb->Set("b", 2);
     return doomed.Call("zubSendData", {"app", bomb, 2, "aGk="}).Show();
   };
   {
@@ -167,6 +169,7 @@ TEST_F(HostilePageTest, InstanceEndsInsideItsOwnCall) {
     agent.On("ZUB_DoFWUpdate", ends);
     EXPECT_EQ(doomed.Call(method).Show(), "failed");
   }
+  EXPECT_EQ(NorvoWebAPI::KSV::agentInitCount, 0) << "nobody is left to give it back";
   EXPECT_EQ(page.Call("zubGetVersion").Show(), "pluginRetCode=0 fnRetCode=0 version=0") << "others live on";
 }
 

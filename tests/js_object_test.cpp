@@ -173,7 +173,7 @@ TEST(JSObjectTest, MisuseThrowsAndChangesNothing) {
 
 TEST(JSObjectTest, CopiesAreDeepAndFunctionsShared) {
   JSObject tree;
-  tree["list"] = ArrayOf(1);
+  tree["list"].ToArray();
   tree["list"][0u]["text"] = JSObject("a");
   JSObject copy(tree);
   copy["list"][0u]["text"] = JSObject("b");
