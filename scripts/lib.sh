@@ -86,7 +86,8 @@ is_configured() {
 build() {
   local preset=$1
   shift
-  configure "$preset" && cmake --build --preset "$preset" ${1:+--target "$@"}
+  # All errors in one go: whoever reads them may not be able to build for that system.
+  configure "$preset" && cmake --build --preset "$preset" ${1:+--target "$@"} -- -k 0
 }
 
 use_compiler_cache() {

@@ -51,7 +51,9 @@ bool NeedsNoLibrary(std::string_view method) {
 }
 
 // These answer by rules of their own, which are the event tests' matter.
-bool IsEventMethod(std::string_view method) { return method.ends_with("RegisterEventCallback"); }
+bool IsEventMethod(std::string_view method) {
+  return method.ends_with("RegisterEventCallback");
+}
 
 }  // namespace
 
@@ -91,9 +93,21 @@ TEST_F(AgentMethodsTest, OnlyTextWillDoForText) {
 TEST_F(AgentMethodsTest, NumbersArriveAsScriptTextOrNumberSays) {
   constexpr int32_t kLowest = std::numeric_limits<int32_t>::min();
   const std::pair<Value, int32_t> conversions[] = {
-      {42, 42},      {-7, -7},  {3.9, 3},   {-3.9, -3},         {1e10, kLowest},
-      {-1e10, kLowest}, {std::nan(""), kLowest}, {2147483647.5, 2147483647}, {true, 1}, {false, 0},
-      {"42", 1},     {"", 0},   {nullptr, 0}, {{}, 0},           {host.Object(), 0},
+      {42, 42},
+      {-7, -7},
+      {3.9, 3},
+      {-3.9, -3},
+      {1e10, kLowest},
+      {-1e10, kLowest},
+      {std::nan(""), kLowest},
+      {2147483647.5, 2147483647},
+      {true, 1},
+      {false, 0},
+      {"42", 1},
+      {"", 0},
+      {nullptr, 0},
+      {{}, 0},
+      {host.Object(), 0},
       {host.Object({{"a", 0}}), 1},
   };
   for (const MethodRow& row : AgentRows()) {

@@ -1,7 +1,6 @@
-#include "script/variant_conversion.h"
-
 #include <gtest/gtest.h>
 
+#include "script/variant_conversion.h"
 #include "tests/support/page.h"
 
 using namespace support;

@@ -230,7 +230,9 @@ TEST(TextTest, ConversionKeepsTextAndTellsNullFromEmpty) {
     ASSERT_TRUE(back);
     EXPECT_EQ(back.Get(), text);
   }
-  EXPECT_EQ(NarrowFromBstr(Bstr(SysAllocStringLen(KSV_WIDE("a\0b"), 3)).Get()), "a");
+  const Bstr cut = BstrOfExactLength("a" + kEnd + "b");
+  EXPECT_EQ(WideText(cut.Get(), SysStringLen(cut.Get())), WideText(KSV_WIDE("a\0b"), 3));
+  EXPECT_EQ(NarrowFromBstr(cut.Get()), "a");
 }
 
 TEST(TextTest, FailedConversionCarriesTheSystemsError) {
@@ -241,9 +243,13 @@ TEST(TextTest, FailedConversionCarriesTheSystemsError) {
     const FailCall widening("MultiByteToWideChar", 1113, nth);
     EXPECT_EQ(ErrorOf([&] { NarrowFromBstr(wide.Get()); }), "1113");
     EXPECT_EQ(ErrorOf([] { BstrFromNarrow("a"); }), "1113");
+    const FailCall wideningExactly("MultiByteToWideChar", 1113, nth);
+    EXPECT_EQ(ErrorOf([] { BstrOfExactLength("a"); }), "13");
   }
   const FailCall allocating("SysAllocString", ERROR_NOT_ENOUGH_MEMORY);
   EXPECT_EQ(ErrorOf([] { BstrFromNarrow("a"); }), "14");
+  const FailCall allocatingExactly("SysAllocString", ERROR_NOT_ENOUGH_MEMORY);
+  EXPECT_EQ(ErrorOf([] { BstrOfExactLength("a"); }), "13");
 }
 
 TEST(TextTest, OriginIsSchemeHostAndPort) {
@@ -337,6 +343,8 @@ TEST_F(FoundationTest, FilesAreFoundByTheirExactName) {
   EXPECT_THAT(names, testing::UnorderedElementsAre("before", "a.bin", "noend", "same", "deep", "other", "empty"));
   if (!kHasLayerSettings) return;
   names.clear();
+  const FailCall empty("FindFirstFileA", ERROR_NO_MORE_FILES);
+  EXPECT_FALSE(Platform::ListDirectory(At("t"), names));
   const FailCall broken("FindNextFileA", ERROR_ACCESS_DENIED, 4);  // Behind ".", ".." and ".hidden".
   EXPECT_FALSE(Platform::ListDirectory(At("t"), names));
   EXPECT_THAT(names, ElementsAre("a.bin"));
@@ -412,16 +420,19 @@ TEST(BasePathDeathTest, LiesBesideTheRoamingProfile) {
       {"\\p\\x\\..\\roaming", "\\p\\roaming\\LocalLow\\Norvo\\webapi\\|"},
   };
   const auto child = [](const char* appData) {
-    const platform::ScopedVariable none("AppData", nullptr);
-    const string error = ErrorOf([] { Platform::GetBasePath(); });
-    const bool overdue = Platform::IsUpdateOverdue("test");
+    string without;
+    for (const char* none : {"", static_cast<const char*>(nullptr)}) {
+      const platform::ScopedVariable unset("AppData", none);
+      without = ErrorOf([] { Platform::GetBasePath(); }) + (Platform::IsUpdateOverdue("test") ? ", shut" : ", open");
+      if (without != "Failed to find AppData environment variable, shut") break;
+    }
     const platform::ScopedVariable set("AppData", appData);
-    std::fprintf(stderr, "%s|%d|%s|", error.c_str(), overdue, Platform::GetBasePath().c_str());
+    std::fprintf(stderr, "%s|%s|", without.c_str(), Platform::GetBasePath().c_str());
     std::exit(0);
   };
   for (const auto& [appData, basePath] : rows) {
     EXPECT_EXIT(child(appData), testing::ExitedWithCode(0),
-                testing::AllOf(testing::HasSubstr("Failed to find AppData environment variable|1|"),
+                testing::AllOf(testing::HasSubstr("Failed to find AppData environment variable, shut|"),
                                testing::HasSubstr(basePath)));
   }
 }

@@ -74,8 +74,8 @@ TEST(JSObjectTest, Conversions) {
       {JSObject(Answer, &context), 1, true, 1},
   };
   for (const auto& [value, asInt, asBool, asDouble] : cases) {
-    const std::string which = "tag " + std::to_string(static_cast<int>(value.GetType())) + ", " +
-                              std::to_string(asDouble);
+    const std::string which =
+        "tag " + std::to_string(static_cast<int>(value.GetType())) + ", " + std::to_string(asDouble);
     EXPECT_EQ(value.ToInt(), asInt) << which;
     EXPECT_EQ(value.ToBool(), asBool) << which;
     EXPECT_EQ(value.ToDouble(), asDouble) << which;

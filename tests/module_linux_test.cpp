@@ -2,8 +2,8 @@
 
 #include <string_view>
 
-#include "tests/support/test_host.h"
 #include "tests/support/module_exports.h"
+#include "tests/support/test_host.h"
 
 TEST(ModuleLinuxTest, X11BrowsersLearnTheModulesData) {
   EXPECT_EQ(std::string_view(NP_GetMIMEDescription()),

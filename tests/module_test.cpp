@@ -82,9 +82,10 @@ TEST_F(ModuleTest, EntriesAnswerWithoutAnInstance) {
   EXPECT_EQ(module.destroy(&empty, nullptr), NPERR_NO_ERROR);
   for (const NPP npp : {NPP(nullptr), &empty, &strange}) {
     for (const NPError answer :
-         {module.setwindow(npp, &window), NP_SetWindow(npp, &window), module.newstream(npp, nullptr, &stream, 0, &stype),
-          module.destroystream(npp, &stream, NPRES_DONE), module.getvalue(npp, NPPVpluginNameString, &out),
-          module.getvalue(npp, NPPVpluginScriptableNPObject, &out), module.setvalue(npp, NPNVWindowNPObject, &out)}) {
+         {module.setwindow(npp, &window), NP_SetWindow(npp, &window),
+          module.newstream(npp, nullptr, &stream, 0, &stype), module.destroystream(npp, &stream, NPRES_DONE),
+          module.getvalue(npp, NPPVpluginNameString, &out), module.getvalue(npp, NPPVpluginScriptableNPObject, &out),
+          module.setvalue(npp, NPNVWindowNPObject, &out)}) {
       EXPECT_EQ(answer, NPERR_INVALID_INSTANCE_ERROR);
     }
     EXPECT_EQ(module.writeready(npp, &stream), 0);

@@ -1,6 +1,7 @@
 #include "kit/agent/events.h"
 
 #include <algorithm>
+#include <chrono>
 #include <limits>
 
 #include "kit/agent/json.h"

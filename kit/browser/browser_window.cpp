@@ -93,7 +93,7 @@ void BrowserWindow::Finish(int outcome) {
   deadline.stop();
   // The page may be calling from within a call of the plug-in: let it return before the window goes.
   QTimer::singleShot(0, this, [this] {
-    if (!options.picture.isEmpty()) SavePicture();
+    if (!options.picture.isEmpty() && status != kExitNoAnswer) SavePicture();
     if (!options.stay) QCoreApplication::quit();
   });
 }

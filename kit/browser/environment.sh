@@ -34,9 +34,34 @@ ksv_make_environment() {
   export LSAN_OPTIONS="suppressions=$ksv_environment_folder/leaks.supp:print_suppressions=0${LSAN_OPTIONS:+:$LSAN_OPTIONS}"
 }
 
-# Takes away what ksv_make_environment made outside of its folder.
+# Starts a screen of its own and makes DISPLAY name it. Several may start at the same time: each server finds its number
+# itself.
+ksv_start_screen() {
+  local cookie number
+  ksv_screen_folder=$(mktemp -d /tmp/ksv-screen-XXXXXX)
+  cookie=$(mcookie)
+  touch "$ksv_screen_folder"/{server,client}
+  mkfifo "$ksv_screen_folder/number"
+  # The server takes the cookie whatever number stands with it; who has none stays out.
+  xauth -q -f "$ksv_screen_folder/server" add :0 . "$cookie"
+  Xvfb -displayfd 3 -auth "$ksv_screen_folder/server" -screen 0 1280x1024x24 -nolisten tcp \
+    3>"$ksv_screen_folder/number" >"$ksv_screen_folder/log" 2>&1 &
+  ksv_screen=$!
+  if ! read -r number <"$ksv_screen_folder/number"; then
+    echo "The virtual screen does not start: $(tail -n 1 "$ksv_screen_folder/log")" >&2
+    return 1
+  fi
+  export DISPLAY=:$number XAUTHORITY=$ksv_screen_folder/client
+  xauth -q -f "$XAUTHORITY" add "$DISPLAY" . "$cookie"
+}
+
+# Takes away what the functions above made outside of the folder that they were given.
 ksv_leave_environment() {
-  [[ -z "${ksv_short:-}" ]] || rm -rf "$ksv_short"
+  if [[ -n "${ksv_screen:-}" ]]; then
+    kill "$ksv_screen" 2>/dev/null || true
+    wait "$ksv_screen" || true
+  fi
+  rm -rf ${ksv_screen_folder:+"$ksv_screen_folder"} ${ksv_short:+"$ksv_short"}
 }
 
 # Compares the password in the transcript of otp.html with what another program makes of the same account.

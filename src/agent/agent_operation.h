@@ -7,15 +7,13 @@
 #include <stdexcept>
 #include <string>
 
+#include "agent/agent_log.h"
 #include "agent/cksv_plugin_zub.h"
 #include "foundation/base64.h"
 #include "foundation/byte_buffer.h"
-#include "foundation/debug_log.h"
 #include "foundation/result_codes.h"
 
 namespace NorvoWebAPI::KSV {
-
-inline constexpr char kAgentLogTag[] = "pZUB";
 
 template <typename Check, typename Work>
 bool CKSVPluginZUB::RunChecked(const char* word, int32_t startStatus, Check check, Catches catches, JSObject& result,
@@ -34,7 +32,7 @@ bool CKSVPluginZUB::RunChecked(const char* word, int32_t startStatus, Check chec
       StorePluginCode(result, kFailed);
     }
   }
-  DebugLog(logEnabled, kAgentLogTag, "%s:%d, %d\n", word, PluginCodeOf(result), StatusOf(result));
+  LogCodes(logEnabled, kAgentLogTag, word, result);
   return true;
 }
 

@@ -26,7 +26,7 @@ namespace {
 
 constexpr size_t kMaxNameBytes = 32;
 // A page may sit in its function for as long as it likes, in front of a dialogue even; a library thread may not.
-constexpr std::chrono::seconds kMaxBusyWait{5};
+constexpr std::chrono::seconds kMaxBusyWait{1};
 
 struct AgentEvent {
   uint32_t instanceId = 0;  // 0 routes by name.

@@ -1,21 +1,15 @@
 #include "events/event_template.h"
 
+#include "agent/agent_log.h"
 #include "events/event_delivery.h"
-#include "foundation/debug_log.h"
 #include "foundation/result_codes.h"
 #include "shell/plugin.h"
 
 namespace NorvoWebAPI::KSV::EventTemplate {
 namespace {
 
-constexpr char kAgentTag[] = "pZUB";
-
 void LogEntry(const CKSVPluginZUB& agent, const char* word) {
   DebugLog(agent.LogEnabled(), kEventLogTag, "%s\n", word);
-}
-
-void LogExit(const CKSVPluginZUB& agent, const char* tag, const char* word, JSObject& result) {
-  DebugLog(agent.LogEnabled(), tag, "%s:%d, %d\n", word, PluginCodeOf(result), StatusOf(result));
 }
 
 // Goes by the window, so with two names on one page either one's entry may go.
@@ -34,7 +28,7 @@ void RegisterEvent(const std::string& name, Plugin* plugin, CKSVPluginZUB& agent
   ClearEventBusy();
   agent.RegisterCallback(name.c_str(), CallbackEvent, result);
   if (WentThrough(result)) eventMap.Enter(name, plugin);
-  LogExit(agent, kAgentTag, "RegisterEvent", result);
+  LogCodes(agent.LogEnabled(), kAgentLogTag, "RegisterEvent", result);
 }
 
 void StartInstanceEvent(const std::string& name, Plugin* plugin, CKSVPluginZUB& agent, JSObject& result) {
@@ -44,7 +38,7 @@ void StartInstanceEvent(const std::string& name, Plugin* plugin, CKSVPluginZUB& 
   ClearEventBusy();
   agent.StartInstance(name.c_str(), InstanceCallbackEvent, plugin, result);
   if (WentThrough(result)) instanceEventMap.Enter(static_cast<uint32_t>(result["instanceID"].ToInt()), plugin);
-  LogExit(agent, kAgentTag, "StartInstance", result);
+  LogCodes(agent.LogEnabled(), kAgentLogTag, "StartInstance", result);
 }
 
 void UnRegisterEvent(const std::string& name, Plugin* plugin, CKSVPluginZUB& agent, JSObject& result) {
@@ -55,7 +49,7 @@ void UnRegisterEvent(const std::string& name, Plugin* plugin, CKSVPluginZUB& age
     ClearEventBusy();
     ReleaseEventMap(plugin);
   }
-  LogExit(agent, kEventLogTag, "UnRegisterEvent", result);
+  LogCodes(agent.LogEnabled(), kEventLogTag, "UnRegisterEvent", result);
 }
 
 void UnRegisterInstanceEvent(const std::string& name, Plugin* plugin, CKSVPluginZUB& agent, JSObject& result) {
@@ -68,7 +62,7 @@ void UnRegisterInstanceEvent(const std::string& name, Plugin* plugin, CKSVPlugin
     ReleaseInstance(plugin, instance->instanceId);
     ReleaseEventMap(plugin);
   }
-  LogExit(agent, kEventLogTag, "UnRegisterEvent", result);
+  LogCodes(agent.LogEnabled(), kEventLogTag, "UnRegisterEvent", result);
 }
 
 void UnRegisterPlugin(Plugin* plugin, CKSVPluginZUB& agent, JSObject& result) {
@@ -81,7 +75,7 @@ void UnRegisterPlugin(Plugin* plugin, CKSVPluginZUB& agent, JSObject& result) {
       ReleaseEventMap(plugin);
     }
   }
-  LogExit(agent, kEventLogTag, "UnRegisterEvent", result);
+  LogCodes(agent.LogEnabled(), kEventLogTag, "UnRegisterEvent", result);
 }
 
 void StopPluginInstances(Plugin* plugin, CKSVPluginZUB& agent, JSObject& result) {
@@ -91,7 +85,7 @@ void StopPluginInstances(Plugin* plugin, CKSVPluginZUB& agent, JSObject& result)
     ClearEventBusy();
     plugin->instanceMap.Clear();
     ReleaseEventMap(plugin);
-    LogExit(agent, kEventLogTag, "UnRegisterEvent", result);
+    LogCodes(agent.LogEnabled(), kEventLogTag, "UnRegisterEvent", result);
   } catch (...) {
     ClearEventBusy();
     StorePluginCode(result, kEventRegistrationFailed);

@@ -1,6 +1,8 @@
 // Which names a variant exports is said by its compile definitions; all else is the test's to tell.
 #include "tests/stubs/agent_stub.h"
 
+#include "platform/win32.h"
+
 namespace {
 
 AgentStubControl control;
@@ -35,8 +37,12 @@ class Told {
     call.value = value;
     return *this;
   }
-  Told& Callback(void (*callback)(), void* context) {
-    call.callback = callback;
+  Told& Callback(StubAppletCallback callback) {
+    call.appletCallback = callback;
+    return *this;
+  }
+  Told& Callback(StubInstanceCallback callback, void* context) {
+    call.instanceCallback = callback;
     call.context = context;
     return *this;
   }
@@ -86,28 +92,38 @@ class Told {
   }
 
 // The wide path is handed on as bytes, its terminator not counted.
-#define APPLET_ENTRIES(capabilities, install, uninstall)                                            \
-  int32_t capabilities(const char* name, int32_t selector, uint16_t* length, uint8_t* buffer) {     \
-    return Told(#capabilities, name).Number(selector).Out(length, buffer).Answer();                 \
-  }                                                                                                 \
-  int32_t install(const char* name, const uint16_t* path) {                                         \
-    int32_t units = 0;                                                                              \
-    while (path && path[units]) ++units;                                                            \
-    return Told(#install, name).In(units * 2, reinterpret_cast<const uint8_t*>(path)).Answer();     \
-  }                                                                                                 \
-  int32_t uninstall(const char* name) { return Told(#uninstall, name).Answer(); }
+#define APPLET_ENTRIES(capabilities, install, uninstall)                                        \
+  int32_t capabilities(const char* name, int32_t selector, uint16_t* length, uint8_t* buffer) { \
+    return Told(#capabilities, name).Number(selector).Out(length, buffer).Answer();             \
+  }                                                                                             \
+  int32_t install(const char* name, const WCHAR* path) {                                        \
+    int32_t units = 0;                                                                          \
+    while (path && path[units]) ++units;                                                        \
+    return Told(#install, name).In(units * 2, reinterpret_cast<const uint8_t*>(path)).Answer(); \
+  }                                                                                             \
+  int32_t uninstall(const char* name) {                                                         \
+    return Told(#uninstall, name).Answer();                                                     \
+  }
 
 extern "C" {
 
-AgentStubControl* AgentStub_Control() { return &control; }
+AgentStubControl* AgentStub_Control() {
+  return &control;
+}
 
 #ifdef STUB_VERSION
-int32_t ZUB_GetVersion(uint32_t* version) { return Told("ZUB_GetVersion").Value(version).Answer(); }
+int32_t ZUB_GetVersion(uint32_t* version) {
+  return Told("ZUB_GetVersion").Value(version).Answer();
+}
 #endif
 
 #ifdef STUB_FIRST_GENERATION
-int32_t ZUB_Init() { return Told("ZUB_Init").Answer(); }
-int32_t ZUB_DeInit() { return Told("ZUB_DeInit").Answer(); }
+int32_t ZUB_Init() {
+  return Told("ZUB_Init").Answer();
+}
+int32_t ZUB_DeInit() {
+  return Told("ZUB_DeInit").Answer();
+}
 WORK_ENTRIES(ZUB, const char*)
 APPLET_ENTRIES(ZUB_GetCapabilities, ZUB_Install, ZUB_Uninstall)
 int32_t ZUB_ProcessSVPMessage(const char* name, int32_t session, int32_t length, const uint8_t* data) {
@@ -116,18 +132,24 @@ int32_t ZUB_ProcessSVPMessage(const char* name, int32_t session, int32_t length,
 int32_t ZUB_GetSVPMessage(const char* name, int32_t session, uint16_t* length, uint8_t* buffer) {
   return Told("ZUB_GetSVPMessage", name).Number(session).Out(length, buffer).Answer();
 }
-int32_t ZUB_DoFWUpdate() { return Told("ZUB_DoFWUpdate").Answer(); }
-int32_t ZUB_RegisterEventCb(const char* name, void (*callback)()) {
-  return Told("ZUB_RegisterEventCb", name).Callback(callback, nullptr).Answer();
+int32_t ZUB_DoFWUpdate() {
+  return Told("ZUB_DoFWUpdate").Answer();
 }
-int32_t ZUB_UnregisterEventCb(const char* name) { return Told("ZUB_UnregisterEventCb", name).Answer(); }
+int32_t ZUB_RegisterEventCb(const char* name, StubAppletCallback callback) {
+  return Told("ZUB_RegisterEventCb", name).Callback(callback).Answer();
+}
+int32_t ZUB_UnregisterEventCb(const char* name) {
+  return Told("ZUB_UnregisterEventCb", name).Answer();
+}
 #endif
 
 #ifdef STUB_INSTANCES
-int32_t ZUB3_StartInstance(const char* name, void (*callback)(), void* context, uint32_t* instance) {
+int32_t ZUB3_StartInstance(const char* name, StubInstanceCallback callback, void* context, uint32_t* instance) {
   return Told("ZUB3_StartInstance", name).Callback(callback, context).Value(instance).Answer();
 }
-int32_t ZUB3_StopInstance(uint32_t instance) { return Told("ZUB3_StopInstance", instance).Answer(); }
+int32_t ZUB3_StopInstance(uint32_t instance) {
+  return Told("ZUB3_StopInstance", instance).Answer();
+}
 #endif
 
 #ifdef STUB_INSTANCE_WORK
@@ -135,7 +157,9 @@ WORK_ENTRIES(ZUB3, uint32_t)
 #endif
 
 #ifdef STUB_OTPS
-int32_t ZUB_GetOTPSStatus() { return Told("ZUB_GetOTPSStatus").Answer(); }
+int32_t ZUB_GetOTPSStatus() {
+  return Told("ZUB_GetOTPSStatus").Answer();
+}
 APPLET_ENTRIES(ZUB_GetOTPCapabilities, ZUB_InstallOTPS, ZUB_UninstallOTPS)
 #endif
 

@@ -6,25 +6,31 @@
 
 extern "C" {
 
+/// What the library calls back: for an applet by its name, for an instance with the context given at its start.
+using StubAppletCallback = void (*)(const char* name, uint32_t size, const void* data, uint8_t source);
+using StubInstanceCallback = void (*)(uint32_t instance, uint32_t size, const void* data, uint8_t source,
+                                      void* context);
+
 /// One call as it reached the library. The pointers are the caller's own and end with the call.
 struct AgentCall {
-  const char* entry;           ///< The entry point's name.
-  bool hasTarget;              ///< The call names an applet or an instance.
-  bool byInstance;             ///< Which of the two.
-  const char* name;            ///< The applet; may be null.
+  const char* entry;  ///< The entry point's name.
+  bool hasTarget;     ///< The call names an applet or an instance.
+  bool byInstance;    ///< Which of the two.
+  const char* name;   ///< The applet; may be null.
   uint32_t instance;
-  int32_t numbers[2];          ///< Session and data type, or the selector; as many as the entry takes.
+  int32_t numbers[2];  ///< Session and data type, or the selector; as many as the entry takes.
   int32_t numberCount;
   const uint8_t* input[2];
   int32_t inputLength[2];
   int32_t inputCount;
   uint8_t* output[2];
-  uint16_t* outputLength[2];   ///< The capacity on entry.
+  uint16_t* outputLength[2];  ///< The capacity on entry.
   int32_t outputCount;
-  uint32_t* value;             ///< Session handle, version or instance id, where the entry gives one.
-  void (*callback)();          ///< What an event entry or an instance's start was given.
+  uint32_t* value;                        ///< Session handle, version or instance id, where the entry gives one.
+  StubAppletCallback appletCallback;      ///< What a registration was given.
+  StubInstanceCallback instanceCallback;  ///< What an instance's start was given, with its context.
   void* context;
-  int32_t status;              ///< The answer, 0 unless told otherwise.
+  int32_t status;  ///< The answer, 0 unless told otherwise.
 };
 
 /// Shared by the library and the test; the library exports it through `AgentStub_Control`.

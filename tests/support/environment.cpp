@@ -39,7 +39,9 @@ struct ProcessFolder {
 };
 const ProcessFolder processFolder;
 
-fs::path Base() { return SystemPath(GetBasePath()); }
+fs::path Base() {
+  return SystemPath(GetBasePath());
+}
 
 void SetSetting(const WCHAR* name, DWORD type, const void* data, size_t size) {
   HKEY key = nullptr;
@@ -90,8 +92,12 @@ Environment::~Environment() {
   for (const fs::path& folder : {Base(), Scratch()}) fs::remove_all(folder, ignored);
 }
 
-fs::path Environment::Scratch() const { return processFolder.path / "scratch"; }
-fs::path Environment::Path(const std::string& name) const { return Base() / name; }
+fs::path Environment::Scratch() const {
+  return processFolder.path / "scratch";
+}
+fs::path Environment::Path(const std::string& name) const {
+  return Base() / name;
+}
 
 void Environment::SetLastUpdate(std::optional<int64_t> secondsAgo) const {
   const std::string name = "lastUpdatewin32-npapi";
@@ -170,7 +176,8 @@ std::vector<std::string> AgentStub::TakeCalls(bool withVersion) {
 
 AgentStub::Answer Gives(const std::string& bytes, std::optional<uint16_t> length, int32_t status) {
   return [=](AgentCall& call) {
-    if (call.output[0]) std::copy_n(bytes.begin(), std::min<size_t>(bytes.size(), *call.outputLength[0]), call.output[0]);
+    if (call.output[0])
+      std::copy_n(bytes.begin(), std::min<size_t>(bytes.size(), *call.outputLength[0]), call.output[0]);
     *call.outputLength[0] = length.value_or(static_cast<uint16_t>(bytes.size()));
     call.status = status;
   };

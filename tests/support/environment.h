@@ -57,8 +57,8 @@ class AgentStub {
   /// from 101.
   void SetVersion(uint32_t version);
   /// The calls since the last time this was asked, as in "ZUB_SendData('app', 7, 2, <'text', >16)": the target's name
-  /// or "#" and number, numbers, input behind "<", capacities behind ">" with "/null" when no buffer came. The plug-in's
-  /// question for the version is left out unless asked for.
+  /// or "#" and number, numbers, input behind "<", capacities behind ">" with "/null" when no buffer came. The
+  /// plug-in's question for the version is left out unless asked for.
   std::vector<std::string> TakeCalls(bool withVersion = false);
 
  private:

@@ -2,6 +2,8 @@
 
 namespace support {
 
-NPError InitializeModule(NPNetscapeFuncs* host, InitializeEntry entry) { return entry(host); }
+NPError InitializeModule(NPNetscapeFuncs* host, InitializeEntry entry) {
+  return entry(host);
+}
 
 }  // namespace support

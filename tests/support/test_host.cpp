@@ -16,7 +16,9 @@ constexpr uint32_t kEnded = 0xDDDDDDDD;  // The count of a page object that is g
 
 TestHost* current = nullptr;
 
-void Poison(void* memory, size_t size) { std::memset(memory, kPoison, size); }
+void Poison(void* memory, size_t size) {
+  std::memset(memory, kPoison, size);
+}
 
 // Stands for every class of the page's own; nothing of it is ever called by the plug-in.
 NPClass pageClass{};
@@ -43,7 +45,9 @@ struct HostTable {
   static void Fill(NPNetscapeFuncs& funcs) {
     funcs.size = sizeof funcs;
     funcs.version = 27;
-    funcs.memalloc = [](uint32_t size) -> void* { return current->Fails(Fault::MemAlloc) ? nullptr : current->Allocate(size); };
+    funcs.memalloc = [](uint32_t size) -> void* {
+      return current->Fails(Fault::MemAlloc) ? nullptr : current->Allocate(size);
+    };
     funcs.memfree = [](void* block) { current->Free(block); };
     funcs.geturlnotify = [](NPP, const char*, const char*, void*) -> NPError { return NPERR_GENERIC_ERROR; };
     funcs.getvalue = [](NPP npp, NPNVariable variable, void* out) -> NPError {
@@ -102,7 +106,8 @@ TestHost::~TestHost() {
     std::free(block);
   }
   for (const auto& [key, object] : objects) {
-    EXPECT_EQ(object->referenceCount, object->temporary ? kEnded : 1) << "references on a page object were never released";
+    EXPECT_EQ(object->referenceCount, object->temporary ? kEnded : 1)
+        << "references on a page object were never released";
   }
   EXPECT_TRUE(pluginObjects.empty()) << pluginObjects.size() << " objects of the plug-in were never ended";
   for (const auto& [fault, coming] : faults) {

@@ -121,7 +121,7 @@ class TestHost {
   std::map<Fault, int> faults;
   std::map<void*, size_t> blocks;
   std::set<Key> keys;
-  std::unordered_set<NPIdentifier> identifiers;                         // The addresses of the keys.
+  std::unordered_set<NPIdentifier> identifiers;                          // The addresses of the keys.
   std::unordered_map<NPObject*, std::unique_ptr<ScriptObject>> objects;  // Those that ended stay here, poisoned.
   std::map<NPP, ScriptObject*> instances;
   std::deque<NPP_t> records;
