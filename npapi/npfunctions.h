@@ -1,5 +1,6 @@
 /// The two function tables of the published plug-in interface: the host's (`NPNetscapeFuncs`) and the plug-in's
-/// (`NPPluginFuncs`). Slots that nobody here calls are kept as bare pointers, so that the layout stays the published one.
+/// (`NPPluginFuncs`). Slots that nobody here calls are kept as bare pointers, so that the layout stays the published
+/// one.
 #pragma once
 
 #include <cstddef>

@@ -397,8 +397,9 @@ TEST_F(FoundationTest, UpdateGateShutsAfter48Hours) {
       world.Write(file, text);
       if (Platform::IsUpdateOverdue("test") != overdue) wrong.push_back(text);
     };
-    for (const string& text : {ago(0), ago(172'799), ago(-1'000'000), " \t\r\n+" + ago(0) + ".9\nby x"})
+    for (const string& text : {ago(0), ago(172'799), ago(-1'000'000), " \t\r\n+" + ago(0) + ".9\nby x"}) {
       check(text, false);
+    }
     for (const string& text : {ago(172'800), "x" + ago(0), "0x" + ago(0), "-" + ago(0), "9999999999" + ago(0), string(),
                                string("\n"), string("-9223372036854775808")}) {
       check(text, true);

@@ -156,7 +156,7 @@ TEST_F(HostilePageTest, InstanceEndsWhileAnArgumentIsRead) {
       return Value(1);
     });
     bomb->Set("b", host.Object({{"c", 2}}));
-    EXPECT_EQ(doomed.Call("zubSendData", {"app", bomb, 2, bomb}).Show(), whole ? "failed" : kFailed);
+    EXPECT_EQ(doomed.Call("zubSendData", {"app", bomb, 2, bomb}).Show(), "failed");
   }
   EXPECT_EQ(agent.TakeCalls(true), Calls{});
 }
@@ -187,7 +187,7 @@ TEST_F(HostilePageTest, InstanceEndsInsideTheLibrary) {
     EXPECT_EQ(doomed.Call(method, sends ? std::vector<Value>{"app", 7, 2, "aGk="} : std::vector<Value>{}).Show(),
               "failed");
     agent.On(entry, Refuses(0));
-    EXPECT_EQ(std::exchange(NorvoWebAPI::KSV::agentInitCount, 0), 0) << "nobody is left to give it back";
+    EXPECT_EQ(NorvoWebAPI::KSV::agentInitCount, 0) << "a page that went gives its count back";
   }
   EXPECT_EQ(page.Call("zubGetVersion").Show(), "pluginRetCode=0 fnRetCode=0 version=0") << "others live on";
 }

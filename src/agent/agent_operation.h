@@ -1,6 +1,7 @@
 /// What the sources of `CKSVPluginZUB` share: the frame of its operations, their output buffers, their calls by target.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <new>
 #include <optional>
@@ -64,10 +65,11 @@ class OutputBuffer {
  public:
   /// Room for the whole capacity, as the page gives it; a negative one is more than memory holds.
   static OutputBuffer OfWhole(int32_t capacity) { return {ByteBuffer::Allocate(capacity), capacity}; }
-  /// Room for the low 16 bits alone; none at all when they are 0.
+  /// Room for the low 16 bits alone, and for a terminator that a library may put behind them; none at all when they
+  /// are 0.
   static OutputBuffer OfLow16(int32_t capacity) {
     const auto low = static_cast<uint16_t>(capacity);
-    return {low == 0 ? ByteBuffer() : ByteBuffer::Allocate(low), capacity};
+    return {low == 0 ? ByteBuffer() : ByteBuffer::Allocate(int32_t{low} + 1), capacity};
   }
 
   uint16_t* Length() { return &length; }
@@ -97,7 +99,10 @@ class OutputBuffer {
 
  private:
   OutputBuffer(ByteBuffer room, int32_t capacity)
-      : buffer(std::move(room)), given(static_cast<uint16_t>(capacity)), length(given) {}
+      : buffer(std::move(room)), given(static_cast<uint16_t>(capacity)), length(given) {
+    // A library that claims what it never wrote must not hand the page what lay there before.
+    if (buffer.bytes) std::fill_n(buffer.bytes.get(), given, uint8_t{0});
+  }
 
   ByteBuffer buffer;
   uint16_t given;

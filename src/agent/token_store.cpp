@@ -21,9 +21,14 @@ std::string FolderOf(const char* domain) {
 }
 
 void WriteNew(const std::string& folder, const char* fileName, const uint8_t* bytes, uint16_t length) {
-  if (Platform::FileExists(folder, fileName)) throw CPluginException{kTokenExists};
+  const std::string path = folder + "\\" + fileName;
+  Platform::CheckPath(path);
+  // A name that leads elsewhere is not in the folder, but what lies where it leads must not be written over either.
+  if (Platform::FileExists(folder, fileName) || Platform::OpenForReading(path).is_open()) {
+    throw CPluginException{kTokenExists};
+  }
   Platform::CreateDirectories(folder);
-  Platform::WriteFile(folder + "\\" + fileName, bytes, length);
+  Platform::WriteFile(path, bytes, length);
 }
 
 void DemandLength(const char* domain) {

@@ -30,6 +30,7 @@ void Init(ScriptCall& call) {
   call.page.Agent().Init(call.result);
   if (StatusOf(call.result) == kAgentOk) {
     call.page.Page().initialised = true;
+    call.page.Page().owesDeInit = true;
     ++agentInitCount;
   }
   LogInitCount(call, "Init");
@@ -38,22 +39,24 @@ void Init(ScriptCall& call) {
 void DeInit(ScriptCall& call) {
   Plugin& plugin = call.page.Page();
   CKSVPluginZUB& agent = call.page.Agent();
+  plugin.owesDeInit = false;
+  // The count is given back first: the library may let the host run, and with it another page's initialisation.
   if (agentInitCount > 1) {
+    --agentInitCount;
     if (call.page.IsInstanceGeneration()) {
       EventTemplate::StopPluginInstances(&plugin, agent, call.result);
     } else {
       EventTemplate::UnRegisterPlugin(&plugin, agent, call.result);
     }
-    --agentInitCount;
   } else if (agentInitCount == 1 && plugin.initialised) {
+    agentInitCount = 0;
+    plugin.initialised = false;
     if (call.page.IsInstanceGeneration()) {
       EventTemplate::ClearInstanceEvents(&plugin);
     } else {
       EventTemplate::ClearEvents();
     }
     agent.Deinit(call.result);
-    agentInitCount = 0;
-    plugin.initialised = false;
   }
   // A page learns nothing of how the release went: there is nothing that it could do.
   StoreStatus(call.result, kAgentOk);

@@ -1,5 +1,6 @@
 // Events and instances: the script methods that a page has for them.
 #include <memory>
+#include <stdexcept>
 
 #include "api/agent_methods.h"
 #include "api/script_call.h"
@@ -11,9 +12,9 @@
 namespace NorvoWebAPI::KSV::AgentMethods {
 namespace {
 
-// An applet's name for a registration, which is not made for none.
-const std::string& DemandName(const ScriptCall& call) {
-  const std::string& name = call.String(0);
+// An applet's name for a registration, which is not made for none. The library takes it up to its first zero.
+std::string DemandName(const ScriptCall& call) {
+  std::string name = call.String(0).c_str();
   if (name.empty()) throw CPluginException{kBadArguments};
   return name;
 }
@@ -32,42 +33,31 @@ void StartEvents(ScriptCall& call, const std::string& name) {
   }
 }
 
-void StopEvents(ScriptCall& call, const std::string& name, JSObject& result) {
-  const auto stop =
-      call.page.IsInstanceGeneration() ? EventTemplate::UnRegisterInstanceEvent : EventTemplate::UnRegisterEvent;
-  stop(name, &call.page.Page(), call.page.Agent(), result);
-}
-
-// Takes back what a registration left behind when it broke off. Its own failures have nobody to tell.
-void UndoEvents(ScriptCall& call, const std::string& name) noexcept {
-  try {
-    JSObject ignored;
-    StopEvents(call, name, ignored);
-  } catch (...) {
-    return;
-  }
-}
-
 }  // namespace
 
 void RegisterEventCallback(ScriptCall& call) {
-  const std::string& name = DemandName(call);
+  const std::string name = DemandName(call);
   NPObject* const function = call.Function(1);
-  if (!call.page.Page().window) return;
+  Plugin& plugin = call.page.Page();
+  if (!plugin.window || plugin.IsDestroyed()) return;
   call.page.agentEventCallback =
       std::make_shared<NPJSConverter::NPFuncBridge>(call.page.Instance(), call.page.Host(), function);
   try {
     StartEvents(call, name);
+    // The library may let the host run, and the host end the page: then nobody is left to hear.
+    if (plugin.IsDestroyed()) throw std::runtime_error("The page ended while it registered");
   } catch (const CPluginException&) {
     throw;
   } catch (...) {
-    UndoEvents(call, name);
+    EventTemplate::UndoRegistration(name, &plugin, call.page.Agent(), call.result);
     throw;
   }
 }
 
 void UnRegisterEventCallback(ScriptCall& call) {
-  StopEvents(call, DemandName(call), call.result);
+  const auto stop =
+      call.page.IsInstanceGeneration() ? EventTemplate::UnRegisterInstanceEvent : EventTemplate::UnRegisterEvent;
+  stop(DemandName(call), &call.page.Page(), call.page.Agent(), call.result);
 }
 
 void StopInstance(ScriptCall& call) {
@@ -80,7 +70,7 @@ void GetInstanceID(ScriptCall& call) {
   StorePluginCode(call.result, kPluginOk);
   StoreStatus(call.result, kAgentOk);
   // Demanded here, not by the row: the codes above stand also beside a name that is no text.
-  const std::optional<InstanceRecord> instance = call.page.Page().instanceMap.Find(call.String(0));
+  const std::optional<InstanceRecord> instance = call.page.Page().instanceMap.Find(call.String(0).c_str());
   call.result["instanceID"] = JSObject(static_cast<int32_t>(instance ? instance->instanceId : 0));
 }
 

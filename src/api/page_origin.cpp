@@ -3,6 +3,7 @@
 #include "api/scriptable.h"
 #include "foundation/text.h"
 #include "script/host_values.h"
+#include "script/instance_watch.h"
 #include "shell/plugin.h"
 
 namespace NorvoWebAPI::KSV {
@@ -11,6 +12,7 @@ const std::string& Scriptable::PageOrigin() {
   static std::string origin;
   // The host's instance is gone: it can't be asked, and another page's origin must not stand in for this one's.
   if (plugin->IsDestroyed()) throw std::runtime_error("The page is gone");
+  const InstanceWatch watch(npp);
   NPObject* windowObject = nullptr;
   if (npnFuncs->getvalue(npp, NPNVWindowNPObject, &windowObject) != NPERR_NO_ERROR) return origin;
   const HostObject window(npnFuncs, windowObject);
@@ -18,10 +20,12 @@ const std::string& Scriptable::PageOrigin() {
   if (!window.Get() || !npnFuncs->hasproperty(npp, window.Get(), locationId)) {
     throw std::runtime_error("Failed to get requesting url");
   }
+  watch.DemandAlive();
   HostVariant location(npnFuncs);
   if (!npnFuncs->getproperty(npp, window.Get(), locationId, location.Out())) {
     throw std::runtime_error("Failed to get url property");
   }
+  watch.DemandAlive();
   if (location.Get().type != NPVariantType_Object || !location.Get().value.objectValue) {
     throw std::runtime_error("NP Variant not an object");
   }
@@ -31,8 +35,7 @@ const std::string& Scriptable::PageOrigin() {
     throw std::runtime_error("Failed to invoke requesting url");
   }
   if (text.Get().type != NPVariantType_String) throw std::runtime_error("Failed to get page domain string");
-  const NPString& address = text.Get().value.stringValue;
-  origin.assign(address.UTF8Characters, address.UTF8Length);
+  origin = TextOf(text.Get().value.stringValue);
   NormalizeOrigin(origin);
   return origin;
 }

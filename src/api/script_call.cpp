@@ -1,7 +1,5 @@
 #include "api/script_call.h"
 
-#include <stdexcept>
-
 #include "api/method_table.h"
 #include "api/scriptable.h"
 #include "foundation/result_codes.h"
@@ -9,15 +7,16 @@
 
 namespace NorvoWebAPI::KSV {
 
-ScriptCall::ScriptCall(Scriptable& calledPage, const MethodRow& method, const NPVariant* args, JSObject& answer)
+ScriptCall::ScriptCall(Scriptable& calledPage, const MethodRow& method, const NPVariant* args, JSObject& answer,
+                       const InstanceWatch& watch)
     : page(calledPage), result(answer), variants(args) {
-  const bool hadEnded = page.HasEnded();
   values.reserve(method.argumentCount);
   for (size_t i = 0; i < method.argumentCount; ++i) {
     values.emplace_back();
     if (method.arguments[i].demand == Demand::Function) continue;
     values.back() = NPJSConverter::fromNPVariant(page.Instance(), page.Host(), &args[i]);
-    if (page.HasEnded() != hadEnded) throw std::runtime_error("The page ended while its arguments were read");
+    // Reading a getter of the page's may have ended it.
+    watch.DemandAlive();
   }
   for (size_t i = 0; i < method.argumentCount; ++i) {
     if (method.arguments[i].demand == Demand::Text) static_cast<void>(String(i));

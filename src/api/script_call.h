@@ -6,6 +6,7 @@
 
 #include "agent/agent_target.h"
 #include "npapi/npfunctions.h"
+#include "script/instance_watch.h"
 #include "script/js_object.h"
 
 namespace NorvoWebAPI::KSV {
@@ -23,7 +24,8 @@ class ScriptCall {
   /// Converts the arguments, in order, then makes the demands for text. Throws what a conversion throws,
   /// `std::bad_cast` for an argument that must be text and isn't, and `std::runtime_error` when the page has ended
   /// meanwhile: reading an argument runs page script.
-  ScriptCall(Scriptable& page, const MethodRow& method, const NPVariant* args, JSObject& result);
+  ScriptCall(Scriptable& page, const MethodRow& method, const NPVariant* args, JSObject& result,
+             const InstanceWatch& watch);
 
   /// Text of a text argument; throws `std::bad_cast` for one that was let in with another tag.
   [[nodiscard]] const std::string& String(size_t index) const { return values.at(index).AsString(); }

@@ -6,6 +6,7 @@
 #include "foundation/debug_log.h"
 #include "foundation/product.h"
 #include "foundation/result_codes.h"
+#include "script/instance_watch.h"
 #include "script/variant_conversion.h"
 #include "shell/plugin.h"
 
@@ -21,7 +22,10 @@ Scriptable::Scriptable(NPP instance, const NPNetscapeFuncs* funcs, Plugin* owner
 
 Scriptable::~Scriptable() {
   DebugLog(agent.LogEnabled(), "pPlugin", "%s-%p\n", "Destructor", static_cast<void*>(this));
-  if (const HWND window = plugin->window) PluginWindows().erase(window);
+  if (plugin->owesDeInit) ReleaseAgent();
+  // Another page may have been given the window meanwhile.
+  const auto entry = PluginWindows().find(plugin->window);
+  if (entry != PluginWindows().end() && entry->second == plugin) PluginWindows().erase(entry);
   plugin->ScriptableEnded();
 }
 
@@ -36,12 +40,13 @@ void Scriptable::RegisterMethods(std::index_sequence<rows...> /*all*/) {
 }
 
 bool Scriptable::RunMethod(const MethodRow& method, const NPVariant* args, uint32_t argCount, NPVariant* result) {
+  const InstanceWatch watch(npp);
   JSObject answer;
   if (!method.Accepts(argCount)) {
     StorePluginCode(answer, kBadArguments);
   } else {
     try {
-      ScriptCall call(*this, method, args, answer);
+      ScriptCall call(*this, method, args, answer, watch);
       method.operation(call);
     } catch (const Answered&) {
       // The result says all there is to say.
@@ -51,8 +56,8 @@ bool Scriptable::RunMethod(const MethodRow& method, const NPVariant* args, uint3
       StorePluginCode(answer, kFailed);
     }
   }
-  // An object that the host has let go of meanwhile has nobody left to answer.
-  if (IsDeallocated()) return false;
+  // A page that has ended meanwhile has nobody left to answer.
+  if (IsDeallocated() || watch.HasEnded()) return false;
   if (result) *result = NPJSConverter::toNPVariant(npp, npnFuncs, std::move(answer));
   return true;
 }
@@ -60,10 +65,6 @@ bool Scriptable::RunMethod(const MethodRow& method, const NPVariant* args, uint3
 void Scriptable::ReleaseAgent() {
   static constexpr MethodRow kRelease = Rows::Method("zubDeInit", AgentMethods::DeInit);
   RunMethod(kRelease, nullptr, 0, nullptr);
-}
-
-bool Scriptable::HasEnded() const {
-  return IsDeallocated() || plugin->IsDestroyed();
 }
 
 bool Scriptable::GetVersionProperty(NPVariant* result) {

@@ -42,9 +42,6 @@ class Scriptable : public NPScriptable<Scriptable> {
   /// id is 0 unless both are 0. A null name gives code 12.
   uint32_t ResolveInstance(const char* name, JSObject& result);
 
-  /// Whether the host has ended the page or this object, maybe from inside a call on it.
-  [[nodiscard]] bool HasEnded() const;
-
   [[nodiscard]] NPP Instance() const { return npp; }
   [[nodiscard]] const NPNetscapeFuncs* Host() const { return npnFuncs; }
   CKSVPluginZUB& Agent() { return agent; }

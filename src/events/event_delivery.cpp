@@ -19,8 +19,8 @@
 
 namespace NorvoWebAPI::KSV {
 
-EventRoutes<std::string> eventMap;
-EventRoutes<uint32_t> instanceEventMap;
+EventRoutes<std::string>& eventMap = *new EventRoutes<std::string>;
+EventRoutes<uint32_t>& instanceEventMap = *new EventRoutes<uint32_t>;
 
 namespace {
 
@@ -38,40 +38,50 @@ struct AgentEvent {
 struct PostedEvent {
   std::unique_ptr<AgentEvent> event;
   EventDestination to;
+  uint64_t serial = 0;  // Tells it from a later one at the same address.
 };
 
 // What the library's threads and the hook share. The message is just a number, which any program of the desktop can
 // post: a record is reached through its entry here alone, and is there once.
 class EventDelivery {
  public:
-  // False when the delivery that runs doesn't end in time, or runs on the calling thread, which would wait for itself.
+  // False when the delivery that runs doesn't end in time or has become hopeless, or runs on the calling thread, which
+  // would wait for itself.
   bool WaitUntilIdle() {
     std::unique_lock lock(mutex);
     if (busy && busyThread == GetCurrentThreadId()) return false;
-    return idle.wait_for(lock, kMaxBusyWait, [this] { return !busy; });
+    const uint64_t entered = abandoned;
+    return idle.wait_for(lock, kMaxBusyWait, [&] { return !busy || !hook || abandoned != entered; }) && hook &&
+           abandoned == entered;
   }
 
-  // Keeps the event for the hook and gives the address that is to be posted; 0 when no hook is there to take it.
-  WPARAM Keep(std::unique_ptr<AgentEvent> event, const EventDestination& to) {
+  void AbandonWaits() {
+    const std::lock_guard lock(mutex);
+    ++abandoned;
+    idle.notify_all();
+  }
+
+  // Keeps the event for the hook; an empty serial when no hook is there to take it.
+  uint64_t Keep(std::unique_ptr<AgentEvent> event, const EventDestination& to) {
     const std::lock_guard lock(mutex);
     if (!hook) return 0;
     const auto address = reinterpret_cast<WPARAM>(event.get());
-    posted.insert_or_assign(address, PostedEvent{std::move(event), to});
-    return address;
+    posted.insert_or_assign(address, PostedEvent{std::move(event), to, ++lastSerial});
+    return lastSerial;
   }
 
-  // Starts a delivery with a posted event. Null for a message that no entry of ours posted, for one that is delivered
-  // already, and during a delivery; then an event whose message leaves the queue is lost.
-  std::unique_ptr<AgentEvent> Begin(const MSG& message, bool removed) {
+  // Starts a delivery with a posted event. Nothing for a message that no entry of ours posted to this window, for one
+  // that is delivered already, and during a delivery; then an event whose message leaves the queue is lost.
+  PostedEvent Begin(const MSG& message, bool removed) {
     const std::lock_guard lock(mutex);
     const auto found = posted.find(message.wParam);
-    if (found == posted.end() || (busy && !removed)) return nullptr;
-    std::unique_ptr<AgentEvent> event = std::move(found->second.event);
+    if (found == posted.end() || found->second.to.window != message.hwnd || (busy && !removed)) return {};
+    PostedEvent taken = std::move(found->second);
     posted.erase(found);
-    if (busy) return nullptr;
+    if (busy) return {};
     busy = true;
     busyThread = GetCurrentThreadId();
-    return event;
+    return taken;
   }
 
   void End() {
@@ -83,7 +93,7 @@ class EventDelivery {
   template <typename Condition>
   void DropIf(Condition condition) {
     const std::lock_guard lock(mutex);
-    std::erase_if(posted, [&](const auto& entry) { return condition(entry.first, entry.second.to); });
+    std::erase_if(posted, [&](const auto& entry) { return condition(entry.second); });
   }
 
   void SetHook(HHOOK installed) {
@@ -94,6 +104,7 @@ class EventDelivery {
   HHOOK TakeHook() {
     const std::lock_guard lock(mutex);
     posted.clear();
+    idle.notify_all();
     return std::exchange(hook, nullptr);
   }
 
@@ -108,10 +119,13 @@ class EventDelivery {
   HHOOK hook = nullptr;
   bool busy = false;
   DWORD busyThread = 0;
+  uint64_t abandoned = 0;  // How often waiting entries were sent away.
+  uint64_t lastSerial = 0;
   std::unordered_map<WPARAM, PostedEvent> posted;
 };
 
-EventDelivery delivery;
+// Never ended, as the library's threads may come at any time.
+EventDelivery& delivery = *new EventDelivery;
 
 struct DeliveryEnd {
   DeliveryEnd() = default;
@@ -132,18 +146,27 @@ std::unique_ptr<AgentEvent> CopyEvent(uint32_t instanceId, const char* name, uin
   return event;
 }
 
+// True when the event was posted, or the system was asked to.
 template <typename Key>
 bool Post(const EventRoutes<Key>& routes, const Key& key, std::unique_ptr<AgentEvent> event) {
+  if (!routes.DestinationOf(key).window || !delivery.WaitUntilIdle()) return false;
   const EventDestination to = routes.DestinationOf(key);
-  if (!to.window || !delivery.WaitUntilIdle()) return false;
-  const WPARAM address = delivery.Keep(std::move(event), to);
-  if (address == 0) return false;
-  if (PostMessageA(to.window, WM_AGENT_EVENT, address, 0)) return true;
+  const auto address = reinterpret_cast<WPARAM>(event.get());
+  const uint64_t serial = to.window ? delivery.Keep(std::move(event), to) : 0;
+  if (serial == 0) return false;
+  const auto drop = [&](bool windowToo) {
+    delivery.DropIf([&](const PostedEvent& other) {
+      return other.serial == serial || (windowToo && other.to.window == to.window);
+    });
+  };
+  // The page may have ended in between, and with it all who would have dropped this one.
+  if (routes.DestinationOf(key).page != to.page) {
+    drop(false);
+    return false;
+  }
   // A window that takes no message any more won't give back those that it took.
-  const bool dead = !IsWindow(to.window);
-  delivery.DropIf(
-      [&](WPARAM other, const EventDestination& its) { return other == address || (dead && its.window == to.window); });
-  return false;
+  if (!PostMessageA(to.window, WM_AGENT_EVENT, address, 0)) drop(!IsWindow(to.window));
+  return true;
 }
 
 // The guard of the library's entries.
@@ -162,10 +185,12 @@ Plugin* PageOf(const AgentEvent& event) {
 }
 
 // True when the event was handed to its page, or its page has no function for it.
-bool CallPage(const AgentEvent& event) {
+bool CallPage(const PostedEvent& posted) {
+  const AgentEvent& event = *posted.event;
   if (event.data.empty()) return false;
   Plugin* const plugin = PageOf(event);
-  if (!plugin || !plugin->GetScriptable()) return false;
+  // Another page may have the name or the number by now.
+  if (!plugin || plugin != posted.to.page || plugin->IsDestroyed() || !plugin->GetScriptable()) return false;
   JSObject told;
   told["appName"] = JSObject(event.appName.data());
   told["dataSrc"] = JSObject(int32_t{event.source});
@@ -173,10 +198,7 @@ bool CallPage(const AgentEvent& event) {
   std::vector<JSObject> args;
   args.push_back(std::move(told));
   // Kept for the call: from inside it the page may set another function, or end.
-  if (const auto callback = plugin->GetScriptable()->agentEventCallback) {
-    JSObject ignored;
-    callback->Call(args, ignored);
-  }
+  if (const auto callback = plugin->GetScriptable()->agentEventCallback) callback->Notify(args);
   return true;
 }
 
@@ -187,10 +209,10 @@ LRESULT CALLBACK AgentEventHookProc(int code, WPARAM wParam, LPARAM lParam) {
   }
   bool delivered = false;
   try {
-    if (const auto event = delivery.Begin(*message, wParam == PM_REMOVE)) {
+    if (const PostedEvent posted = delivery.Begin(*message, (wParam & PM_REMOVE) != 0); posted.event) {
       const DeliveryEnd end;
       DebugLog(true, kEventLogTag, "%s\n", "PostMessage Enter");
-      delivered = CallPage(*event);
+      delivered = CallPage(posted);
       if (delivered) DebugLog(true, kEventLogTag, "%s\n", "PostMessage Exit");
     }
   } catch (...) {
@@ -239,8 +261,12 @@ void ClearEventBusy() {
   delivery.End();
 }
 
+void AbandonWaits() {
+  delivery.AbandonWaits();
+}
+
 void DropEventsOf(const Plugin* plugin) {
-  delivery.DropIf([&](WPARAM, const EventDestination& to) { return to.page == plugin; });
+  delivery.DropIf([&](const PostedEvent& event) { return event.to.page == plugin; });
 }
 
 }  // namespace NorvoWebAPI::KSV

@@ -15,10 +15,10 @@ inline constexpr UINT WM_AGENT_EVENT = WM_USER + 43;
 
 inline constexpr char kEventLogTag[] = "pZUB:EventTemplate";
 
-/// First generation: who registered a name.
-extern EventRoutes<std::string> eventMap;
-/// Instance generation: who started an instance.
-extern EventRoutes<uint32_t> instanceEventMap;
+/// First generation: who registered a name. Never ended, as the library's threads may come at any time.
+extern EventRoutes<std::string>& eventMap;
+/// Instance generation: who started an instance. Never ended.
+extern EventRoutes<uint32_t>& instanceEventMap;
 
 /// The library's entries, on its own threads. An event that can't be passed on is dropped; nothing is thrown.
 void CallbackEvent(const char* appName, uint32_t size, const void* data, uint8_t source);
@@ -30,6 +30,9 @@ void InstallEventHook();
 void RemoveEventHook();
 /// Lets waiting entries go on: what they waited for is out of date.
 void ClearEventBusy();
+/// Sends waiting entries away with their events: the library is about to be asked for something that it may not do
+/// while they wait.
+void AbandonWaits();
 /// Drops the events on their way to a page.
 void DropEventsOf(const Plugin* plugin);
 

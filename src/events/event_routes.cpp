@@ -60,6 +60,12 @@ bool EventRoutes<Key>::ReleaseWindow(HWND window) {
 }
 
 template <typename Key>
+void EventRoutes<Key>::Erase(const Key& key) {
+  const std::lock_guard lock(mutex);
+  pages.erase(key);
+}
+
+template <typename Key>
 void EventRoutes<Key>::Forget(const Plugin* plugin) {
   const std::lock_guard lock(mutex);
   std::erase_if(pages, [&](const auto& entry) { return entry.second == plugin; });

@@ -34,6 +34,7 @@ class EventRoutes {
   [[nodiscard]] Key KeyOfWindow(HWND window) const;
   /// Erases the first entry whose page has the window, of however many. True when nothing is left after that.
   bool ReleaseWindow(HWND window);
+  void Erase(const Key& key);
   /// Erases all entries of a page that ends.
   void Forget(const Plugin* plugin);
   void Clear();

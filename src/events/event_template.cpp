@@ -44,6 +44,7 @@ void StartInstanceEvent(const std::string& name, Plugin* plugin, CKSVPluginZUB& 
 void UnRegisterEvent(const std::string& name, Plugin* plugin, CKSVPluginZUB& agent, JSObject& result) {
   LogEntry(agent, "UnRegisterEvent");
   if (!eventMap.Has(name)) throw CPluginException{kBadArguments};
+  AbandonWaits();
   agent.UnregisterCallback(name.c_str(), result);
   if (WentThrough(result)) {
     ClearEventBusy();
@@ -56,6 +57,7 @@ void UnRegisterInstanceEvent(const std::string& name, Plugin* plugin, CKSVPlugin
   LogEntry(agent, "UnRegisterEvent");
   const std::optional<InstanceRecord> instance = plugin->instanceMap.Find(name);
   if (!instance || !instance->hasEventCallback) throw CPluginException{kEventRegistrationFailed};
+  AbandonWaits();
   agent.StopInstance(instance->instanceId, result);
   if (WentThrough(result)) {
     ClearEventBusy();
@@ -69,6 +71,7 @@ void UnRegisterPlugin(Plugin* plugin, CKSVPluginZUB& agent, JSObject& result) {
   LogEntry(agent, "UnRegisterEvent");
   if (eventMap.Empty()) return;
   if (const std::string name = eventMap.KeyOfWindow(plugin->window); !name.empty()) {
+    AbandonWaits();
     agent.UnregisterCallback(name.c_str(), result);
     if (WentThrough(result)) {
       ClearEventBusy();
@@ -81,6 +84,7 @@ void UnRegisterPlugin(Plugin* plugin, CKSVPluginZUB& agent, JSObject& result) {
 void StopPluginInstances(Plugin* plugin, CKSVPluginZUB& agent, JSObject& result) {
   LogEntry(agent, "UnRegisterEvent");
   try {
+    AbandonWaits();
     for (const uint32_t id : plugin->instanceMap.Ids()) agent.StopInstance(id, result);
     ClearEventBusy();
     plugin->instanceMap.Clear();
@@ -111,10 +115,26 @@ void ReleaseInstance(Plugin* plugin, uint32_t instanceId) {
   if (plugin->instanceMap.Remove(instanceId)) RemoveEventHook();
 }
 
+void UndoRegistration(const std::string& name, Plugin* plugin, CKSVPluginZUB& agent, JSObject& result) {
+  if (!WentThrough(result)) return;
+  JSObject ignored;
+  if (!result.HasKey("instanceID")) {
+    agent.UnregisterCallback(name.c_str(), ignored);
+    eventMap.Erase(name);
+    return;
+  }
+  const auto instanceId = static_cast<uint32_t>(result["instanceID"].ToInt());
+  agent.StopInstance(instanceId, ignored);
+  instanceEventMap.Erase(instanceId);
+  plugin->instanceMap.Remove(instanceId);
+}
+
 void ForgetPlugin(const Plugin* plugin) {
   eventMap.Forget(plugin);
   instanceEventMap.Forget(plugin);
   DropEventsOf(plugin);
+  // With nobody left to hear, a hook would stay in the way of all messages, and of the module's end.
+  if (eventMap.Empty() && instanceEventMap.Empty()) RemoveEventHook();
 }
 
 }  // namespace NorvoWebAPI::KSV::EventTemplate

@@ -38,6 +38,9 @@ void ClearInstanceEvents(Plugin* plugin);
 /// Takes an instance that was stopped out of its page's map.
 void ReleaseInstance(Plugin* plugin, uint32_t instanceId);
 
+/// Takes back a registration of which `result` tells that the library made it, however far it was entered.
+void UndoRegistration(const std::string& name, Plugin* plugin, CKSVPluginZUB& agent, JSObject& result);
+
 /// No event reaches a page that has ended.
 void ForgetPlugin(const Plugin* plugin);
 

@@ -30,8 +30,8 @@ void CreateDirectories(const std::string& path);
 /// Fails for a missing file too.
 void DeleteFile(const std::string& path);
 
-/// Whether a file of this exact name (case counts) lies in the folder or in one below it. Names that start with a full
-/// stop are passed over.
+/// Whether a file of this exact name (case counts) lies in the folder, or in a folder of that name in it, and so on
+/// down. Names that start with a full stop are passed over.
 bool FileExists(const std::string& folder, const std::string& name);
 
 /// Appends the bare names in the folder, folders included, but those that start with a full stop. False when the

@@ -4,6 +4,10 @@
 
 namespace NorvoWebAPI {
 
+std::string TextOf(const NPString& text) {
+  return text.UTF8Characters ? std::string(text.UTF8Characters, text.UTF8Length) : std::string();
+}
+
 std::string IdentifierText(const NPNetscapeFuncs* npnFuncs, NPIdentifier id) {
   const HostMemory<NPUTF8> text(npnFuncs, npnFuncs->utf8fromidentifier(id));
   if (!text.Get()) throw std::runtime_error("Identifier without a text");

@@ -75,6 +75,9 @@ class HostObject {
   NPObject* object;
 };
 
+/// The host's text by its length; empty for none.
+std::string TextOf(const NPString& text);
+
 /// The text of a string identifier, copied out of the host's memory. Throws `std::runtime_error` when there is none.
 std::string IdentifierText(const NPNetscapeFuncs* npnFuncs, NPIdentifier id);
 

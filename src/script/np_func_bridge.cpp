@@ -2,6 +2,7 @@
 
 #include "script/errors.h"
 #include "script/host_values.h"
+#include "script/instance_watch.h"
 #include "script/variant_conversion.h"
 
 namespace NorvoWebAPI::NPJSConverter {
@@ -14,7 +15,7 @@ class ArgumentList {
   ArgumentList(const ArgumentList&) = delete;
   ArgumentList& operator=(const ArgumentList&) = delete;
   ~ArgumentList() {
-    for (NPVariant& variant : variants) funcs->releasevariantvalue(&variant);
+    for (NPVariant& variant : variants) ReleaseQuietly([&] { funcs->releasevariantvalue(&variant); });
   }
 
   void Reserve(size_t count) { variants.reserve(count); }
@@ -37,7 +38,7 @@ NPFuncBridge::NPFuncBridge(NPP instance, const NPNetscapeFuncs* funcs, NPObject*
 }
 
 NPFuncBridge::~NPFuncBridge() {
-  npnFuncs->releaseobject(object);
+  ReleaseQuietly([this] { npnFuncs->releaseobject(object); });
 }
 
 bool NPFuncBridge::CallEntry(void* context, std::vector<JSObject>* args, JSObject* result) {
@@ -45,19 +46,23 @@ bool NPFuncBridge::CallEntry(void* context, std::vector<JSObject>* args, JSObjec
   // The page may set another function, and so drop this one, from inside the call.
   const auto kept = static_cast<NPFuncBridge*>(context)->weak_from_this().lock();
   try {
-    return static_cast<NPFuncBridge*>(context)->CallHost(*args, *result);
+    return static_cast<NPFuncBridge*>(context)->CallHost(*args, result);
   } catch (...) {
     return false;
   }
 }
 
-bool NPFuncBridge::CallHost(const std::vector<JSObject>& args, JSObject& result) {
+bool NPFuncBridge::CallHost(const std::vector<JSObject>& args, JSObject* result) {
+  const InstanceWatch watch(npp);
   HostVariant answer(npnFuncs);
   ArgumentList variants(npnFuncs);
   variants.Reserve(args.size());
   for (const JSObject& arg : args) variants.Add(toNPVariant(npp, npnFuncs, arg));
   const bool called = npnFuncs->invokeDefault(npp, object, variants.Data(), variants.Count(), answer.Out());
-  result = fromNPVariant(npp, npnFuncs, &answer.Get());
+  if (result) {
+    watch.DemandAlive();
+    *result = fromNPVariant(npp, npnFuncs, &answer.Get());
+  }
   return called;
 }
 

@@ -20,10 +20,12 @@ class NPFuncBridge : public std::enable_shared_from_this<NPFuncBridge> {
 
   /// Calls the page's function. False when the host refuses or a value can't cross the border; never throws.
   bool Call(std::vector<JSObject>& args, JSObject& result) { return function.Call(args, result); }
+  /// The same for a page whose answer nobody wants: it is not read, which could run more of the page's script.
+  void Notify(std::vector<JSObject>& args) { CallEntry(this, &args, nullptr); }
 
  private:
   static bool CallEntry(void* context, std::vector<JSObject>* args, JSObject* result);
-  bool CallHost(const std::vector<JSObject>& args, JSObject& result);
+  bool CallHost(const std::vector<JSObject>& args, JSObject* result);
 
   NPP npp;
   const NPNetscapeFuncs* npnFuncs;

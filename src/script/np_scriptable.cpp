@@ -25,13 +25,14 @@ bool Enter(NPObject* obj, Entry entry) noexcept {
 }
 
 NPObject* Allocate(NPP /*npp*/, NPClass* aClass) noexcept {
-  ScriptDispatch* const pending = std::exchange(reinterpret_cast<ScriptClass*>(aClass)->pendingObject, nullptr);
-  if (!pending) return nullptr;
+  PendingObject* const pending = reinterpret_cast<ScriptClass*>(aClass)->pendingObject;
+  if (!pending || pending->taken) return nullptr;
   // The host owns the record until it calls Deallocate.
   auto* const record = new (std::nothrow) ScriptObject;
   if (!record) return nullptr;
   record->_class = aClass;
-  record->object = pending;
+  record->object = pending->object;
+  pending->taken = true;
   return record;
 }
 
@@ -119,10 +120,12 @@ ScriptClass MakeScriptClass() {
 
 NPObject* CreateScriptObject(NPP npp, const NPNetscapeFuncs* npnFuncs, ScriptClass& scriptClass, ScriptDispatch& native,
                              bool* adopted) {
-  scriptClass.pendingObject = &native;
+  PendingObject pending{&native};
+  PendingObject* const outer = std::exchange(scriptClass.pendingObject, &pending);
   NPObject* const object = npnFuncs->createobject(npp, &scriptClass.table);
+  scriptClass.pendingObject = outer;
   // A host that failed before it asked for the record has taken nothing.
-  *adopted = std::exchange(scriptClass.pendingObject, nullptr) != &native;
+  *adopted = pending.taken;
   return object;
 }
 

@@ -52,11 +52,16 @@ class ScriptDispatch {
   bool deallocated = false;
 };
 
-/// A published class table and the word behind it that carries the native object into `allocate`, which has no
-/// parameter for it.
+/// A native object on its way into `allocate`, which has no parameter for it.
+struct PendingObject {
+  ScriptDispatch* object;
+  bool taken = false;
+};
+
+/// A published class table and the word behind it that carries the object.
 struct ScriptClass {
   NPClass table;
-  ScriptDispatch* pendingObject;
+  PendingObject* pendingObject;
 };
 
 /// A class table whose twelve entries lead to `ScriptDispatch`.

@@ -11,6 +11,7 @@
 #include "foundation/guarded_memory.h"
 #include "script/errors.h"
 #include "script/host_values.h"
+#include "script/instance_watch.h"
 #include "script/js_to_np_bridge.h"
 
 namespace NorvoWebAPI::NPJSConverter {
@@ -19,7 +20,7 @@ namespace {
 // Reads one variant with all that hangs on it.
 class VariantReader {
  public:
-  VariantReader(NPP instance, const NPNetscapeFuncs* npnFuncs) : npp(instance), funcs(npnFuncs) {}
+  VariantReader(NPP instance, const NPNetscapeFuncs* npnFuncs) : npp(instance), funcs(npnFuncs), watch(instance) {}
 
   JSObject Read(const NPVariant& variant) {
     Spend(valuesLeft, 1);
@@ -32,9 +33,8 @@ class VariantReader {
         return JSObject(variant.value.doubleValue);
       case NPVariantType_String: {
         const NPString& text = variant.value.stringValue;
-        if (!text.UTF8Characters) return JSObject(std::string());
         Spend(textBytesLeft, text.UTF8Length);
-        return JSObject(std::string(text.UTF8Characters, text.UTF8Length));
+        return JSObject(TextOf(text));
       }
       case NPVariantType_Object:
         return ReadObject(variant.value.objectValue);
@@ -60,6 +60,7 @@ class VariantReader {
       throw std::runtime_error("Unable to enumerate NPObject properties");
     }
     const HostMemory<NPIdentifier> ids(funcs, list);
+    watch.DemandAlive();
     JSObject members;
     for (uint32_t i = 0; list && i < count; ++i) {
       std::string key = KeyOf(list[i]);
@@ -67,6 +68,8 @@ class VariantReader {
       if (!funcs->getproperty(npp, object, list[i], element.Out())) {
         throw std::runtime_error("Failed to get propertly value");
       }
+      // The read may have run a getter of the page's.
+      watch.DemandAlive();
       members[key] = Read(element.Get());
     }
     path.pop_back();
@@ -82,6 +85,7 @@ class VariantReader {
 
   NPP npp;
   const NPNetscapeFuncs* funcs;
+  InstanceWatch watch;
   std::vector<NPObject*> path;  // The objects whose members are being read.
   size_t valuesLeft = kMaxValues;
   size_t textBytesLeft = kMaxTextBytes;

@@ -16,8 +16,8 @@ constexpr size_t kMaxValues = 100'000;
 constexpr size_t kMaxTextBytes = size_t{64} << 20;
 
 /// The value of a variant that the caller keeps. A script object, array or function is read out whole into an Object,
-/// or Null when it lists nothing. Throws `std::runtime_error` when the host refuses a member or a bound is passed,
-/// `std::bad_typeid` for null `funcs`.
+/// or Null when it lists nothing. Throws `std::runtime_error` when the host refuses a member, a bound is passed or
+/// reading ends the page, `std::bad_typeid` for null `funcs`.
 JSObject fromNPVariant(NPP npp, const NPNetscapeFuncs* funcs, const NPVariant* value);
 
 /// A variant that belongs to the caller: text in host memory, cut at its first zero byte; an Array or Object as a

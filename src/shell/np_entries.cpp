@@ -15,7 +15,9 @@ template <typename Result, typename Operation>
 Result OnPlugin(NPP instance, Result missing, Result failed, Operation operation) noexcept {
   try {
     Plugin* const plugin = instance ? Plugin::Of(instance) : nullptr;
-    return plugin ? static_cast<Result>(operation(*plugin)) : missing;
+    if (!plugin) return missing;
+    const Plugin::Entry running(*plugin);
+    return static_cast<Result>(operation(*plugin));
   } catch (...) {
     return failed;
   }

@@ -2,6 +2,7 @@
 
 #include <stdexcept>
 
+#include "script/host_values.h"
 #include "shell/url_networking.h"
 
 namespace NorvoWebAPI {
@@ -16,7 +17,7 @@ class NPPlugin : public URLNetworking {
     if (!funcs) throw std::runtime_error("Null NPN functions passed to NPPlugin\n");
   }
   ~NPPlugin() override {
-    if (scriptableObject) npnFuncs->releaseobject(scriptableObject);
+    if (scriptableObject) ReleaseQuietly([this] { npnFuncs->releaseobject(scriptableObject); });
   }
 
   virtual NPError Destroy(NPSavedData** /*saved*/) {
@@ -36,6 +37,8 @@ class NPPlugin : public URLNetworking {
  protected:
   /// Null until the host asks for it; one reference is held.
   NPObject* scriptableObject = nullptr;
+  /// The host's record has the scriptable; it is made once, also when the host then gives no object for it.
+  bool handedOver = false;
 
  private:
   NPError GetScriptableObject(NPObject** out);
@@ -64,13 +67,14 @@ template <typename P, typename S>
 NPError NPPlugin<P, S>::GetScriptableObject(NPObject** out) {
   if (!scriptableObject) {
     S* const scriptable = GetScriptable();
-    if (!scriptable) return NPERR_GENERIC_ERROR;
-    bool adopted = false;
-    scriptableObject = S::CreateObject(npp, npnFuncs, scriptable, &adopted);
-    if (!scriptableObject) return NPERR_GENERIC_ERROR;
+    if (!scriptable || handedOver) return NPERR_GENERIC_ERROR;
+    handedOver = true;
+    NPObject* const made = S::CreateObject(npp, npnFuncs, scriptable, &handedOver);
+    // The host may have ended it again while it made it.
+    if (!made || !GetScriptable()) return NPERR_GENERIC_ERROR;
+    scriptableObject = made;
   }
-  npnFuncs->retainobject(scriptableObject);
-  *out = scriptableObject;
+  *out = npnFuncs->retainobject(scriptableObject);
   return NPERR_NO_ERROR;
 }
 

@@ -6,6 +6,7 @@
 #include "api/scriptable.h"
 #include "events/event_template.h"
 #include "foundation/product.h"
+#include "script/instance_watch.h"
 
 template class NorvoWebAPI::NPPlugin<NorvoWebAPI::KSV::Plugin, NorvoWebAPI::KSV::Scriptable>;
 
@@ -19,8 +20,8 @@ struct LivePlugins {
 };
 
 LivePlugins& Live() {
-  static LivePlugins live;
-  return live;
+  static auto* const live = new LivePlugins;  // Never ended: a thread of the library may come after everything else.
+  return *live;
 }
 
 void EnterLive(const Plugin* plugin) {
@@ -69,14 +70,18 @@ std::string Plugin::InstanceName(const void* page, uint32_t instanceId) {
 }
 
 NPError Plugin::Destroy(NPSavedData** /*saved*/) {
+  if (destroyed) return NPERR_NO_ERROR;
   destroyed = true;
-  if (!scriptable) {
-    delete this;
-    return NPERR_NO_ERROR;
+  InstanceWatch::End(npp);
+  const Entry running(*this);
+  if (scriptable) {
+    const ScriptDispatch::Call calling(*scriptable);
+    // A page that goes away without it still gives its initialisations back.
+    if (agentInitCount != 0) scriptable->ReleaseAgent();
   }
-  // A page that goes away without it still gives its initialisations back.
-  if (agentInitCount != 0) scriptable->ReleaseAgent();
   EventTemplate::ForgetPlugin(this);
+  // What no page ever asked for has no record of the host's to end it.
+  if (scriptable && !handedOver) scriptable->Deallocate();
   return NPERR_NO_ERROR;
 }
 
@@ -98,8 +103,12 @@ const char* Plugin::GetPluginDescription() {
 void Plugin::ScriptableEnded() {
   scriptable = nullptr;
   scriptableObject = nullptr;
-  // Nothing can reach the object any more once the host has destroyed the instance too.
-  if (destroyed) delete this;
+  EndIfDone();
+}
+
+// Nothing can reach the object any more once the host has let go of both halves.
+void Plugin::EndIfDone() {
+  if (destroyed && !scriptable && runningEntries == 0) delete this;
 }
 
 }  // namespace NorvoWebAPI::KSV

@@ -22,7 +22,8 @@ extern template class NorvoWebAPI::NPPlugin<NorvoWebAPI::KSV::Plugin, NorvoWebAP
 namespace NorvoWebAPI::KSV {
 
 /// One embedded object. It makes its `Scriptable` and outlives it: the host destroys the instance and lets go of the
-/// scriptable object in calls of their own, and what comes last ends both. The browser's thread only.
+/// scriptable object in calls of their own, what comes last ends both, and a host call that still runs on the object is
+/// let out first. The browser's thread only.
 class Plugin : public NPPlugin<Plugin, Scriptable> {
  public:
   Plugin(NPP instance, const NPNetscapeFuncs* funcs);
@@ -37,6 +38,21 @@ class Plugin : public NPPlugin<Plugin, Scriptable> {
   const char* GetPluginDescription() override;
   Scriptable* GetScriptable() override { return scriptable; }
 
+  /// Marks a call of the host on the object; the last one out ends an object that is done.
+  class Entry {
+   public:
+    explicit Entry(Plugin& entered) : plugin(entered) { ++plugin.runningEntries; }
+    Entry(const Entry&) = delete;
+    Entry& operator=(const Entry&) = delete;
+    ~Entry() {
+      --plugin.runningEntries;
+      plugin.EndIfDone();
+    }
+
+   private:
+    Plugin& plugin;
+  };
+
   /// The host has let go of the scriptable object, and with it of the reference that is held here. May end the plug-in.
   void ScriptableEnded();
   /// The name of an instance of a page; empty for a page that has ended. Any thread: `page` is only compared, until it
@@ -48,12 +64,16 @@ class Plugin : public NPPlugin<Plugin, Scriptable> {
   std::atomic<HWND> window =
       nullptr;                     ///< The last one that the host gave; events ask for it on threads of the library.
   bool initialised = false;        ///< A successful `zubInit` or `wysInit` of this page stands.
+  bool owesDeInit = false;         ///< A `zubInit` of this page has not been given back by it.
   uint32_t agentMajorVersion = 0;  ///< One byte; 0 until the host agent has told it.
   InstanceMap instanceMap;
 
  private:
   Scriptable* scriptable = nullptr;  ///< Owned until the host holds it; null after its end.
   bool destroyed = false;
+  uint32_t runningEntries = 0;
+
+  void EndIfDone();
 };
 
 /// The windows of all pages. An entry under a window that a page has left stays until the page ends.

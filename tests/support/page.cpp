@@ -11,9 +11,21 @@ namespace support {
 namespace {
 
 constexpr const char* kShownKeys[] = {
-    "pluginRetCode",       "fnRetCode",          "sessionHandle",           "version", "instanceID", "requiredDataLen",
-    "requiredEncTokenLen", "requiredOTPDataLen", "requiredEncTokenDataLen", "b64Data", "b64OTP",     "OTP",
-    "b64EncToken",         "tokenFileNames",
+    "pluginRetCode",
+    "fnRetCode",
+    "sessionHandle",
+    "version",
+    "instanceID",
+    "instanceId",
+    "requiredDataLen",
+    "requiredEncTokenLen",
+    "requiredOTPDataLen",
+    "requiredEncTokenDataLen",
+    "b64Data",
+    "b64OTP",
+    "OTP",
+    "b64EncToken",
+    "tokenFileNames",
 };
 
 }  // namespace

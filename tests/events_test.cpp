@@ -1,0 +1,339 @@
+// Agent events on their way from the library's threads to the page's function.
+#include <atomic>
+#include <thread>
+
+#include "tests/support/agent_fixture.h"
+
+using namespace support;
+using platform::PumpMessages;
+using platform::TestWindow;
+
+namespace {
+
+constexpr UINT kAgentEvent = 1067;
+
+// What the page's function was told, as in "app 240 AQID".
+class Listener {
+ public:
+  explicit Listener(TestHost& testHost) : host(testHost) {
+    function = host.NewFunction([this](const std::vector<Value>& args, Value&) {
+      heard.push_back(Member(args.at(0), "appName") + " " + Member(args.at(0), "dataSrc") + " " +
+                      Member(args.at(0), "b64Data"));
+      if (then) std::exchange(then, nullptr)();
+      return true;
+    });
+  }
+
+  std::vector<std::string> Take() { return std::exchange(heard, {}); }
+
+  TestHost& host;
+  ScriptObject* function;
+  std::function<void()> then;  // Runs inside the next delivery.
+  std::vector<std::string> heard;
+
+ private:
+  std::string Member(const Value& object, const char* key) {
+    NPVariant variant{};
+    if (!host.Get(std::get<NPObject*>(object), key, &variant)) return "missing";
+    const Value value = TestHost::Read(variant);
+    host.Release(variant);
+    std::string text = std::holds_alternative<int32_t>(value) ? std::to_string(std::get<int32_t>(value))
+                                                              : std::get<std::string>(value);
+    std::erase(text, '\n');
+    return text;
+  }
+};
+
+}  // namespace
+
+// The same rules in both generations; the parameter is the library's version.
+class EventsTest : public testing::TestWithParam<uint32_t> {
+ protected:
+  EventsTest() {
+    agent.SetVersion(GetParam());
+    agent.On("ZUB_RegisterEventCb", [this](AgentCall& call) { applet = call.appletCallback; });
+    agent.On("ZUB3_StartInstance", [this](AgentCall& call) {
+      *call.value = ++lastInstance;
+      instance = call.instanceCallback;
+      context = call.context;
+    });
+  }
+
+  [[nodiscard]] bool ByInstance() const { return GetParam() >= 3; }
+  std::string Register(const Page& on, const std::string& name, Listener& to) {
+    return on.Call("zubRegisterEventCallback", {name, static_cast<NPObject*>(to.function)}).Show();
+  }
+
+  // The library reports an event, on the calling thread.
+  void Enter(const std::string& name, const std::string& data, uint8_t source = 240) const {
+    const auto size = static_cast<uint32_t>(data.size());
+    if (ByInstance()) {
+      instance(lastInstance, size, data.data(), source, context);
+    } else {
+      applet(name.c_str(), size, data.data(), source);
+    }
+  }
+  void Raise(const std::string& name, const std::string& data) const {
+    std::thread([&] { Enter(name, data); }).join();
+  }
+
+  Environment environment;
+  AgentStub agent{environment};
+  TestHost host;
+  TestWindow window;
+  Page page{host, "https://page.example/", window.handle()};
+  Listener listener{host};
+  StubAppletCallback applet = nullptr;
+  StubInstanceCallback instance = nullptr;
+  void* context = nullptr;
+  uint32_t lastInstance = 100;
+};
+
+INSTANTIATE_TEST_SUITE_P(Generations, EventsTest, testing::Values(2, 3));
+
+TEST_P(EventsTest, ReachThePagesFunctionWithNameSourceAndData) {
+  const std::string name32(32, 'n');
+  const struct {
+    std::string name;
+    std::string data;
+    Calls first;     // What is heard in the first generation,
+    Calls instance;  // and of an instance.
+  } cases[] = {
+      {"app", "\x01\x02\x03", {"app 240 AQID"}, {"app 240 AQID"}},
+      {"\xC3\xA4pp\xFF", std::string(1, '\0'), {"\xC3\xA4pp\xFF 240 AA=="}, {"\xC3\xA4pp\xFF 240 AA=="}},
+      {name32, "x", {name32 + " 240 eA=="}, {name32 + " 240 eA=="}},
+      // The record holds 32 characters of a name, and by name nobody is registered under those.
+      {name32 + "n", "x", {}, {name32 + " 240 eA=="}},
+      {std::string(4096, 'n'), "x", {}, {name32 + " 240 eA=="}},
+      {"empty", "", {}, {}},
+  };
+  for (const auto& row : cases) {
+    Register(page, row.name, listener);
+    Raise(row.name, row.data);
+    PumpMessages();
+    EXPECT_EQ(listener.Take(), ByInstance() ? row.instance : row.first) << row.name;
+    page.Call("zubUnRegisterEventCallback", {row.name});
+  }
+}
+
+TEST_P(EventsTest, AreDroppedInTheEntryWhenNobodyCanTakeThem) {
+  Register(page, "app", listener);
+  const auto broken = [this](const char* name, uint32_t size, void* of, uint32_t id) {
+    std::thread([&] {
+      if (ByInstance()) {
+        instance(id, size, nullptr, 1, of);
+      } else {
+        applet(name, size, nullptr, 1);
+      }
+    }).join();
+  };
+  broken(nullptr, 3, nullptr, lastInstance);
+  broken("app", 3, context, lastInstance);
+  broken("unknown", 0, context, 9);
+  PumpMessages();
+  EXPECT_FALSE(window.HasReceived(kAgentEvent));
+  page.Call("zubUnRegisterEventCallback", {"app"});
+  Raise("app", "late");
+  PumpMessages();
+  EXPECT_FALSE(window.HasReceived(kAgentEvent));
+  EXPECT_EQ(listener.Take(), Calls{});
+}
+
+TEST_P(EventsTest, AMessageOfAStrangerPassesOnUnread) {
+  Register(page, "app", listener);
+  TestWindow other;
+  Raise("app", "x");
+  MSG message{};
+  ASSERT_TRUE(PeekMessageA(&message, window.handle(), kAgentEvent, kAgentEvent, PM_NOREMOVE));
+  PumpMessages();
+  listener.Take();
+  for (const WPARAM word : {WPARAM{0}, WPARAM{1}, WPARAM{0xDEADBEEF}, message.wParam}) {
+    ASSERT_TRUE(PostMessageA(window.handle(), kAgentEvent, word, 0));
+  }
+  Raise("app", "y");
+  ASSERT_TRUE(PeekMessageA(&message, window.handle(), kAgentEvent, kAgentEvent, PM_NOREMOVE));
+  ASSERT_TRUE(PostMessageA(other.handle(), kAgentEvent, message.wParam, 0));
+  PumpMessages();
+  EXPECT_TRUE(window.HasReceived(kAgentEvent));
+  EXPECT_EQ(listener.Take(), Calls{"app 240 eQ=="});
+}
+
+TEST_P(EventsTest, APeekedOrRepeatedMessageIsDeliveredOnce) {
+  Register(page, "app", listener);
+  Raise("app", "x");
+  MSG message{};
+  ASSERT_TRUE(PeekMessageA(&message, window.handle(), kAgentEvent, kAgentEvent, PM_NOREMOVE));
+  ASSERT_TRUE(PostMessageA(window.handle(), kAgentEvent, message.wParam, 0));
+  PumpMessages();
+  EXPECT_EQ(listener.Take(), Calls{"app 240 eA=="});
+}
+
+TEST_P(EventsTest, OneThatMeetsADeliveryIsLost) {
+  Register(page, "app", listener);
+  Raise("app", "first");
+  Raise("app", "second");
+  listener.then = [] { PumpMessages(); };
+  PumpMessages();
+  EXPECT_EQ(listener.Take().size(), 1U);
+  // A library that calls back on the delivering thread itself must not wait for its own end.
+  Raise("app", "third");
+  listener.then = [this] { Enter("app", "inside"); };
+  PumpMessages();
+  Raise("app", "fourth");
+  PumpMessages();
+  EXPECT_EQ(listener.Take(), (Calls{"app 240 dGhpcmQ=", "app 240 Zm91cnRo"}));
+}
+
+TEST_P(EventsTest, ALibraryThreadWaitsOutADelivery) {
+  Register(page, "app", listener);
+  Raise("app", "first");
+  std::thread late;
+  std::atomic<bool> entered = false;
+  listener.then = [&] {
+    late = std::thread([&] {
+      entered = true;
+      Enter("app", "second");
+    });
+    while (!entered) std::this_thread::yield();
+  };
+  PumpMessages();
+  late.join();
+  PumpMessages();
+  EXPECT_EQ(listener.Take(), (Calls{"app 240 Zmlyc3Q=", "app 240 c2Vjb25k"}));
+}
+
+TEST_P(EventsTest, ThePageMayDoAnythingInsideADelivery) {
+  Listener other{host};
+  const std::function<void(Page&)> deeds[] = {
+      [](Page& busy) { busy.Call("zubUnRegisterEventCallback", {"busy"}); },
+      [&](Page& busy) { Register(busy, "other", other); },
+      [](Page& busy) { busy.Call("zubInit"), busy.Call("zubDeInit"); },
+      [](Page& busy) { busy.Destroy(); },
+      [](Page& busy) { busy.End(); },
+  };
+  for (const auto& deed : deeds) {
+    Page busy(host, "https://busy.example/", window.handle());
+    Register(busy, "busy", listener);
+    Raise("busy", "x");
+    listener.then = [&] { deed(busy); };
+    PumpMessages();
+    EXPECT_EQ(listener.Take().size(), 1U);
+  }
+  Raise("busy", "nobody hears it");
+  PumpMessages();
+  EXPECT_EQ(listener.Take(), Calls{});
+}
+
+TEST_P(EventsTest, APageThatIsGoneRegistersNothing) {
+  page.Destroy();
+  EXPECT_EQ(Register(page, "app", listener), "null");
+  Page leaving(host, "https://leaving.example/", window.handle());
+  agent.On(ByInstance() ? "ZUB3_StartInstance" : "ZUB_RegisterEventCb", [&](AgentCall& call) {
+    if (call.value) *call.value = lastInstance = 200;
+    instance = call.instanceCallback, context = call.context, applet = call.appletCallback;
+    leaving.Destroy();
+  });
+  agent.TakeCalls();
+  EXPECT_FALSE(leaving.Call("zubRegisterEventCallback", {"app", static_cast<NPObject*>(listener.function)}).Answered());
+  EXPECT_EQ(agent.TakeCalls().back(), ByInstance() ? "ZUB3_StopInstance(#200)" : "ZUB_UnregisterEventCb('app')");
+  Raise("app", "x");
+  PumpMessages();
+  EXPECT_EQ(listener.Take(), Calls{});
+}
+
+TEST_P(EventsTest, OnTheirWayEndWithThePageOrItsWindow) {
+  Register(page, "app", listener);
+  TestWindow second;
+  {
+    Page going(host, "https://going.example/", second.handle());
+    Listener gone{host};
+    Register(going, "going", gone);
+    Raise("going", "x");
+  }
+  PumpMessages();
+  Register(page, "app", listener);
+  Raise("app", "x");
+  window.Destroy();
+  Raise("app", "y");
+  PumpMessages();
+  EXPECT_EQ(listener.Take(), Calls{});
+}
+
+TEST_P(EventsTest, RegistrationRefusesWhatItCannotServe) {
+  NPObject* const function = listener.function;
+  const struct {
+    std::vector<Value> arguments;
+    const char* answer;
+  } cases[] = {
+      {{"app"}, "pluginRetCode=12"},        {{"app", function, 1}, "pluginRetCode=12"},
+      {{"", function}, "pluginRetCode=12"}, {{"app", "text"}, "pluginRetCode=12"},
+      {{5, function}, "pluginRetCode=13"},
+  };
+  for (const auto& row : cases) EXPECT_EQ(page.Call("zubRegisterEventCallback", row.arguments).Show(), row.answer);
+  EXPECT_EQ(agent.TakeCalls(), Calls{});
+
+  EXPECT_EQ(Register(page, "app", listener).find("pluginRetCode=0 fnRetCode=0"), 0U);
+  agent.TakeCalls();
+  Listener second{host};
+  EXPECT_EQ(Register(page, "app", second), "pluginRetCode=22");
+  EXPECT_EQ(agent.TakeCalls(), Calls{});
+  Raise("app", "x");
+  PumpMessages();
+  EXPECT_EQ(second.Take().size(), 1U) << "the function is replaced before the name is looked at";
+
+  Page windowless(host);
+  NPWindow none{};
+  Module().setwindow(windowless.Instance(), &none);
+  EXPECT_EQ(Register(windowless, "other", listener), "null");
+  const std::string unknown = ByInstance() ? "pluginRetCode=22" : "pluginRetCode=12";
+  EXPECT_EQ(page.Call("zubUnRegisterEventCallback", {"unknown"}).Show(), unknown);
+  EXPECT_EQ(page.Call("zubUnRegisterEventCallback", {""}).Show(), "pluginRetCode=12");
+
+  agent.On(ByInstance() ? "ZUB3_StopInstance" : "ZUB_UnregisterEventCb", Refuses(77));
+  EXPECT_EQ(page.Call("zubUnRegisterEventCallback", {"app"}).Int("fnRetCode"), 77);
+  Raise("app", "still registered");
+  PumpMessages();
+  EXPECT_EQ(second.Take().size(), 1U);
+}
+
+TEST_P(EventsTest, RegistrationFailsWithoutAHook) {
+  if (!platform::kHasLayerSettings) GTEST_SKIP() << "the system's own hooks can't be made to fail";
+  const platform::FailCall refused("SetWindowsHookExA", ERROR_ACCESS_DENIED);
+  EXPECT_EQ(Register(page, "app", listener), "pluginRetCode=22");
+  EXPECT_TRUE(refused.fired());
+}
+
+TEST_P(EventsTest, AThousandFromEightThreadsComeOnceOrNotAtAll) {
+  Register(page, "app", listener);
+  std::atomic<int> running = 8;
+  std::vector<std::thread> library;
+  for (int t = 0; t < 8; ++t) {
+    library.emplace_back([&, t, callback = instance, of = context, id = lastInstance] {
+      for (int i = 0; i < 125; ++i) {
+        const std::string data = std::to_string(t * 1000 + i);
+        const auto size = static_cast<uint32_t>(data.size());
+        ByInstance() ? callback(id, size, data.data(), 1, of) : applet("app", size, data.data(), 1);
+      }
+      --running;
+    });
+  }
+  TestWindow otherWindow;
+  while (running > 0) {
+    PumpMessages();
+    Page other(host, "https://other.example/", otherWindow.handle());
+    Listener deaf{host};
+    Register(other, "other", deaf);
+    PumpMessages();
+    other.Call("zubUnRegisterEventCallback", {"other"});
+  }
+  for (std::thread& thread : library) thread.join();
+  PumpMessages();
+  const std::vector<std::string> heard = listener.Take();
+  EXPECT_EQ(std::set<std::string>(heard.begin(), heard.end()).size(), heard.size()) << "one came twice";
+
+  page.Call("zubUnRegisterEventCallback", {"app"});
+  Register(page, "app", listener);
+  Raise("app", "the road is free");
+  PumpMessages();
+  EXPECT_EQ(listener.Take().size(), 1U);
+}

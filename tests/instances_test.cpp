@@ -1,0 +1,120 @@
+// Instances, applets, and what a page's release asks of the library.
+#include "tests/support/agent_fixture.h"
+
+using namespace support;
+
+namespace {
+
+constexpr char kOathApplet[] = "8D67D9DD2AF54717AFF2FF7EF19DFADB";
+
+}  // namespace
+
+class InstancesTest : public AgentTest {};
+
+TEST_F(InstancesTest, StartOnFirstUseOncePerNameAndPage) {
+  agent.SetVersion(3);
+  EXPECT_EQ(page.Call("getInstanceID", {"app"}).Show(), "pluginRetCode=0 fnRetCode=0 instanceID=0");
+  page.Call("zubStartProvisioning", {"app"});
+  page.Call("zubReceiveData", {"app", 1, 2, 3});
+  Page second(host);
+  second.Call("zubStartProvisioning", {"app"});
+  EXPECT_EQ(agent.TakeCalls(),
+            (Calls{"ZUB3_StartInstance('app')", "ZUB3_StartProvisioning(#101)", "ZUB3_ReceiveData(#101, 1, 2, >3)",
+                   "ZUB3_StartInstance('app')", "ZUB3_StartProvisioning(#102)"}));
+  EXPECT_EQ(page.Call("getInstanceID", {"app"}).Int("instanceID"), 101);
+  EXPECT_EQ(page.Call("getInstanceID", {5}).Show(), "pluginRetCode=13 fnRetCode=0");
+  EXPECT_EQ(page.Call("zubStartProvisioning", {""}).Show(), "pluginRetCode=12 fnRetCode=10");
+}
+
+TEST_F(InstancesTest, StopTakesAnInstanceOutUnlessTheLibraryRefuses) {
+  agent.SetVersion(3);
+  page.Call("zubStartProvisioning", {"app"});
+  EXPECT_EQ(page.Call("zubStopInstance").Show(), "pluginRetCode=12");
+  agent.On("ZUB3_StopInstance", Refuses(9));
+  EXPECT_EQ(page.Call("zubStopInstance", {101}).Show(), "pluginRetCode=0 fnRetCode=9 instanceId=101");
+  EXPECT_EQ(page.Call("getInstanceID", {"app"}).Int("instanceID"), 101);
+  agent.On("ZUB3_StopInstance", Refuses(0));
+  EXPECT_EQ(page.Call("zubStopInstance", {101, "not looked at"}).Int("fnRetCode"), 0);
+  EXPECT_EQ(page.Call("getInstanceID", {"app"}).Int("instanceID"), 0);
+  EXPECT_EQ(page.Call("zubStopInstance", {4711}).Int("fnRetCode"), 0) << "an id that no page has";
+}
+
+TEST_F(InstancesTest, AStartThatFailsIsTheAnswer) {
+  agent.SetVersion(3);
+  agent.On("ZUB3_StartInstance", Refuses(8));
+  EXPECT_EQ(page.Call("zubStartProvisioning", {"app"}).Show(), "pluginRetCode=0 fnRetCode=8");
+  EXPECT_EQ(agent.TakeCalls(), Calls{"ZUB3_StartInstance('app')"});
+}
+
+TEST_F(InstancesTest, ReleaseAsksTheLibraryByItsGeneration) {
+  const platform::TestWindow window;
+  ScriptObject* const function = host.NewFunction([](const std::vector<Value>&, Value&) { return true; });
+  const struct {
+    uint32_t version;
+    Calls shared;  // While another page's initialisation stands,
+    Calls last;    // and for the last one.
+  } cases[] = {
+      {2, {"ZUB_UnregisterEventCb('app')"}, {"ZUB_DeInit()"}},
+      {3, {"ZUB3_StopInstance(#101)"}, {"ZUB_DeInit()"}},
+  };
+  for (const auto& row : cases) {
+    agent.SetVersion(row.version);
+    Page first(host, "https://first.example/", window.handle());
+    Page second(host, "https://second.example/");
+    first.Call("zubInit");
+    second.Call("zubInit");
+    first.Call("zubRegisterEventCallback", {"app", static_cast<NPObject*>(function)});
+    agent.TakeCalls();
+    EXPECT_EQ(first.Call("zubDeInit").Int("pluginRetCode"), 0);
+    EXPECT_EQ(agent.TakeCalls(), row.shared) << row.version;
+    second.Destroy();
+    EXPECT_EQ(agent.TakeCalls(), row.last) << row.version;
+  }
+}
+
+TEST_F(InstancesTest, AppletsGoThroughATemporaryFileThatIsGoneAfterwards) {
+  std::string installed;
+  agent.On("ZUB_Install", [&](AgentCall& call) {
+    installed = environment.Read("KSV_applets/temp.trok").value_or("missing");
+    call.status = 5;
+  });
+  EXPECT_EQ(page.Call("zubInstall", {"app", "aGVsbG8="}).Show(), "pluginRetCode=0 fnRetCode=5");
+  EXPECT_EQ(installed, "hello");
+  EXPECT_FALSE(environment.Read("KSV_applets/temp.trok"));
+
+  std::filesystem::create_directories(environment.Path("KSV_applets/temp.trok"));
+  EXPECT_EQ(page.Call("zubInstall", {"app", "aGVsbG8="}).Show(), "pluginRetCode=15 fnRetCode=10");
+}
+
+TEST_F(InstancesTest, InstallHoldsItsLimitsBeforeTheGate) {
+  const std::string id512(512, 'i');
+  const struct {
+    std::vector<Value> arguments;
+    const char* answer;
+  } cases[] = {
+      {{id512, std::string(1'000'000, 'A')}, "pluginRetCode=17 fnRetCode=10"},
+      {{id512, std::string(1'000'001, 'A')}, "pluginRetCode=12 fnRetCode=10"},
+      {{id512 + "i", "aGk="}, "pluginRetCode=12 fnRetCode=10"},
+      {{"", "aGk="}, "pluginRetCode=12 fnRetCode=10"},
+      {{kOathApplet, ""}, "pluginRetCode=17 fnRetCode=10"},
+  };
+  environment.SetLastUpdate({});
+  for (const auto& row : cases) EXPECT_EQ(page.Call("zubInstall", row.arguments).Show(), row.answer);
+  environment.SetLastUpdate(0);
+  EXPECT_EQ(page.Call("zubInstall", {"another", ""}).Show(), "pluginRetCode=12 fnRetCode=10");
+  EXPECT_EQ(agent.TakeCalls(), Calls{});
+  EXPECT_EQ(page.Call("zubInstall", {kOathApplet, ""}).Show(), "pluginRetCode=0 fnRetCode=0");
+  EXPECT_EQ(page.Call("zubInstall", {id512, std::string(1'000'000, 'A')}).Show(), "pluginRetCode=0 fnRetCode=0");
+  EXPECT_EQ(page.Call("zubUninstall", {""}).Show(), "pluginRetCode=0 fnRetCode=0");
+}
+
+TEST_F(InstancesTest, AnOtpLibraryTakesTheOtherAppletFormatAndEntries) {
+  AgentStub otp(environment, "otps", "otpZub.dll");
+  Page installing(host);
+  std::string installed;
+  otp.On("ZUB_InstallOTPS",
+         [&](AgentCall&) { installed = environment.Read("KSV_applets/temp.pack").value_or("missing"); });
+  EXPECT_EQ(installing.Call("zubInstall", {"app", "aGVsbG8="}).Show(), "pluginRetCode=0 fnRetCode=0");
+  EXPECT_EQ(installed, "hello");
+  EXPECT_EQ(installing.Call("zubUninstall", {"app"}).Show(), "pluginRetCode=0 fnRetCode=0");
+}
