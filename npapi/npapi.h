@@ -24,14 +24,14 @@ enum : NPReason { NPRES_DONE = 0, NPRES_NETWORK_ERR = 1, NPRES_USER_BREAK = 2 };
 
 enum : uint16_t { NP_EMBED = 1, NP_FULL = 2, NP_NORMAL = 1 };
 
-enum NPPVariable {
+enum NPPVariable : int {
   NPPVpluginNameString = 1,
   NPPVpluginDescriptionString = 2,
   NPPVpluginNeedsXEmbed = 14,
   NPPVpluginScriptableNPObject = 15,
 };
 
-enum NPNVariable { NPNVWindowNPObject = 15 };
+enum NPNVariable : int { NPNVWindowNPObject = 15 };
 
 /// One embedded object. The host owns the record; `pdata` is the plug-in's word in it.
 struct NPP_t {

@@ -15,7 +15,7 @@ struct NPString {
   uint32_t UTF8Length;           ///< In bytes.
 };
 
-enum NPVariantType {
+enum NPVariantType : int {
   NPVariantType_Void,
   NPVariantType_Null,
   NPVariantType_Bool,

@@ -26,7 +26,7 @@ fs::path StorePath() {
     const char* value = std::getenv(name);
     return fs::path(value == nullptr ? "" : value);
   };
-  if (const fs::path place = variable("KSV_REGISTRY"); !place.empty()) return place;
+  if (fs::path place = variable("KSV_REGISTRY"); !place.empty()) return place;
   const fs::path inConfiguration = fs::path("norvo") / "ksv" / "registry.json";
   if (const fs::path folder = variable("XDG_CONFIG_HOME"); folder.is_absolute()) return folder / inConfiguration;
   const fs::path home = variable("HOME");

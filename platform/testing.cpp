@@ -32,8 +32,8 @@ LRESULT CALLBACK RecordMessage(HWND window, UINT message, WPARAM wParam, LPARAM 
 
 }  // namespace
 
-TestWindow::TestWindow(POINT clientOrigin, int width, int height) {
-  handle_ = MakeTestWindow(&RecordMessage, clientOrigin, width, height);
+TestWindow::TestWindow(POINT clientOrigin, int width, int height)
+    : handle_(MakeTestWindow(&RecordMessage, clientOrigin, width, height)) {
   if (handle_ == nullptr) throw std::runtime_error("no window could be made");
 }
 

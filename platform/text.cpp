@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
@@ -81,7 +82,7 @@ int ConvertText(UINT codePage, DWORD flags, const From* from, int length, To* to
   if (converted.size() > INT_MAX) return Fail(ERROR_INVALID_PARAMETER, 0);
   if (size == 0) return static_cast<int>(converted.size());
   if (converted.size() > static_cast<size_t>(size)) return Fail(ERROR_INSUFFICIENT_BUFFER, 0);
-  std::memcpy(to, converted.data(), converted.size() * sizeof(To));
+  std::copy(converted.begin(), converted.end(), to);
   return static_cast<int>(converted.size());
 }
 

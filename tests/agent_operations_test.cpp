@@ -236,6 +236,15 @@ TEST_F(AgentOperationsTest, OTPComesAsBytesAndAsText) {
   EXPECT_EQ(page.Call("zubGetOTP", {"app", 3, "", "", 0, 0, ""}).Show(), "pluginRetCode=0 fnRetCode=0");
 }
 
+TEST_F(AgentOperationsTest, ALibrarySeesAndShowsNothingButItsOwn) {
+  // It claims its whole capacity and writes nothing: what lay there before must not come out.
+  agent.On("ZUB_ReceiveData", [](AgentCall&) {});
+  EXPECT_EQ(page.Call("zubReceiveData", {"app", 7, 2, 6}).Text("b64Data"), "AAAAAAAA\n");
+  // It closes a password that fills its room by a zero, as terminated texts are.
+  agent.On("ZUB_GetOTP", [](AgentCall& call) { std::copy_n("755224", 7, call.output[0]); });
+  EXPECT_EQ(page.Call("zubGetOTP", {"app", 0, "", "", 6, 0, ""}).Text("OTP"), "755224");
+}
+
 TEST_F(AgentOperationsTest, NothingThatALibraryThrowsReachesTheHost) {
   // Where each library has an unwinder of its own, nothing can be caught across them.
   if (sizeof(void*) == 4 && !platform::kHasLayerSettings) GTEST_SKIP();

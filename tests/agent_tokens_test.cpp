@@ -95,6 +95,26 @@ TEST_F(AgentTokensTest, FailuresOfTheStoreLeaveThePageItsToken) {
   EXPECT_EQ(distant.Call("zubEndProvisioningDomainBinding", {"app", 7, 64, "t", true, ""}).Show(), Codes(19));
 }
 
+TEST_F(AgentTokensTest, AnAddressOrANameLeadsIntoNoOtherFolder) {
+  environment.Write(std::string(kOwn) + "kept", "old");
+  environment.Write("KSV_tokens/free", "root");
+  Page rootless(host, "data:,/../https_bank.example_8443");
+  EXPECT_EQ(List(rootless), Codes(19, ""));
+  EXPECT_EQ(rootless.Call("zubDeleteTokenDomainBinding", {"kept"}).Show(), Codes(19, ""));
+  EXPECT_EQ(rootless.Call("zubEndProvisioningDomainBinding", {"app", 7, 64, "new", true, ""}).Show(), Codes(19));
+  agent.TakeCalls();
+  EXPECT_EQ(AskOTP(rootless, "", "kept"), "pluginRetCode=20 fnRetCode=10");
+  EXPECT_EQ(AskOTP(rootless, "", "free"), "<'root'");
+  for (const char* second : {".", ".."}) EXPECT_EQ(Bind(std::string("s") + second, true, second), Codes(19));
+  const int64_t now = 0;
+  environment.SetLastUpdate(now);
+  const Page other(host, "https://other.example/");
+  for (const char* name : {"..\\https_bank.example_8443\\kept", "..\\..\\lastUpdatewin32-npapi"}) {
+    EXPECT_EQ(other.Call("zubEndProvisioningDomainBinding", {"app", 7, 64, name, true, ""}).Show(), Codes(18));
+  }
+  EXPECT_EQ(environment.Read(std::string(kOwn) + "kept"), "old");
+}
+
 TEST_F(AgentTokensTest, NothingIsFiledWithoutATokenOrAName) {
   EXPECT_EQ(Bind(""), Codes(0));
   agent.On("ZUB_EndProvisioning", Gives("", 0));

@@ -235,7 +235,9 @@ TEST_P(EventsTest, APageThatIsGoneRegistersNothing) {
   });
   agent.TakeCalls();
   EXPECT_FALSE(leaving.Call("zubRegisterEventCallback", {"app", static_cast<NPObject*>(listener.function)}).Answered());
-  EXPECT_EQ(agent.TakeCalls().back(), ByInstance() ? "ZUB3_StopInstance(#200)" : "ZUB_UnregisterEventCb('app')");
+  const Calls calls = agent.TakeCalls();
+  ASSERT_FALSE(calls.empty());
+  EXPECT_EQ(calls.back(), ByInstance() ? "ZUB3_StopInstance(#200)" : "ZUB_UnregisterEventCb('app')");
   Raise("app", "x");
   PumpMessages();
   EXPECT_EQ(listener.Take(), Calls{});

@@ -10,7 +10,7 @@ namespace KsvAgent {
 /// The user's sealing key, one file in the agent's folder. The key is read for each use and never kept in memory.
 class KeyStore {
  public:
-  explicit KeyStore(std::filesystem::path home) : file_(std::move(home) / "token.key") {}
+  explicit KeyStore(const std::filesystem::path& home) : file_(home / "token.key") {}
 
   /// The key, or nothing when the user has none yet. Throws kStoreFailure for a file that is damaged or not the user's
   /// alone.

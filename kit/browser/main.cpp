@@ -5,6 +5,7 @@
 
 #include <QApplication>
 #include <QFile>
+#include <QFileInfo>
 #include <QTemporaryDir>
 #include <csignal>
 #include <cstdio>
@@ -13,6 +14,7 @@
 
 #include "kit/browser/browser_window.h"
 #include "kit/browser/options.h"
+#include "kit/browser/plugin_windows.h"
 
 namespace {
 
@@ -33,7 +35,8 @@ QString CheckModule(const QString& module) {
   const auto describe = reinterpret_cast<const char* (*)()>(dlsym(handle, "NP_GetMIMEDescription"));
   const char* description = describe ? describe() : nullptr;
   const bool answers = description && std::strstr(description, Kit::kMimeType);
-  dlclose(handle);
+  // It stays loaded, though the engine will load and unload it once more to ask the same: what the module keeps until
+  // the process ends would be lost with each unloading.
   if (answers) return {};
   return QString("%1 is no plug-in for %2. Name the right module with --module.").arg(module, Kit::kMimeType);
 }
@@ -74,7 +77,9 @@ int main(int argc, char** argv) {
 
   // The engine looks at every file of the folder, so the module gets one for itself.
   QTemporaryDir pluginFolder;
-  if (!pluginFolder.isValid() || !QFile::link(options.module, pluginFolder.filePath("npNorvoWebAPIKSV.so"))) {
+  const QString front = QFileInfo("/proc/self/exe").symLinkTarget().section('/', 0, -2) + "/ksv-browser-module.so";
+  qputenv("KSV_BROWSER_MODULE", QFile::encodeName(options.module));
+  if (!pluginFolder.isValid() || !QFile::link(front, pluginFolder.filePath("npNorvoWebAPIKSV.so"))) {
     return Fail("No temporary folder can be made for the plug-in: " + pluginFolder.errorString() + ". Check TMPDIR.");
   }
   qputenv("QTWEBKIT_PLUGIN_PATH", QFile::encodeName(pluginFolder.path()));
@@ -94,6 +99,7 @@ int main(int argc, char** argv) {
   transcript.setCodec("UTF-8");
 
   QApplication application(argc, argv);
+  Kit::PluginWindows pluginWindows;
   Kit::BrowserWindow window(options, transcript);
   if (!options.stay) {
     std::signal(SIGALRM, EndHangingProcess);

@@ -16,12 +16,19 @@ std::string Root() {
   return Platform::GetBasePath() + "KSV_tokens";
 }
 
+// One name, and so one folder below the root. An address without a host keeps its slashes in the origin's text, and
+// could lead into the folder of another origin by them.
+bool IsOneName(std::string_view domain) {
+  return domain.find_first_of("\\/") == std::string_view::npos && domain != "." && domain != "..";
+}
+
 std::string FolderOf(const char* domain) {
+  if (!IsOneName(domain)) throw CPluginException{kBadDomain};
   return Root() + "\\" + domain;
 }
 
 void WriteNew(const std::string& folder, const char* fileName, const uint8_t* bytes, uint16_t length) {
-  const std::string path = folder + "\\" + fileName;
+  const std::string path = Platform::Canonicalize(folder + "\\" + fileName);
   Platform::CheckPath(path);
   // A name that leads elsewhere is not in the folder, but what lies where it leads must not be written over either.
   if (Platform::FileExists(folder, fileName) || Platform::OpenForReading(path).is_open()) {
@@ -59,7 +66,7 @@ void Write(const char* domain, const char* secondDomain, const char* fileName, c
 }
 
 uint32_t Read(const char* domain, const char* fileName, std::unique_ptr<uint8_t[]>* buffer) {
-  std::string folder = FolderOf(domain);
+  std::string folder = IsOneName(domain) ? FolderOf(domain) : Root();
   if (!Platform::FileExists(folder, fileName)) {
     folder = Root();
     if (!Platform::FileExists(folder, fileName)) throw CPluginException{kNoToken};

@@ -1,6 +1,6 @@
-/// Encrypted tokens on disk, one raw file each: `KSV_tokens` under the base path, and in it one folder a domain. Domain
-/// and file name are taken as given; the file layer keeps every path inside the base path, and its failures pass on.
-/// Other failures are `CPluginException`.
+/// Encrypted tokens on disk, one raw file each: `KSV_tokens` under the base path, and in it one folder a domain. A
+/// domain is one name (code 19 for one with a separator, or "." or ".."); a file name is taken as given. The file layer
+/// keeps every path inside the base path, and its failures pass on. Other failures are `CPluginException`.
 #pragma once
 
 #include <cstdint>
