@@ -97,11 +97,22 @@ const NPNetscapeFuncs& HostFuncs() {
     table.retainobject = Retain;
     table.releaseobject = Release;
     table.releasevariantvalue = ReleaseVariant;
+    table.invokeDefault = [](NPP, NPObject*, const NPVariant*, uint32_t, NPVariant*) {
+      calls.push_back(std::chrono::steady_clock::now());
+      return true;
+    };
     table.enumerate = Enumerate;
     table.getproperty = GetProperty;
     return table;
   }();
   return funcs;
+}
+
+std::vector<std::chrono::steady_clock::time_point> calls;
+
+Page& ThePage() {
+  static Page page;
+  return page;
 }
 
 NPIdentifier Identifier(const std::string& name) {

@@ -2,6 +2,7 @@
 /// keeps no accounts, so that what is measured is the plug-in.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -31,6 +32,7 @@ class Page {
   Page& operator=(const Page&) = delete;
 
   NPObject* Object() { return object; }
+  NPP Instance() { return &instance; }
   /// Calls a method through the class table, reads "fnRetCode" and lets the result go. Throws when the call fails.
   int32_t Call(NPIdentifier method, const std::vector<NPVariant>& args);
 
@@ -38,5 +40,10 @@ class Page {
   NPP_t instance{};
   NPObject* object = nullptr;
 };
+
+Page& ThePage();
+
+/// When the plug-in called a page's function, each time.
+extern std::vector<std::chrono::steady_clock::time_point> calls;
 
 }  // namespace Bench

@@ -20,11 +20,6 @@ namespace {
 
 using namespace NorvoWebAPI;
 
-Bench::Page& ThePage() {
-  static Bench::Page page;
-  return page;
-}
-
 template <typename Entry>
 Entry* AgentEntry(const char* name) {
   std::u16string path;
@@ -53,7 +48,7 @@ void FloorLookUpAndVirtualCall(benchmark::State& state) {
 BENCHMARK(FloorLookUpAndVirtualCall);
 
 void VersionRead(benchmark::State& state) {
-  NPObject* const object = ThePage().Object();
+  NPObject* const object = Bench::ThePage().Object();
   const NPIdentifier id = Bench::Identifier("version");
   for (auto _ : state) {
     NPVariant result{NPVariantType_Void, {}};
@@ -75,14 +70,14 @@ void FloorLibraryGetVersion(benchmark::State& state) {
 BENCHMARK(FloorLibraryGetVersion);
 
 void FloorUpdateGate(benchmark::State& state) {
-  ThePage();
+  Bench::ThePage();
   for (auto _ : state) benchmark::DoNotOptimize(Platform::IsUpdateOverdue("win32-npapi"));
 }
 BENCHMARK(FloorUpdateGate);
 
 void ZubGetVersion(benchmark::State& state) {
   const NPIdentifier id = Bench::Identifier("zubGetVersion");
-  for (auto _ : state) benchmark::DoNotOptimize(ThePage().Call(id, {}));
+  for (auto _ : state) benchmark::DoNotOptimize(Bench::ThePage().Call(id, {}));
 }
 BENCHMARK(ZubGetVersion);
 
@@ -140,7 +135,7 @@ void ZubSendData64KiB(benchmark::State& state) {
   const std::string name = "no such applet";  // The agent refuses it at once: what is left is the plug-in's own work.
   const std::vector<NPVariant> args{Bench::Text(name), Bench::Number(1), Bench::Number(0), Bench::Text(text)};
   const NPIdentifier id = Bench::Identifier("zubSendData");
-  for (auto _ : state) benchmark::DoNotOptimize(ThePage().Call(id, args));
+  for (auto _ : state) benchmark::DoNotOptimize(Bench::ThePage().Call(id, args));
 }
 BENCHMARK(ZubSendData64KiB);
 
