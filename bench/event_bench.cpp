@@ -2,8 +2,8 @@
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
-#include <cstring>
 #include <memory>
 #include <thread>
 #include <vector>

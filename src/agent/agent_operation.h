@@ -7,6 +7,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 #include "agent/agent_log.h"
 #include "agent/cksv_plugin_zub.h"
@@ -57,6 +58,11 @@ int32_t CKSVPluginZUB::CallTarget(const AgentTarget& target, const Named& named,
     return StoreStatus(result, numbered(target.instanceId, arguments...));
   }
   return StoreStatus(result, kAgentNotCalled);
+}
+
+/// The bytes of a text; no buffer at all for a null or empty one.
+inline ByteBuffer DecodeOptional(const char* text, int32_t length) {
+  return length >= 1 && text ? DecodeBase64(text, length) : ByteBuffer();
 }
 
 /// A buffer that the library fills: it is told the low 16 bits of the page's capacity, and gives back in their place

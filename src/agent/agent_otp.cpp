@@ -8,10 +8,6 @@
 namespace NorvoWebAPI::KSV {
 namespace {
 
-ByteBuffer DecodeOptional(const char* text, int32_t length) {
-  return length >= 1 && text ? DecodeBase64(text, length) : ByteBuffer();
-}
-
 // The page's own text wins over any file. With neither, the library is asked without a token.
 ByteBuffer TakeToken(const char* text, int32_t length, const char* domain, const char* fileName) {
   ByteBuffer token = DecodeOptional(text, length);

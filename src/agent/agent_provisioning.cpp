@@ -78,7 +78,7 @@ bool CKSVPluginZUB::SendAndRecvData(const AgentTarget& target, int32_t sessionHa
                                     int32_t textLength, const char* b64Text, int32_t capacity, JSObject& result) {
   return Run("SendAndRecvData", entries.SendAndReceiveData, Catches::BadAlloc, result, [&] {
     OutputBuffer answer = OutputBuffer::OfWhole(capacity);
-    const ByteBuffer sent = textLength >= 1 && b64Text ? DecodeBase64(b64Text, textLength) : ByteBuffer();
+    const ByteBuffer sent = DecodeOptional(b64Text, textLength);
     const int32_t status =
         CallTarget(target, entries.SendAndReceiveData, entries.SendAndReceiveData3, result, sessionHandle, dataType,
                    LengthOf(sent), sent.bytes.get(), answer.Length(), answer.Bytes());

@@ -1,6 +1,5 @@
 #include "agent/token_store.h"
 
-#include <algorithm>
 #include <cstring>
 #include <string_view>
 

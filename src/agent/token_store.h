@@ -16,7 +16,8 @@ namespace NorvoWebAPI::KSV::TokenStore {
 /// "_", "." and "-", 21 and 13 as the file layer gives them.
 void Write(const char* domain, const char* secondDomain, const char* fileName, const uint8_t* bytes, uint16_t length);
 
-/// Reads the domain's file of that name, else the root's, and gives its length. Code 20: in neither.
+/// Reads the domain's file of that name, else the root's, and gives its length; a domain that is no one name has no
+/// folder, and gets no code 19 here. Code 20: in neither.
 uint32_t Read(const char* domain, const char* fileName, std::unique_ptr<uint8_t[]>* buffer);
 
 /// Appends the names in the domain's folder, as `Platform::ListDirectory`.

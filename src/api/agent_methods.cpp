@@ -20,10 +20,6 @@ void LogInitCount(ScriptCall& call, const char* word) {
   DebugLog(call.page.Agent().LogEnabled(), "pPlugin-refcount", "%s-%d\n", word, agentInitCount);
 }
 
-const char* TextOrNull(const std::string& text) {
-  return text.empty() ? nullptr : text.c_str();
-}
-
 }  // namespace
 
 void Init(ScriptCall& call) {
@@ -138,6 +134,7 @@ void DoFWUpdate(ScriptCall& call) {
 
 void GetOTP(ScriptCall& call) {
   std::string domain = call.page.PageOrigin();
+  // Once more than the token store's other methods: it turns a further colon, which only a host given by number has.
   NormalizeOrigin(domain);
   call.page.Agent().GetOTP(call.Target(), call.Number(1), call.Length(2), call.Text(2), call.Length(3), call.Text(3),
                            call.Number(4), call.Number(5), TextOrNull(domain), call.Text(6), call.result);

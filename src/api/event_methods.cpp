@@ -1,6 +1,8 @@
 // Events and instances: the script methods that a page has for them.
 #include <memory>
+#include <optional>
 #include <stdexcept>
+#include <string>
 
 #include "api/agent_methods.h"
 #include "api/script_call.h"
@@ -69,7 +71,7 @@ void StopInstance(ScriptCall& call) {
 void GetInstanceID(ScriptCall& call) {
   StorePluginCode(call.result, kPluginOk);
   StoreStatus(call.result, kAgentOk);
-  // Demanded here, not by the row: the codes above stand also beside a name that is no text.
+  // Demanded here, not by the row: a name that is no text leaves the status above standing beside its code 13.
   const std::optional<InstanceRecord> instance = call.page.Page().instanceMap.Find(call.String(0).c_str());
   call.result["instanceID"] = JSObject(static_cast<int32_t>(instance ? instance->instanceId : 0));
 }

@@ -23,11 +23,6 @@ ScriptCall::ScriptCall(Scriptable& calledPage, const MethodRow& method, const NP
   }
 }
 
-const char* ScriptCall::Text(size_t index) const {
-  const std::string& text = String(index);
-  return text.empty() ? nullptr : text.c_str();
-}
-
 NPObject* ScriptCall::Function(size_t index) const {
   const NPVariant& variant = variants[index];
   if (variant.type != NPVariantType_Object || !variant.value.objectValue) throw CPluginException{kBadArguments};

@@ -14,6 +14,11 @@ namespace NorvoWebAPI::KSV {
 class Scriptable;
 struct MethodRow;
 
+/// Text as the operations take it: null for an empty one.
+inline const char* TextOrNull(const std::string& text) {
+  return text.empty() ? nullptr : text.c_str();
+}
+
 /// Thrown by an operation that has nothing to add to its result.
 struct Answered {};
 
@@ -30,7 +35,7 @@ class ScriptCall {
   /// Text of a text argument; throws `std::bad_cast` for one that was let in with another tag.
   [[nodiscard]] const std::string& String(size_t index) const { return values.at(index).AsString(); }
   /// The same as the operations take it: null for an empty one.
-  [[nodiscard]] const char* Text(size_t index) const;
+  [[nodiscard]] const char* Text(size_t index) const { return TextOrNull(String(index)); }
   [[nodiscard]] int32_t Length(size_t index) const { return static_cast<int32_t>(String(index).size()); }
   [[nodiscard]] int32_t Number(size_t index) const { return values.at(index).ToInt(); }
   [[nodiscard]] bool Flag(size_t index) const { return values.at(index).ToBool(); }

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "agent/cksv_plugin_zub.h"
 #include "script/js_object.h"

@@ -61,7 +61,7 @@ class EventDelivery {
     idle.notify_all();
   }
 
-  // Keeps the event for the hook; an empty serial when no hook is there to take it.
+  // Keeps the event for the hook and gives its serial; 0 when no hook is there to take it.
   uint64_t Keep(std::unique_ptr<AgentEvent> event, const EventDestination& to) {
     const std::lock_guard lock(mutex);
     if (!hook) return 0;

@@ -19,6 +19,14 @@ void ReleaseEventMap(const Plugin* plugin) {
   if (instanceEventMap.ReleaseWindow(plugin->window)) RemoveEventHook();
 }
 
+void Unregister(const std::string& name, const Plugin* plugin, CKSVPluginZUB& agent, JSObject& result) {
+  AbandonWaits();
+  agent.UnregisterCallback(name.c_str(), result);
+  if (!WentThrough(result)) return;
+  ClearEventBusy();
+  ReleaseEventMap(plugin);
+}
+
 }  // namespace
 
 void RegisterEvent(const std::string& name, Plugin* plugin, CKSVPluginZUB& agent, JSObject& result) {
@@ -44,12 +52,7 @@ void StartInstanceEvent(const std::string& name, Plugin* plugin, CKSVPluginZUB& 
 void UnRegisterEvent(const std::string& name, Plugin* plugin, CKSVPluginZUB& agent, JSObject& result) {
   LogEntry(agent, "UnRegisterEvent");
   if (!eventMap.Has(name)) throw CPluginException{kBadArguments};
-  AbandonWaits();
-  agent.UnregisterCallback(name.c_str(), result);
-  if (WentThrough(result)) {
-    ClearEventBusy();
-    ReleaseEventMap(plugin);
-  }
+  Unregister(name, plugin, agent, result);
   LogCodes(agent.LogEnabled(), kEventLogTag, "UnRegisterEvent", result);
 }
 
@@ -71,12 +74,7 @@ void UnRegisterPlugin(Plugin* plugin, CKSVPluginZUB& agent, JSObject& result) {
   LogEntry(agent, "UnRegisterEvent");
   if (eventMap.Empty()) return;
   if (const std::string name = eventMap.KeyOfWindow(plugin->window); !name.empty()) {
-    AbandonWaits();
-    agent.UnregisterCallback(name.c_str(), result);
-    if (WentThrough(result)) {
-      ClearEventBusy();
-      ReleaseEventMap(plugin);
-    }
+    Unregister(name, plugin, agent, result);
   }
   LogCodes(agent.LogEnabled(), kEventLogTag, "UnRegisterEvent", result);
 }

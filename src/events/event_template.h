@@ -1,7 +1,7 @@
 /// Agent events on their way from the library's threads to page script: who is registered for what, and the delivery
 /// through the page's window. Registering and releasing run on the browser's thread; failures are `CPluginException`.
-/// Every page's events share one hook, which a release takes away as soon as the map that it emptied was the last thing
-/// it looked at.
+/// All pages share one hook. A release that leaves the map it looks at empty takes the hook away, though the other map
+/// or another page may still have entries.
 #pragma once
 
 #include <cstdint>

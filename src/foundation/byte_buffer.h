@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <memory>
 #include <new>
-#include <utility>
 
 namespace NorvoWebAPI {
 

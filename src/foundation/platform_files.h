@@ -18,7 +18,7 @@ const std::string& GetBasePath();
 /// The absolute form of a path, "." and ".." resolved by the text alone; nothing need exist there.
 std::string Canonicalize(const std::string& path);
 
-/// Throws unless the path lies inside the base path. Links in the file system are not followed.
+/// Throws unless the path, by its text, lies inside the base path. Links are not resolved for the check.
 void CheckPath(const std::string& path);
 
 /// Makes a new empty file in the base path, which must exist, and gives its path.

@@ -1,4 +1,4 @@
-/// What the plug-in calls itself, each text in one place.
+/// What the plug-in calls itself.
 #pragma once
 
 namespace NorvoWebAPI::KSV {

@@ -10,7 +10,7 @@ namespace {
 
 using WideText = std::basic_string<WCHAR>;
 
-constexpr uint32_t kFolderReadBytes = 256;
+constexpr uint32_t kFolderReadBytes = 256;  // As bytes: a folder has at most 127 characters.
 
 using RegistryKey = Owner<HKEY, RegCloseKey>;
 

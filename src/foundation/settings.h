@@ -35,7 +35,7 @@ class LibraryPath {
   [[nodiscard]] const WCHAR* c_str() const { return text.data(); }
 
  private:
-  std::array<WCHAR, 2 * kCapacity> text{};
+  std::array<WCHAR, kCapacity> text{};
 };
 
 }  // namespace NorvoWebAPI

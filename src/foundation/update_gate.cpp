@@ -11,7 +11,7 @@
 namespace NorvoWebAPI::Platform {
 namespace {
 
-constexpr int64_t kMaxAgeSeconds = 48 * 60 * 60;
+constexpr int64_t kMaxAgeSeconds = 172'800;  // 48 hours
 
 int64_t ReadLastUpdate(const std::string& suffix) {
   std::ifstream file = OpenForReading(GetLastUpdatePath(suffix));

@@ -21,13 +21,8 @@ void ReleaseQuietly(Release release) noexcept {
 class HostVariant {
  public:
   explicit HostVariant(const NPNetscapeFuncs* npnFuncs) : funcs(npnFuncs) {}
-  HostVariant(const NPNetscapeFuncs* npnFuncs, const NPVariant& owned) : funcs(npnFuncs), variant(owned) {}
-  HostVariant(HostVariant&& other) noexcept : funcs(other.funcs), variant(other.variant) {
-    other.variant.type = NPVariantType_Null;
-  }
   HostVariant(const HostVariant&) = delete;
   HostVariant& operator=(const HostVariant&) = delete;
-  HostVariant& operator=(HostVariant&&) = delete;
   ~HostVariant() {
     if (variant.type != NPVariantType_Null) ReleaseQuietly([this] { funcs->releasevariantvalue(&variant); });
   }

@@ -1,6 +1,6 @@
 #include "script/np_scriptable.h"
 
-#include <memory>
+#include <new>
 #include <utility>
 
 namespace NorvoWebAPI {

@@ -37,7 +37,8 @@ class NPPlugin : public URLNetworking {
  protected:
   /// Null until the host asks for it; one reference is held.
   NPObject* scriptableObject = nullptr;
-  /// The host's record has the scriptable; it is made once, also when the host then gives no object for it.
+  /// The host's record has the scriptable, or is being made for it. It is made once, also when the host then gives no
+  /// object.
   bool handedOver = false;
 
  private:

@@ -76,7 +76,7 @@ NPError Plugin::Destroy(NPSavedData** /*saved*/) {
   const Entry running(*this);
   if (scriptable) {
     const ScriptDispatch::Call calling(*scriptable);
-    // A page that goes away without it still gives its initialisations back.
+    // One initialisation is given back for a page that goes away, whichever page made it.
     if (agentInitCount != 0) scriptable->ReleaseAgent();
   }
   EventTemplate::ForgetPlugin(this);

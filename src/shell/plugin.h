@@ -61,8 +61,9 @@ class Plugin : public NPPlugin<Plugin, Scriptable> {
   /// True from `NPP_Destroy` on: the host's instance is gone.
   [[nodiscard]] bool IsDestroyed() const { return destroyed; }
 
-  std::atomic<HWND> window =
-      nullptr;                     ///< The last one that the host gave; events ask for it on threads of the library.
+  /// The last one that the host gave; events ask for it on threads of the library.
+  std::atomic<HWND> window = nullptr;
+
   bool initialised = false;        ///< A successful `zubInit` or `wysInit` of this page stands.
   bool owesDeInit = false;         ///< A `zubInit` of this page has not been given back by it.
   uint32_t agentMajorVersion = 0;  ///< One byte; 0 until the host agent has told it.

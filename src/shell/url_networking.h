@@ -50,7 +50,7 @@ class URLNetworking {
   enum class Kind { Memory, File };
 
   struct URLStream {
-    int64_t received = 0;  ///< Bytes announced so far.
+    int64_t received = 0;  ///< Bytes that the host brought, refused ones too.
     std::shared_ptr<std::vector<uint8_t>> data;
     std::string path;
     std::ofstream file;
