@@ -192,6 +192,27 @@ TEST_F(HostilePageTest, InstanceEndsInsideTheLibrary) {
   EXPECT_EQ(page.Call("zubGetVersion").Show(), "pluginRetCode=0 fnRetCode=0 version=0") << "others live on";
 }
 
+TEST_F(HostilePageTest, EndsInEveryOrderGiveTheCountBackOnce) {
+  using Ends = std::function<void(Page&)>;
+  const Ends orders[] = {
+      [](Page& ending) { ending.End(); },
+      [this](Page& ending) { host.EndInstance(ending.Instance(), ending.Object()), ending.Destroy(); },
+      [this](Page& ending) {
+        agent.On("ZUB_DeInit", [&](AgentCall&) { ending.End(); });
+        ending.Destroy();
+        agent.On("ZUB_DeInit", Refuses(0));
+      },
+  };
+  for (const Ends& end : orders) {
+    Page ending(host);
+    ending.Call("zubInit");
+    agent.TakeCalls();
+    end(ending);
+    EXPECT_EQ(agent.TakeCalls(), Calls{"ZUB_DeInit()"});
+    EXPECT_EQ(NorvoWebAPI::KSV::agentInitCount, 0);
+  }
+}
+
 TEST_F(HostilePageTest, CallOfAPageFunctionOutlivesItsBridge) {
   const NPP npp = page.Instance();
   std::shared_ptr<NPFuncBridge> slot;

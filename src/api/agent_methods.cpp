@@ -26,7 +26,7 @@ void Init(ScriptCall& call) {
   call.page.Agent().Init(call.result);
   if (StatusOf(call.result) == kAgentOk) {
     call.page.Page().initialised = true;
-    call.page.Page().owesDeInit = true;
+    ++call.page.Page().owedDeInits;
     ++agentInitCount;
   }
   LogInitCount(call, "Init");
@@ -35,7 +35,7 @@ void Init(ScriptCall& call) {
 void DeInit(ScriptCall& call) {
   Plugin& plugin = call.page.Page();
   CKSVPluginZUB& agent = call.page.Agent();
-  plugin.owesDeInit = false;
+  if (plugin.owedDeInits > 0) --plugin.owedDeInits;
   // The count is given back first: the library may let the host run, and with it another page's initialisation.
   if (agentInitCount > 1) {
     --agentInitCount;

@@ -7,6 +7,7 @@
 #include "api/agent_methods.h"
 #include "api/script_call.h"
 #include "api/scriptable.h"
+#include "events/event_delivery.h"
 #include "events/event_template.h"
 #include "foundation/result_codes.h"
 #include "shell/plugin.h"
@@ -57,14 +58,18 @@ void RegisterEventCallback(ScriptCall& call) {
 }
 
 void UnRegisterEventCallback(ScriptCall& call) {
+  const std::string name = DemandName(call);
   const auto stop =
       call.page.IsInstanceGeneration() ? EventTemplate::UnRegisterInstanceEvent : EventTemplate::UnRegisterEvent;
-  stop(DemandName(call), &call.page.Page(), call.page.Agent(), call.result);
+  stop(name, &call.page.Page(), call.page.Agent(), call.result);
 }
 
 void StopInstance(ScriptCall& call) {
   const auto instanceId = static_cast<uint32_t>(call.Number(0));
-  call.page.Agent().StopInstance(instanceId, call.result);
+  {
+    const ReleaseScope releasing;
+    call.page.Agent().StopInstance(instanceId, call.result);
+  }
   if (WentThrough(call.result)) EventTemplate::ReleaseInstance(&call.page.Page(), instanceId);
 }
 

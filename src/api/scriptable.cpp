@@ -22,11 +22,18 @@ Scriptable::Scriptable(NPP instance, const NPNetscapeFuncs* funcs, Plugin* owner
 
 Scriptable::~Scriptable() {
   DebugLog(agent.LogEnabled(), "pPlugin", "%s-%p\n", "Destructor", static_cast<void*>(this));
-  if (plugin->owesDeInit) ReleaseAgent();
+  // Told first: the release lets the library run, and the host may end the page in there.
+  const Plugin::Entry running(*plugin);
+  plugin->ScriptableEnded();
+  if (plugin->owedDeInits > 0) ReleaseAgent();
   // Another page may have been given the window meanwhile.
   const auto entry = PluginWindows().find(plugin->window);
   if (entry != PluginWindows().end() && entry->second == plugin) PluginWindows().erase(entry);
-  plugin->ScriptableEnded();
+}
+
+void Scriptable::Deallocate() {
+  plugin->ObjectEnded();
+  NPScriptable::Deallocate();
 }
 
 template <size_t row>

@@ -27,6 +27,8 @@ class Scriptable : public NPScriptable<Scriptable> {
   Scriptable(NPP npp, const NPNetscapeFuncs* npnFuncs, Plugin* plugin);
   ~Scriptable() override;
 
+  void Deallocate() override;
+
   /// Runs one method's row. A null `result` gives no value back.
   bool RunMethod(const MethodRow& method, const NPVariant* args, uint32_t argCount, NPVariant* result);
   /// Runs `zubDeInit` for a page that goes away.

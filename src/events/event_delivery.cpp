@@ -45,20 +45,23 @@ struct PostedEvent {
 // post: a record is reached through its entry here alone, and is there once.
 class EventDelivery {
  public:
-  // False when the delivery that runs doesn't end in time or has become hopeless, or runs on the calling thread, which
-  // would wait for itself.
+  // False when the delivery that runs doesn't end in time, when waiting for it has become hopeless, and on the
+  // delivering thread, which would wait for itself.
   bool WaitUntilIdle() {
     std::unique_lock lock(mutex);
     if (busy && busyThread == GetCurrentThreadId()) return false;
-    const uint64_t entered = abandoned;
-    return idle.wait_for(lock, kMaxBusyWait, [&] { return !busy || !hook || abandoned != entered; }) && hook &&
-           abandoned == entered;
+    return idle.wait_for(lock, kMaxBusyWait, [&] { return !busy || !hook || releases > 0; }) && hook && !busy;
   }
 
-  void AbandonWaits() {
+  void BeginRelease() {
     const std::lock_guard lock(mutex);
-    ++abandoned;
+    ++releases;
     idle.notify_all();
+  }
+
+  void EndRelease() {
+    const std::lock_guard lock(mutex);
+    --releases;
   }
 
   // Keeps the event for the hook and gives its serial; 0 when no hook is there to take it.
@@ -119,7 +122,7 @@ class EventDelivery {
   HHOOK hook = nullptr;
   bool busy = false;
   DWORD busyThread = 0;
-  uint64_t abandoned = 0;  // How often waiting entries were sent away.
+  uint32_t releases = 0;  // Running calls of the library that wait for its callbacks.
   uint64_t lastSerial = 0;
   std::unordered_map<WPARAM, PostedEvent> posted;
 };
@@ -261,8 +264,16 @@ void ClearEventBusy() {
   delivery.End();
 }
 
-void AbandonWaits() {
-  delivery.AbandonWaits();
+ReleaseScope::ReleaseScope() {
+  delivery.BeginRelease();
+}
+
+ReleaseScope::~ReleaseScope() {
+  delivery.EndRelease();
+}
+
+void DropEventsTo(HWND window) {
+  delivery.DropIf([&](const PostedEvent& event) { return event.to.window == window; });
 }
 
 void DropEventsOf(const Plugin* plugin) {

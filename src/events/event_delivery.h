@@ -31,9 +31,17 @@ void InstallEventHook();
 void RemoveEventHook();
 /// Lets waiting entries go on: what they waited for is out of date.
 void ClearEventBusy();
-/// Sends waiting entries away with their events: the library is about to be asked for something that it may not do
-/// while they wait.
-void AbandonWaits();
+/// For as long as it lives, entries don't wait for a delivery but drop their events: the library is asked for something
+/// that it may not do before its callbacks are back.
+class ReleaseScope {
+ public:
+  ReleaseScope();
+  ~ReleaseScope();
+  ReleaseScope(const ReleaseScope&) = delete;
+  ReleaseScope& operator=(const ReleaseScope&) = delete;
+};
+/// Drops the events on their way to a window that is gone.
+void DropEventsTo(HWND window);
 /// Drops the events on their way to a page.
 void DropEventsOf(const Plugin* plugin);
 

@@ -19,8 +19,18 @@ void ReleaseEventMap(const Plugin* plugin) {
   if (instanceEventMap.ReleaseWindow(plugin->window)) RemoveEventHook();
 }
 
+// A registration that runs: its hook must not go with another page, while its own page is in no map yet.
+int runningRegistrations = 0;
+
+struct Registration {
+  Registration() { ++runningRegistrations; }
+  Registration(const Registration&) = delete;
+  Registration& operator=(const Registration&) = delete;
+  ~Registration() { --runningRegistrations; }
+};
+
 void Unregister(const std::string& name, const Plugin* plugin, CKSVPluginZUB& agent, JSObject& result) {
-  AbandonWaits();
+  const ReleaseScope releasing;
   agent.UnregisterCallback(name.c_str(), result);
   if (!WentThrough(result)) return;
   ClearEventBusy();
@@ -31,6 +41,7 @@ void Unregister(const std::string& name, const Plugin* plugin, CKSVPluginZUB& ag
 
 void RegisterEvent(const std::string& name, Plugin* plugin, CKSVPluginZUB& agent, JSObject& result) {
   LogEntry(agent, "RegisterEvent");
+  const Registration running;
   InstallEventHook();
   if (eventMap.Has(name)) throw CPluginException{kEventRegistrationFailed};
   ClearEventBusy();
@@ -41,6 +52,7 @@ void RegisterEvent(const std::string& name, Plugin* plugin, CKSVPluginZUB& agent
 
 void StartInstanceEvent(const std::string& name, Plugin* plugin, CKSVPluginZUB& agent, JSObject& result) {
   LogEntry(agent, "StartInstance");
+  const Registration running;
   InstallEventHook();
   if (plugin->instanceMap.Find(name)) throw CPluginException{kEventRegistrationFailed};
   ClearEventBusy();
@@ -60,7 +72,7 @@ void UnRegisterInstanceEvent(const std::string& name, Plugin* plugin, CKSVPlugin
   LogEntry(agent, "UnRegisterEvent");
   const std::optional<InstanceRecord> instance = plugin->instanceMap.Find(name);
   if (!instance || !instance->hasEventCallback) throw CPluginException{kEventRegistrationFailed};
-  AbandonWaits();
+  const ReleaseScope releasing;
   agent.StopInstance(instance->instanceId, result);
   if (WentThrough(result)) {
     ClearEventBusy();
@@ -82,7 +94,7 @@ void UnRegisterPlugin(Plugin* plugin, CKSVPluginZUB& agent, JSObject& result) {
 void StopPluginInstances(Plugin* plugin, CKSVPluginZUB& agent, JSObject& result) {
   LogEntry(agent, "UnRegisterEvent");
   try {
-    AbandonWaits();
+    const ReleaseScope releasing;
     for (const uint32_t id : plugin->instanceMap.Ids()) agent.StopInstance(id, result);
     ClearEventBusy();
     plugin->instanceMap.Clear();
@@ -114,7 +126,8 @@ void ReleaseInstance(Plugin* plugin, uint32_t instanceId) {
 }
 
 void UndoRegistration(const std::string& name, Plugin* plugin, CKSVPluginZUB& agent, JSObject& result) {
-  if (!WentThrough(result)) return;
+  if (!result.HasKey(kFnRetCodeKey) || !WentThrough(result)) return;
+  const ReleaseScope releasing;
   JSObject ignored;
   if (!result.HasKey("instanceID")) {
     agent.UnregisterCallback(name.c_str(), ignored);
@@ -132,7 +145,7 @@ void ForgetPlugin(const Plugin* plugin) {
   instanceEventMap.Forget(plugin);
   DropEventsOf(plugin);
   // With nobody left to hear, a hook would stay in the way of all messages, and of the module's end.
-  if (eventMap.Empty() && instanceEventMap.Empty()) RemoveEventHook();
+  if (runningRegistrations == 0 && eventMap.Empty() && instanceEventMap.Empty()) RemoveEventHook();
 }
 
 }  // namespace NorvoWebAPI::KSV::EventTemplate

@@ -52,10 +52,16 @@ class JSToNPBridge : public NPScriptable<JSToNPBridge> {
 
 NPObject* MakeScriptView(JSObject value, NPP npp, const NPNetscapeFuncs* npnFuncs) {
   auto bridge = std::make_unique<JSToNPBridge>(std::move(value), npp, npnFuncs);
-  bool adopted = false;
-  NPObject* const object = JSToNPBridge::CreateObject(npp, npnFuncs, bridge.get(), &adopted);
-  // From here on the host's record owns the bridge, whatever became of the record.
-  if (adopted) static_cast<void>(bridge.release());
+  JSToNPBridge* const native = bridge.get();
+  // The host's record owns the bridge once it has taken it, whatever becomes of the record or of the call.
+  struct Release {
+    ~Release() {
+      if (adopted) static_cast<void>(bridge.release());
+    }
+    std::unique_ptr<JSToNPBridge>& bridge;
+    bool adopted = false;
+  } release{bridge};
+  NPObject* const object = JSToNPBridge::CreateObject(npp, npnFuncs, native, &release.adopted);
   if (!object) throw std::runtime_error("The host made no object");
   return object;
 }

@@ -58,6 +58,7 @@ bool NPFuncBridge::CallHost(const std::vector<JSObject>& args, JSObject* result)
   ArgumentList variants(npnFuncs);
   variants.Reserve(args.size());
   for (const JSObject& arg : args) variants.Add(toNPVariant(npp, npnFuncs, arg));
+  watch.DemandAlive();
   const bool called = npnFuncs->invokeDefault(npp, object, variants.Data(), variants.Count(), answer.Out());
   if (result) {
     watch.DemandAlive();

@@ -120,13 +120,24 @@ ScriptClass MakeScriptClass() {
 
 NPObject* CreateScriptObject(NPP npp, const NPNetscapeFuncs* npnFuncs, ScriptClass& scriptClass, ScriptDispatch& native,
                              bool* adopted) {
-  PendingObject pending{&native};
-  PendingObject* const outer = std::exchange(scriptClass.pendingObject, &pending);
-  NPObject* const object = npnFuncs->createobject(npp, &scriptClass.table);
-  scriptClass.pendingObject = outer;
-  // A host that failed before it asked for the record has taken nothing.
-  *adopted = pending.taken;
-  return object;
+  // Undone on every way out: a host may throw, and one that failed before it asked for the record has taken nothing.
+  struct Handover {
+    Handover(ScriptClass& table, ScriptDispatch& native, bool* took)
+        : scriptClass(table), pending{&native}, outer(std::exchange(table.pendingObject, &pending)), adopted(took) {}
+    Handover(const Handover&) = delete;
+    Handover& operator=(const Handover&) = delete;
+    ~Handover() {
+      scriptClass.pendingObject = outer;
+      *adopted = pending.taken;
+    }
+
+    ScriptClass& scriptClass;
+    PendingObject pending;
+    PendingObject* outer;
+    bool* adopted;
+  };
+  const Handover handover(scriptClass, native, adopted);
+  return npnFuncs->createobject(npp, &scriptClass.table);
 }
 
 }  // namespace NorvoWebAPI

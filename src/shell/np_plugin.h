@@ -72,10 +72,12 @@ NPError NPPlugin<P, S>::GetScriptableObject(NPObject** out) {
     handedOver = true;
     NPObject* const made = S::CreateObject(npp, npnFuncs, scriptable, &handedOver);
     // The host may have ended it again while it made it.
-    if (!made || !GetScriptable()) return NPERR_GENERIC_ERROR;
+    if (!made || !GetScriptable() || GetScriptable()->IsDeallocated()) return NPERR_GENERIC_ERROR;
     scriptableObject = made;
   }
-  *out = npnFuncs->retainobject(scriptableObject);
+  NPObject* const object = scriptableObject;
+  npnFuncs->retainobject(object);
+  *out = object;
   return NPERR_NO_ERROR;
 }
 

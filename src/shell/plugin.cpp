@@ -4,6 +4,7 @@
 #include <unordered_set>
 
 #include "api/scriptable.h"
+#include "events/event_delivery.h"
 #include "events/event_template.h"
 #include "foundation/product.h"
 #include "script/instance_watch.h"
@@ -37,8 +38,8 @@ void LeaveLive(const Plugin* plugin) {
 }  // namespace
 
 std::unordered_map<HWND, Plugin*>& PluginWindows() {
-  static std::unordered_map<HWND, Plugin*> windows;
-  return windows;
+  static auto* const windows = new std::unordered_map<HWND, Plugin*>;  // Never ended: a late object may still look.
+  return *windows;
 }
 
 Plugin::Plugin(NPP instance, const NPNetscapeFuncs* funcs) : NPPlugin(instance, funcs) {
@@ -76,19 +77,21 @@ NPError Plugin::Destroy(NPSavedData** /*saved*/) {
   const Entry running(*this);
   if (scriptable) {
     const ScriptDispatch::Call calling(*scriptable);
+    owedDeInits = 0;
     // One initialisation is given back for a page that goes away, whichever page made it.
     if (agentInitCount != 0) scriptable->ReleaseAgent();
   }
   EventTemplate::ForgetPlugin(this);
-  // What no page ever asked for has no record of the host's to end it.
-  if (scriptable && !handedOver) scriptable->Deallocate();
   return NPERR_NO_ERROR;
 }
 
 NPError Plugin::SetWindow(NPWindow* npWindow) {
   if (!npWindow) return NPERR_GENERIC_ERROR;
-  window = static_cast<HWND>(npWindow->window);
-  PluginWindows()[window] = this;
+  const HWND given = static_cast<HWND>(npWindow->window);
+  const HWND left = window.exchange(given);
+  // A window that is gone gives back no message that it took.
+  if (left && left != given && !IsWindow(left)) DropEventsTo(left);
+  PluginWindows()[given] = this;
   return NPERR_NO_ERROR;
 }
 
@@ -102,13 +105,18 @@ const char* Plugin::GetPluginDescription() {
 
 void Plugin::ScriptableEnded() {
   scriptable = nullptr;
-  scriptableObject = nullptr;
   EndIfDone();
 }
 
 // Nothing can reach the object any more once the host has let go of both halves.
 void Plugin::EndIfDone() {
-  if (destroyed && !scriptable && runningEntries == 0) delete this;
+  if (!destroyed || runningEntries > 0) return;
+  if (!scriptable) {
+    delete this;
+  } else if (!handedOver) {
+    // What no page ever asked for has no record of the host's to end it; its end comes back here.
+    scriptable->Deallocate();
+  }
 }
 
 }  // namespace NorvoWebAPI::KSV

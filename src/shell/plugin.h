@@ -53,7 +53,9 @@ class Plugin : public NPPlugin<Plugin, Scriptable> {
     Plugin& plugin;
   };
 
-  /// The host has let go of the scriptable object, and with it of the reference that is held here. May end the plug-in.
+  /// The host's record of the scriptable object is ending, and with it the reference that is held here.
+  void ObjectEnded() { scriptableObject = nullptr; }
+  /// The scriptable object is ending. May end the plug-in.
   void ScriptableEnded();
   /// The name of an instance of a page; empty for a page that has ended. Any thread: `page` is only compared, until it
   /// is known to live.
@@ -65,7 +67,7 @@ class Plugin : public NPPlugin<Plugin, Scriptable> {
   std::atomic<HWND> window = nullptr;
 
   bool initialised = false;        ///< A successful `zubInit` or `wysInit` of this page stands.
-  bool owesDeInit = false;         ///< A `zubInit` of this page has not been given back by it.
+  uint32_t owedDeInits = 0;        ///< Successful `zubInit` calls that this page has not given back.
   uint32_t agentMajorVersion = 0;  ///< One byte; 0 until the host agent has told it.
   InstanceMap instanceMap;
 
