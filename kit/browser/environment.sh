@@ -16,16 +16,17 @@ ksv_make_environment() {
   export AppData="${folder//\//\\}\\AppData\\Roaming"
   ksv_base=$folder/AppData/LocalLow/Norvo/webapi
   mkdir -p "$ksv_base"
-  # The settings key holds at most 127 characters of the agent's folder.
-  if ((${#agent} > 127)); then
+  # The settings key holds at most 127 characters, the closing separator among them: the built-in applet's file name is
+  # put straight behind the text.
+  if ((${#agent} > 126)); then
     if [[ -z "${ksv_short:-}" ]]; then
       ksv_short=$(mktemp -d /tmp/ksv-XXXXXX)
-      echo "The agent's folder has ${#agent} characters, 127 fit: the settings name $ksv_short/agent, a link." >&2
+      echo "The agent's folder has ${#agent} characters, 126 fit: the settings name $ksv_short/agent, a link." >&2
     fi
     ln -sfn "$agent" "$ksv_short/agent"
     agent=$ksv_short/agent
   fi
-  jq -n --arg folder "$agent" --argjson level "$level" \
+  jq -n --arg folder "$agent\\" --argjson level "$level" \
     '{HKEY_LOCAL_MACHINE: {Software: {Norvo: {Services: {KSV: {FILELOCALE: $folder, KsvPluginLogLevel: $level}}}}}}' \
     >"$KSV_REGISTRY"
   # Updated just now: the plug-in refuses its agent when the last update is two days old.

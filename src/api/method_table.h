@@ -60,6 +60,7 @@ constexpr MethodRow Method(const char* name, void (*operation)(ScriptCall&), Arg
   return {name, operation, Arity::Exact, sizeof...(arguments), {arguments...}};
 }
 
+/// Takes further arguments too, and doesn't look at them.
 template <typename... Arguments>
 constexpr MethodRow Open(const char* name, void (*operation)(ScriptCall&), Arguments... arguments) {
   return {name, operation, Arity::AtLeast, sizeof...(arguments), {arguments...}};
@@ -70,33 +71,41 @@ constexpr MethodRow Heedless(const char* name, void (*operation)(ScriptCall&)) {
   return {name, operation, Arity::Any, 0, {}};
 }
 
+inline constexpr auto kMethods = std::to_array<MethodRow>({
+    Method("zubInit", AgentMethods::Init),
+    Method("zubDeInit", AgentMethods::DeInit),
+    Method("zubStartProvisioning", AgentMethods::StartProvisioning, Text("name")),
+    Method("zubEndProvisioning", AgentMethods::EndProvisioning, Text("name"), Number("sessionHandle"),
+           Number("capacity"), Text("tokenFileName")),
+    Method("zubEndProvisioningDomainBinding", AgentMethods::EndProvisioningDomainBinding, Text("name"),
+           Number("sessionHandle"), Number("capacity"), Text("tokenFileName"), Flag("bindToDomain"),
+           Any("secondDomain")),
+    Method("zubSendData", AgentMethods::SendData, Text("name"), Number("sessionHandle"), Number("dataType"),
+           Text("b64Data")),
+    Method("zubReceiveData", AgentMethods::ReceiveData, Text("name"), Number("sessionHandle"), Number("dataType"),
+           Number("capacity")),
+    Method("zubProcessSVPMessage", AgentMethods::ProcessSVPMessage, Text("name"), Number("sessionHandle"),
+           Text("b64Data")),
+    Method("zubGetSVPMessage", AgentMethods::GetSVPMessage, Text("name"), Number("sessionHandle"), Number("capacity")),
+    Method("zubSendAndReceiveData", AgentMethods::SendAndReceiveData, Text("name"), Number("sessionHandle"),
+           Number("dataType"), Text("b64Data"), Number("capacity")),
+    Method("zubGetCapabilities", AgentMethods::GetCapabilities, Text("name"), Number("selector"), Number("capacity")),
+    Method("zubGetVersion", AgentMethods::GetVersion),
+    Method("zubInstall", AgentMethods::Install, Text("appletId"), Text("b64Applet")),
+    Method("zubUninstall", AgentMethods::Uninstall, Text("appletId")),
+    Method("zubDoFWUpdate", AgentMethods::DoFWUpdate),
+    Method("zubGetOTP", AgentMethods::GetOTP, Text("name"), Number("otpSelector"), Text("b64EncToken"),
+           Text("b64Extra"), Number("otpCapacity"), Number("tokenCapacity"), Text("tokenFileName")),
+    Heedless("zubEnumerateTokensDomainBinding", AgentMethods::EnumerateTokensDomainBinding),
+    Method("zubDeleteTokenDomainBinding", AgentMethods::DeleteTokenDomainBinding, Text("tokenFileName")),
+    Method("zubRegisterEventCallback", AgentMethods::RegisterEventCallback, Text("name"), Function("callback")),
+    Method("zubUnRegisterEventCallback", AgentMethods::UnRegisterEventCallback, Text("name")),
+    Open("zubStopInstance", AgentMethods::StopInstance, Number("instanceID")),
+    Method("getInstanceID", AgentMethods::GetInstanceID, Any("name")),
+});
+
 }  // namespace Rows
 
-// clang-format off
-inline constexpr auto kMethods = std::to_array<MethodRow>({
-    Rows::Method("zubInit", AgentMethods::Init),
-    Rows::Method("zubDeInit", AgentMethods::DeInit),
-    Rows::Method("zubStartProvisioning", AgentMethods::StartProvisioning, Rows::Text("name")),
-    Rows::Method("zubEndProvisioning", AgentMethods::EndProvisioning, Rows::Text("name"), Rows::Number("sessionHandle"), Rows::Number("capacity"), Rows::Text("tokenFileName")),
-    Rows::Method("zubEndProvisioningDomainBinding", AgentMethods::EndProvisioningDomainBinding, Rows::Text("name"), Rows::Number("sessionHandle"), Rows::Number("capacity"), Rows::Text("tokenFileName"), Rows::Flag("bindToDomain"), Rows::Any("secondDomain")),
-    Rows::Method("zubSendData", AgentMethods::SendData, Rows::Text("name"), Rows::Number("sessionHandle"), Rows::Number("dataType"), Rows::Text("b64Data")),
-    Rows::Method("zubReceiveData", AgentMethods::ReceiveData, Rows::Text("name"), Rows::Number("sessionHandle"), Rows::Number("dataType"), Rows::Number("capacity")),
-    Rows::Method("zubProcessSVPMessage", AgentMethods::ProcessSVPMessage, Rows::Text("name"), Rows::Number("sessionHandle"), Rows::Text("b64Data")),
-    Rows::Method("zubGetSVPMessage", AgentMethods::GetSVPMessage, Rows::Text("name"), Rows::Number("sessionHandle"), Rows::Number("capacity")),
-    Rows::Method("zubSendAndReceiveData", AgentMethods::SendAndReceiveData, Rows::Text("name"), Rows::Number("sessionHandle"), Rows::Number("dataType"), Rows::Text("b64Data"), Rows::Number("capacity")),
-    Rows::Method("zubGetCapabilities", AgentMethods::GetCapabilities, Rows::Text("name"), Rows::Number("selector"), Rows::Number("capacity")),
-    Rows::Method("zubGetVersion", AgentMethods::GetVersion),
-    Rows::Method("zubInstall", AgentMethods::Install, Rows::Text("appletId"), Rows::Text("b64Applet")),
-    Rows::Method("zubUninstall", AgentMethods::Uninstall, Rows::Text("appletId")),
-    Rows::Method("zubDoFWUpdate", AgentMethods::DoFWUpdate),
-    Rows::Method("zubGetOTP", AgentMethods::GetOTP, Rows::Text("name"), Rows::Number("otpSelector"), Rows::Text("b64EncToken"), Rows::Text("b64Extra"), Rows::Number("otpCapacity"), Rows::Number("tokenCapacity"), Rows::Text("tokenFileName")),
-    Rows::Heedless("zubEnumerateTokensDomainBinding", AgentMethods::EnumerateTokensDomainBinding),
-    Rows::Method("zubDeleteTokenDomainBinding", AgentMethods::DeleteTokenDomainBinding, Rows::Text("tokenFileName")),
-    Rows::Method("zubRegisterEventCallback", AgentMethods::RegisterEventCallback, Rows::Text("name"), Rows::Function("callback")),
-    Rows::Method("zubUnRegisterEventCallback", AgentMethods::UnRegisterEventCallback, Rows::Text("name")),
-    Rows::Open("zubStopInstance", AgentMethods::StopInstance, Rows::Number("instanceID")),
-    Rows::Method("getInstanceID", AgentMethods::GetInstanceID, Rows::Any("name")),
-});
-// clang-format on
+using Rows::kMethods;
 
 }  // namespace NorvoWebAPI::KSV
