@@ -310,11 +310,11 @@ TEST_P(EventsTest, AThousandFromEightThreadsComeOnceOrNotAtAll) {
   std::atomic<int> running = 8;
   std::vector<std::thread> library;
   for (int t = 0; t < 8; ++t) {
-    library.emplace_back([&, t, callback = instance, of = context, id = lastInstance] {
+    library.emplace_back([&, t, byName = applet, byNumber = instance, of = context, id = lastInstance] {
       for (int i = 0; i < 125; ++i) {
         const std::string data = std::to_string(t * 1000 + i);
         const auto size = static_cast<uint32_t>(data.size());
-        ByInstance() ? callback(id, size, data.data(), 1, of) : applet("app", size, data.data(), 1);
+        ByInstance() ? byNumber(id, size, data.data(), 1, of) : byName("app", size, data.data(), 1);
       }
       --running;
     });
