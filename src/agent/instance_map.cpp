@@ -10,10 +10,13 @@ std::optional<InstanceRecord> InstanceMap::Find(const std::string& name) const {
   return found == records.end() ? std::nullopt : std::optional(found->second);
 }
 
+InstanceMap::Records::const_iterator InstanceMap::FindId(uint32_t instanceId) const {
+  return std::ranges::find_if(records, [&](const auto& entry) { return entry.second.instanceId == instanceId; });
+}
+
 std::string InstanceMap::NameOf(uint32_t instanceId) const {
   const std::lock_guard lock(mutex);
-  const auto found =
-      std::ranges::find_if(records, [&](const auto& entry) { return entry.second.instanceId == instanceId; });
+  const auto found = FindId(instanceId);
   return found == records.end() ? std::string() : found->first;
 }
 
@@ -31,8 +34,7 @@ void InstanceMap::Enter(const std::string& name, InstanceRecord record) {
 
 bool InstanceMap::Remove(uint32_t instanceId) {
   const std::lock_guard lock(mutex);
-  const auto found =
-      std::ranges::find_if(records, [&](const auto& entry) { return entry.second.instanceId == instanceId; });
+  const auto found = FindId(instanceId);
   if (found != records.end()) records.erase(found);
   return records.empty();
 }

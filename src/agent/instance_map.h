@@ -29,8 +29,13 @@ class InstanceMap {
   void Clear();
 
  private:
+  using Records = std::unordered_map<std::string, InstanceRecord>;
+
+  /// With the lock held.
+  [[nodiscard]] Records::const_iterator FindId(uint32_t instanceId) const;
+
   mutable std::mutex mutex;
-  std::unordered_map<std::string, InstanceRecord> records;
+  Records records;
 };
 
 }  // namespace NorvoWebAPI::KSV
