@@ -6,25 +6,15 @@
 #include "agent/token_store.h"
 
 namespace NorvoWebAPI::KSV {
-namespace {
-
-// The page's own text wins over any file. With neither, the library is asked without a token.
-ByteBuffer TakeToken(const char* text, int32_t length, const char* domain, const char* fileName) {
-  ByteBuffer token = DecodeOptional(text, length);
-  if (!token.bytes && domain && fileName) token.size = TokenStore::Read(domain, fileName, &token.bytes);
-  return token;
-}
-
-}  // namespace
 
 bool CKSVPluginZUB::GetOTP(const AgentTarget& target, int32_t otpSelector, int32_t tokenTextLength,
                            const char* tokenText, int32_t extraTextLength, const char* extraText, int32_t otpCapacity,
                            int32_t tokenCapacity, const char* domain, const char* tokenFileName, JSObject& result) {
   return Run("GetOTP", entries.GetOTP, Catches::BadAllocAndCode, result, [&] {
-    const ByteBuffer token = TakeToken(tokenText, tokenTextLength, domain, tokenFileName);
+    const ByteBuffer token = TokenStore::Take(tokenText, tokenTextLength, domain, tokenFileName);
     const ByteBuffer extra = DecodeOptional(extraText, extraTextLength);
-    OutputBuffer otp = OutputBuffer::OfLow16(otpCapacity);
-    OutputBuffer newToken = OutputBuffer::OfLow16(tokenCapacity);
+    AgentOutput otp = AgentOutput::OfLow16(otpCapacity);
+    AgentOutput newToken = AgentOutput::OfLow16(tokenCapacity);
     const int32_t status =
         CallTarget(target, entries.GetOTP, entries.GetOTP3, result, otpSelector, static_cast<int32_t>(token.size),
                    token.bytes.get(), static_cast<int32_t>(extra.size), extra.bytes.get(), otp.Length(), otp.Bytes(),

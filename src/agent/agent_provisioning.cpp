@@ -28,7 +28,7 @@ bool CKSVPluginZUB::EndProvisioning(const AgentTarget& target, int32_t sessionHa
                                     const char* domain, const char* secondDomain, const char* tokenFileName,
                                     JSObject& result) {
   return Run("EndProvisioning", entries.EndProvisioning, Catches::BadAllocAndCode, result, [&] {
-    OutputBuffer token = OutputBuffer::OfWhole(capacity);
+    AgentOutput token = AgentOutput::OfWhole(capacity);
     const int32_t status = CallTarget(target, entries.EndProvisioning, entries.EndProvisioning3, result, sessionHandle,
                                       token.Length(), token.Bytes());
     if (status == kAgentBufferTooSmall) token.StoreRequired(result, "requiredEncTokenLen");
@@ -51,7 +51,7 @@ bool CKSVPluginZUB::SendData(const AgentTarget& target, int32_t sessionHandle, i
 bool CKSVPluginZUB::RecvData(const AgentTarget& target, int32_t sessionHandle, int32_t dataType, int32_t capacity,
                              JSObject& result) {
   return Run("RecvData", entries.ReceiveData, Catches::BadAlloc, result, [&] {
-    OutputBuffer data = OutputBuffer::OfWhole(capacity);
+    AgentOutput data = AgentOutput::OfWhole(capacity);
     const int32_t status = CallTarget(target, entries.ReceiveData, entries.ReceiveData3, result, sessionHandle,
                                       dataType, data.Length(), data.Bytes());
     data.StoreAnswer(result, status, kRequiredDataLen, kB64Data);
@@ -68,7 +68,7 @@ bool CKSVPluginZUB::ProcessSVP(const char* name, int32_t sessionHandle, int32_t 
 
 bool CKSVPluginZUB::GetSVP(const char* name, int32_t sessionHandle, int32_t capacity, JSObject& result) {
   return Run("GetSVP", entries.GetSVPMessage, Catches::BadAlloc, result, [&] {
-    OutputBuffer data = OutputBuffer::OfWhole(capacity);
+    AgentOutput data = AgentOutput::OfWhole(capacity);
     const int32_t status = StoreStatus(result, entries.GetSVPMessage(name, sessionHandle, data.Length(), data.Bytes()));
     data.StoreAnswer(result, status, kRequiredDataLen, kB64Data);
   });
@@ -77,7 +77,7 @@ bool CKSVPluginZUB::GetSVP(const char* name, int32_t sessionHandle, int32_t capa
 bool CKSVPluginZUB::SendAndRecvData(const AgentTarget& target, int32_t sessionHandle, int32_t dataType,
                                     int32_t textLength, const char* b64Text, int32_t capacity, JSObject& result) {
   return Run("SendAndRecvData", entries.SendAndReceiveData, Catches::BadAlloc, result, [&] {
-    OutputBuffer answer = OutputBuffer::OfWhole(capacity);
+    AgentOutput answer = AgentOutput::OfWhole(capacity);
     const ByteBuffer sent = DecodeOptional(b64Text, textLength);
     const int32_t status =
         CallTarget(target, entries.SendAndReceiveData, entries.SendAndReceiveData3, result, sessionHandle, dataType,
@@ -89,7 +89,7 @@ bool CKSVPluginZUB::SendAndRecvData(const AgentTarget& target, int32_t sessionHa
 bool CKSVPluginZUB::GetCaps(const char* name, int32_t selector, int32_t capacity, JSObject& result) {
   const auto check = [&] { return CheckEither(entries.GetCapabilities, entries.GetOTPCapabilities, result); };
   return RunChecked("GetCaps", kAgentNotCalled, check, Catches::BadAlloc, result, [&] {
-    OutputBuffer data = OutputBuffer::OfWhole(capacity);
+    AgentOutput data = AgentOutput::OfWhole(capacity);
     const auto& ask = entries.GetCapabilities ? entries.GetCapabilities : entries.GetOTPCapabilities;
     const int32_t status = StoreStatus(result, ask(name, selector, data.Length(), data.Bytes()));
     data.StoreAnswer(result, status, kRequiredDataLen, kB64Data);

@@ -42,10 +42,8 @@ bool CKSVPluginZUB::CheckEither(const EntryTable::Row& first, const EntryTable::
 }
 
 bool CKSVPluginZUB::CheckGate(bool hasEntryPoint, JSObject& result) const {
-  const int32_t code = Platform::IsUpdateOverdue(platformName) ? kUpdateOverdue
-                       : !library                              ? kNoLibrary
-                       : !hasEntryPoint                        ? kNoEntryPoint
-                                                               : kPluginOk;
+  const int32_t code =
+      Platform::IsUpdateOverdue(platformName) ? kUpdateOverdue : BindingCode(static_cast<bool>(library), hasEntryPoint);
   StorePluginCode(result, code);
   return code == kPluginOk;
 }

@@ -7,7 +7,7 @@
 #include "agent/agent_target.h"
 #include "foundation/owner.h"
 #include "script/js_object.h"
-#include "script/result_object.h"
+#include "script/library_operation.h"
 
 namespace NorvoWebAPI::KSV {
 
@@ -69,9 +69,6 @@ class CKSVPluginZUB {
 
  private:
   using Library = Owner<HMODULE, FreeLibrary>;
-
-  /// Which exceptions an operation tells apart; all others give 13.
-  enum class Catches { Nothing, BadAlloc, BadAllocAndCode };
 
   void BindLibrary();
 

@@ -3,6 +3,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "foundation/base64.h"
 #include "foundation/platform_files.h"
 #include "foundation/result_codes.h"
 
@@ -71,6 +72,12 @@ uint32_t Read(const char* domain, const char* fileName, std::unique_ptr<uint8_t[
     if (!Platform::FileExists(folder, fileName)) throw CPluginException{kNoToken};
   }
   return Platform::ReadFile(folder + "\\" + fileName, buffer);
+}
+
+ByteBuffer Take(const char* text, int32_t length, const char* domain, const char* fileName) {
+  ByteBuffer token = DecodeOptional(text, length);
+  if (!token.bytes && domain && fileName) token.size = Read(domain, fileName, &token.bytes);
+  return token;
 }
 
 bool Enumerate(const char* domain, std::vector<std::string>& names) {

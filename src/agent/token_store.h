@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "foundation/byte_buffer.h"
+
 namespace NorvoWebAPI::KSV::TokenStore {
 
 /// Writes into the domain's folder, or the root for a null domain, and then a copy for the second domain if it isn't
@@ -19,6 +21,10 @@ void Write(const char* domain, const char* secondDomain, const char* fileName, c
 /// Reads the domain's file of that name, else the root's, and gives its length; a domain that is no one name has no
 /// folder, and gets no code 19 here. Code 20: in neither.
 uint32_t Read(const char* domain, const char* fileName, std::unique_ptr<uint8_t[]>* buffer);
+
+/// A token from where a page may have it: the bytes of its Base64 `text`, else the domain's file of that name, which is
+/// not looked at when there is a text. With neither, no buffer.
+ByteBuffer Take(const char* text, int32_t length, const char* domain, const char* fileName);
 
 /// Appends the names in the domain's folder, as `Platform::ListDirectory`.
 bool Enumerate(const char* domain, std::vector<std::string>& names);

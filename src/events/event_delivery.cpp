@@ -14,6 +14,7 @@
 #include "api/scriptable.h"
 #include "foundation/base64.h"
 #include "foundation/debug_log.h"
+#include "foundation/own_module.h"
 #include "foundation/result_codes.h"
 #include "shell/plugin.h"
 
@@ -222,14 +223,6 @@ LRESULT CALLBACK AgentEventHookProc(int code, WPARAM wParam, LPARAM lParam) {
     delivered = false;
   }
   return delivered ? 0 : CallNextHookEx(nullptr, code, wParam, lParam);
-}
-
-// Needed by the system for a hook that serves all threads.
-HINSTANCE OwnModule() {
-  HMODULE module = nullptr;
-  GetModuleHandleExA(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
-                     reinterpret_cast<LPCSTR>(reinterpret_cast<void*>(&AgentEventHookProc)), &module);
-  return module;
 }
 
 }  // namespace

@@ -16,4 +16,9 @@ std::string EncodeBase64(const uint8_t* bytes, size_t length);
 /// the count of whole bytes. A null or empty text gives no bytes in an allocated buffer of `length` bytes.
 ByteBuffer DecodeBase64(const char* text, int32_t length);
 
+/// The same, but no buffer at all for a null or empty text.
+inline ByteBuffer DecodeOptional(const char* text, int32_t length) {
+  return length >= 1 && text ? DecodeBase64(text, length) : ByteBuffer();
+}
+
 }  // namespace NorvoWebAPI
