@@ -1,0 +1,119 @@
+// An image that the page holds as a frame: the set-up of its channel, its key, the frame itself, in one operation.
+#include <array>
+#include <cstring>
+#include <limits>
+#include <new>
+#include <utility>
+
+#include "agent/token_store.h"
+#include "display/cksv_plugin_wys.h"
+#include "display/display_operation.h"
+#include "display/wys_point.h"
+#include "foundation/base64.h"
+#include "script/output_buffer.h"
+
+namespace NorvoWebAPI::KSV {
+namespace {
+
+constexpr int32_t kChannelSetup = 250;
+constexpr int32_t kChannelSetupFlag = 1;
+constexpr int32_t kMaxStreamKey = 32;
+
+// Lays a message out behind what it holds already.
+class MessageWriter {
+ public:
+  explicit MessageWriter(uint8_t* start) : next(start) {}
+
+  // The low 16 bits of the length, in network order.
+  void PutLength(const ByteBuffer& part) {
+    const uint16_t length = htons(static_cast<uint16_t>(part.size));
+    Put(&length, sizeof length);
+  }
+  void PutBytes(const ByteBuffer& part) { Put(part.bytes.get(), part.size); }
+
+ private:
+  void Put(const void* bytes, size_t size) {
+    if (size > 0) std::memcpy(next, bytes, size);
+    next += size;
+  }
+
+  uint8_t* next;
+};
+
+// Length of A, A, B, length of C, C. The end of B follows only from what stands behind it.
+ByteBuffer FrameChannelSetup(const ByteBuffer& partA, const ByteBuffer& partB, const ByteBuffer& partC) {
+  const uint64_t size = uint64_t{4} + partA.size + partB.size + partC.size;
+  if (size > static_cast<uint64_t>(std::numeric_limits<int32_t>::max())) throw std::bad_alloc();
+  ByteBuffer message = ByteBuffer::Allocate(static_cast<int32_t>(size));
+  MessageWriter writer(message.bytes.get());
+  writer.PutLength(partA);
+  writer.PutBytes(partA);
+  writer.PutBytes(partB);
+  writer.PutLength(partC);
+  writer.PutBytes(partC);
+  return message;
+}
+
+}  // namespace
+
+bool CKSVPluginWYS::ksvWYSRemoteWysSession(uint32_t displayContext, uint32_t sessionId, uint32_t imageId,
+                                           const char* b64Frame, int32_t b64FrameLength, const char* b64PartA,
+                                           int32_t b64PartALength, const char* b64PartB, int32_t b64PartBLength,
+                                           int32_t b64TokenLength, const char* b64Token, const char* domain,
+                                           const char* tokenFileName, const char* framePointText,
+                                           const char* imageSizeText, int32_t* outWidth, int32_t* outHeight,
+                                           JSObject& result) {
+  const auto check = [&] {
+    const std::pair<const EntryTable::Row&, const char*> needed[] = {
+        {entries.SendRecv, "plugin wysSendRecv function not found"},
+        {entries.SetStreamKey, "plugin wysSetStreamKey function not found"},
+        {entries.SubmitFrame, "plugin wysSubmitFrame function not found"},
+        {entries.RepaintImage, "plugin wysRepaintImage function not found"},
+    };
+    bool allThere = true;
+    for (const auto& [entryPoint, missing] : needed) {
+      if (CheckEntry(entryPoint, result)) continue;
+      OutputDebugStringA(missing);
+      allThere = false;
+    }
+    return allThere;
+  };
+  const auto work = [&] {
+    const ByteBuffer frame = DecodeOptional(b64Frame, b64FrameLength);
+    const ByteBuffer partA = DecodeOptional(b64PartA, b64PartALength);
+    const ByteBuffer partB = DecodeOptional(b64PartB, b64PartBLength);
+    const ByteBuffer partC = TokenStore::Take(b64Token, b64TokenLength, domain, tokenFileName);
+    const ByteBuffer message = FrameChannelSetup(partA, partB, partC);
+
+    OutputBuffer<uint32_t> streamKey(ByteBuffer::Allocate(kMaxStreamKey), kMaxStreamKey);
+    OutputDebugStringA("CKSVPluginWYS::ksvWYSRemoteWysSession calling WYSSendRecv");
+    int32_t status = entries.SendRecv(displayContext, sessionId, kChannelSetup, static_cast<uint32_t>(message.size),
+                                      message.bytes.get(), streamKey.Length(), streamKey.Bytes(), kChannelSetupFlag);
+    if (StoreStatus(result, status) != kDisplayOk || streamKey.StoredLength() == 0) return;
+
+    OutputDebugStringA(
+        "CKSVPluginWYS::ksvWYSRemoteWysSession, ChannelSetupRespBuf && (ChannelSetupRespBufLen > 0) calling "
+        "WYSSetStreamKey");
+    status = entries.SetStreamKey(sessionId, streamKey.StoredLength(), streamKey.Bytes());
+    if (StoreStatus(result, status) != kDisplayOk) return;
+
+    WysPoint point;
+    if (!ParsePoint(framePointText, &point)) return;
+    OutputDebugStringA("CKSVPluginWYS::ksvWYSRemoteWysSession, calling WYSSubmitFrame");
+    status = entries.SubmitFrame(sessionId, imageId, &point, static_cast<uint32_t>(frame.size), frame.bytes.get());
+    if (StoreStatus(result, status) != kDisplayOk) return;
+
+    OutputDebugStringA("CKSVPluginWYS::ksvWYSRemoteWysSession, calling WYSRepaintImage");
+    hasImage = true;
+    if (StoreStatus(result, entries.RepaintImage(sessionId, imageId)) != kDisplayOk) return;
+
+    WysPoint size;
+    ParsePoint(imageSizeText, &size);
+    *outWidth = size.x;
+    *outHeight = size.y;
+  };
+  RunOperation(kDisplayNotCalled, check, Catches::BadAlloc, result, work);
+  return true;
+}
+
+}  // namespace NorvoWebAPI::KSV

@@ -1,0 +1,32 @@
+#include "display/image_descriptor.h"
+
+#include <algorithm>
+#include <limits>
+#include <new>
+
+namespace NorvoWebAPI::KSV {
+namespace {
+
+ByteBuffer BlockFor(const ByteBuffer& logo) {
+  if (logo.size > std::numeric_limits<int32_t>::max() - DescriptorLayout::kHeaderSize) throw std::bad_alloc();
+  return ByteBuffer::Allocate(static_cast<int32_t>(DescriptorLayout::kHeaderSize + logo.size));
+}
+
+}  // namespace
+
+ImageDescriptor::ImageDescriptor(const ByteBuffer& logo) : block(BlockFor(logo)) {
+  uint8_t* const pixels = std::fill_n(block.bytes.get(), DescriptorLayout::kHeaderSize, uint8_t{0});
+  if (logo.bytes) std::copy_n(logo.bytes.get(), logo.size, pixels);
+}
+
+void ImageDescriptor::Set(DescriptorField field, uint32_t value) {
+  for (size_t i = 0; i < field.size; ++i) block.bytes[field.offset + i] = static_cast<uint8_t>(value >> (8 * i));
+}
+
+uint32_t ImageDescriptor::Get(DescriptorField field) const {
+  uint32_t value = 0;
+  for (size_t i = 0; i < field.size; ++i) value |= uint32_t{block.bytes[field.offset + i]} << (8 * i);
+  return value;
+}
+
+}  // namespace NorvoWebAPI::KSV
