@@ -5,12 +5,13 @@
 
 #include "api/scriptable.h"
 #include "shell/plugin.h"
+#include "shell/plugin_windows.h"
 #include "tests/support/agent_fixture.h"
 #include "tests/support/module_exports.h"
 
 using namespace support;
+using NorvoWebAPI::KSV::FindPluginByWindow;
 using NorvoWebAPI::KSV::Plugin;
-using NorvoWebAPI::KSV::PluginWindows;
 
 namespace {
 
@@ -96,7 +97,7 @@ TEST_F(ModuleTest, EntriesAnswerWithoutAnInstance) {
     module.urlnotify(npp, "", NPRES_DONE, nullptr);
   }
   EXPECT_EQ(out, nullptr);
-  EXPECT_TRUE(PluginWindows().empty());
+  EXPECT_EQ(FindPluginByWindow(nullptr), nullptr);
 }
 
 TEST_F(ModuleTest, InstanceAnswersForItself) {
@@ -162,14 +163,16 @@ TEST_F(ModuleTest, WindowsLeadToTheirPages) {
     NPWindow window{};
     window.window = &second;
     EXPECT_EQ(Module().setwindow(page.Instance(), &window), NPERR_NO_ERROR);
-    EXPECT_EQ(PluginWindows()[handle(first)], plugin);
-    EXPECT_EQ(PluginWindows()[handle(second)], plugin);
+    EXPECT_EQ(FindPluginByWindow(handle(first)), plugin);
+    EXPECT_EQ(FindPluginByWindow(handle(second)), plugin);
     page.Destroy();
     EXPECT_EQ(page.Read("version").Show(), "'5.0.5'");
     EXPECT_EQ(page.Call("zubEnumerateTokensDomainBinding").Show(), "pluginRetCode=13") << "its origin is gone";
     EXPECT_EQ(Module().destroy(page.Instance(), nullptr), NPERR_NO_ERROR);
   }
-  EXPECT_EQ(PluginWindows().size(), 1u) << "no entry may lead to an ended page";
+  for (int* const window : {&first, &second}) {
+    EXPECT_EQ(FindPluginByWindow(handle(*window)), nullptr) << "no entry may lead to an ended page";
+  }
 }
 
 TEST_F(ModuleTest, ResultOutlivesItsPage) {

@@ -7,13 +7,14 @@
 #include <cstdint>
 
 #include "api/agent_methods.h"
+#include "api/display_methods.h"
 #include "api/script_call.h"
 
 namespace NorvoWebAPI::KSV {
 
-/// What is asked of an argument. A number or a flag is made of any value; only text has to be text, and a function is
-/// not looked into.
-enum class Demand : uint8_t { Text, Number, Flag, Function, Any };
+/// What is asked of an argument. A number or a flag is made of any value; only text has to be text. A function is not
+/// looked into, nor is a value that the operation may have no use for.
+enum class Demand : uint8_t { Text, Number, Unsigned, Flag, Function, Any, Unread };
 
 struct Argument {
   Demand demand = Demand::Any;
@@ -23,6 +24,10 @@ struct Argument {
 /// How many arguments a method accepts: the number of its row, more (which are not looked at), or any.
 enum class Arity : uint8_t { Exact, AtLeast, Any };
 
+/// What the page gets: a result object, the same with code 13 standing in it until an operation has another, or
+/// nothing, where a call that was wrong fails.
+enum class Answers : uint8_t { Result, FailedAtFirst, Nothing };
+
 struct MethodRow {
   static constexpr size_t kMaxArguments = 14;
 
@@ -31,6 +36,9 @@ struct MethodRow {
   Arity arity;
   size_t argumentCount;
   std::array<Argument, kMaxArguments> arguments;
+  Answers answers = Answers::Result;
+  /// What is done before anything else, whatever becomes of the call.
+  void (*entered)(Scriptable& page, bool accepted) = nullptr;
 
   [[nodiscard]] constexpr bool Accepts(uint32_t count) const {
     return arity == Arity::Any || count == argumentCount || (arity == Arity::AtLeast && count > argumentCount);
@@ -45,6 +53,10 @@ constexpr Argument Text(const char* name) {
 constexpr Argument Number(const char* name) {
   return {Demand::Number, name};
 }
+/// A whole number whose low 32 bits count, beyond what fits a signed one too.
+constexpr Argument Unsigned(const char* name) {
+  return {Demand::Unsigned, name};
+}
 constexpr Argument Flag(const char* name) {
   return {Demand::Flag, name};
 }
@@ -53,6 +65,9 @@ constexpr Argument Function(const char* name) {
 }
 constexpr Argument Any(const char* name) {
   return {Demand::Any, name};
+}
+constexpr Argument Unread(const char* name) {
+  return {Demand::Unread, name};
 }
 
 template <typename... Arguments>
@@ -69,6 +84,27 @@ constexpr MethodRow Open(const char* name, void (*operation)(ScriptCall&), Argum
 /// Looks at no argument, so that any number of them will do.
 constexpr MethodRow Heedless(const char* name, void (*operation)(ScriptCall&)) {
   return {name, operation, Arity::Any, 0, {}};
+}
+
+constexpr MethodRow Answering(Answers answers, MethodRow row) {
+  row.answers = answers;
+  return row;
+}
+
+/// A method of the display, which has failed until its operation says otherwise.
+template <typename... Arguments>
+constexpr MethodRow Display(const char* name, void (*operation)(ScriptCall&), Arguments... arguments) {
+  return Answering(Answers::FailedAtFirst, Method(name, operation, arguments...));
+}
+
+/// Stores the page's function.
+constexpr MethodRow Setter(const char* name, void (*operation)(ScriptCall&)) {
+  return Answering(Answers::Nothing, Method(name, operation, Function("callback")));
+}
+
+constexpr MethodRow Entering(void (*entered)(Scriptable&, bool), MethodRow row) {
+  row.entered = entered;
+  return row;
 }
 
 inline constexpr auto kMethods = std::to_array<MethodRow>({
@@ -102,6 +138,36 @@ inline constexpr auto kMethods = std::to_array<MethodRow>({
     Method("zubUnRegisterEventCallback", AgentMethods::UnRegisterEventCallback, Text("name")),
     Open("zubStopInstance", AgentMethods::StopInstance, Number("instanceID")),
     Method("getInstanceID", AgentMethods::GetInstanceID, Any("name")),
+    Display("wysInit", DisplayMethods::Init, Number("initValue"), Text("initText")),
+    Display("wysEstablishSession", DisplayMethods::EstablishSession),
+    Entering(DisplayMethods::EnterDeInit, Display("wysDeInit", DisplayMethods::DeInit)),
+    Display("wysCloseSession", DisplayMethods::CloseSession),
+    Display("wysCreateStdImage", DisplayMethods::CreateStdImage, Number("inputType"), Unsigned("imageId"),
+            Text("originText"), Text("imageSizeText"), Number("valueA"), Text("pointBText"), Number("valueC"),
+            Any("unused"), Number("valueD"), Number("byteE"), Text("logoSizeText"), Text("logoText"), Any("unused"),
+            Any("unused")),
+    Display("wysMouseDown", DisplayMethods::MouseDown, Text("pointText")),
+    Display("wysMouseUp", DisplayMethods::MouseUp, Text("pointText")),
+    Display("wysSubmitButton", DisplayMethods::SubmitButton, Unread("input")),
+    Display("wysProcessSubmitAndGetResponse", DisplayMethods::ProcessSubmitAndGetResponse),
+    Display("wysCancelButton", DisplayMethods::CancelButton),
+    Display("wysClearButton", DisplayMethods::ClearButton),
+    Display("wysSubmitFrame", DisplayMethods::SubmitFrame, Unsigned("imageId"), Text("pointText"), Text("b64Frame")),
+    Display("wysSendRecv", DisplayMethods::SendRecv, Number("messageType"), Text("b64Message"), Number("capacity"),
+            Unsigned("flag")),
+    Display("wysRepaintImage", DisplayMethods::RepaintImage),
+    Display("wysGetVersion", DisplayMethods::GetVersion),
+    Method("wysStatusToString", DisplayMethods::StatusToString, Number("statusCode")),
+    Setter("setMouseDownCallback", DisplayMethods::SetMouseDownCallback),
+    Setter("setMouseUpCallback", DisplayMethods::SetMouseUpCallback),
+    Setter("setWindowEventCallback", DisplayMethods::SetWindowEventCallback),
+    Entering(DisplayMethods::EnterProcessRemote,
+             Display("wysProcessRemoteWysMessage", DisplayMethods::ProcessRemoteWysMessage, Text("b64PartA"),
+                     Unsigned("imageId"), Text("b64PartB"), Text("b64Token"), Text("tokenFileName"), Text("b64Frame"),
+                     Text("framePointText"), Text("imageSizeText"))),
+    Heedless("wysGetButtonUpCount", DisplayMethods::GetButtonUpCount),
+    Setter("setRepaintImageCallback", DisplayMethods::SetRepaintImageCallback),
+    Setter("setDisplayEventsCallback", DisplayMethods::SetDisplayEventsCallback),
 });
 
 }  // namespace Rows

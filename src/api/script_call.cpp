@@ -1,5 +1,7 @@
 #include "api/script_call.h"
 
+#include <cmath>
+
 #include "api/method_table.h"
 #include "api/scriptable.h"
 #include "foundation/result_codes.h"
@@ -8,25 +10,40 @@
 namespace NorvoWebAPI::KSV {
 
 ScriptCall::ScriptCall(Scriptable& calledPage, const MethodRow& method, const NPVariant* args, JSObject& answer,
-                       const InstanceWatch& watch)
-    : page(calledPage), result(answer), variants(args) {
+                       const InstanceWatch& instanceWatch)
+    : page(calledPage), result(answer), variants(args), watch(instanceWatch) {
   values.reserve(method.argumentCount);
   for (size_t i = 0; i < method.argumentCount; ++i) {
-    values.emplace_back();
-    if (method.arguments[i].demand == Demand::Function) continue;
-    values.back() = NPJSConverter::fromNPVariant(page.Instance(), page.Host(), &args[i]);
-    // Reading a getter of the page's may have ended it.
-    watch.DemandAlive();
+    const Demand demand = method.arguments[i].demand;
+    values.push_back(demand == Demand::Function || demand == Demand::Unread ? JSObject() : Read(i));
   }
   for (size_t i = 0; i < method.argumentCount; ++i) {
     if (method.arguments[i].demand == Demand::Text) static_cast<void>(String(i));
   }
 }
 
-NPObject* ScriptCall::Function(size_t index) const {
+JSObject ScriptCall::Read(size_t index) const {
+  JSObject value = NPJSConverter::fromNPVariant(page.Instance(), page.Host(), &variants[index]);
+  // Reading a getter of the page's may have ended it.
+  watch.DemandAlive();
+  return value;
+}
+
+uint32_t ScriptCall::Unsigned(size_t index) const {
+  constexpr double kRange = 4294967296.0;
+  const double low = std::fmod(std::trunc(values.at(index).ToDouble()), kRange);
+  return std::isfinite(low) ? static_cast<uint32_t>(static_cast<int64_t>(low)) : 0;
+}
+
+NPObject* ScriptCall::ScriptObject(size_t index) const {
   const NPVariant& variant = variants[index];
-  if (variant.type != NPVariantType_Object || !variant.value.objectValue) throw CPluginException{kBadArguments};
-  return variant.value.objectValue;
+  return variant.type == NPVariantType_Object ? variant.value.objectValue : nullptr;
+}
+
+NPObject* ScriptCall::Function(size_t index) const {
+  NPObject* const function = ScriptObject(index);
+  if (!function) throw CPluginException{kBadArguments};
+  return function;
 }
 
 AgentTarget ScriptCall::Target() const {

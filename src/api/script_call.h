@@ -38,8 +38,15 @@ class ScriptCall {
   [[nodiscard]] const char* Text(size_t index) const { return TextOrNull(String(index)); }
   [[nodiscard]] int32_t Length(size_t index) const { return static_cast<int32_t>(String(index).size()); }
   [[nodiscard]] int32_t Number(size_t index) const { return values.at(index).ToInt(); }
+  /// A whole number's low 32 bits; 0 for what is no finite number.
+  [[nodiscard]] uint32_t Unsigned(size_t index) const;
   [[nodiscard]] bool Flag(size_t index) const { return values.at(index).ToBool(); }
 
+  /// Reads an argument that was left unread so far. Throws what a conversion throws.
+  [[nodiscard]] JSObject Read(size_t index) const;
+
+  /// The script object that was given, a function or not; null for any other value.
+  [[nodiscard]] NPObject* ScriptObject(size_t index) const;
   /// The page's function; throws `CPluginException` 12 for a value that is no script object.
   [[nodiscard]] NPObject* Function(size_t index) const;
 
@@ -52,6 +59,7 @@ class ScriptCall {
 
  private:
   const NPVariant* variants;
+  const InstanceWatch& watch;
   std::vector<JSObject> values;  ///< A function's place is left empty: reading it out would tell nothing of it.
 };
 

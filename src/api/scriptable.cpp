@@ -3,21 +3,32 @@
 #include <utility>
 
 #include "api/method_table.h"
+#include "display/input_hooks.h"
 #include "foundation/debug_log.h"
 #include "foundation/product.h"
 #include "foundation/result_codes.h"
+#include "script/host_values.h"
 #include "script/instance_watch.h"
 #include "script/variant_conversion.h"
 #include "shell/plugin.h"
+#include "shell/plugin_windows.h"
 
 namespace NorvoWebAPI::KSV {
 
 int32_t agentInitCount = 0;
+int32_t displayInitCount = 0;
 
 Scriptable::Scriptable(NPP instance, const NPNetscapeFuncs* funcs, Plugin* owner)
-    : NPScriptable(funcs), npp(instance), npnFuncs(funcs), version(kVersion), agent(kPlatformTag), plugin(owner) {
+    : NPScriptable(funcs),
+      npp(instance),
+      npnFuncs(funcs),
+      version(kVersion),
+      agent(kPlatformTag),
+      display(std::make_unique<CKSVPluginWYS>(kPlatformTag)),
+      plugin(owner) {
   RegisterProperty("version", &Scriptable::GetVersionProperty, nullptr);
   RegisterMethods(std::make_index_sequence<kMethods.size()>());
+  LeaveDisplayHooks();
 }
 
 Scriptable::~Scriptable() {
@@ -25,10 +36,22 @@ Scriptable::~Scriptable() {
   // Told first: the release lets the library run, and the host may end the page in there.
   const Plugin::Entry running(*plugin);
   plugin->ScriptableEnded();
-  if (plugin->owedDeInits > 0) ReleaseAgent();
-  // Another page may have been given the window meanwhile.
-  const auto entry = PluginWindows().find(plugin->window);
-  if (entry != PluginWindows().end() && entry->second == plugin) PluginWindows().erase(entry);
+  if (plugin->owedDeInits > 0) {
+    ReleaseQuietly([this] { ReleaseAgent(); });
+  }
+  if (displayActive == 1) {
+    ReleaseQuietly([this] { EndDisplay(); });
+  }
+  mouseDownCallback.reset();
+  mouseUpCallback.reset();
+  if (RemovePluginWindows(plugin)) RemoveDisplayHooks();
+}
+
+void Scriptable::EndDisplay() {
+  JSObject unread;
+  display->RegisterEvents(sessionId, nullptr, nullptr, unread);
+  display->CloseSession(sessionId, unread);
+  display->DeInit(displayContext, unread);
 }
 
 void Scriptable::Deallocate() {
@@ -47,12 +70,16 @@ void Scriptable::RegisterMethods(std::index_sequence<rows...> /*all*/) {
 }
 
 bool Scriptable::RunMethod(const MethodRow& method, const NPVariant* args, uint32_t argCount, NPVariant* result) {
+  const bool accepted = method.Accepts(argCount);
+  if (method.entered) method.entered(*this, accepted);
+  if (method.answers == Answers::Nothing) return accepted && RunSetter(method, args);
   const InstanceWatch watch(npp);
   JSObject answer;
-  if (!method.Accepts(argCount)) {
+  if (!accepted) {
     StorePluginCode(answer, kBadArguments);
   } else {
     try {
+      if (method.answers == Answers::FailedAtFirst) StorePluginCode(answer, kFailed);
       ScriptCall call(*this, method, args, answer, watch);
       method.operation(call);
     } catch (const Answered&) {
@@ -69,8 +96,21 @@ bool Scriptable::RunMethod(const MethodRow& method, const NPVariant* args, uint3
   return true;
 }
 
+bool Scriptable::RunSetter(const MethodRow& method, const NPVariant* args) {
+  const InstanceWatch watch(npp);
+  JSObject unused;
+  ScriptCall call(*this, method, args, unused, watch);
+  method.operation(call);
+  return true;
+}
+
 void Scriptable::ReleaseAgent() {
   static constexpr MethodRow kRelease = Rows::Method("zubDeInit", AgentMethods::DeInit);
+  RunMethod(kRelease, nullptr, 0, nullptr);
+}
+
+void Scriptable::ReleaseDisplay() {
+  static constexpr MethodRow kRelease = Rows::Display("wysDeInit", DisplayMethods::DeInit);
   RunMethod(kRelease, nullptr, 0, nullptr);
 }
 

@@ -6,8 +6,9 @@
 #include <utility>
 
 #include "agent/cksv_plugin_zub.h"
+#include "display/cksv_plugin_wys.h"
+#include "display/display_state.h"
 #include "script/js_object.h"
-#include "script/np_func_bridge.h"
 #include "script/np_scriptable.h"
 
 namespace NorvoWebAPI::KSV {
@@ -15,13 +16,15 @@ namespace NorvoWebAPI::KSV {
 class Plugin;
 struct MethodRow;
 
-/// Successful `zubInit` calls of all pages that have not been given back. The browser's thread only.
+/// Successful `zubInit` calls of all pages that have not been given back; and `wysInit` calls. The browser's thread
+/// only.
 extern int32_t agentInitCount;
+extern int32_t displayInitCount;
 
 /// The object that page script holds: one property and the methods of the table in method_table.h. Every method gives
 /// the page a result object with the outcome, whatever went wrong inside; only a result that can't be handed over fails
 /// the script call. It lives by the host's reference count.
-class Scriptable : public NPScriptable<Scriptable> {
+class Scriptable : public NPScriptable<Scriptable>, public DisplayState {
  public:
   /// `plugin` has to outlive the object. Throws what the bases throw.
   Scriptable(NPP npp, const NPNetscapeFuncs* npnFuncs, Plugin* plugin);
@@ -31,8 +34,9 @@ class Scriptable : public NPScriptable<Scriptable> {
 
   /// Runs one method's row. A null `result` gives no value back.
   bool RunMethod(const MethodRow& method, const NPVariant* args, uint32_t argCount, NPVariant* result);
-  /// Runs `zubDeInit` for a page that goes away.
+  /// Runs `zubDeInit` for a page that goes away; and `wysDeInit`.
   void ReleaseAgent();
+  void ReleaseDisplay();
 
   /// Scheme, host and port of the page, as the name of its folder in the token store. Asked of the host at each call;
   /// when the host has no page to tell of, the last origin that any instance found, empty at first. Throws
@@ -48,22 +52,28 @@ class Scriptable : public NPScriptable<Scriptable> {
   [[nodiscard]] NPP Instance() const { return npp; }
   [[nodiscard]] const NPNetscapeFuncs* Host() const { return npnFuncs; }
   CKSVPluginZUB& Agent() { return agent; }
+  CKSVPluginWYS& Display() { return *display; }
   Plugin& Page() { return *plugin; }
 
   /// The page's function for agent events; a new registration replaces it whole.
-  std::shared_ptr<NPJSConverter::NPFuncBridge> agentEventCallback;
+  Callback agentEventCallback;
 
  private:
+  /// A method that stores the page's function, and gives nothing back.
+  bool RunSetter(const MethodRow& method, const NPVariant* args);
   template <size_t row>
   bool HandleMethod(const NPVariant* args, uint32_t argCount, NPVariant* result);
   template <size_t... rows>
   void RegisterMethods(std::index_sequence<rows...> all);
   bool GetVersionProperty(NPVariant* result);
+  /// The display ends with the page while an image stands in it.
+  void EndDisplay();
 
   NPP npp;
   const NPNetscapeFuncs* npnFuncs;
   std::string version;
   CKSVPluginZUB agent;
+  std::unique_ptr<CKSVPluginWYS> display;
   Plugin* plugin;
 };
 

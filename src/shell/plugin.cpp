@@ -4,10 +4,12 @@
 #include <unordered_set>
 
 #include "api/scriptable.h"
+#include "display/input_hooks.h"
 #include "events/event_delivery.h"
 #include "events/event_template.h"
 #include "foundation/product.h"
 #include "script/instance_watch.h"
+#include "shell/plugin_windows.h"
 
 template class NorvoWebAPI::NPPlugin<NorvoWebAPI::KSV::Plugin, NorvoWebAPI::KSV::Scriptable>;
 
@@ -37,11 +39,6 @@ void LeaveLive(const Plugin* plugin) {
 
 }  // namespace
 
-std::unordered_map<HWND, Plugin*>& PluginWindows() {
-  static auto* const windows = new std::unordered_map<HWND, Plugin*>;  // Never ended: a late object may still look.
-  return *windows;
-}
-
 Plugin::Plugin(NPP instance, const NPNetscapeFuncs* funcs) : NPPlugin(instance, funcs) {
   EnterLive(this);
   try {
@@ -55,7 +52,7 @@ Plugin::Plugin(NPP instance, const NPNetscapeFuncs* funcs) : NPPlugin(instance, 
 Plugin::~Plugin() {
   EventTemplate::ForgetPlugin(this);
   LeaveLive(this);
-  std::erase_if(PluginWindows(), [this](const auto& entry) { return entry.second == this; });
+  if (RemovePluginWindows(this)) RemoveDisplayHooks();
 }
 
 Plugin* Plugin::Of(NPP instance) {
@@ -75,14 +72,21 @@ NPError Plugin::Destroy(NPSavedData** /*saved*/) {
   destroyed = true;
   InstanceWatch::End(npp);
   const Entry running(*this);
-  if (scriptable) {
-    const ScriptDispatch::Call calling(*scriptable);
-    owedDeInits = 0;
-    // One initialisation is given back for a page that goes away, whichever page made it.
-    if (agentInitCount != 0) scriptable->ReleaseAgent();
-  }
+  if (scriptable) ReleaseLibraries();
   EventTemplate::ForgetPlugin(this);
   return NPERR_NO_ERROR;
+}
+
+// One initialisation of each library is given back for a page that goes away, whichever page made it.
+void Plugin::ReleaseLibraries() {
+  const ScriptDispatch::Call calling(*scriptable);
+  owedDeInits = 0;
+  if (agentInitCount != 0) scriptable->ReleaseAgent();
+  if (displayInitCount == 0) return;
+  // The flag is one for both libraries, and the agent's release may have cleared it.
+  if (owedDisplayDeInits > 0) initialised = true;
+  owedDisplayDeInits = 0;
+  scriptable->ReleaseDisplay();
 }
 
 NPError Plugin::SetWindow(NPWindow* npWindow) {
@@ -91,7 +95,7 @@ NPError Plugin::SetWindow(NPWindow* npWindow) {
   const HWND left = window.exchange(given);
   // A window that is gone gives back no message that it took.
   if (left && left != given && !IsWindow(left)) DropEventsTo(left);
-  PluginWindows()[given] = this;
+  EnterPluginWindow(given, this);
   return NPERR_NO_ERROR;
 }
 

@@ -3,7 +3,6 @@
 #include <atomic>
 #include <cstdint>
 #include <string>
-#include <unordered_map>
 
 #include "agent/instance_map.h"
 #include "platform/win32.h"
@@ -66,9 +65,10 @@ class Plugin : public NPPlugin<Plugin, Scriptable> {
   /// The last one that the host gave; events ask for it on threads of the library.
   std::atomic<HWND> window = nullptr;
 
-  bool initialised = false;        ///< A successful `zubInit` or `wysInit` of this page stands.
-  uint32_t owedDeInits = 0;        ///< Successful `zubInit` calls that this page has not given back.
-  uint32_t agentMajorVersion = 0;  ///< One byte; 0 until the host agent has told it.
+  bool initialised = false;         ///< A successful `zubInit` or `wysInit` of this page stands.
+  uint32_t owedDeInits = 0;         ///< Successful `zubInit` calls that this page has not given back.
+  uint32_t owedDisplayDeInits = 0;  ///< The same of `wysInit`.
+  uint32_t agentMajorVersion = 0;   ///< One byte; 0 until the host agent has told it.
   InstanceMap instanceMap;
 
  private:
@@ -76,10 +76,8 @@ class Plugin : public NPPlugin<Plugin, Scriptable> {
   bool destroyed = false;
   uint32_t runningEntries = 0;
 
+  void ReleaseLibraries();
   void EndIfDone();
 };
-
-/// The windows of all pages. An entry under a window that a page has left stays until the page ends.
-std::unordered_map<HWND, Plugin*>& PluginWindows();
 
 }  // namespace NorvoWebAPI::KSV
