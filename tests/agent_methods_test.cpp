@@ -1,4 +1,5 @@
-// What holds for every method of the host agent, driven by the table that makes them; and the count of initialisations.
+// What holds for every method, driven by the table that makes them; what those of the host agent have in common; and
+// the count of initialisations.
 #include <algorithm>
 #include <cmath>
 #include <set>
@@ -9,6 +10,7 @@
 #include "tests/support/agent_fixture.h"
 
 using namespace support;
+using NorvoWebAPI::KSV::Answers;
 using NorvoWebAPI::KSV::Arity;
 using NorvoWebAPI::KSV::Demand;
 using NorvoWebAPI::KSV::kMethods;
@@ -16,10 +18,12 @@ using NorvoWebAPI::KSV::MethodRow;
 
 namespace {
 
-std::vector<MethodRow> AgentRows() {
+// The methods that give a result and count their arguments: of the agent ("zub"), of the display ("wys"), or all ("").
+std::vector<MethodRow> Rows(std::string_view start) {
   std::vector<MethodRow> rows;
-  std::ranges::copy_if(kMethods, std::back_inserter(rows), [](const MethodRow& row) {
-    return std::string_view(row.name).starts_with("zub") && row.arity == Arity::Exact;
+  std::ranges::copy_if(kMethods, std::back_inserter(rows), [start](const MethodRow& row) {
+    return std::string_view(row.name).starts_with(start) && row.arity == Arity::Exact &&
+           row.answers != Answers::Nothing;
   });
   return rows;
 }
@@ -32,6 +36,7 @@ std::vector<Value> ValidArguments(const MethodRow& row) {
         arguments.emplace_back("aGk=");
         break;
       case Demand::Number:
+      case Demand::Unsigned:
         arguments.emplace_back(16);
         break;
       case Demand::Flag:
@@ -57,10 +62,14 @@ bool IsEventMethod(std::string_view method) {
 
 }  // namespace
 
-class AgentMethodsTest : public AgentTest {};
+class MethodTableTest : public AgentTest {
+ protected:
+  DisplayStub display{environment};
+  Page page{host};
+};
 
-TEST_F(AgentMethodsTest, WrongCountsGiveTwelveAlone) {
-  for (const MethodRow& row : AgentRows()) {
+TEST_F(MethodTableTest, WrongCountsGiveTwelveAlone) {
+  for (const MethodRow& row : Rows("")) {
     std::vector<Value> arguments = ValidArguments(row);
     arguments.resize(row.argumentCount + 1);
     for (size_t count = 0; count <= row.argumentCount + 1; ++count) {
@@ -71,11 +80,12 @@ TEST_F(AgentMethodsTest, WrongCountsGiveTwelveAlone) {
     EXPECT_EQ(page.Call(row.name, std::vector<Value>(5000, "x")).Show(), "pluginRetCode=12") << row.name;
   }
   EXPECT_EQ(agent.TakeCalls(true), Calls{});
+  EXPECT_EQ(display.TakeCalls(), Calls{});
 }
 
-TEST_F(AgentMethodsTest, OnlyTextWillDoForText) {
+TEST_F(MethodTableTest, OnlyTextWillDoForText) {
   const Value wrong[] = {Value(7), Value(1.5), Value(true), Value(nullptr), Value(), Value(host.Object({{"a", 1}}))};
-  for (const MethodRow& row : AgentRows()) {
+  for (const MethodRow& row : Rows("")) {
     if (IsEventMethod(row.name)) continue;
     for (size_t i = 0; i < row.argumentCount; ++i) {
       if (row.arguments[i].demand != Demand::Text) continue;
@@ -88,7 +98,10 @@ TEST_F(AgentMethodsTest, OnlyTextWillDoForText) {
     }
   }
   EXPECT_EQ(agent.TakeCalls(true), Calls{});
+  EXPECT_EQ(display.TakeCalls(), Calls{});
 }
+
+class AgentMethodsTest : public AgentTest {};
 
 TEST_F(AgentMethodsTest, NumbersArriveAsScriptTextOrNumberSays) {
   constexpr int32_t kLowest = std::numeric_limits<int32_t>::min();
@@ -110,7 +123,7 @@ TEST_F(AgentMethodsTest, NumbersArriveAsScriptTextOrNumberSays) {
       {host.Object(), 0},
       {host.Object({{"a", 0}}), 1},
   };
-  for (const MethodRow& row : AgentRows()) {
+  for (const MethodRow& row : Rows("zub")) {
     size_t place = 0;  // Among the numbers that the library is given.
     for (size_t i = 0; i < row.argumentCount; ++i) {
       const std::string name = row.arguments[i].name;
@@ -147,7 +160,7 @@ TEST_F(AgentMethodsTest, GateComesBeforeLibraryBeforeEntry) {
   };
   for (const auto& [asked, lastUpdate, expected] : cases) {
     environment.SetLastUpdate(lastUpdate);
-    for (const MethodRow& row : AgentRows()) {
+    for (const MethodRow& row : Rows("zub")) {
       if (NeedsNoLibrary(row.name) || IsEventMethod(row.name)) continue;
       EXPECT_EQ(asked.Call(row.name, ValidArguments(row)).Show(), expected) << row.name;
     }

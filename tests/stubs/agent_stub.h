@@ -39,6 +39,4 @@ struct AgentStubControl {
   void* context;
 };
 
-using AgentStubControlEntry = AgentStubControl* (*)();
-
 }  // extern "C"

@@ -58,20 +58,6 @@ std::string ShowInput(const uint8_t* bytes, int32_t length) {
   return "<'" + std::string(reinterpret_cast<const char*>(bytes), static_cast<size_t>(length)) + "'";
 }
 
-std::string Show(const AgentCall& call) {
-  std::vector<std::string> parts;
-  if (call.hasTarget && call.byInstance) parts.push_back("#" + std::to_string(call.instance));
-  if (call.hasTarget && !call.byInstance) parts.push_back(call.name ? "'" + std::string(call.name) + "'" : "null");
-  for (int32_t i = 0; i < call.numberCount; ++i) parts.push_back(std::to_string(call.numbers[i]));
-  for (int32_t i = 0; i < call.inputCount; ++i) parts.push_back(ShowInput(call.input[i], call.inputLength[i]));
-  for (int32_t i = 0; i < call.outputCount; ++i) {
-    parts.push_back(">" + std::to_string(*call.outputLength[i]) + (call.output[i] ? "" : "/null"));
-  }
-  std::string shown = call.entry;
-  for (size_t i = 0; i < parts.size(); ++i) shown += (i == 0 ? "(" : ", ") + parts[i];
-  return shown + (parts.empty() ? "()" : ")");
-}
-
 }  // namespace
 
 Environment::Environment() : registry("KSV_REGISTRY", (processFolder.path / "registry.json").string().c_str()) {
@@ -132,46 +118,71 @@ std::optional<std::string> Environment::Read(const std::string& name) const {
   return bytes.str();
 }
 
-AgentStub::AgentStub(const Environment& environment, const std::string& variant, const std::string& file) {
-  fs::path folder = fs::path(KSV_STUBS) / variant;
-  if (file != "zub.dll") {
-    fs::copy_file(folder / "zub.dll", environment.Scratch() / file);
-    folder = environment.Scratch();
+std::string Show(const AgentCall& call) {
+  std::vector<std::string> parts;
+  if (call.hasTarget && call.byInstance) parts.push_back("#" + std::to_string(call.instance));
+  if (call.hasTarget && !call.byInstance) parts.push_back(call.name ? "'" + std::string(call.name) + "'" : "null");
+  for (int32_t i = 0; i < call.numberCount; ++i) parts.push_back(std::to_string(call.numbers[i]));
+  for (int32_t i = 0; i < call.inputCount; ++i) parts.push_back(ShowInput(call.input[i], call.inputLength[i]));
+  for (int32_t i = 0; i < call.outputCount; ++i) {
+    parts.push_back(">" + std::to_string(*call.outputLength[i]) + (call.output[i] ? "" : "/null"));
   }
-  environment.SetLibraryFolder(folder);
-  const std::string path = PlatformText(folder / file);
-  library = LoadLibraryW(WideText(path.begin(), path.end()).c_str());
-  if (!library) throw std::runtime_error("no stub library at " + path);
-  const auto entry = reinterpret_cast<void*>(GetProcAddress(library, "AgentStub_Control"));
-  control = reinterpret_cast<AgentStubControlEntry>(entry)();
-  *control = {[](void* stub, AgentCall* call) { static_cast<AgentStub*>(stub)->Take(*call); }, this};
+  std::string shown = call.entry;
+  for (size_t i = 0; i < parts.size(); ++i) shown += (i == 0 ? "(" : ", ") + parts[i];
+  return shown + (parts.empty() ? "()" : ")");
 }
 
-AgentStub::~AgentStub() {
-  *control = {};
-  FreeLibrary(library);
+std::string Show(const DisplayCall& call) {
+  return call.shown;
 }
+
+void GiveNothing(AgentCall& call) {
+  for (int32_t i = 0; i < call.outputCount; ++i) *call.outputLength[i] = 0;
+}
+
+void GiveNothing(DisplayCall& call) {
+  if (call.length) *call.length = 0;
+}
+
+HMODULE LoadStub(const Environment& environment, const fs::path& path) {
+  environment.SetLibraryFolder(path.parent_path());
+  const std::string text = PlatformText(path);
+  const HMODULE library = LoadLibraryW(WideText(text.begin(), text.end()).c_str());
+  if (!library) throw std::runtime_error("no stub library at " + text);
+  return library;
+}
+
+namespace {
+
+// The folder of a variant, or one that has the variant's file under another name.
+fs::path FolderWith(const Environment& environment, const std::string& variant, const std::string& file) {
+  const fs::path folder = fs::path(KSV_STUBS) / variant;
+  if (file == "zub.dll") return folder;
+  fs::copy_file(folder / "zub.dll", environment.Scratch() / file);
+  return environment.Scratch();
+}
+
+}  // namespace
+
+AgentStub::AgentStub(const Environment& environment, const std::string& variant, const std::string& file)
+    : LibraryStub(environment, FolderWith(environment, variant, file), file, "AgentStub_Control") {}
 
 void AgentStub::SetVersion(uint32_t version) {
   On("ZUB_GetVersion", [version](AgentCall& call) { *call.value = version; });
   On("ZUB3_StartInstance", [this](AgentCall& call) { *call.value = ++started; });
 }
 
-void AgentStub::Take(AgentCall& call) {
-  calls.push_back(Show(call));
-  const auto told = answers.find(call.entry);
-  if (told == answers.end()) {
-    for (int32_t i = 0; i < call.outputCount; ++i) *call.outputLength[i] = 0;
-    return;
-  }
-  const Answer answer = told->second;  // It may be replaced from inside.
-  answer(call);
-}
-
 std::vector<std::string> AgentStub::TakeCalls(bool withVersion) {
   auto taken = std::exchange(calls, {});
   if (!withVersion) std::erase(taken, "ZUB_GetVersion()");
   return taken;
+}
+
+DisplayStub::DisplayStub(const Environment& environment, const std::string& variant)
+    : LibraryStub(environment, fs::path(KSV_STUBS) / variant, "ksvWys.dll", "DisplayStub_Control") {}
+
+void DisplayStub::Refuse(const std::string& entry, int32_t status) {
+  On(entry, [status](DisplayCall& call) { call.status = status; });
 }
 
 AgentStub::Answer Gives(const std::string& bytes, std::optional<uint16_t> length, int32_t status) {

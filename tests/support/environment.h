@@ -6,10 +6,12 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/testing.h"
 #include "tests/stubs/agent_stub.h"
+#include "tests/stubs/display_stub.h"
 
 namespace support {
 
@@ -39,20 +41,60 @@ class Environment {
   platform::ScopedVariable registry;
 };
 
-/// The stand-in agent library: where its variants lie, what was asked of it, what it answers.
-class AgentStub {
- public:
-  using Answer = std::function<void(AgentCall&)>;
+std::string Show(const AgentCall& call);
+std::string Show(const DisplayCall& call);
+void GiveNothing(AgentCall& call);
+void GiveNothing(DisplayCall& call);
+HMODULE LoadStub(const Environment& environment, const std::filesystem::path& path);
 
-  /// Points the settings at a variant, and takes its answers over. `file` renames it.
-  explicit AgentStub(const Environment& environment, const std::string& variant = "full",
-                     const std::string& file = "zub.dll");
-  ~AgentStub();
-  AgentStub(const AgentStub&) = delete;
-  AgentStub& operator=(const AgentStub&) = delete;
+/// A stand-in library in the test's process, which hands its calls over. `Call` tells one of them, `Control` is what
+/// the library exports under the name `controlEntry`.
+template <typename Call, typename Control>
+class LibraryStub {
+ public:
+  using Answer = std::function<void(Call&)>;
 
   /// Answers an entry from now on. Others succeed and give nothing.
   void On(const std::string& entry, Answer answer) { answers[entry] = std::move(answer); }
+
+ protected:
+  /// Points the settings at the folder too.
+  LibraryStub(const Environment& environment, const std::filesystem::path& folder, const std::string& file,
+              const char* controlEntry)
+      : library(LoadStub(environment, folder / file)),
+        control(reinterpret_cast<Control* (*)()>(reinterpret_cast<void*>(GetProcAddress(library, controlEntry)))()) {
+    *control = {[](void* stub, Call* call) { static_cast<LibraryStub*>(stub)->Take(*call); }, this};
+  }
+  ~LibraryStub() {
+    *control = {};
+    FreeLibrary(library);
+  }
+  LibraryStub(const LibraryStub&) = delete;
+  LibraryStub& operator=(const LibraryStub&) = delete;
+
+  std::vector<std::string> calls;
+
+ private:
+  void Take(Call& call) {
+    calls.push_back(Show(call));
+    const auto told = answers.find(call.entry);
+    const Answer answer = told == answers.end() ? Answer([](Call& unanswered) { GiveNothing(unanswered); })
+                                                : told->second;  // It may be replaced from inside.
+    answer(call);
+  }
+
+  HMODULE library;
+  Control* control;
+  std::map<std::string, Answer> answers;
+};
+
+/// The stand-in agent library: where its variants lie, what was asked of it, what it answers.
+class AgentStub : public LibraryStub<AgentCall, AgentStubControl> {
+ public:
+  /// Points the settings at a variant, and takes its answers over. `file` renames it.
+  explicit AgentStub(const Environment& environment, const std::string& variant = "full",
+                     const std::string& file = "zub.dll");
+
   /// The library's version: the lowest byte tells the generation, from 3 on that of instances. Instances are numbered
   /// from 101.
   void SetVersion(uint32_t version);
@@ -62,13 +104,19 @@ class AgentStub {
   std::vector<std::string> TakeCalls(bool withVersion = false);
 
  private:
-  void Take(AgentCall& call);
-
-  HMODULE library;
-  AgentStubControl* control;
-  std::map<std::string, Answer> answers;
-  std::vector<std::string> calls;
   uint32_t started = 100;
+};
+
+/// The stand-in display library.
+class DisplayStub : public LibraryStub<DisplayCall, DisplayStubControl> {
+ public:
+  explicit DisplayStub(const Environment& environment, const std::string& variant = "full");
+
+  /// Answers an entry by a status alone.
+  void Refuse(const std::string& entry, int32_t status = 5);
+  /// The calls since the last time this was asked, as in "WYSMouseDown(7, 9, {120,45})": input in hexadecimal behind
+  /// "<", room behind ">" with "/null" when no buffer came.
+  std::vector<std::string> TakeCalls() { return std::exchange(calls, {}); }
 };
 
 /// An answer that fills the first output with bytes, and gives their count or another length and a status.

@@ -26,6 +26,12 @@ constexpr const char* kShownKeys[] = {
     "OTP",
     "b64EncToken",
     "tokenFileNames",
+    "ImageId",
+    "ClientInput",
+    "b64WysData",
+    "Length",
+    "status",
+    "ButtonUpCount",
 };
 
 }  // namespace

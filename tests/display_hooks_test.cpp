@@ -1,0 +1,297 @@
+// The window's hooks: clicks, events of the display and repaints, as the user, the library and the page cause them.
+#include <algorithm>
+#include <thread>
+
+#include "tests/support/display_fixture.h"
+
+using namespace support;
+using NorvoWebAPI::KSV::DisplayEventEntry;
+using NorvoWebAPI::KSV::DisplayEventRecord;
+using platform::PumpMessages;
+using platform::PumpUntil;
+using platform::TestWindow;
+
+namespace {
+
+constexpr UINT kDisplayEvent = 1066;
+constexpr UINT kHarmless = WM_USER + 5;
+
+}  // namespace
+
+class DisplayHooksTest : public DisplayTest {
+ protected:
+  DisplayHooksTest() {
+    display.On("WYSRegisterEvents", [this](DisplayCall& call) { events = call.callback; });
+  }
+
+  void SetClickCallbacks(const Page& on) {
+    on.Call("setMouseDownCallback", {Callback([this] { heard.back() += " down"; })});
+    on.Call("setMouseUpCallback", {Callback([this] { heard.back() += " up"; })});
+  }
+  // The user's button, until the window has got the message.
+  static void Click(TestWindow& in, UINT message, const std::function<void()>& act) {
+    const auto count = [&] { return std::ranges::count(in.received(), message); };
+    const auto before = count();
+    act();
+    EXPECT_TRUE(PumpUntil([&] { return count() > before; }));
+  }
+  static void Press(TestWindow& in, int x, int y) {
+    Click(in, WM_LBUTTONDOWN, [&] { in.PressLeft(x, y); });
+  }
+  static void Release(TestWindow& in, int x, int y) {
+    Click(in, WM_LBUTTONUP, [&] { in.ReleaseLeft(x, y); });
+  }
+  // Messages of the window, each taken by its thread, and how often the library was asked to paint meanwhile.
+  size_t RepaintsOf(const std::function<void()>& messages) {
+    PumpMessages();
+    display.TakeCalls();
+    messages();
+    return static_cast<size_t>(std::ranges::count(display.TakeCalls(), "WYSRepaintImage(7, 9)"));
+  }
+  size_t RepaintsOfOnePosted(const TestWindow& in) {
+    return RepaintsOf([&] {
+      PostMessageA(in.handle(), kHarmless, 0, 0);
+      MSG message;
+      while (PeekMessageA(&message, in.handle(), kHarmless, kHarmless, PM_REMOVE)) continue;
+    });
+  }
+
+  DisplayEventEntry events = nullptr;
+};
+
+TEST_F(DisplayHooksTest, ClickReachesThePageInClientCoordinates) {
+  SetClickCallbacks(page);
+  ShowImage(page);
+  Press(window, 12, 34);
+  Release(window, 56, 7);
+  EXPECT_EQ(TakeHeard(), (Calls{"XCode=12 YCode=34 down", "XCode=56 YCode=7 up"}));
+  EXPECT_EQ(page.Call("wysGetButtonUpCount").Show(), "pluginRetCode=0 ButtonUpCount=1");
+}
+
+TEST_F(DisplayHooksTest, OnlyPairsOnTheImageReachThePage) {
+  SetClickCallbacks(page);
+  ShowImage(page);  // Of 100 by 50.
+  const struct {
+    const char* what;
+    std::function<void()> then;
+    Calls heard;
+    uint32_t held;
+  } steps[] = {
+      {"a release without a press", [&] { Release(window, 1, 1); }, {}, 0},
+      {"a press to the right", [&] { Press(window, 100, 1); }, {}, 1},
+      {"its release", [&] { Release(window, 1, 1); }, {}, 0},
+      {"a press below", [&] { Press(window, 1, 50); }, {}, 1},
+      {"its release", [&] { Release(window, 1, 50); }, {}, 0},
+      {"a press on the last pixel", [&] { Press(window, 99, 49); }, {"XCode=99 YCode=49 down"}, 1},
+      {"a release beside the image", [&] { Release(window, 120, 1); }, {}, 0},
+      {"a second press", [&] { Press(window, 2, 2); }, {}, 1},
+      {"the release of the first", [&] { Release(window, 3, 3); }, {"XCode=3 YCode=3 up"}, 0},
+  };
+  for (const auto& [what, then, expected, held] : steps) {
+    then();
+    EXPECT_EQ(TakeHeard(), expected) << what;
+    EXPECT_EQ(State().buttonHeld, held) << what;
+  }
+}
+
+TEST_F(DisplayHooksTest, ImageWithoutASizeHasItsCorner) {
+  SetClickCallbacks(page);
+  ShowImage(page, {{3, "{0,0}"}});
+  Press(window, 0, 0);
+  Release(window, 0, 0);
+  EXPECT_EQ(TakeHeard(), (Calls{"XCode=0 YCode=0 down", "XCode=0 YCode=0 up"}));
+}
+
+TEST_F(DisplayHooksTest, ClicksAreHeardWhileTheImageStands) {
+  const auto click = [&] {
+    Press(window, 1, 1);
+    Release(window, 1, 1);
+    return TakeHeard().size();
+  };
+  SetClickCallbacks(page);
+  EXPECT_EQ(click(), 0u);
+  ShowImage(page);
+  EXPECT_EQ(click(), 2u);
+  page.Call("wysCancelButton");
+  EXPECT_EQ(click(), 2u) << "the page may still want them";
+  page.Call("wysCloseSession");
+  EXPECT_EQ(click(), 0u);
+  ShowImage(page);
+  page.Destroy();
+  EXPECT_EQ(click(), 0u);
+}
+
+TEST_F(DisplayHooksTest, SessionClosedInsideAPressLeavesNothingBehind) {
+  page.Call("setMouseDownCallback", {Callback([&] { page.Call("wysCloseSession"); })});
+  page.Call("setMouseUpCallback", {Callback()});
+  ShowImage(page);
+  Press(window, 1, 1);
+  Release(window, 1, 1);
+  EXPECT_EQ(TakeHeard(), Calls{"XCode=1 YCode=1"});
+  ShowImage(page);
+  EXPECT_EQ(RepaintsOfOnePosted(window), 1u) << "no button is held";
+}
+
+TEST_F(DisplayHooksTest, EveryMessageOfTheWindowIsAPulse) {
+  ShowImage(page);
+  TestWindow foreign({400, 90});
+  EXPECT_EQ(RepaintsOfOnePosted(window), 1u);
+  EXPECT_EQ(RepaintsOfOnePosted(foreign), 0u);
+  EXPECT_EQ(RepaintsOf([&] { SendMessageA(window.handle(), kHarmless, 0, 0); }), 1u);
+  Press(window, 1, 1);
+  EXPECT_EQ(RepaintsOfOnePosted(window), 0u) << "not between press and release";
+  Release(window, 1, 1);
+  EXPECT_EQ(RepaintsOfOnePosted(window), 1u);
+
+  page.Call("setRepaintImageCallback", {Callback()});
+  TakeHeard();
+  EXPECT_EQ(RepaintsOfOnePosted(window), 0u) << "the page has taken the painting over";
+  EXPECT_EQ(TakeHeard(), Calls{""});
+  page.Call("wysCloseSession");
+  EXPECT_EQ(RepaintsOfOnePosted(window), 0u);
+  EXPECT_EQ(TakeHeard(), Calls{});
+}
+
+TEST_F(DisplayHooksTest, SessionStaysOpenDuringARepaint) {
+  ShowImage(page);
+  Calls answers;
+  display.On("WYSRepaintImage", [&](DisplayCall&) {
+    // Once from a repaint inside the repaint, too: its end is not the end of the outer one.
+    if (answers.empty()) {
+      answers.emplace_back("outer");
+      SendMessageA(window.handle(), kHarmless, 0, 0);
+    }
+    answers.push_back(page.Call("wysCloseSession").Show());
+  });
+  EXPECT_EQ(RepaintsOfOnePosted(window), 2u);
+  EXPECT_EQ(answers, (Calls{"outer", "pluginRetCode=13", "pluginRetCode=13"}));
+  EXPECT_EQ(page.Call("wysCloseSession").Show(), kWentWell);
+}
+
+TEST_F(DisplayHooksTest, RepaintsThatCauseRepaintsComeToAnEnd) {
+  ShowImage(page);
+  size_t painted = 0;
+  const auto paint = [&] {
+    ++painted;
+    SendMessageA(window.handle(), kHarmless, 0, 0);
+  };
+  display.On("WYSRepaintImage", [&](DisplayCall&) { paint(); });
+  SendMessageA(window.handle(), kHarmless, 0, 0);
+  EXPECT_EQ(std::exchange(painted, 0), 16u);
+  page.Call("setRepaintImageCallback", {Callback(paint)});
+  SendMessageA(window.handle(), kHarmless, 0, 0);
+  EXPECT_EQ(painted, 16u);
+  EXPECT_EQ(page.Call("wysCloseSession").Show(), kWentWell);
+}
+
+TEST_F(DisplayHooksTest, LibraryEventsReachThePageOnItsThread) {
+  page.Call("setDisplayEventsCallback",
+            {Callback([this] { heard.back() += GetCurrentThreadId() == browser ? " here" : " there"; })});
+  page.Call("wysInit", {0, ""});
+  page.Call("wysEstablishSession");
+  page.Call("wysCreateStdImage", Image());
+  const auto low = static_cast<uint32_t>(reinterpret_cast<uintptr_t>(window.handle()));
+  TestWindow foreign({400, 90});
+  const auto other = static_cast<uint32_t>(reinterpret_cast<uintptr_t>(foreign.handle()));
+  const struct {
+    DisplayEventRecord record;
+    uint32_t accepted;
+    size_t told;
+  } cases[] = {
+      {{2, {}, 0, low}, 1, 1},   {{1, {}, 36, low}, 1, 1}, {{4, {}, 0, low}, 1, 0},        {{2, {}, 5, low}, 0, 0},
+      {{2, {}, 0, other}, 1, 0}, {{2, {}, 0, 0}, 1, 0},    {{2, {}, 0, 0x7FFFFFFF}, 1, 0}, {{2, {}, 0, 0xFFFF}, 1, 0},
+  };
+  for (const auto& [record, accepted, told] : cases) {
+    uint32_t answer = 7;
+    std::thread([&] {
+      DisplayEventRecord passed = record;
+      answer = events(&passed);
+    }).join();
+    PumpMessages();
+    EXPECT_EQ(answer, accepted);
+    EXPECT_EQ(TakeHeard(), Calls(told, "callback=0 here"));
+  }
+  EXPECT_EQ(events(nullptr), 0u);
+
+  MSG message;
+  PostMessageA(window.handle(), kDisplayEvent, 0, 0);  // By a stranger: it tells the page no more than any other.
+  PeekMessageA(&message, window.handle(), kDisplayEvent, kDisplayEvent, PM_NOREMOVE);
+  PumpMessages();
+  EXPECT_EQ(TakeHeard(), Calls{"callback=0 here"}) << "told once, however often the host looks";
+}
+
+TEST_F(DisplayHooksTest, HooksServeTheLastPageToItsEnd) {
+  for (const bool firstEndsFirst : {true, false}) {
+    TestWindow otherWindow({400, 90});
+    Page first(host, "https://page.example/", window.handle());
+    ShowImage(first);
+    Page second(host, "https://page.example/", otherWindow.handle());
+    EXPECT_EQ(RepaintsOfOnePosted(window), 1u) << "a page that begins leaves the hooks of others";
+    ShowImage(second);
+    EXPECT_EQ(RepaintsOfOnePosted(window), 1u) << "one pulse a message, whoever installed hooks";
+    page.End();
+    (firstEndsFirst ? first : second).End();
+    EXPECT_EQ(RepaintsOfOnePosted(firstEndsFirst ? otherWindow : window), 1u);
+    EXPECT_EQ(RepaintsOfOnePosted(firstEndsFirst ? window : otherWindow), 0u);
+  }
+  EXPECT_EQ(RepaintsOfOnePosted(window), 0u);
+}
+
+// What a page does inside its own functions must not pull the ground from under the hook that runs.
+TEST_F(DisplayHooksTest, PageMayEndInsideAnyOfItsFunctions) {
+  const struct {
+    const char* setter;
+    std::function<void()> cause;
+  } cases[] = {
+      {"setMouseDownCallback", [&] { Press(window, 1, 1); }},
+      {"setRepaintImageCallback", [&] { RepaintsOfOnePosted(window); }},
+      {"setDisplayEventsCallback",
+       [&] {
+         PostMessageA(window.handle(), kDisplayEvent, 0, 0);
+         PumpMessages();
+       }},
+  };
+  for (const auto& [setter, cause] : cases) {
+    Page ending(host, "https://page.example/", window.handle());
+    ending.Call(setter, {Callback([&] {
+                  ending.Call("wysCreateStdImage", Image());
+                  ending.End();
+                })});
+    ShowImage(ending);
+    ending.End();  // Unless it has, by what showing the image caused.
+    heard.clear();
+    Page again(host, "https://page.example/", window.handle());
+    again.Call(setter, {Callback([&] { again.End(); })});
+    again.Call("wysInit", {0, ""});
+    again.Call("wysEstablishSession");
+    again.Call("wysCreateStdImage", Image());
+    cause();
+    EXPECT_EQ(TakeHeard().size(), 1u) << setter;
+    Release(window, 1, 1);
+  }
+  // Inside the library, too.
+  Page ending(host, "https://page.example/", window.handle());
+  ShowImage(ending);
+  display.On("WYSRepaintImage", [&](DisplayCall&) { ending.End(); });
+  EXPECT_EQ(RepaintsOfOnePosted(window), 1u);
+}
+
+TEST_F(DisplayHooksTest, WindowMayGoWhileItsImageStands) {
+  SetClickCallbacks(page);
+  auto going = std::make_unique<TestWindow>(POINT{400, 90});
+  Page on(host, "https://page.example/", going->handle());
+  ShowImage(on);
+  going->Destroy();
+  PumpMessages();
+  EXPECT_EQ(on.Call("wysRepaintImage").Show(), kWentWell);
+  EXPECT_EQ(on.Call("wysCloseSession").Show(), kWentWell);
+}
+
+TEST_F(DisplayHooksTest, FunctionThatThrowsHarmsNobody) {
+  page.Call("setMouseDownCallback", {host.NewFunction([](const std::vector<Value>&, Value&) { return false; })});
+  page.Call("setMouseUpCallback", {Callback()});
+  ShowImage(page);
+  Press(window, 1, 1);
+  Release(window, 2, 2);
+  EXPECT_EQ(TakeHeard(), Calls{"XCode=2 YCode=2"});
+}

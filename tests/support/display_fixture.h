@@ -1,0 +1,78 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include "api/scriptable.h"
+#include "platform/testing.h"
+#include "shell/plugin.h"
+#include "tests/support/environment.h"
+#include "tests/support/page.h"
+
+namespace support {
+
+using Calls = std::vector<std::string>;
+using Arguments = std::vector<Value>;
+
+inline constexpr char kWentWell[] = "pluginRetCode=0 fnRetCode=0";
+
+/// A page with a window, on a stand-in library whose contexts are 70, sessions 7 and versions 9.
+class DisplayTest : public testing::Test {
+ protected:
+  DisplayTest() {
+    NorvoWebAPI::KSV::displayInitCount = 0;  // A page gives back one initialisation, however many it made.
+    display.On("WYSInit", [](DisplayCall& call) { *call.value = 70; });
+    display.On("WYSEstablishSession", [](DisplayCall& call) { *call.value = 7; });
+  }
+
+  static NorvoWebAPI::KSV::Scriptable& StateOf(const Page& page) {
+    return *NorvoWebAPI::KSV::Plugin::Of(page.Instance())->GetScriptable();
+  }
+  NorvoWebAPI::KSV::Scriptable& State() { return StateOf(page); }
+
+  /// The fourteen arguments of an image of 100 by 50, with some of them replaced.
+  static Arguments Image(const std::map<size_t, Value>& changed = {}) {
+    Arguments arguments{1,       9,          "{3,4}", "{100,50}", 0x01020304, "{5,6}", 0x11121314,
+                        nullptr, 0x21222324, 65,      "{0,0}",    "",         nullptr, nullptr};
+    for (const auto& [index, value] : changed) arguments[index] = value;
+    return arguments;
+  }
+  /// Initialised, with a session and that image, and no call of it to be told of.
+  void ShowImage(const Page& on, const std::map<size_t, Value>& changed = {}) {
+    on.Call("wysInit", {0, ""});
+    on.Call("wysEstablishSession");
+    EXPECT_TRUE(on.Call("wysCreateStdImage", Image(changed)).Show().starts_with(kWentWell));
+    platform::PumpMessages();
+    display.TakeCalls();
+  }
+  /// A page function that runs `then` and notes what it was told.
+  ScriptObject* Callback(std::function<void()> then = {}) {
+    return host.NewFunction([this, then = std::move(then)](const std::vector<Value>& args, Value&) {
+      std::string shown;
+      for (const Value& arg : args) {
+        for (const char* key : {"XCode", "YCode", "callback"}) {
+          NPVariant member{};
+          if (!host.Get(std::get<NPObject*>(arg), key, &member)) continue;
+          const Value value = TestHost::Read(member);
+          if (const auto* const number = std::get_if<int32_t>(&value)) {
+            shown += (shown.empty() ? "" : " ") + (key + ("=" + std::to_string(*number)));
+          }
+          host.Release(member);
+        }
+      }
+      heard.push_back(shown);
+      if (then) then();
+      return true;
+    });
+  }
+  std::vector<std::string> TakeHeard() { return std::exchange(heard, {}); }
+
+  Environment environment;
+  DisplayStub display{environment};
+  TestHost host;
+  platform::TestWindow window;
+  Page page{host, "https://page.example/", window.handle()};
+  std::vector<std::string> heard;
+  const DWORD browser = GetCurrentThreadId();
+};
+
+}  // namespace support
