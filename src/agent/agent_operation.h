@@ -50,12 +50,13 @@ int32_t CKSVPluginZUB::CallTarget(const AgentTarget& target, const Named& named,
 class AgentOutput : public OutputBuffer<uint16_t> {
  public:
   /// Room for the whole capacity, as the page gives it; a negative one is more than memory holds.
-  static AgentOutput OfWhole(int32_t capacity) { return {ByteBuffer::Allocate(capacity), capacity}; }
+  static AgentOutput OfWhole(int32_t capacity) { return {capacity, static_cast<uint16_t>(capacity)}; }
   /// Room for the low 16 bits alone, and for a terminator that a library may put behind them; none at all when they
   /// are 0.
   static AgentOutput OfLow16(int32_t capacity) {
     const auto low = static_cast<uint16_t>(capacity);
-    return {low == 0 ? ByteBuffer() : ByteBuffer::Allocate(int32_t{low} + 1), capacity};
+    if (low == 0) return AgentOutput(low);
+    return {int32_t{low} + 1, low};
   }
 
   void StoreRequired(JSObject& result, const char* key) const { result[key] = JSObject(int32_t{length}); }
@@ -67,7 +68,7 @@ class AgentOutput : public OutputBuffer<uint16_t> {
   }
 
  private:
-  AgentOutput(ByteBuffer room, int32_t capacity) : OutputBuffer(std::move(room), static_cast<uint16_t>(capacity)) {}
+  using OutputBuffer::OutputBuffer;
 };
 
 }  // namespace NorvoWebAPI::KSV

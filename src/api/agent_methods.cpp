@@ -35,10 +35,10 @@ void Init(ScriptCall& call) {
 void DeInit(ScriptCall& call) {
   Plugin& plugin = call.page.Page();
   CKSVPluginZUB& agent = call.page.Agent();
-  if (plugin.owedDeInits > 0) --plugin.owedDeInits;
   // The count is given back first: the library may let the host run, and with it another page's initialisation.
   if (agentInitCount > 1) {
     --agentInitCount;
+    plugin.GaveBack(plugin.owedDeInits);
     if (call.page.IsInstanceGeneration()) {
       EventTemplate::StopPluginInstances(&plugin, agent, call.result);
     } else {
@@ -47,6 +47,7 @@ void DeInit(ScriptCall& call) {
   } else if (agentInitCount == 1 && plugin.initialised) {
     agentInitCount = 0;
     plugin.initialised = false;
+    plugin.GaveBack(plugin.owedDeInits);
     if (call.page.IsInstanceGeneration()) {
       EventTemplate::ClearInstanceEvents(&plugin);
     } else {

@@ -16,9 +16,9 @@ namespace {
 
 constexpr DWORD kMaxRepaintWait = 1000;  // Milliseconds.
 
-// Whether the library has done what it was asked last.
+// Whether the library has done what it was asked last, for a page that has not ended inside that call.
 bool Done(ScriptCall& call) {
-  return StatusOf(call.result) == kDisplayOk;
+  return StatusOf(call.result) == kDisplayOk && !call.page.Page().IsDestroyed();
 }
 
 // The page's image is up: its window is watched from now on.
@@ -43,6 +43,12 @@ bool IsRepainting(const Scriptable& page) {
   return busy != 0;
 }
 
+// The release that a press still waits for finds no image any more, and must not keep the next one from repaints.
+void EndClick(Scriptable& page) {
+  ForgetPress(page);
+  TryClearFlag(page.buttonMutex.Get(), &page.buttonHeld);
+}
+
 void StoreFunction(ScriptCall& call, DisplayState::Callback DisplayState::*slot) {
   call.page.*slot =
       std::make_shared<NPJSConverter::NPFuncBridge>(call.page.Instance(), call.page.Host(), call.ScriptObject(0));
@@ -56,8 +62,11 @@ void Init(ScriptCall& call) {
     page.ForgetSession();
     page.displayContext = 0;
   }
-  page.Display().Init(call.Number(0), call.Text(1), &page.displayContext, call.result);
-  if (!Done(call)) return;
+  // The library gets no address that it could keep beyond the page's end.
+  uint32_t displayContext = page.displayContext;
+  page.Display().Init(call.Number(0), call.Text(1), &displayContext, call.result);
+  page.displayContext = displayContext;
+  if (StatusOf(call.result) != kDisplayOk) return;
   page.Page().initialised = true;
   ++page.Page().owedDisplayDeInits;
   ++displayInitCount;
@@ -70,14 +79,16 @@ void EnterDeInit(Scriptable& page, bool /*accepted*/) {
 void DeInit(ScriptCall& call) {
   Scriptable& page = call.page;
   Plugin& plugin = page.Page();
-  if (plugin.owedDisplayDeInits > 0) --plugin.owedDisplayDeInits;
   if (displayInitCount > 1) {
     --displayInitCount;
+    plugin.GaveBack(plugin.owedDisplayDeInits);
   } else if (displayInitCount == 1 && plugin.initialised) {
     // Given back first: the library may let the host run, and with it another initialisation.
     displayInitCount = 0;
     plugin.initialised = false;
+    plugin.GaveBack(plugin.owedDisplayDeInits);
     page.displayActive = 0;
+    EndClick(page);
     page.Display().DeInit(std::exchange(page.displayContext, 0), call.result);
   }
 }
@@ -86,21 +97,28 @@ void EstablishSession(ScriptCall& call) {
   Scriptable& page = call.page;
   const HWND window = page.Page().window;
   if (!window || page.Page().IsDestroyed()) return;
-  page.Display().EstablishSession(window, &page.sessionId, page.displayContext, call.result);
+  uint32_t sessionId = page.sessionId;
+  page.Display().EstablishSession(window, &sessionId, page.displayContext, call.result);
+  page.sessionId = sessionId;
   const int32_t status = StatusOf(call.result);
   if (status != kDisplayOk && status != kSessionStands) return;
+  if (page.Page().IsDestroyed()) {
+    page.Display().CloseSession(sessionId, call.result);
+    return;
+  }
   page.Display().RegisterEvents(page.sessionId, DisplayEventCallback, window, call.result);
-  if (!Done(call)) StorePluginCode(call.result, kDisplayEventsFailed);
+  if (StatusOf(call.result) != kDisplayOk) StorePluginCode(call.result, kDisplayEventsFailed);
 }
 
 void CloseSession(ScriptCall& call) {
   Scriptable& page = call.page;
   if (IsRepainting(page)) return;
-  page.Display().CloseSession(page.sessionId, call.result);
+  // Forgotten first: the library may let the page's script run, which must not find a session that is being closed.
+  const uint32_t sessionId = page.sessionId;
   page.ForgetSession();
   ResetClickState();
-  // The release that the press still waits for finds no image any more, and must not keep the next one from repaints.
-  TryClearFlag(page.buttonMutex.Get(), &page.buttonHeld);
+  EndClick(page);
+  page.Display().CloseSession(sessionId, call.result);
 }
 
 void SendRecv(ScriptCall& call) {
@@ -160,7 +178,8 @@ void ProcessRemoteWysMessage(ScriptCall& call) {
                                         call.Text(0), call.Length(0), call.Text(2), call.Length(2), call.Length(3),
                                         call.Text(3), TextOrNull(domain), call.Text(4), call.Text(6), call.Text(7),
                                         &page.imageWidth, &page.imageHeight, call.result);
-  if (!Done(call)) return;
+  // A library that claimed too long a key was told off with its status standing at 0: no image is there.
+  if (!Done(call) || PluginCodeOf(call.result) != kPluginOk) return;
   page.remoteImagePresent = 1;
   ShowImage(page);
 }

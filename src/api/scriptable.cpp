@@ -37,21 +37,29 @@ Scriptable::~Scriptable() {
   const Plugin::Entry running(*plugin);
   plugin->ScriptableEnded();
   if (plugin->owedDeInits > 0) {
+    plugin->initialised = true;
     ReleaseQuietly([this] { ReleaseAgent(); });
   }
-  if (displayActive == 1) {
-    ReleaseQuietly([this] { EndDisplay(); });
-  }
+  ReleaseQuietly([this] { EndDisplay(); });
   mouseDownCallback.reset();
   mouseUpCallback.reset();
-  if (RemovePluginWindows(plugin)) RemoveDisplayHooks();
+  RemovePluginWindows(plugin);
+  if (!HasPluginWindows()) RemoveDisplayHooks();
 }
 
 void Scriptable::EndDisplay() {
-  JSObject unread;
-  display->RegisterEvents(sessionId, nullptr, nullptr, unread);
-  display->CloseSession(sessionId, unread);
-  display->DeInit(displayContext, unread);
+  ForgetPress(*this);
+  const bool owed = plugin->owedDisplayDeInits > 0;
+  if (displayActive == 1) {
+    JSObject unread;
+    display->RegisterEvents(sessionId, nullptr, nullptr, unread);
+    display->CloseSession(sessionId, unread);
+    display->DeInit(displayContext, unread);
+    if (owed && displayInitCount > 0) --displayInitCount;
+  } else if (owed) {
+    plugin->initialised = true;
+    ReleaseDisplay();
+  }
 }
 
 void Scriptable::Deallocate() {
@@ -110,7 +118,8 @@ void Scriptable::ReleaseAgent() {
 }
 
 void Scriptable::ReleaseDisplay() {
-  static constexpr MethodRow kRelease = Rows::Display("wysDeInit", DisplayMethods::DeInit);
+  static constexpr MethodRow kRelease =
+      Rows::Entering(DisplayMethods::EnterDeInit, Rows::Display("wysDeInit", DisplayMethods::DeInit));
   RunMethod(kRelease, nullptr, 0, nullptr);
 }
 

@@ -66,7 +66,7 @@ class Scriptable : public NPScriptable<Scriptable>, public DisplayState {
   template <size_t... rows>
   void RegisterMethods(std::index_sequence<rows...> all);
   bool GetVersionProperty(NPVariant* result);
-  /// The display ends with the page while an image stands in it.
+  /// The display ends with the page: its session while an image stands in it, else what it owes.
   void EndDisplay();
 
   NPP npp;

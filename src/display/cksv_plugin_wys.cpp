@@ -40,9 +40,9 @@ bool CKSVPluginWYS::Init(int32_t initValue, const char* initText, uint32_t* disp
 
 bool CKSVPluginWYS::DeInit(uint32_t displayContext, JSObject& result) {
   return Run(entries.DeInit, result, [&] {
-    StoreStatus(result, entries.DeInit(displayContext));
     hasImage = false;
-    image.reset();
+    const std::shared_ptr<const ImageDescriptor> untilEnded = std::move(image);
+    StoreStatus(result, entries.DeInit(displayContext));
   });
 }
 

@@ -92,7 +92,7 @@ class CKSVPluginWYS {
   Library library;
   bool hasImage = false;
   DisplayEntries entries;
-  /// The library may go on reading the description of the image that stands.
+  /// The library may go on reading the description of the latest image, until its session has ended.
   std::shared_ptr<const ImageDescriptor> image;
 };
 

@@ -85,16 +85,18 @@ bool CKSVPluginWYS::ksvWYSRemoteWysSession(uint32_t displayContext, uint32_t ses
     const ByteBuffer partC = TokenStore::Take(b64Token, b64TokenLength, domain, tokenFileName);
     const ByteBuffer message = FrameChannelSetup(partA, partB, partC);
 
-    OutputBuffer<uint32_t> streamKey(ByteBuffer::Allocate(kMaxStreamKey), kMaxStreamKey);
+    OutputBuffer<uint32_t> streamKey(kMaxStreamKey, kMaxStreamKey);
     OutputDebugStringA("CKSVPluginWYS::ksvWYSRemoteWysSession calling WYSSendRecv");
     int32_t status = entries.SendRecv(displayContext, sessionId, kChannelSetup, static_cast<uint32_t>(message.size),
                                       message.bytes.get(), streamKey.Length(), streamKey.Bytes(), kChannelSetupFlag);
-    if (StoreStatus(result, status) != kDisplayOk || streamKey.StoredLength() == 0) return;
+    if (StoreStatus(result, status) != kDisplayOk) return;
+    const uint32_t keyLength = streamKey.StoredLength();
+    if (keyLength == 0) return;
 
     OutputDebugStringA(
         "CKSVPluginWYS::ksvWYSRemoteWysSession, ChannelSetupRespBuf && (ChannelSetupRespBufLen > 0) calling "
         "WYSSetStreamKey");
-    status = entries.SetStreamKey(sessionId, streamKey.StoredLength(), streamKey.Bytes());
+    status = entries.SetStreamKey(sessionId, keyLength, streamKey.Bytes());
     if (StoreStatus(result, status) != kDisplayOk) return;
 
     WysPoint point;

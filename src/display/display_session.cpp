@@ -1,4 +1,6 @@
 // Sessions: opening and closing one, its events, its messages, and the input that the user makes in it.
+#include <utility>
+
 #include "display/cksv_plugin_wys.h"
 #include "display/display_operation.h"
 #include "display/wys_point.h"
@@ -8,7 +10,7 @@
 namespace NorvoWebAPI::KSV {
 namespace {
 
-constexpr uint32_t kEventMask = 2;
+constexpr uint32_t kWantedEvents = 2;
 
 }  // namespace
 
@@ -22,14 +24,17 @@ bool CKSVPluginWYS::EstablishSession(HWND window, uint32_t* sessionId, uint32_t 
 }
 
 bool CKSVPluginWYS::RegisterEvents(uint32_t sessionId, DisplayEventEntry callback, void* context, JSObject& result) {
-  return RunCall(entries.RegisterEvents, result, sessionId, &kEventMask, callback, context);
+  return Run(entries.RegisterEvents, result, [&] {
+    uint32_t mask = kWantedEvents;
+    StoreStatus(result, entries.RegisterEvents(sessionId, &mask, callback, context));
+  });
 }
 
 bool CKSVPluginWYS::CloseSession(uint32_t sessionId, JSObject& result) {
   return Run(entries.CloseSession, result, [&] {
-    StoreStatus(result, entries.CloseSession(sessionId));
     hasImage = false;
-    image.reset();
+    const std::shared_ptr<const ImageDescriptor> untilClosed = std::move(image);
+    StoreStatus(result, entries.CloseSession(sessionId));
   });
 }
 
@@ -38,13 +43,14 @@ bool CKSVPluginWYS::SendRecv(uint32_t displayContext, uint32_t sessionId, int32_
   return Run(entries.SendRecv, result, [&] {
     if (textLength != 0 && !b64Text) return;
     const ByteBuffer sent = DecodeOptional(b64Text, textLength);
-    OutputBuffer<uint32_t> received(ByteBuffer::Allocate(capacity), static_cast<uint32_t>(capacity));
+    OutputBuffer<uint32_t> received(capacity, static_cast<uint32_t>(capacity));
     const int32_t status =
         StoreStatus(result, entries.SendRecv(displayContext, sessionId, messageType, static_cast<uint32_t>(sent.size),
                                              sent.bytes.get(), received.Length(), received.Bytes(), flag));
-    if (status == kDisplayOk && received.StoreData(result, "b64WysData")) {
+    if (status != kDisplayOk) return;
+    if (const uint32_t stored = received.StoreData(result, "b64WysData"); stored > 0) {
       // Neither the text's length nor the count of bytes: pages know it by this formula.
-      result["Length"] = JSObject(static_cast<int32_t>(2 * received.StoredLength() + 3));
+      result["Length"] = JSObject(static_cast<int32_t>(2 * stored + 3));
     }
   });
 }
@@ -78,7 +84,7 @@ bool CKSVPluginWYS::SubmitInputAndGetResponse(uint32_t sessionId, uint32_t image
     result[kClientInput] = JSObject("");
     StoreStatus(result, asked);
     if (length == 0) return;
-    OutputBuffer<uint32_t> input(ByteBuffer::Allocate(static_cast<int32_t>(length)), length);
+    OutputBuffer<uint32_t> input(static_cast<int32_t>(length), length);
     const int32_t given = entries.SubmitInputAndGetResponse(sessionId, imageId, input.Length(), input.Bytes());
     if (StoreStatus(result, given) == kDisplayOk) input.StoreData(result, kClientInput);
   });

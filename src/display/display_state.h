@@ -22,8 +22,12 @@ struct DisplayState {
   MutexOwner buttonMutex;
   uint32_t buttonHeld = 0;  ///< The left button is down over the window: no repaints meanwhile.
   MutexOwner repaintMutex;
-  uint32_t repaintBusy = 0;    ///< A hook is inside a repaint: no session is closed meanwhile.
-  uint32_t runningPulses = 0;  ///< Repaint pulses that have not returned, one inside the other.
+  uint32_t repaintBusy = 0;  ///< A hook is inside a repaint: no session is closed meanwhile.
+
+  /// What the hooks do for the page right now, one inside the other.
+  uint32_t runningHooks = 0;
+  uint32_t runningRepaints = 0;
+  uint32_t sentPulses = 0;  ///< Caused by messages sent since the outermost began.
 
   /// The page's functions. A new one replaces the old one whole.
   Callback mouseDownCallback;

@@ -5,7 +5,10 @@ namespace {
 
 template <typename Work>
 bool WithMutex(HANDLE mutex, Work work) {
-  if (!mutex || WaitForSingleObject(mutex, 0) != WAIT_OBJECT_0) return false;
+  if (!mutex) return false;
+  // One that its owner's thread left behind is ours all the same.
+  const DWORD taken = WaitForSingleObject(mutex, 0);
+  if (taken != WAIT_OBJECT_0 && taken != WAIT_ABANDONED) return false;
   work();
   ReleaseMutex(mutex);
   return true;

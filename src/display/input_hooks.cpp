@@ -1,7 +1,7 @@
 #include "display/input_hooks.h"
 
+#include <array>
 #include <atomic>
-#include <mutex>
 #include <utility>
 #include <vector>
 
@@ -17,18 +17,32 @@ namespace {
 std::atomic<HHOOK> mouseHook;
 std::atomic<HHOOK> getMessageHook;
 std::atomic<HHOOK> callWndHook;
-std::vector<HHOOK>& leftHooks = *new std::vector<HHOOK>;  // Of pages before the latest; the browser's thread only.
+std::array<HHOOK, 3> leftHooks{};  // Installed before the latest page began; the browser's thread only.
+
+// As they are taken away.
+std::array<std::atomic<HHOOK>*, 3> HooksInOrder() {
+  return {&getMessageHook, &callWndHook, &mouseHook};
+}
 
 enum ClickState : int32_t { kAwaitsPress = 1, kAwaitsRelease = 2 };
 std::atomic<int32_t> clickState = kAwaitsPress;
+const DisplayState* pressedPage = nullptr;  // Whose release is awaited; only compared.
 
-// A library or a page that answers each pulse with a message to the window would never come to an end.
-constexpr uint32_t kMaxPulses = 16;
+// A library or a page that answers a message with messages to its window would never come to an end: so deep may the
+// hooks lie one inside the other, and so many repaints may one message cause.
+constexpr uint32_t kMaxNesting = 16;
 
 // The page whose window a message is for. Neither half of it ends while a hook works on it.
 class HookedPage {
  public:
-  explicit HookedPage(Plugin& hooked) : plugin(hooked), entered(hooked), called(*hooked.GetScriptable()) {}
+  explicit HookedPage(Plugin& hooked) : plugin(hooked), entered(hooked), called(*hooked.GetScriptable()) {
+    ++scriptable.runningHooks;
+  }
+  HookedPage(const HookedPage&) = delete;
+  HookedPage& operator=(const HookedPage&) = delete;
+  ~HookedPage() {
+    if (--scriptable.runningHooks == 0) scriptable.sentPulses = 0;
+  }
 
   Plugin& plugin;
   Scriptable& scriptable = *plugin.GetScriptable();
@@ -43,6 +57,7 @@ template <typename Work>
 void OnPage(HWND window, Work work) {
   Plugin* const plugin = FindPluginByWindow(window);
   if (!plugin || !plugin->GetScriptable() || plugin->IsDestroyed()) return;
+  if (plugin->GetScriptable()->runningHooks == kMaxNesting) return;
   HookedPage page(*plugin);
   work(page);
 }
@@ -82,13 +97,14 @@ std::vector<JSObject> Position(POINT point) {
 void OnPress(Scriptable& page, POINT point) {
   if (clickState != kAwaitsPress || !page.mouseDownCallback || !page.Display().HasImage()) return;
   clickState = kAwaitsRelease;
+  pressedPage = &page;
   Notify(page.mouseDownCallback, Position(point));
 }
 
 void OnRelease(Scriptable& page, POINT point) {
   if (clickState != kAwaitsRelease || !page.mouseUpCallback || !page.Display().HasImage()) return;
   ++page.buttonUpCount;
-  clickState = kAwaitsPress;
+  ResetClickState();
   Notify(page.mouseUpCallback, Position(point));
 }
 
@@ -103,7 +119,7 @@ LRESULT CALLBACK MouseHookProc(int code, WPARAM message, LPARAM lParam) {
       const auto turnFlag = press ? TrySetFlag : TryClearFlag;
       if (page.buttonMutex && !turnFlag(page.buttonMutex.Get(), &page.buttonHeld)) return;
       POINT point = info.pt;
-      ScreenToClient(hooked.plugin.window, &point);
+      if (!ScreenToClient(hooked.plugin.window, &point)) return;
       // An image without a size still has its corner.
       if (point.x != 0 && point.x >= page.imageWidth) return;
       if (point.y != 0 && point.y >= page.imageHeight) return;
@@ -112,49 +128,33 @@ LRESULT CALLBACK MouseHookProc(int code, WPARAM message, LPARAM lParam) {
   });
 }
 
-// Marks a pulse of a page's. The page may be painted from inside one, and the pulses then lie one inside the other.
-class Pulse {
- public:
-  explicit Pulse(DisplayState& pulsing) : state(pulsing) { ++state.runningPulses; }
-  Pulse(const Pulse&) = delete;
-  Pulse& operator=(const Pulse&) = delete;
-  ~Pulse() { --state.runningPulses; }
-
- private:
-  DisplayState& state;
-};
-
-// Says that a hook is inside a repaint, for as long as the outermost one runs.
+// Says that a hook is inside a repaint, until the outermost one ends.
 class BusyRepaint {
  public:
-  explicit BusyRepaint(DisplayState& painting) : state(painting), before(painting.repaintBusy) {
+  explicit BusyRepaint(DisplayState& painting) : state(painting) {
+    ++state.runningRepaints;
     TrySetFlag(state.repaintMutex.Get(), &state.repaintBusy);
   }
   BusyRepaint(const BusyRepaint&) = delete;
   BusyRepaint& operator=(const BusyRepaint&) = delete;
   ~BusyRepaint() {
-    if (before == 0) TryClearFlag(state.repaintMutex.Get(), &state.repaintBusy);
+    if (--state.runningRepaints == 0) TryClearFlag(state.repaintMutex.Get(), &state.repaintBusy);
   }
 
  private:
   DisplayState& state;
-  uint32_t before;
 };
 
-void PulseRepaint(HWND window) {
-  OnActivePage(window, [](HookedPage& hooked) {
-    Scriptable& page = hooked.scriptable;
-    if (page.runningPulses == kMaxPulses) return;
-    const Pulse pulse(page);
-    if (page.repaintImageCallback) {
-      Notify(page.repaintImageCallback, {});
-      return;
-    }
-    if (page.buttonMutex && !FlagIsClear(page.buttonMutex.Get(), page.buttonHeld)) return;
-    const BusyRepaint busy(page);
-    JSObject scratch;
-    page.Display().RepaintImage(page.sessionId, page.imageId, scratch);
-  });
+void PulseRepaint(HookedPage& hooked) {
+  Scriptable& page = hooked.scriptable;
+  if (page.repaintImageCallback) {
+    Notify(page.repaintImageCallback, {});
+    return;
+  }
+  if (page.buttonMutex && !FlagIsClear(page.buttonMutex.Get(), page.buttonHeld)) return;
+  const BusyRepaint busy(page);
+  JSObject scratch;
+  page.Display().RepaintImage(page.sessionId, page.imageId, scratch);
 }
 
 void TellDisplayEvent(HWND window) {
@@ -169,9 +169,10 @@ void TellDisplayEvent(HWND window) {
 LRESULT CALLBACK GetMessageHookProc(int code, WPARAM wParam, LPARAM lParam) {
   return Observe(getMessageHook, code, wParam, lParam, [&] {
     const auto& message = *reinterpret_cast<const MSG*>(lParam);
+    if (!message.hwnd) return;
     if (message.message != WM_DISPLAY_EVENT) {
-      if (message.hwnd) PulseRepaint(message.hwnd);
-    } else if (wParam == PM_REMOVE) {
+      OnActivePage(message.hwnd, PulseRepaint);
+    } else if ((wParam & PM_REMOVE) != 0) {
       // One event, however often the host looks before it takes the message from the queue.
       TellDisplayEvent(message.hwnd);
     }
@@ -181,7 +182,10 @@ LRESULT CALLBACK GetMessageHookProc(int code, WPARAM wParam, LPARAM lParam) {
 LRESULT CALLBACK CallWndHookProc(int code, WPARAM wParam, LPARAM lParam) {
   return Observe(callWndHook, code, wParam, lParam, [&] {
     const HWND window = reinterpret_cast<const CWPSTRUCT*>(lParam)->hwnd;
-    if (window) PulseRepaint(window);
+    if (!window) return;
+    OnActivePage(window, [](HookedPage& hooked) {
+      if (hooked.scriptable.sentPulses++ < kMaxNesting) PulseRepaint(hooked);
+    });
   });
 }
 
@@ -208,18 +212,26 @@ void InstallDisplayHooks() {
 }
 
 void LeaveDisplayHooks() {
-  for (std::atomic<HHOOK>* const hook : {&getMessageHook, &callWndHook, &mouseHook}) {
-    if (const HHOOK installed = hook->exchange(nullptr)) leftHooks.push_back(installed);
+  // A set that was left before is gone: installing this one took it away.
+  for (size_t i = 0; i < leftHooks.size(); ++i) {
+    if (const HHOOK installed = HooksInOrder()[i]->exchange(nullptr)) leftHooks[i] = installed;
   }
 }
 
 void RemoveDisplayHooks() {
   LeaveDisplayHooks();
-  for (const HHOOK hook : std::exchange(leftHooks, {})) UnhookWindowsHookEx(hook);
+  for (HHOOK& hook : leftHooks) {
+    if (hook) UnhookWindowsHookEx(std::exchange(hook, nullptr));
+  }
 }
 
 void ResetClickState() {
   clickState = kAwaitsPress;
+  pressedPage = nullptr;
+}
+
+void ForgetPress(const DisplayState& page) {
+  if (pressedPage == &page) ResetClickState();
 }
 
 }  // namespace NorvoWebAPI::KSV

@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "display/display_entries.h"
+#include "display/display_state.h"
 #include "platform/win32.h"
 
 namespace NorvoWebAPI::KSV {
@@ -22,7 +23,8 @@ void InstallDisplayHooks();
 void RemoveDisplayHooks();
 /// A new page begins: the hooks that are there go on, and are taken away with the next ones.
 void LeaveDisplayHooks();
-/// No press waits for its release any more.
+/// No press waits for its release any more; or none of this page's does.
 void ResetClickState();
+void ForgetPress(const DisplayState& page);
 
 }  // namespace NorvoWebAPI::KSV

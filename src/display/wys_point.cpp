@@ -3,9 +3,20 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
 #include <string_view>
 
 namespace NorvoWebAPI::KSV {
+namespace {
+
+// A number beyond 32 bits ends where the 32-bit system's do, on every system.
+uint16_t ReadNumber(const char* text) {
+  constexpr long kLowest = std::numeric_limits<int32_t>::min();
+  constexpr long kHighest = std::numeric_limits<int32_t>::max();
+  return static_cast<uint16_t>(std::clamp(std::strtol(text, nullptr, 10), kLowest, kHighest));
+}
+
+}  // namespace
 
 bool ParsePoint(const char* text, WysPoint* out) {
   if (!text) return false;
@@ -16,8 +27,8 @@ bool ParsePoint(const char* text, WysPoint* out) {
   const auto separators = std::ranges::count_if(
       std::string_view(text), [&](char character) { return kSeparators.find(character) != std::string_view::npos; });
   if (separators > 3) return false;
-  out->x = static_cast<uint16_t>(std::strtol(brace + 1, nullptr, 10));
-  out->y = static_cast<uint16_t>(std::strtol(comma + 1, nullptr, 10));
+  out->x = ReadNumber(brace + 1);
+  out->y = ReadNumber(comma + 1);
   return true;
 }
 

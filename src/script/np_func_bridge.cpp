@@ -3,6 +3,7 @@
 #include "script/errors.h"
 #include "script/host_values.h"
 #include "script/instance_watch.h"
+#include "script/np_scriptable.h"
 #include "script/variant_conversion.h"
 
 namespace NorvoWebAPI::NPJSConverter {
@@ -33,6 +34,8 @@ class ArgumentList {
 NPFuncBridge::NPFuncBridge(NPP instance, const NPNetscapeFuncs* funcs, NPObject* called)
     : npp(instance), npnFuncs(funcs), object(called) {
   if (!npnFuncs || !object) throw BadTypeid();
+  // None of ours is a function, and one may end before the bridge does: the host ends them whoever refers to them.
+  if (IsOwnObject(object)) throw BadTypeid();
   npnFuncs->retainobject(object);
   function = JSObject(CallEntry, this);
 }

@@ -12,7 +12,7 @@ namespace NorvoWebAPI::NPJSConverter {
 /// the slot that it came from. The browser's thread only.
 class NPFuncBridge : public std::enable_shared_from_this<NPFuncBridge> {
  public:
-  /// Throws `std::bad_typeid` without a table or an object.
+  /// Throws `std::bad_typeid` without a table or an object, and for an object of this module's own.
   NPFuncBridge(NPP npp, const NPNetscapeFuncs* npnFuncs, NPObject* object);
   NPFuncBridge(const NPFuncBridge&) = delete;
   NPFuncBridge& operator=(const NPFuncBridge&) = delete;

@@ -118,6 +118,10 @@ ScriptClass MakeScriptClass() {
           nullptr};
 }
 
+bool IsOwnObject(const NPObject* object) {
+  return object->_class && object->_class->allocate == Allocate;
+}
+
 NPObject* CreateScriptObject(NPP npp, const NPNetscapeFuncs* npnFuncs, ScriptClass& scriptClass, ScriptDispatch& native,
                              bool* adopted) {
   // Undone on every way out: a host may throw, and one that failed before it asked for the record has taken nothing.

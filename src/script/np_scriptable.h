@@ -67,6 +67,9 @@ struct ScriptClass {
 /// A class table whose twelve entries lead to `ScriptDispatch`.
 ScriptClass MakeScriptClass();
 
+/// Whether an object of the host's stands for one of this module's own.
+bool IsOwnObject(const NPObject* object);
+
 /// Makes the host's object for `native`, with one reference. Null when the host refuses; then `native` is still the
 /// caller's if `*adopted` is false.
 NPObject* CreateScriptObject(NPP npp, const NPNetscapeFuncs* npnFuncs, ScriptClass& scriptClass, ScriptDispatch& native,

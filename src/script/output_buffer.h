@@ -1,45 +1,58 @@
 #pragma once
 
 #include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+#include <new>
 #include <stdexcept>
-#include <utility>
 
 #include "foundation/base64.h"
-#include "foundation/byte_buffer.h"
 #include "script/js_object.h"
 
 namespace NorvoWebAPI {
 
 /// A buffer that a library fills: it is told a length as the room, and gives back in its place how much it stored, or
-/// requires. `Count` is the type of that length.
+/// requires. `Count` is the type of that length. The bytes start as zeros: a library that claims what it never wrote
+/// must not hand the page what lay there before.
 template <typename Count>
 class OutputBuffer {
  public:
-  OutputBuffer(ByteBuffer roomGiven, Count lengthTold)
-      : buffer(std::move(roomGiven)), given(lengthTold), length(lengthTold) {
-    // A library that claims what it never wrote must not hand the page what lay there before.
-    if (buffer.bytes) std::fill_n(buffer.bytes.get(), given, uint8_t{0});
+  /// Room for `allocated` bytes, which comes from a page as a signed number; a negative one is a size that no memory
+  /// can hold. Throws `std::bad_alloc`.
+  OutputBuffer(int32_t allocated, Count lengthTold) : OutputBuffer(lengthTold) {
+    // The system's own zeros: a large room costs no memory until it is written.
+    if (allocated >= 0) bytes.reset(static_cast<uint8_t*>(std::calloc(std::max(allocated, 1), 1)));
+    if (!bytes) throw std::bad_alloc();
   }
+  /// No room at all.
+  explicit OutputBuffer(Count lengthTold) : given(lengthTold), length(lengthTold) {}
 
   Count* Length() { return &length; }
-  uint8_t* Bytes() { return buffer.bytes.get(); }
+  uint8_t* Bytes() { return bytes.get(); }
 
-  /// The number of bytes that the library left to be read. Throws when it claims more than it had room for.
+  /// The number of bytes that the library left to be read. Throws when it claims more than it had room for. To be asked
+  /// once: a library that kept the pointer may still be writing.
   [[nodiscard]] Count StoredLength() const {
-    if (!buffer.bytes) return 0;
-    if (length > given) throw std::runtime_error("The library claims more bytes than it was given room for");
-    return length;
+    const Count stored = length;
+    if (!bytes) return 0;
+    if (stored > given) throw std::runtime_error("The library claims more bytes than it was given room for");
+    return stored;
   }
 
-  /// Stores the library's bytes as Base64, if there are any. True when it did.
-  bool StoreData(JSObject& result, const char* key) const {
-    if (StoredLength() == 0) return false;
-    result[key] = JSObject(EncodeBase64(buffer.bytes.get(), length));
-    return true;
+  /// Stores the library's bytes as Base64, if there are any, and gives their number.
+  Count StoreData(JSObject& result, const char* key) const {
+    const Count stored = StoredLength();
+    if (stored > 0) result[key] = JSObject(EncodeBase64(bytes.get(), stored));
+    return stored;
   }
 
  private:
-  ByteBuffer buffer;
+  struct Free {
+    void operator()(uint8_t* memory) const { std::free(memory); }
+  };
+
+  std::unique_ptr<uint8_t, Free> bytes;
   Count given;
 
  protected:

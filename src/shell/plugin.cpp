@@ -2,6 +2,7 @@
 
 #include <mutex>
 #include <unordered_set>
+#include <utility>
 
 #include "api/scriptable.h"
 #include "display/input_hooks.h"
@@ -52,7 +53,7 @@ Plugin::Plugin(NPP instance, const NPNetscapeFuncs* funcs) : NPPlugin(instance, 
 Plugin::~Plugin() {
   EventTemplate::ForgetPlugin(this);
   LeaveLive(this);
-  if (RemovePluginWindows(this)) RemoveDisplayHooks();
+  if (RemovePluginWindows(this) > 0 && !HasPluginWindows()) RemoveDisplayHooks();
 }
 
 Plugin* Plugin::Of(NPP instance) {
@@ -80,13 +81,11 @@ NPError Plugin::Destroy(NPSavedData** /*saved*/) {
 // One initialisation of each library is given back for a page that goes away, whichever page made it.
 void Plugin::ReleaseLibraries() {
   const ScriptDispatch::Call calling(*scriptable);
-  owedDeInits = 0;
+  // The flag is one for both libraries: the release of either may have cleared it under the other.
+  if (std::exchange(owedDeInits, 0) > 0) initialised = true;
   if (agentInitCount != 0) scriptable->ReleaseAgent();
-  if (displayInitCount == 0) return;
-  // The flag is one for both libraries, and the agent's release may have cleared it.
-  if (owedDisplayDeInits > 0) initialised = true;
-  owedDisplayDeInits = 0;
-  scriptable->ReleaseDisplay();
+  if (std::exchange(owedDisplayDeInits, 0) > 0) initialised = true;
+  if (displayInitCount != 0) scriptable->ReleaseDisplay();
 }
 
 NPError Plugin::SetWindow(NPWindow* npWindow) {

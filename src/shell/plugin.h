@@ -68,7 +68,9 @@ class Plugin : public NPPlugin<Plugin, Scriptable> {
   bool initialised = false;         ///< A successful `zubInit` or `wysInit` of this page stands.
   uint32_t owedDeInits = 0;         ///< Successful `zubInit` calls that this page has not given back.
   uint32_t owedDisplayDeInits = 0;  ///< The same of `wysInit`.
-  uint32_t agentMajorVersion = 0;   ///< One byte; 0 until the host agent has told it.
+  /// A page may give back what another owes.
+  static void GaveBack(uint32_t& owed) { owed -= owed > 0 ? 1 : 0; }
+  uint32_t agentMajorVersion = 0;  ///< One byte; 0 until the host agent has told it.
   InstanceMap instanceMap;
 
  private:

@@ -6,9 +6,14 @@
 namespace NorvoWebAPI::KSV {
 namespace {
 
+struct WindowEntry {
+  Plugin* plugin;
+  DWORD thread;
+};
+
 struct Windows {
   std::mutex mutex;
-  std::unordered_map<HWND, Plugin*> plugins;
+  std::unordered_map<HWND, WindowEntry> entries;
 };
 
 // Never ended: a late object or another thread's hook may still look.
@@ -18,19 +23,24 @@ Windows& pluginWindows = *new Windows;
 
 void EnterPluginWindow(HWND window, Plugin* plugin) {
   const std::lock_guard lock(pluginWindows.mutex);
-  pluginWindows.plugins[window] = plugin;
+  pluginWindows.entries.insert_or_assign(window, WindowEntry{plugin, GetCurrentThreadId()});
 }
 
 Plugin* FindPluginByWindow(HWND window) {
   const std::lock_guard lock(pluginWindows.mutex);
-  const auto found = pluginWindows.plugins.find(window);
-  return found == pluginWindows.plugins.end() ? nullptr : found->second;
+  const auto found = pluginWindows.entries.find(window);
+  if (found == pluginWindows.entries.end() || found->second.thread != GetCurrentThreadId()) return nullptr;
+  return found->second.plugin;
 }
 
-bool RemovePluginWindows(const Plugin* plugin) {
+size_t RemovePluginWindows(const Plugin* plugin) {
   const std::lock_guard lock(pluginWindows.mutex);
-  std::erase_if(pluginWindows.plugins, [plugin](const auto& entry) { return entry.second == plugin; });
-  return pluginWindows.plugins.empty();
+  return std::erase_if(pluginWindows.entries, [plugin](const auto& entry) { return entry.second.plugin == plugin; });
+}
+
+bool HasPluginWindows() {
+  const std::lock_guard lock(pluginWindows.mutex);
+  return !pluginWindows.entries.empty();
 }
 
 }  // namespace NorvoWebAPI::KSV

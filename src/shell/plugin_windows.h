@@ -1,6 +1,7 @@
-/// `pluginWindows`: which page is in which window. The window hooks ask on whatever thread they run; what they find is
-/// used on the window's own thread alone.
+/// `pluginWindows`: which page is in which window. Window hooks ask on whatever thread they run.
 #pragma once
+
+#include <cstddef>
 
 #include "platform/win32.h"
 
@@ -8,11 +9,14 @@ namespace NorvoWebAPI::KSV {
 
 class Plugin;
 
-/// A later page replaces an earlier one. An entry under a window that a page has left stays until the page ends.
+/// On the page's thread. A later page replaces an earlier one. An entry under a window that a page has left stays until
+/// the page ends.
 void EnterPluginWindow(HWND window, Plugin* plugin);
-/// Null for a window of no page.
+/// Null for a window of no page, and on any other thread than the page's: a handle may be another window's by now.
 Plugin* FindPluginByWindow(HWND window);
-/// Takes away all windows of a page that ends. True when no page has a window any more.
-bool RemovePluginWindows(const Plugin* plugin);
+/// Takes away all windows of a page that ends, and gives their number.
+size_t RemovePluginWindows(const Plugin* plugin);
+/// Whether any page has a window.
+bool HasPluginWindows();
 
 }  // namespace NorvoWebAPI::KSV
