@@ -61,7 +61,7 @@ inline constexpr std::string_view kCallNames[] = {
     "GetFullPathNameA", "GetModuleHandleA",    "GetModuleHandleEx",   "GetProcAddress",      "GetTempFileNameA",
     "IsWow64Process",   "LoadLibraryW",        "MsiGetPropertyA",     "MultiByteToWideChar", "PostMessageA",
     "RegCreateKeyEx",   "RegDeleteKeyA",       "RegEnumKeyExA",       "RegOpenKeyEx",        "RegQueryInfoKeyA",
-    "RegQueryValueExW", "RegSetValueEx",       "ReleaseMutex",        "ScreenToClient",      "SetWindowsHookExA",
+    "RegQueryValueEx",  "RegSetValueEx",       "ReleaseMutex",        "ScreenToClient",      "SetWindowsHookExA",
     "SysAllocString",   "WaitForSingleObject", "WideCharToMultiByte", "_dupenv_s",           "wcstombs_s",
 };
 

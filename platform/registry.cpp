@@ -102,6 +102,30 @@ LSTATUS SetValue(HKEY handle, const std::string& name, RegistryValue value) {
   });
 }
 
+bool IsText(DWORD type) {
+  return type == REG_SZ || type == REG_EXPAND_SZ || type == REG_MULTI_SZ;
+}
+
+// `present` brings the value into the form that the caller reads.
+template <class Present>
+LSTATUS QueryValue(HKEY handle, const std::string& name, DWORD* type, BYTE* data, DWORD* size, Present present) {
+  if (data != nullptr && size == nullptr) return ERROR_INVALID_PARAMETER;
+  return WithKey(handle, [&](RegistryStore&, Json& key) -> LSTATUS {
+    const Json* member = RegistryStore::FindValue(key, name);
+    auto value = member == nullptr ? std::nullopt : RegistryStore::Decode(*member);
+    if (!value) return ERROR_FILE_NOT_FOUND;
+    present(*value);
+    if (type != nullptr) *type = value->type;
+    if (size == nullptr) return ERROR_SUCCESS;
+    const DWORD capacity = *size;
+    *size = static_cast<DWORD>(value->data.size());
+    if (data == nullptr) return ERROR_SUCCESS;
+    if (value->data.size() > capacity) return ERROR_MORE_DATA;
+    if (!value->data.empty()) std::memcpy(data, value->data.data(), value->data.size());
+    return ERROR_SUCCESS;
+  });
+}
+
 std::string NarrowName(LPCWSTR name) {
   return name == nullptr ? std::string() : platform::Narrow(name);
 }
@@ -134,30 +158,28 @@ LSTATUS RegCloseKey(HKEY key) {
   return OpenKeys().Remove(key) ? ERROR_SUCCESS : ERROR_INVALID_HANDLE;
 }
 
-LSTATUS RegQueryValueExW(HKEY handle, LPCWSTR name, DWORD*, DWORD* type, BYTE* data, DWORD* size) {
-  return Guarded("RegQueryValueExW", [&]() -> LSTATUS {
-    if (data != nullptr && size == nullptr) return ERROR_INVALID_PARAMETER;
-    return WithKey(handle, [&](RegistryStore&, Json& key) -> LSTATUS {
-      const Json* member = RegistryStore::FindValue(key, NarrowName(name));
-      const auto value = member == nullptr ? std::nullopt : RegistryStore::Decode(*member);
-      if (!value) return ERROR_FILE_NOT_FOUND;
-      if (type != nullptr) *type = value->type;
-      if (size == nullptr) return ERROR_SUCCESS;
-      const DWORD capacity = *size;
-      *size = static_cast<DWORD>(value->data.size());
-      if (data == nullptr) return ERROR_SUCCESS;
-      if (value->data.size() > capacity) return ERROR_MORE_DATA;
-      if (!value->data.empty()) std::memcpy(data, value->data.data(), value->data.size());
-      return ERROR_SUCCESS;
+LSTATUS RegQueryValueExA(HKEY key, LPCSTR name, DWORD*, DWORD* type, BYTE* data, DWORD* size) {
+  return Guarded("RegQueryValueEx", [&] {
+    return QueryValue(key, NarrowName(name), type, data, size, [](RegistryValue& value) {
+      if (!IsText(value.type)) return;
+      std::u16string wide(value.data.size() / sizeof(WCHAR), u'\0');
+      if (!wide.empty()) std::memcpy(wide.data(), value.data.data(), wide.size() * sizeof(WCHAR));
+      const std::string narrow = platform::Narrow(wide);
+      value.data.assign(narrow.begin(), narrow.end());
     });
   });
+}
+
+LSTATUS RegQueryValueExW(HKEY key, LPCWSTR name, DWORD*, DWORD* type, BYTE* data, DWORD* size) {
+  return Guarded("RegQueryValueEx",
+                 [&] { return QueryValue(key, NarrowName(name), type, data, size, [](RegistryValue&) {}); });
 }
 
 LSTATUS RegSetValueExA(HKEY key, LPCSTR name, DWORD, DWORD type, const BYTE* data, DWORD size) {
   return Guarded("RegSetValueEx", [&]() -> LSTATUS {
     if (data == nullptr && size != 0) return ERROR_INVALID_PARAMETER;
     RegistryValue value{type, std::vector<BYTE>(data, data + size)};
-    if (type == REG_SZ || type == REG_EXPAND_SZ || type == REG_MULTI_SZ) {
+    if (IsText(type)) {
       const std::u16string wide = platform::Widen({reinterpret_cast<const char*>(data), size});
       value.data.resize(wide.size() * sizeof(WCHAR));
       if (!wide.empty()) std::memcpy(value.data.data(), wide.data(), value.data.size());

@@ -1,17 +1,22 @@
 /// What the plug-in calls itself.
 #pragma once
 
+#include "foundation/product_texts.h"
+
 namespace NorvoWebAPI::KSV {
 
-inline constexpr char kShortName[] = "ksv";
-inline constexpr char kDescription[] = "Norvo KSV WebApi plugin";
+inline constexpr char kShortName[] = KSV_SHORT_NAME;
+inline constexpr char kDescription[] = KSV_DESCRIPTION;
+inline constexpr char kVendor[] = KSV_VENDOR;
 /// The version that script reads, the log tells and the registration writes.
-inline constexpr char kVersion[] = "5.0.5";
+inline constexpr char kVersion[] = KSV_VERSION;
+/// A MIME type of the plug-in is this, the short name, "-" and a version.
+inline constexpr char kMimeTypeStem[] = KSV_MIME_TYPE_STEM;
 /// The MIME types that the module answers for, as X11 browsers read them: type, file endings, description, with the
 /// version of the module's resources and that of the registration.
 inline constexpr char kMimeDescription[] =
-    "application/x-vnd-norvo-webapi-ksv-5.0.9::Norvo KSV WebApi plugin;"
-    "application/x-vnd-norvo-webapi-ksv-5.0.5::Norvo KSV WebApi plugin";
+    KSV_MIME_TYPE_STEM KSV_SHORT_NAME "-" KSV_FILE_VERSION "::" KSV_DESCRIPTION ";" KSV_MIME_TYPE_STEM KSV_SHORT_NAME
+                                      "-" KSV_VERSION "::" KSV_DESCRIPTION;
 /// The platform that this build serves; names the updater's time file.
 inline constexpr char kPlatformTag[] = "win32-npapi";
 

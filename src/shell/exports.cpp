@@ -1,9 +1,25 @@
 #include "shell/exports.h"
 
 #include "foundation/product.h"
+#include "registration/registration.h"
 #include "shell/np_entries.h"
 
 using namespace NorvoWebAPI::KSV;
+
+namespace {
+
+// What the installer is told: nothing of what fails in there may end its process.
+template <typename Work>
+UINT Succeeds(Work work) {
+  try {
+    work();
+    return 0;
+  } catch (...) {
+    return 1;
+  }
+}
+
+}  // namespace
 
 KSV_EXPORT(NPError) NP_GetEntryPoints(NPPluginFuncs* pFuncs) {
   return CopyPluginFuncs(pFuncs);
@@ -53,4 +69,22 @@ KSV_EXPORT(NPError) NP_SetWindow(NPP instance, NPWindow* window) {
 
 KSV_EXPORT(int16_t) NP_HandleEvent(NPP instance, void* event) {
   return PluginFuncs().event(instance, event);
+}
+
+KSV_EXPORT(UINT) RegisterNPAPIPlugin(MSIHANDLE installation) {
+  return Succeeds([&] { Registration::RegisterModule(Registration::ReadInstallerFolder(installation)); });
+}
+
+KSV_EXPORT(UINT) RegisterNPAPIPluginWithPath(const char* folder) {
+  return folder ? Succeeds([&] { Registration::RegisterModule(folder); }) : 1;
+}
+
+KSV_EXPORT(UINT) UnregisterNPAPIPlugin(MSIHANDLE /*installation*/) {
+  return UnregisterNPAPIPluginNoParam();
+}
+
+// An uninstallation goes on without it.
+KSV_EXPORT(UINT) UnregisterNPAPIPluginNoParam() {
+  Succeeds([] { Registration::UnregisterModule(); });
+  return 0;
 }

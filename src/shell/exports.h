@@ -2,6 +2,7 @@
 #pragma once
 
 #include "npapi/npfunctions.h"
+#include "platform/win32.h"
 
 #ifdef _WIN32
 #define KSV_EXPORT(type) type __stdcall
@@ -23,5 +24,12 @@ KSV_EXPORT(NPError) NP_GetValue(void* future, NPPVariable variable, void* value)
 KSV_EXPORT(NPError) NP_Shutdown();
 KSV_EXPORT(NPError) NP_SetWindow(NPP instance, NPWindow* window);
 KSV_EXPORT(int16_t) NP_HandleEvent(NPP instance, void* event);
+
+/// For the installer's process. The first two give 0, or 1 when browsers can't be told where the module lies; the
+/// folder is a deferred custom action's data, or given, and ends in a backslash. The last two give 0 always.
+KSV_EXPORT(UINT) RegisterNPAPIPlugin(MSIHANDLE installation);
+KSV_EXPORT(UINT) RegisterNPAPIPluginWithPath(const char* folder);
+KSV_EXPORT(UINT) UnregisterNPAPIPlugin(MSIHANDLE installation);
+KSV_EXPORT(UINT) UnregisterNPAPIPluginNoParam();
 
 }  // extern "C"

@@ -1,0 +1,16 @@
+/// The product's names and numbers as macros, for the resource compiler, which reads nothing else. Code takes them from
+/// product.h.
+#pragma once
+
+#define KSV_SHORT_NAME "ksv"
+#define KSV_DESCRIPTION "Norvo KSV WebApi plugin"
+#define KSV_VENDOR "Norvo"
+#define KSV_MODULE_NAME "npNorvoWebAPIKSV"
+#define KSV_MIME_TYPE_STEM "application/x-vnd-norvo-webapi-"
+
+// The file moves on with each build that is given out; pages and the registry know the version before.
+#define KSV_VERSION "5.0.5"
+#define KSV_FILE_VERSION "5.0.9"
+#define KSV_FILE_VERSION_FOUR KSV_FILE_VERSION ".0"
+#define KSV_FILE_VERSION_NUMBERS 5, 0, 9, 0
+#define KSV_INTERNAL_NAME "npNorvoWebAPIksv-5-0"
