@@ -8,6 +8,7 @@
 
 #include "api/agent_methods.h"
 #include "api/display_methods.h"
+#include "api/platform_methods.h"
 #include "api/script_call.h"
 
 namespace NorvoWebAPI::KSV {
@@ -108,6 +109,8 @@ constexpr MethodRow Entering(void (*entered)(Scriptable&, bool), MethodRow row) 
 }
 
 inline constexpr auto kMethods = std::to_array<MethodRow>({
+    Method("getPlatformInfo", PlatformMethods::GetPlatformInfo),
+    Heedless("isUpdaterPromptRequired", PlatformMethods::IsUpdaterPromptRequired),
     Method("zubInit", AgentMethods::Init),
     Method("zubDeInit", AgentMethods::DeInit),
     Method("zubStartProvisioning", AgentMethods::StartProvisioning, Text("name")),

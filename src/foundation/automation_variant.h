@@ -1,0 +1,28 @@
+/// Values that the system's services give (Windows).
+#pragma once
+
+#include <string>
+
+#include "platform/win32.h"
+
+namespace NorvoWebAPI {
+
+/// A variant that is cleared at the end, with whatever it then holds.
+class OwnedVariant {
+ public:
+  OwnedVariant() { VariantInit(&value); }
+  ~OwnedVariant() { VariantClear(&value); }
+  OwnedVariant(const OwnedVariant&) = delete;
+  OwnedVariant& operator=(const OwnedVariant&) = delete;
+
+  VARIANT& Get() { return value; }
+
+ private:
+  VARIANT value;
+};
+
+/// Text of any variant, in the ANSI code page. Throws `_com_error` for one that can't become text, such as a null value
+/// or an array.
+std::string NarrowFromVariant(VARIANT& value);
+
+}  // namespace NorvoWebAPI
