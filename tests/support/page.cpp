@@ -32,6 +32,10 @@ constexpr const char* kShownKeys[] = {
     "Length",
     "status",
     "ButtonUpCount",
+    "manufacturer",
+    "model",
+    "serialNumber",
+    "promptRequired",
 };
 
 }  // namespace
@@ -76,6 +80,7 @@ std::string Result::Show() const {
   const Value value = Get();
   if (std::holds_alternative<std::nullptr_t>(value)) return "null";
   if (const auto* number = std::get_if<int32_t>(&value)) return std::to_string(*number);
+  if (const auto* flag = std::get_if<bool>(&value)) return *flag ? "true" : "false";
   if (const auto* text = std::get_if<std::string>(&value)) {
     std::string line = *text;
     std::erase(line, '\n');

@@ -1,0 +1,76 @@
+// What a page is told of the machine and of the updater's question, on every system.
+#include <gmock/gmock.h>
+
+#include <cstdio>
+#include <cstdlib>
+
+#include "tests/support/agent_fixture.h"
+
+using namespace support;
+
+class PlatformInfoTest : public AgentTest {};
+
+TEST_F(PlatformInfoTest, IdentityTakesNoArguments) {
+  for (const size_t count : {1, 5000}) {
+    EXPECT_EQ(page.Call("getPlatformInfo", std::vector<Value>(count, "x")).Show(), "pluginRetCode=12");
+  }
+}
+
+TEST_F(PlatformInfoTest, IdentityIsWholeOrNotThere) {
+  const Result first = page.Call("getPlatformInfo");
+  const std::string shown = first.Show();
+  if (first.Int("pluginRetCode") != 0) {
+    EXPECT_EQ(shown, "pluginRetCode=13 fnRetCode=0");
+  } else {
+    EXPECT_TRUE(first.Has("manufacturer") && first.Has("model") && first.Has("serialNumber")) << shown;
+    EXPECT_EQ(first.Int("fnRetCode"), 0);
+  }
+  EXPECT_EQ(page.Call("getPlatformInfo").Show(), shown) << "asked again";
+  EXPECT_EQ(agent.TakeCalls(true), Calls{});
+}
+
+TEST_F(PlatformInfoTest, ThePromptIsDueUntilTheFileIsThere) {
+  const std::string file = "updater/update_optin_time";
+  const auto shows = [this](const std::vector<Value>& arguments = {}) {
+    return page.Call("isUpdaterPromptRequired", arguments).Show();
+  };
+  const std::string due = "pluginRetCode=0 fnRetCode=0 promptRequired=true";
+  const std::string notDue = "pluginRetCode=0 fnRetCode=0 promptRequired=false";
+  EXPECT_EQ(shows(), due) << "no folder";
+  environment.Write("updater/other", "");
+  EXPECT_EQ(shows(), due) << "no file";
+  environment.Write(file, "");
+  EXPECT_EQ(shows(), notDue);
+  EXPECT_EQ(shows({1, "x", nullptr}), notDue);
+  environment.Write(file, std::string(100, '\0'));
+  EXPECT_EQ(shows(std::vector<Value>(5000, "x")), notDue);
+  std::filesystem::remove(environment.Path(file));
+  std::filesystem::create_directories(environment.Path(file + "/inner"));
+  EXPECT_EQ(shows(), due) << "a folder of that name";
+  EXPECT_EQ(agent.TakeCalls(true), Calls{});
+}
+
+// The base path is kept for the life of a process, so each form of the variable is read by one of its own.
+TEST(PlatformInfoDeathTest, TheProfileMayBeInDisorder) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  const auto child = [](const char* appData) {
+    const platform::ScopedVariable variable("AppData", appData);
+    TestHost host;
+    const Page page(host);
+    std::fprintf(stderr, "%s|", page.Call("isUpdaterPromptRequired").Show().c_str());
+    std::exit(0);
+  };
+  const std::string unknown = "pluginRetCode=13 promptRequired=false|";
+  const std::string due = "pluginRetCode=0 fnRetCode=0 promptRequired=true|";
+  const std::string longPath = "\\" + std::string(20'000, 'x');
+  const std::pair<const char*, std::string> rows[] = {{nullptr, unknown},
+                                                      {"", unknown},
+                                                      {"\\no\\such\\folder\\Roaming", due},
+                                                      {"<|>?*", due},
+                                                      {"..\\..\\..\\..\\..\\..\\..\\..\\..", due},
+                                                      {longPath.c_str(), due}};
+  for (const auto& [appData, answer] : rows) {
+    EXPECT_EXIT(child(appData), testing::ExitedWithCode(0), testing::HasSubstr(answer))
+        << (appData ? appData : "unset");
+  }
+}
