@@ -63,14 +63,17 @@ TEST(PlatformInfoDeathTest, TheProfileMayBeInDisorder) {
   const std::string unknown = "pluginRetCode=13 promptRequired=false|";
   const std::string due = "pluginRetCode=0 fnRetCode=0 promptRequired=true|";
   const std::string longPath = "\\" + std::string(20'000, 'x');
-  const std::pair<const char*, std::string> rows[] = {{nullptr, unknown},
-                                                      {"", unknown},
-                                                      {"\\no\\such\\folder\\Roaming", due},
-                                                      {"<|>?*", due},
-                                                      {"..\\..\\..\\..\\..\\..\\..\\..\\..", due},
-                                                      {longPath.c_str(), due}};
+  using testing::HasSubstr;
+  const std::pair<const char*, testing::Matcher<const std::string&>> rows[] = {
+      {nullptr, HasSubstr(unknown)},
+      {"", HasSubstr(unknown)},
+      {"\\no\\such\\folder\\Roaming", HasSubstr(due)},
+      {"<|>?*", HasSubstr(due)},
+      {"..\\..\\..\\..\\..\\..\\..\\..\\..", HasSubstr(due)},
+      // Some systems make no full path of so long a one.
+      {longPath.c_str(), testing::AnyOf(HasSubstr(due), HasSubstr(unknown))},
+  };
   for (const auto& [appData, answer] : rows) {
-    EXPECT_EXIT(child(appData), testing::ExitedWithCode(0), testing::HasSubstr(answer))
-        << (appData ? appData : "unset");
+    EXPECT_EXIT(child(appData), testing::ExitedWithCode(0), answer);
   }
 }

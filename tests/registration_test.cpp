@@ -24,10 +24,9 @@ const std::string kMimeKey = "MimeTypes\\application/x-vnd-norvo-webapi-ksv-5.0.
 const std::string kFileName = std::filesystem::path(KSV_MODULE).filename().string();
 constexpr const char* kValueNames[] = {"ShortName", "Description", "Path", "ProductName", "Vendor", "Version"};
 
-HKEY MakeKey(const std::string& name) {
+HKEY MakeKey(const std::string& name, HKEY parent = HKEY_LOCAL_MACHINE) {
   HKEY key = nullptr;
-  EXPECT_EQ(RegCreateKeyExA(HKEY_LOCAL_MACHINE, name.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr), 0)
-      << name;
+  EXPECT_EQ(RegCreateKeyExA(parent, name.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr), 0) << name;
   return key;
 }
 
@@ -179,11 +178,13 @@ TEST_F(RegistrationTest, TheInstallerNamesTheFolder) {
 }
 
 TEST_F(RegistrationTest, ATreeOfAnySizeGoes) {
+  const HKEY tree = MakeKey(kScratch);
   for (int i = 0; i < 300; ++i) {
     std::string name = std::to_string(i) + "-";
     if (i % 10 == 0) name.resize(255, 'n');
-    RegCloseKey(MakeKey(kScratch + "\\" + name));
+    RegCloseKey(MakeKey(name, tree));
   }
+  RegCloseKey(tree);
   std::string deep = kScratch;
   for (int i = 0; i < 30; ++i) RegCloseKey(MakeKey(deep += "\\level"));
   EXPECT_EQ(DeleteKeyTree(HKEY_LOCAL_MACHINE, kScratch.c_str()), ERROR_SUCCESS);
