@@ -42,8 +42,8 @@ constexpr auto Data = [](const Text& text) { return reinterpret_cast<const uint8
 constexpr auto Size = [](const Text& text) { return static_cast<int32_t>(text.size()); };
 
 auto HostPath(const fs::path& path) {
-  auto text = path.string<KsvAgent::WideChar>();
-  std::replace(text.begin(), text.end(), KsvAgent::WideChar('/'), KsvAgent::WideChar('\\'));
+  auto text = path.string<KsvKit::WideChar>();
+  std::replace(text.begin(), text.end(), KsvKit::WideChar('/'), KsvKit::WideChar('\\'));
   return text;
 }
 

@@ -4,12 +4,12 @@
 #include <cstring>
 #include <limits>
 
-#include "kit/agent/handles.h"
 #include "kit/agent/json.h"
-#include "kit/agent/key_store.h"
 #include "kit/agent/otpauth_uri.h"
 #include "kit/agent/text.h"
 #include "kit/agent/token.h"
+#include "kit/shared/handles.h"
+#include "kit/shared/key_store.h"
 
 namespace KsvAgent {
 namespace {
@@ -19,8 +19,14 @@ constexpr size_t kMaxName = 512;
 constexpr size_t kMaxInstances = 256;
 constexpr size_t kMaxToken = 2048;
 
+uint8_t ChosenGeneration() noexcept try {
+  return System::PathFromEnvironment("KSV_AGENT_GENERATION") == "3" ? 3 : 2;
+} catch (...) {
+  return 2;
+}
+
 /// Settled when the library is loaded, whatever the environment says later.
-const uint8_t kChosenGeneration = System::ChosenGeneration();
+const uint8_t kChosenGeneration = ChosenGeneration();
 
 enum OtpSelector : int32_t { kNow = 0, kAtGivenTime = 1 };
 enum CapabilitySelector : int32_t { kAboutAgent = 0, kAppletNames = 1, kAboutApplet = 2 };
@@ -121,11 +127,14 @@ std::string AboutApplet(const Applet& applet) {
 }
 
 /// Read from the environment for each use, so that the folder follows it without the library being loaded anew.
+std::filesystem::path Home() {
+  return System::HomeFolder("KSV_AGENT_HOME", "ksv-agent");
+}
 AppletStore Applets() {
-  return AppletStore(System::AgentHome());
+  return AppletStore(Home());
 }
 KeyStore Keys() {
-  return KeyStore(System::AgentHome());
+  return KeyStore(Home() / "token.key");
 }
 
 std::string AppletEvent(const char* event, std::string_view applet) {
@@ -196,7 +205,9 @@ void Agent::Install(const char* name, const WideChar* path) {
   {
     const std::scoped_lock lock(mutex_);
     CheckInitialised();
-    Applets().Install(id, System::PathFromHost(path));
+    const std::optional<std::filesystem::path> file = System::PathFromHost(path);
+    Require(file.has_value(), Status::kInvalidArgument);
+    Applets().Install(id, *file);
   }
   events_.PostToAll(EventSource::kApplets, AppletEvent("applet-installed", id));
 }

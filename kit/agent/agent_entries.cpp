@@ -29,6 +29,8 @@ int32_t Guarded(Operation&& operation) noexcept {
       return Status::kOk;
     } catch (const AgentError& error) {
       return error.status();
+    } catch (const Failure<Fault>& fault) {
+      return fault.status() == Fault::kStore ? Status::kStoreFailure : Status::kInternalError;
     } catch (const std::bad_alloc&) {
       return Status::kOutOfMemory;
     } catch (...) {

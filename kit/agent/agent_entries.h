@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "kit/agent/system.h"
+#include "kit/shared/system.h"
 
 /// The entry points of the agent, plain C, found by undecorated name. README.md tells what each does, agent_status.h
 /// what each answers.
@@ -23,8 +23,8 @@ int32_t ZUB_GetCapabilities(const char* name, int32_t selector, uint16_t* length
 int32_t ZUB_GetOTPCapabilities(const char* name, int32_t selector, uint16_t* length, uint8_t* buffer);
 int32_t ZUB_GetOTPSStatus();
 int32_t ZUB_DoFWUpdate();
-int32_t ZUB_Install(const char* name, const KsvAgent::WideChar* path);
-int32_t ZUB_InstallOTPS(const char* name, const KsvAgent::WideChar* path);
+int32_t ZUB_Install(const char* name, const KsvKit::WideChar* path);
+int32_t ZUB_InstallOTPS(const char* name, const KsvKit::WideChar* path);
 int32_t ZUB_Uninstall(const char* name);
 int32_t ZUB_UninstallOTPS(const char* name);
 

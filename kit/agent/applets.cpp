@@ -4,8 +4,9 @@
 #include <fstream>
 #include <map>
 
-#include "kit/agent/system.h"
 #include "kit/agent/text.h"
+#include "kit/shared/hex.h"
+#include "kit/shared/system.h"
 
 namespace KsvAgent {
 namespace {
@@ -120,7 +121,7 @@ std::optional<Applet> AppletStore::FindInstalled(std::string_view id) const {
     if (!package) return std::nullopt;
     Applet applet = ParseAppletPackage(*package);
     if (applet.id == id) return applet;
-  } catch (const AgentError&) {
+  } catch (const AnyFailure&) {
   }
   return std::nullopt;
 }

@@ -2,7 +2,7 @@
 
 #include <optional>
 
-#include "kit/agent/bytes.h"
+#include "kit/agent/agent_error.h"
 
 namespace KsvAgent {
 

@@ -9,9 +9,9 @@
 #include <mutex>
 #include <thread>
 
-#include "kit/agent/bytes.h"
+#include "kit/agent/agent_error.h"
 #include "kit/agent/owner.h"
-#include "kit/agent/system.h"
+#include "kit/shared/system.h"
 
 namespace KsvAgent {
 

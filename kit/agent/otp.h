@@ -2,7 +2,8 @@
 
 #include <string>
 
-#include "kit/agent/crypto.h"
+#include "kit/agent/agent_error.h"
+#include "kit/shared/crypto.h"
 
 namespace KsvAgent {
 

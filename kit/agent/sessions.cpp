@@ -1,6 +1,6 @@
 #include "kit/agent/sessions.h"
 
-#include "kit/agent/handles.h"
+#include "kit/shared/handles.h"
 
 namespace KsvAgent {
 namespace {

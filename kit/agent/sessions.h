@@ -3,7 +3,7 @@
 #include <chrono>
 #include <map>
 
-#include "kit/agent/bytes.h"
+#include "kit/agent/agent_error.h"
 #include "kit/agent/owner.h"
 
 namespace KsvAgent {

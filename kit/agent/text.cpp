@@ -50,14 +50,4 @@ std::optional<uint64_t> ParseNumber(std::string_view text, uint64_t limit) {
   return value;
 }
 
-std::string Hex(std::string_view bytes) {
-  constexpr std::string_view kDigits = "0123456789abcdef";
-  std::string text;
-  for (const char byte : bytes) {
-    text += kDigits[static_cast<uint8_t>(byte) >> 4];
-    text += kDigits[static_cast<uint8_t>(byte) & 0x0F];
-  }
-  return text;
-}
-
 }  // namespace KsvAgent

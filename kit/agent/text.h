@@ -15,7 +15,4 @@ bool EqualsIgnoringCase(std::string_view left, std::string_view right);
 /// The number that a text of decimal digits alone holds; nothing for any other text and for one beyond `limit`.
 std::optional<uint64_t> ParseNumber(std::string_view text, uint64_t limit);
 
-/// Lower-case hexadecimal digits.
-std::string Hex(std::string_view bytes);
-
 }  // namespace KsvAgent

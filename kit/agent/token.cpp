@@ -18,7 +18,7 @@ void AppendField(SecretBytes& out, ByteView field) {
   Append(out, field);
 }
 
-ByteView TakeField(ByteReader& reader) {
+ByteView TakeField(ByteReader<Status>& reader) {
   return reader.Take(reader.TakeNumber<uint16_t>());
 }
 

@@ -8,11 +8,11 @@
 #include <cstdlib>
 #include <string>
 
-#include "kit/agent/crypto.h"
-#include "kit/agent/system.h"
-#include "kit/agent/text.h"
+#include "kit/shared/crypto.h"
+#include "kit/shared/hex.h"
+#include "kit/shared/system.h"
 
-namespace KsvAgent::System {
+namespace KsvKit::System {
 namespace {
 
 namespace fs = std::filesystem;
@@ -52,16 +52,11 @@ class TemporaryFile {
   fs::path path_;
 };
 
-const char* Environment(const char* name) {
-  const char* value = std::getenv(name);
-  return value != nullptr && *value != '\0' ? value : nullptr;
-}
-
 void WriteAll(int descriptor, ByteView content) {
   while (!content.empty()) {
     const ssize_t written = write(descriptor, content.data(), content.size());
     if (written < 0 && errno == EINTR) continue;
-    Require(written > 0, Status::kStoreFailure);
+    Require(written > 0, Fault::kStore);
     content = content.subspan(static_cast<size_t>(written));
   }
 }
@@ -74,70 +69,69 @@ fs::path TemporaryName(const fs::path& folder) {
 
 }  // namespace
 
-fs::path AgentHome() {
-  if (const char* home = Environment("KSV_AGENT_HOME")) return home;
-  constexpr const char* kFolder = "norvo/ksv-agent";
-  if (const char* data = Environment("XDG_DATA_HOME")) return fs::path(data) / kFolder;
-  const char* user = Environment("HOME");
-  Require(user != nullptr, Status::kStoreFailure);
-  return fs::path(user) / ".local/share" / kFolder;
+fs::path PathFromEnvironment(const char* variable) {
+  const char* value = std::getenv(variable);
+  return value != nullptr ? value : "";
 }
 
-uint8_t ChosenGeneration() noexcept {
-  const char* chosen = std::getenv("KSV_AGENT_GENERATION");
-  return chosen != nullptr && std::string_view(chosen) == "3" ? 3 : 2;
+fs::path HomeFolder(const char* variable, const char* name) {
+  if (fs::path home = PathFromEnvironment(variable); !home.empty()) return home;
+  if (const fs::path data = PathFromEnvironment("XDG_DATA_HOME"); !data.empty()) return data / "norvo" / name;
+  const fs::path user = PathFromEnvironment("HOME");
+  Require(!user.empty(), Fault::kStore);
+  return user / ".local/share/norvo" / name;
 }
 
-fs::path PathFromHost(const WideChar* text) {
-  Require(text != nullptr, Status::kInvalidArgument);
+std::optional<fs::path> PathFromHost(const WideChar* text) {
+  if (text == nullptr) return std::nullopt;
   size_t length = 0;
   while (length < kMaxPathUnits && text[length] != 0) ++length;
-  Require(length > 0 && length < kMaxPathUnits, Status::kInvalidArgument);
+  if (length == 0 || length == kMaxPathUnits) return std::nullopt;
   std::u16string name(text, length);
   std::replace(name.begin(), name.end(), u'\\', u'/');
   try {
     return fs::path(name);
   } catch (const fs::filesystem_error&) {
-    throw AgentError(Status::kInvalidArgument);
+    return std::nullopt;
   }
 }
 
 void CreatePrivateFolder(const fs::path& folder) {
   std::error_code error;
   if (folder.has_parent_path()) fs::create_directories(folder.parent_path(), error);
-  Require(!error && (mkdir(folder.c_str(), S_IRWXU) == 0 || errno == EEXIST), Status::kStoreFailure);
+  Require(!error && (mkdir(folder.c_str(), S_IRWXU) == 0 || errno == EEXIST), Fault::kStore);
 }
 
 bool WritePrivateFile(const fs::path& file, ByteView content, IfPresent ifPresent) {
   const fs::path name = TemporaryName(file.parent_path());
   File out(open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, S_IRUSR | S_IWUSR));
-  Require(out.get() >= 0, Status::kStoreFailure);
+  Require(out.get() >= 0, Fault::kStore);
   const TemporaryFile temporary(name);
   WriteAll(out.get(), content);
-  Require(fsync(out.get()) == 0 && out.Close(), Status::kStoreFailure);
+  Require(fsync(out.get()) == 0 && out.Close(), Fault::kStore);
   if (ifPresent == IfPresent::kReplace) {
-    Require(rename(temporary.name(), file.c_str()) == 0, Status::kStoreFailure);
+    Require(rename(temporary.name(), file.c_str()) == 0, Fault::kStore);
     return true;
   }
   // A second name for the finished file: unlike a rename this fails when another process was quicker.
   if (link(temporary.name(), file.c_str()) == 0) return true;
-  Require(errno == EEXIST, Status::kStoreFailure);
+  Require(errno == EEXIST, Fault::kStore);
   return false;
 }
 
 std::optional<SecretBytes> ReadPrivateFile(const fs::path& file, size_t limit) {
   const File in(open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
   if (in.get() < 0 && errno == ENOENT) return std::nullopt;
-  Require(in.get() >= 0, Status::kStoreFailure);
+  Require(in.get() >= 0, Fault::kStore);
   struct stat facts;
   Require(fstat(in.get(), &facts) == 0 && S_ISREG(facts.st_mode) && facts.st_uid == geteuid() &&
               (facts.st_mode & kOpenToOthers) == 0 && static_cast<uint64_t>(facts.st_size) <= limit,
-          Status::kStoreFailure);
+          Fault::kStore);
   SecretBytes content(static_cast<size_t>(facts.st_size));
   for (size_t done = 0; done < content.size();) {
     const ssize_t got = read(in.get(), content.data() + done, content.size() - done);
     if (got < 0 && errno == EINTR) continue;
-    Require(got > 0, Status::kStoreFailure);
+    Require(got > 0, Fault::kStore);
     done += static_cast<size_t>(got);
   }
   return content;
@@ -145,7 +139,7 @@ std::optional<SecretBytes> ReadPrivateFile(const fs::path& file, size_t limit) {
 
 ModulePin::ModulePin() noexcept {
   Dl_info self;
-  if (dladdr(reinterpret_cast<const void*>(&AgentHome), &self) == 0 || self.dli_fname == nullptr) return;
+  if (dladdr(reinterpret_cast<const void*>(&HomeFolder), &self) == 0 || self.dli_fname == nullptr) return;
   module_ = dlopen(self.dli_fname, RTLD_LAZY | RTLD_NOLOAD);
 }
 
@@ -153,4 +147,4 @@ ModulePin::~ModulePin() {
   if (module_ != nullptr) dlclose(module_);
 }
 
-}  // namespace KsvAgent::System
+}  // namespace KsvKit::System

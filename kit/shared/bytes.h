@@ -9,9 +9,9 @@
 #include <string_view>
 #include <vector>
 
-#include "kit/agent/agent_error.h"
+#include "kit/shared/failure.h"
 
-namespace KsvAgent {
+namespace KsvKit {
 
 /// Overwrites memory in a way that the compiler does not drop.
 void Wipe(void* data, size_t size) noexcept;
@@ -63,6 +63,7 @@ void AppendNumber(Container& out, Number value) {
 }
 
 /// A bounded cursor over foreign bytes: asking for more than is left throws the status given at the start.
+template <class Status>
 class ByteReader {
  public:
   ByteReader(ByteView bytes, Status onShortage) : rest_(bytes), onShortage_(onShortage) {}
@@ -88,4 +89,4 @@ class ByteReader {
   Status onShortage_;
 };
 
-}  // namespace KsvAgent
+}  // namespace KsvKit

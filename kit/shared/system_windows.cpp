@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <string>
 
-#include "kit/agent/crypto.h"
-#include "kit/agent/system.h"
-#include "kit/agent/text.h"
+#include "kit/shared/crypto.h"
+#include "kit/shared/hex.h"
+#include "kit/shared/system.h"
 
-namespace KsvAgent::System {
+namespace KsvKit::System {
 namespace {
 
 namespace fs = std::filesystem;
@@ -38,38 +38,33 @@ class TemporaryFile {
   fs::path path_;
 };
 
+}  // namespace
+
 /// Asks the system, not the run time: the run time of this library has a copy of the environment that a host's later
 /// changes do not reach.
-std::wstring Environment(const wchar_t* name) {
+fs::path PathFromEnvironment(const char* variable) {
+  const std::wstring name(variable, variable + std::char_traits<char>::length(variable));
   std::wstring value(MAX_PATH, L'\0');
   for (;;) {
-    const DWORD length = GetEnvironmentVariableW(name, value.data(), static_cast<DWORD>(value.size()));
+    const DWORD length = GetEnvironmentVariableW(name.c_str(), value.data(), static_cast<DWORD>(value.size()));
     const bool fits = length < value.size();
     value.resize(length);
     if (fits) return value;
   }
 }
 
-}  // namespace
-
-fs::path AgentHome() {
-  if (const std::wstring home = Environment(L"KSV_AGENT_HOME"); !home.empty()) return home;
-  const std::wstring roaming = Environment(L"APPDATA");
-  Require(!roaming.empty(), Status::kStoreFailure);
-  return fs::path(roaming) / L"Norvo" / L"ksv-agent";
+fs::path HomeFolder(const char* variable, const char* name) {
+  if (fs::path home = PathFromEnvironment(variable); !home.empty()) return home;
+  const fs::path roaming = PathFromEnvironment("APPDATA");
+  Require(!roaming.empty(), Fault::kStore);
+  return roaming / L"Norvo" / name;
 }
 
-uint8_t ChosenGeneration() noexcept {
-  wchar_t value[4] = {};
-  const DWORD length = GetEnvironmentVariableW(L"KSV_AGENT_GENERATION", value, 4);
-  return length == 1 && value[0] == L'3' ? 3 : 2;
-}
-
-fs::path PathFromHost(const WideChar* text) {
-  Require(text != nullptr, Status::kInvalidArgument);
+std::optional<fs::path> PathFromHost(const WideChar* text) {
+  if (text == nullptr) return std::nullopt;
   size_t length = 0;
   while (length < kMaxPathUnits && text[length] != 0) ++length;
-  Require(length > 0 && length < kMaxPathUnits, Status::kInvalidArgument);
+  if (length == 0 || length == kMaxPathUnits) return std::nullopt;
   return fs::path(std::wstring(text, length));
 }
 
@@ -77,7 +72,7 @@ void CreatePrivateFolder(const fs::path& folder) {
   // The folder inherits the access list of what stands above it: within the user's profile that shuts other users out.
   std::error_code error;
   fs::create_directories(folder, error);
-  Require(!error, Status::kStoreFailure);
+  Require(!error, Fault::kStore);
 }
 
 bool WritePrivateFile(const fs::path& file, ByteView content, IfPresent ifPresent) {
@@ -85,17 +80,17 @@ bool WritePrivateFile(const fs::path& file, ByteView content, IfPresent ifPresen
   Crypto::FillRandom(random);
   const fs::path name = file.parent_path() / (".new-" + Hex(AsText(random)));
   File out = OpenFile(name, GENERIC_WRITE, CREATE_NEW);
-  Require(out != nullptr, Status::kStoreFailure);
+  Require(out != nullptr, Fault::kStore);
   const TemporaryFile temporary(name);
   DWORD written = 0;
   Require(WriteFile(out.get(), content.data(), static_cast<DWORD>(content.size()), &written, nullptr) != 0 &&
               written == content.size() && FlushFileBuffers(out.get()) != 0,
-          Status::kStoreFailure);
+          Fault::kStore);
   out.reset();
   const DWORD replace = ifPresent == IfPresent::kReplace ? MOVEFILE_REPLACE_EXISTING : 0;
   if (MoveFileExW(name.c_str(), file.c_str(), replace | MOVEFILE_WRITE_THROUGH) != 0) return true;
   const DWORD reason = GetLastError();
-  Require(replace == 0 && (reason == ERROR_ALREADY_EXISTS || reason == ERROR_FILE_EXISTS), Status::kStoreFailure);
+  Require(replace == 0 && (reason == ERROR_ALREADY_EXISTS || reason == ERROR_FILE_EXISTS), Fault::kStore);
   return false;
 }
 
@@ -103,24 +98,24 @@ std::optional<SecretBytes> ReadPrivateFile(const fs::path& file, size_t limit) {
   const File in = OpenFile(file, GENERIC_READ, OPEN_EXISTING);
   if (in == nullptr) {
     const DWORD reason = GetLastError();
-    Require(reason == ERROR_FILE_NOT_FOUND || reason == ERROR_PATH_NOT_FOUND, Status::kStoreFailure);
+    Require(reason == ERROR_FILE_NOT_FOUND || reason == ERROR_PATH_NOT_FOUND, Fault::kStore);
     return std::nullopt;
   }
   LARGE_INTEGER size;
   Require(GetFileType(in.get()) == FILE_TYPE_DISK && GetFileSizeEx(in.get(), &size) != 0 &&
               static_cast<uint64_t>(size.QuadPart) <= limit,
-          Status::kStoreFailure);
+          Fault::kStore);
   SecretBytes content(static_cast<size_t>(size.QuadPart));
   DWORD got = 0;
   Require(ReadFile(in.get(), content.data(), static_cast<DWORD>(content.size()), &got, nullptr) != 0 &&
               got == content.size(),
-          Status::kStoreFailure);
+          Fault::kStore);
   return content;
 }
 
 ModulePin::ModulePin() noexcept {
   HMODULE self = nullptr;
-  if (GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, reinterpret_cast<LPCWSTR>(&AgentHome), &self) != 0) {
+  if (GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, reinterpret_cast<LPCWSTR>(&HomeFolder), &self) != 0) {
     module_ = self;
   }
 }
@@ -129,4 +124,4 @@ ModulePin::~ModulePin() {
   if (module_ != nullptr) FreeLibrary(static_cast<HMODULE>(module_));
 }
 
-}  // namespace KsvAgent::System
+}  // namespace KsvKit::System

@@ -3,12 +3,12 @@
 #include <array>
 #include <optional>
 
-#include "kit/agent/bytes.h"
+#include "kit/shared/bytes.h"
 
-/// The whole of the cryptography that the agent needs, over the system's own library: one source file each for
-/// libcrypto and for CNG. Every function throws `AgentError` (kInternalError) when that library fails. All may be
-/// called on any thread.
-namespace KsvAgent::Crypto {
+/// The whole of the cryptography that the reference libraries need, over the system's own library: one source file each
+/// for libcrypto and for CNG. Every function throws `Fault::kCryptography` when that library fails. All may be called
+/// on any thread.
+namespace KsvKit::Crypto {
 
 enum class Hash : uint8_t { kSha1 = 1, kSha256 = 2, kSha512 = 3 };
 
@@ -29,4 +29,4 @@ Bytes Seal(ByteView key, ByteView nonce, ByteView associated, ByteView plain);
 /// The reverse; nothing when the tag does not fit, which the library finds out in constant time.
 std::optional<SecretBytes> Open(ByteView key, ByteView nonce, ByteView associated, ByteView sealed);
 
-}  // namespace KsvAgent::Crypto
+}  // namespace KsvKit::Crypto

@@ -4,9 +4,9 @@
 #include <bcrypt.h>
 // clang-format on
 
-#include "kit/agent/crypto.h"
+#include "kit/shared/crypto.h"
 
-namespace KsvAgent {
+namespace KsvKit {
 
 void Wipe(void* data, size_t size) noexcept {
   SecureZeroMemory(data, size);
@@ -19,7 +19,7 @@ namespace {
 constexpr NTSTATUS kTagMismatch = static_cast<NTSTATUS>(0xC000A002);
 
 void Check(NTSTATUS status) {
-  Require(status >= 0, Status::kInternalError);
+  Require(status >= 0, Fault::kCryptography);
 }
 
 struct CloseProvider {
@@ -41,7 +41,7 @@ PUCHAR Input(ByteView bytes) {
 }
 
 ULONG Length(ByteView bytes) {
-  Require(bytes.size() <= 0x7FFFFFFF, Status::kInputTooLong);
+  Require(bytes.size() <= 0x7FFFFFFF, Fault::kCryptography);
   return static_cast<ULONG>(bytes.size());
 }
 
@@ -65,7 +65,7 @@ Algorithm Find(Hash hash) {
     case Hash::kSha512:
       return {BCRYPT_SHA512_ALGORITHM, 64};
   }
-  throw AgentError(Status::kInternalError);
+  throw Failure(Fault::kCryptography);
 }
 
 void Digest(const Provider& provider, ByteView key, ByteView message, std::span<uint8_t> out) {
@@ -83,7 +83,7 @@ struct GcmKey {
 };
 
 GcmKey ImportKey(ByteView key, ByteView nonce) {
-  Require(key.size() == kKeySize && nonce.size() == kNonceSize, Status::kInternalError);
+  Require(key.size() == kKeySize && nonce.size() == kNonceSize, Fault::kCryptography);
   GcmKey result{OpenProvider(BCRYPT_AES_ALGORITHM, 0), nullptr};
   const std::wstring_view mode = BCRYPT_CHAIN_MODE_GCM;
   Check(BCryptSetProperty(result.provider.get(), BCRYPT_CHAINING_MODE,
@@ -133,7 +133,7 @@ Bytes Seal(ByteView key, ByteView nonce, ByteView associated, ByteView plain) {
   ULONG size = 0;
   Check(BCryptEncrypt(gcm.key.get(), Input(plain), Length(plain), &info, nullptr, 0, sealed.data(), Length(plain),
                       &size, 0));
-  Require(size == plain.size(), Status::kInternalError);
+  Require(size == plain.size(), Fault::kCryptography);
   return sealed;
 }
 
@@ -152,4 +152,4 @@ std::optional<SecretBytes> Open(ByteView key, ByteView nonce, ByteView associate
 }
 
 }  // namespace Crypto
-}  // namespace KsvAgent
+}  // namespace KsvKit

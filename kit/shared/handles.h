@@ -2,9 +2,9 @@
 
 #include <map>
 
-#include "kit/agent/crypto.h"
+#include "kit/shared/crypto.h"
 
-namespace KsvAgent {
+namespace KsvKit {
 
 /// A number that is no key of `taken`, so drawn that one page cannot guess what another was given. It is positive as a
 /// signed number too, because pages hold it as one.
@@ -13,9 +13,9 @@ uint32_t DrawHandle(const std::map<uint32_t, Value>& taken) {
   for (;;) {
     std::array<uint8_t, 4> random;
     Crypto::FillRandom(random);
-    const uint32_t handle = ByteReader(random, Status::kInternalError).TakeNumber<uint32_t>() & 0x7FFFFFFF;
+    const uint32_t handle = ByteReader<Fault>(random, Fault::kCryptography).TakeNumber<uint32_t>() & 0x7FFFFFFF;
     if (handle != 0 && !taken.contains(handle)) return handle;
   }
 }
 
-}  // namespace KsvAgent
+}  // namespace KsvKit

@@ -4,10 +4,11 @@
 #include <openssl/rand.h>
 
 #include <climits>
+#include <new>
 
-#include "kit/agent/crypto.h"
+#include "kit/shared/crypto.h"
 
-namespace KsvAgent {
+namespace KsvKit {
 
 void Wipe(void* data, size_t size) noexcept {
   OPENSSL_cleanse(data, size);
@@ -17,11 +18,11 @@ namespace Crypto {
 namespace {
 
 void Check(int result) {
-  Require(result == 1, Status::kInternalError);
+  Require(result == 1, Fault::kCryptography);
 }
 
 int Length(ByteView bytes) {
-  Require(bytes.size() <= INT_MAX, Status::kInputTooLong);
+  Require(bytes.size() <= INT_MAX, Fault::kCryptography);
   return static_cast<int>(bytes.size());
 }
 
@@ -34,7 +35,7 @@ const EVP_MD* Algorithm(Hash hash) {
     case Hash::kSha512:
       return EVP_sha512();
   }
-  throw AgentError(Status::kInternalError);
+  throw Failure(Fault::kCryptography);
 }
 
 struct FreeContext {
@@ -44,12 +45,12 @@ using CipherContext = std::unique_ptr<EVP_CIPHER_CTX, FreeContext>;
 
 CipherContext NewContext() {
   CipherContext context(EVP_CIPHER_CTX_new());
-  Require(context != nullptr, Status::kOutOfMemory);
+  if (context == nullptr) throw std::bad_alloc();
   return context;
 }
 
 void CheckSizes(ByteView key, ByteView nonce) {
-  Require(key.size() == kKeySize && nonce.size() == kNonceSize, Status::kInternalError);
+  Require(key.size() == kKeySize && nonce.size() == kNonceSize, Fault::kCryptography);
 }
 
 }  // namespace
@@ -63,7 +64,7 @@ SecretBytes Hmac(Hash hash, ByteView key, ByteView message) {
   unsigned int size = 0;
   Require(
       HMAC(Algorithm(hash), key.data(), Length(key), message.data(), message.size(), result.data(), &size) != nullptr,
-      Status::kInternalError);
+      Fault::kCryptography);
   result.resize(size);
   return result;
 }
@@ -108,4 +109,4 @@ std::optional<SecretBytes> Open(ByteView key, ByteView nonce, ByteView associate
 }
 
 }  // namespace Crypto
-}  // namespace KsvAgent
+}  // namespace KsvKit

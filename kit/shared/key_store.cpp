@@ -1,11 +1,11 @@
-#include "kit/agent/key_store.h"
+#include "kit/shared/key_store.h"
 
 #include <algorithm>
 
-#include "kit/agent/crypto.h"
-#include "kit/agent/system.h"
+#include "kit/shared/crypto.h"
+#include "kit/shared/system.h"
 
-namespace KsvAgent {
+namespace KsvKit {
 namespace {
 
 /// The last letter is the version of the layout; the key follows.
@@ -16,10 +16,10 @@ constexpr std::string_view kMagic = "KSVKEY1\n";
 std::optional<SecretBytes> KeyStore::Load() const {
   const std::optional<SecretBytes> content = System::ReadPrivateFile(file_, kMagic.size() + Crypto::kKeySize);
   if (!content) return std::nullopt;
-  ByteReader reader(*content, Status::kStoreFailure);
+  ByteReader reader(*content, Fault::kStore);
   const ByteView magic = reader.Take(kMagic.size());
   const ByteView key = reader.Take(Crypto::kKeySize);
-  Require(AsText(magic) == kMagic, Status::kStoreFailure);
+  Require(AsText(magic) == kMagic, Fault::kStore);
   return SecretBytes(key.begin(), key.end());
 }
 
@@ -34,8 +34,8 @@ SecretBytes KeyStore::LoadOrCreate() const {
     // Read back rather than used as drawn: another process may have been quicker.
     key = Load();
   }
-  Require(key.has_value(), Status::kStoreFailure);
+  Require(key.has_value(), Fault::kStore);
   return std::move(*key);
 }
 
-}  // namespace KsvAgent
+}  // namespace KsvKit

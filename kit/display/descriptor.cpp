@@ -1,0 +1,104 @@
+#include "kit/display/descriptor.h"
+
+namespace KsvDisplay {
+namespace {
+
+constexpr uint16_t kMaxLogoSide = 1024;
+constexpr uint32_t kShuffleAfterEachDigit = 1;
+
+/// What a type takes and what it gets when the page leaves a field at zero.
+struct Limits {
+  InputType type;
+  Point smallest;
+  Point usual;
+  uint32_t least;
+  uint32_t greatest;
+  uint32_t most;
+};
+constexpr Limits kLimits[] = {
+    {InputType::kPin, {200, 260}, {320, 420}, 4, 8, 16},
+    {InputType::kConfirmation, {200, 140}, {320, 240}, 0, 0, 0},
+    {InputType::kText, {200, 140}, {320, 240}, 1, 64, 256},
+};
+
+const Limits& LimitsOf(uint8_t type) {
+  for (const Limits& limits : kLimits) {
+    if (static_cast<uint8_t>(limits.type) == type) return limits;
+  }
+  throw DisplayError(Status::kUnknownInputType);
+}
+
+class LittleReader {
+ public:
+  explicit LittleReader(ByteView bytes) : reader_(bytes, Status::kBadDescriptor) {}
+
+  template <std::unsigned_integral Number>
+  Number Take() {
+    uint64_t value = 0;
+    int shift = 0;
+    for (const uint8_t byte : reader_.Take(sizeof(Number))) {
+      value |= uint64_t{byte} << shift;
+      shift += 8;
+    }
+    return static_cast<Number>(value);
+  }
+  Point TakePoint() {
+    const auto x = Take<uint16_t>();
+    return {x, Take<uint16_t>()};
+  }
+  void SkipZeros(size_t count) {
+    for (const uint8_t byte : reader_.Take(count)) Require(byte == 0, Status::kBadDescriptor);
+  }
+  ByteView Rest() { return reader_.Take(reader_.left()); }
+
+ private:
+  ByteReader<Status> reader_;
+};
+
+/// A host that drops a logo leaves its size in place, so a size without pixels is no error.
+PixelsPtr ReadLogo(Point size, ByteView rgb) {
+  if (rgb.empty()) return nullptr;
+  Require(size.x <= kMaxLogoSide && size.y <= kMaxLogoSide && rgb.size() == size_t{3} * size.x * size.y,
+          Status::kBadLogo);
+  return std::make_shared<const Pixels>(Pixels{size.x, size.y, Bytes(rgb.begin(), rgb.end())});
+}
+
+}  // namespace
+
+Descriptor ParseDescriptor(ByteView block) {
+  LittleReader reader(block);
+  Descriptor result;
+  reader.SkipZeros(1);
+  const auto type = reader.Take<uint8_t>();
+  reader.SkipZeros(4);
+  result.imageId = reader.Take<uint32_t>();
+  result.size = reader.TakePoint();
+  reader.SkipZeros(1);
+  result.logoAt = reader.TakePoint();
+  reader.SkipZeros(2);
+  const auto theme = reader.Take<uint8_t>();
+  result.least = reader.Take<uint32_t>();
+  reader.SkipZeros(8);
+  result.greatest = reader.Take<uint32_t>();
+  reader.SkipZeros(4);
+  const auto options = reader.Take<uint32_t>();
+  const Point logoSize = reader.TakePoint();
+  result.logo = ReadLogo(logoSize, reader.Rest());
+
+  const Limits& limits = LimitsOf(type);
+  result.type = limits.type;
+  if (result.size == Point{}) result.size = limits.usual;
+  Require(result.size.x >= limits.smallest.x && result.size.y >= limits.smallest.y && result.size.x <= kMaxImageSide &&
+              result.size.y <= kMaxImageSide,
+          Status::kBadImageSize);
+  if (result.greatest == 0) result.greatest = std::max(limits.greatest, std::min(result.least, limits.most));
+  if (result.least == 0) result.least = std::min(limits.least, result.greatest);
+  Require(result.least <= result.greatest && result.greatest <= limits.most, Status::kBadLimits);
+  Require(theme <= static_cast<uint8_t>(Theme::kDark) && (options & ~kShuffleAfterEachDigit) == 0,
+          Status::kUnknownOption);
+  result.theme = static_cast<Theme>(theme);
+  result.shufflesAfterEachDigit = options != 0;
+  return result;
+}
+
+}  // namespace KsvDisplay

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <memory>
+
+#include "kit/display/display_status.h"
+#include "kit/display/geometry.h"
+
+namespace KsvDisplay {
+
+/// What the user gives. The first three are the numbers of an image's description; the last is a remote image's.
+enum class InputType : uint8_t { kPin = 1, kConfirmation = 2, kText = 3, kClicks = 4 };
+
+enum class Theme : uint8_t { kLight = 0, kDark = 1 };
+
+/// Red, green and blue, a byte each, rows from the top.
+struct Pixels {
+  uint16_t width = 0;
+  uint16_t height = 0;
+  Bytes rgb;
+};
+using PixelsPtr = std::shared_ptr<const Pixels>;
+
+constexpr uint16_t kMaxImageSide = 2048;
+
+/// An image as a page describes it, checked, with defaults in place of what the page left open.
+struct Descriptor {
+  InputType type = InputType::kPin;
+  uint32_t imageId = 0;
+  Point size;
+  /// {0,0}: the layout finds a place.
+  Point logoAt;
+  /// Of digits or characters.
+  uint32_t least = 0;
+  uint32_t greatest = 0;
+  bool shufflesAfterEachDigit = false;
+  Theme theme = Theme::kLight;
+  /// Null when the page gave none.
+  PixelsPtr logo;
+};
+
+/// Where the two fields stand that go back to the host, in the block that `ParseDescriptor` reads.
+constexpr size_t kDescriptorIdOffset = 6;
+constexpr size_t kDescriptorSizeOffset = 10;
+
+/// Reads the packed little-endian block: 50 bytes, then the logo's pixels or nothing. Throws kBadDescriptor and what
+/// follows it in `Status`, up to kUnknownOption.
+Descriptor ParseDescriptor(ByteView block);
+
+}  // namespace KsvDisplay

@@ -1,0 +1,85 @@
+#pragma once
+
+#include <map>
+#include <mutex>
+
+#include "kit/display/image.h"
+
+namespace KsvDisplay {
+
+/// What a host asks a session with: three 32-bit words.
+struct SessionRequest {
+  uint32_t window;
+  uint32_t features;
+  uint32_t context;
+};
+static_assert(sizeof(SessionRequest) == 12);
+
+/// A caller's buffer with its length, which goes in as the capacity. A null buffer has no capacity.
+struct OutputBuffer {
+  uint32_t* length;
+  uint8_t* data;
+};
+
+/// The display behind the entry points: one for the process. Members may be called on any thread; they throw
+/// `DisplayError` with what went wrong. The mutex covers the members below it; no callback runs and nothing is painted
+/// while it is held. An image id of 0 means the session's image.
+class Display {
+ public:
+  uint32_t Init(const char* caption);
+  /// Ends the context's sessions. Throws kCallbackRunning.
+  void DeInit(uint32_t context);
+
+  /// Stores the session's id also when it throws kSessionStands.
+  void EstablishSession(const SessionRequest& request, uint32_t& sessionId);
+  /// Throws kCallbackRunning with the session as it was.
+  void CloseSession(uint32_t sessionId);
+  /// Takes the place of an earlier registration, which has ended then. Throws kCallbackRunning.
+  void RegisterEvents(uint32_t sessionId, uint32_t mask, EventCallback callback, uint32_t context);
+  void WithdrawEvents(uint32_t sessionId);
+
+  /// Writes the image's id and size back into the block.
+  void CreateStdImage(uint32_t sessionId, Point origin, std::span<uint8_t> block);
+  void SubmitFrame(uint32_t sessionId, uint32_t imageId, Point origin, ByteView frame);
+  void ReleaseImage(uint32_t sessionId, uint32_t imageId);
+  void RepaintImage(uint32_t sessionId, uint32_t imageId);
+
+  void MouseDown(uint32_t sessionId, uint32_t imageId, Point at);
+  void MouseUp(uint32_t sessionId, uint32_t imageId, Point at);
+  void ClearInput(uint32_t sessionId, uint32_t imageId);
+  void SubmitInput(uint32_t sessionId, uint32_t imageId, uint32_t length, const WideChar* text);
+  /// Stores the sealed input, once: the input is empty afterwards.
+  void GetResponse(uint32_t sessionId, uint32_t imageId, OutputBuffer out);
+
+  void SetStreamKey(uint32_t sessionId, ByteView key);
+  void SendRecv(uint32_t context, uint32_t sessionId, int32_t messageType, ByteView sent, OutputBuffer out,
+                bool answers);
+
+ private:
+  struct Context {
+    std::string caption;
+    uint64_t age = 0;
+  };
+  struct Session {
+    uint32_t context = 0;
+    uint32_t window = 0;
+    SecretBytes streamKey;
+    std::optional<Image> image;
+    std::shared_ptr<EventThread> events;
+  };
+
+  Session& SessionAt(uint32_t sessionId);
+  static void ShowImage(Session& session, uint32_t sessionId, Image image, uint32_t eventBits);
+  Image& ImageAt(Session& session, uint32_t imageId);
+  void EndEvents(std::unique_lock<std::mutex>& lock, uint32_t sessionId);
+  void MakeRoomForContext();
+  template <class Work>
+  void ChangeImage(uint32_t sessionId, uint32_t imageId, Work work);
+
+  std::mutex mutex_;
+  std::map<uint32_t, Context> contexts_;
+  std::map<uint32_t, Session> sessions_;
+  uint64_t nextAge_ = 0;
+};
+
+}  // namespace KsvDisplay

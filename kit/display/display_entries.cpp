@@ -1,0 +1,158 @@
+#include "kit/display/display_entries.h"
+
+#include <new>
+
+namespace KsvDisplay {
+namespace {
+
+constexpr uint32_t kVersion = 0x00010000;
+
+/// At the end of a process a thread of the display may still run, or may have been ended with a lock in its hands: then
+/// everything is left to the system.
+struct LetGo {
+  void operator()(Display* display) const noexcept {
+    if (EventThread::Living() == 0) delete display;
+  }
+};
+
+Display& TheDisplay() {
+  static const std::unique_ptr<Display, LetGo> display(std::make_unique<Display>().release());
+  return *display;
+}
+
+/// The one way into the display: nothing but a status leaves it.
+template <class Operation>
+uint32_t Guarded(Operation&& operation) noexcept {
+  const auto attempt = [&operation] {
+    try {
+      operation(TheDisplay());
+      return Status::kOk;
+    } catch (const DisplayError& error) {
+      return error.status();
+    } catch (const Failure<Fault>& fault) {
+      return fault.status() == Fault::kStore ? Status::kStoreFailure : Status::kInternalError;
+    } catch (const std::bad_alloc&) {
+      return Status::kOutOfMemory;
+    } catch (...) {
+      return Status::kInternalError;
+    }
+  };
+  return static_cast<uint32_t>(attempt());
+}
+
+template <class Pointer>
+Pointer Given(Pointer pointer) {
+  Require(pointer != nullptr, Status::kInvalidArgument);
+  return pointer;
+}
+
+ByteView Sent(uint32_t length, const uint8_t* data) {
+  Require(length == 0 || data != nullptr, Status::kInvalidArgument);
+  return {data, length};
+}
+
+/// Stores the text with its end mark, or an empty one where it does not fit.
+void StoreText(WideChar* buffer, uint32_t capacity, std::string_view text) {
+  Require(capacity > 0, Status::kBufferTooSmall);
+  Given(buffer)[0] = 0;
+  Require(text.size() < capacity, Status::kBufferTooSmall);
+  std::copy(text.begin(), text.end(), buffer);
+  buffer[text.size()] = 0;
+}
+
+}  // namespace
+}  // namespace KsvDisplay
+
+using namespace KsvDisplay;
+
+uint32_t WYSInit(int32_t, const char* caption, uint32_t* context) {
+  return Guarded([=](Display& display) { *Given(context) = display.Init(caption); });
+}
+
+uint32_t WYSDeInit(uint32_t context) {
+  return Guarded([=](Display& display) { display.DeInit(context); });
+}
+
+uint32_t WYSEstablishSession(const SessionRequest* request, uint32_t* sessionId) {
+  return Guarded([=](Display& display) { display.EstablishSession(*Given(request), *Given(sessionId)); });
+}
+
+uint32_t WYSCloseSession(uint32_t sessionId) {
+  return Guarded([=](Display& display) { display.CloseSession(sessionId); });
+}
+
+uint32_t WYSCreateStdImage(uint32_t sessionId, const Point* origin, uint8_t* descriptor, uint32_t descriptorLength,
+                           uint32_t reserved1, uint32_t reserved2) {
+  return Guarded([=](Display& display) {
+    Require(reserved1 == 0 && reserved2 == 0, Status::kInvalidArgument);
+    display.CreateStdImage(sessionId, *Given(origin), {Given(descriptor), descriptorLength});
+  });
+}
+
+uint32_t WYSMouseDown(uint32_t sessionId, uint32_t imageId, const Point* point) {
+  return Guarded([=](Display& display) { display.MouseDown(sessionId, imageId, *Given(point)); });
+}
+
+uint32_t WYSMouseUp(uint32_t sessionId, uint32_t imageId, const Point* point) {
+  return Guarded([=](Display& display) { display.MouseUp(sessionId, imageId, *Given(point)); });
+}
+
+uint32_t WYSSubmitInput(uint32_t sessionId, uint32_t imageId, uint32_t length, const WideChar* text) {
+  return Guarded([=](Display& display) { display.SubmitInput(sessionId, imageId, length, text); });
+}
+
+uint32_t WYSSubmitInputAndGetResponse(uint32_t sessionId, uint32_t imageId, uint32_t* length, uint8_t* buffer) {
+  return Guarded([=](Display& display) { display.GetResponse(sessionId, imageId, {Given(length), buffer}); });
+}
+
+uint32_t WYSReleaseImage(uint32_t sessionId, uint32_t imageId) {
+  return Guarded([=](Display& display) { display.ReleaseImage(sessionId, imageId); });
+}
+
+uint32_t WYSClearInput(uint32_t sessionId, uint32_t imageId) {
+  return Guarded([=](Display& display) { display.ClearInput(sessionId, imageId); });
+}
+
+uint32_t WYSSetStreamKey(uint32_t sessionId, uint32_t length, const uint8_t* key) {
+  return Guarded([=](Display& display) { display.SetStreamKey(sessionId, Sent(length, key)); });
+}
+
+uint32_t WYSSubmitFrame(uint32_t sessionId, uint32_t imageId, const Point* point, uint32_t length,
+                        const uint8_t* frame) {
+  return Guarded(
+      [=](Display& display) { display.SubmitFrame(sessionId, imageId, *Given(point), Sent(length, frame)); });
+}
+
+uint32_t WYSSendRecv(uint32_t context, uint32_t sessionId, int32_t messageType, uint32_t sendLength,
+                     const uint8_t* send, uint32_t* receiveLength, uint8_t* receive, int32_t flag) {
+  return Guarded([=](Display& display) {
+    Require(flag == 0 || flag == 1, Status::kInvalidArgument);
+    display.SendRecv(context, sessionId, messageType, Sent(sendLength, send), {Given(receiveLength), receive},
+                     flag == 1);
+  });
+}
+
+uint32_t WYSRepaintImage(uint32_t sessionId, uint32_t imageId) {
+  return Guarded([=](Display& display) { display.RepaintImage(sessionId, imageId); });
+}
+
+uint32_t WYSGetVersion(uint32_t* version) {
+  return Guarded([=](Display&) { *Given(version) = kVersion; });
+}
+
+uint32_t WYSStatusToString(WideChar* buffer, uint32_t capacity, uint32_t statusCode) {
+  return Guarded([=](Display&) {
+    const std::string_view text = TextOf(statusCode);
+    StoreText(Given(buffer), capacity, text);
+    Require(!text.empty(), Status::kUnknownStatus);
+  });
+}
+
+uint32_t WYSRegisterEvents(uint32_t sessionId, const uint32_t* eventMask, EventCallback callback, void* context) {
+  return Guarded([=](Display& display) {
+    if (callback == nullptr) return display.WithdrawEvents(sessionId);
+    // Window handles, which hosts give here, have 32 significant bits on every system.
+    const auto word = static_cast<uint32_t>(reinterpret_cast<uintptr_t>(context));
+    display.RegisterEvents(sessionId, *Given(eventMask), callback, word);
+  });
+}

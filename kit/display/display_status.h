@@ -1,0 +1,63 @@
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+#include "kit/shared/bytes.h"
+
+namespace KsvDisplay {
+
+using namespace KsvKit;
+
+/// What every entry point answers; `TextOf` says what each means. 34 is left free, because the plug-in reports it for a
+/// library that it did not reach. A status never moves: pages compare these numbers.
+enum class Status : uint32_t {
+  kOk = 0,
+  kBufferTooSmall = 11,
+  /// In event records only.
+  kInputComplete = 36,
+  kSessionStands = 42,
+
+  kInvalidArgument = 201,
+  kUnknownContext = 202,
+  kUnknownSession = 203,
+  kUnknownImage = 204,
+  kTooManyContexts = 205,
+  kTooManySessions = 206,
+
+  kBadDescriptor = 210,
+  kUnknownInputType = 211,
+  kBadImageSize = 212,
+  kBadLogo = 213,
+  kBadLimits = 214,
+  kUnknownOption = 215,
+
+  kInputIncomplete = 220,
+  kInputClosed = 221,
+  kBadText = 222,
+  kWrongInputType = 223,
+
+  kBadFrame = 230,
+  kFrameNotAuthentic = 231,
+  kBadSetupMessage = 232,
+  kUnknownMessageType = 233,
+
+  kNotRegistered = 240,
+  kCallbackRunning = 241,
+
+  kWindowGone = 250,
+  kPaintingFailed = 251,
+  kNoFont = 252,
+  kStoreFailure = 253,
+  kOutOfMemory = 254,
+  kInternalError = 255,
+  kUnknownStatus = 260,
+};
+
+/// Carries a status from where it is found to the guard of the entry points, which alone turns it into a result.
+using DisplayError = Failure<Status>;
+
+/// A sentence for people, in ASCII and shorter than 128 characters; empty for a number that is no status.
+std::string_view TextOf(uint32_t status);
+
+}  // namespace KsvDisplay

@@ -1,0 +1,68 @@
+#pragma once
+
+#include <atomic>
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+#include <thread>
+
+#include "kit/display/display_status.h"
+#include "kit/shared/system.h"
+
+namespace KsvDisplay {
+
+/// What a callback is given: five 32-bit words.
+struct EventRecord {
+  uint32_t eventBits;
+  uint32_t sessionId;
+  uint32_t imageId;
+  uint32_t eventStatus;
+  uint32_t context;
+};
+static_assert(sizeof(EventRecord) == 20);
+
+using EventCallback = uint32_t (*)(EventRecord* record);
+
+constexpr uint32_t kImageChanged = 2;
+constexpr uint32_t kInputCompleted = 4;
+constexpr uint32_t kFrameArrived = 8;
+
+/// One registration, with the thread that calls its callback. No lock is held during a call. All members may be called
+/// on any thread.
+class EventThread {
+ public:
+  EventThread(uint32_t mask, EventCallback callback, uint32_t context);
+  /// After `Stop` at once; without it, when the running callback has returned.
+  ~EventThread();
+  EventThread(const EventThread&) = delete;
+  EventThread& operator=(const EventThread&) = delete;
+
+  /// Queues an event, unless the mask or a full queue is against it.
+  void Post(uint32_t eventBits, uint32_t sessionId, uint32_t imageId);
+
+  /// When it returns, no callback is running or will run. Throws kCallbackRunning, with all as it was, when called from
+  /// within the callback, or when that does not return in time.
+  void Stop();
+
+  /// How many there are in the process. Takes no lock: asked at the end of a process.
+  static size_t Living() noexcept { return living; }
+
+ private:
+  void Run();
+
+  static std::atomic<size_t> living;
+
+  const uint32_t mask_;
+  const EventCallback callback_;
+  const uint32_t context_;
+  const System::ModulePin pin_;
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  std::deque<EventRecord> queue_;
+  /// How many want the end; more than none stops delivery.
+  int endings_ = 0;
+  bool finished_ = false;
+  std::thread thread_;
+};
+
+}  // namespace KsvDisplay

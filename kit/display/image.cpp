@@ -1,0 +1,180 @@
+#include "kit/display/image.h"
+
+#include <utility>
+
+#include "kit/display/utf8.h"
+#include "kit/shared/crypto.h"
+
+namespace KsvDisplay {
+namespace {
+
+constexpr size_t kMaxClicks = 64;
+constexpr std::string_view kConfirmed = "OK";
+
+/// Below `bound`, each number as likely as the others.
+uint8_t DrawBelow(uint8_t bound) {
+  const int fair = 256 / bound * bound;
+  for (;;) {
+    std::array<uint8_t, 1> random;
+    Crypto::FillRandom(random);
+    if (random[0] < fair) return static_cast<uint8_t>(random[0] % bound);
+  }
+}
+
+Descriptor DescribeFrame(const Pixels& frame, uint32_t id) {
+  Descriptor descriptor;
+  descriptor.type = InputType::kClicks;
+  descriptor.imageId = id;
+  descriptor.size = {frame.width, frame.height};
+  descriptor.least = 1;
+  descriptor.greatest = kMaxClicks;
+  return descriptor;
+}
+
+}  // namespace
+
+Image::Image(Descriptor descriptor, Point origin, std::string caption, ByteView source)
+    : descriptor_(std::move(descriptor)),
+      origin_(origin),
+      caption_(std::move(caption)),
+      digest_(Crypto::Sha256(source)),
+      layout_(LayOut(descriptor_, !caption_.empty())) {
+  // A secret that never grows leaves no copies behind, and takes no memory in the middle of an input.
+  input_.reserve(descriptor_.greatest);
+  Shuffle();
+}
+
+Image::Image(PixelsPtr frame, uint32_t id, Point origin, ByteView source)
+    : descriptor_(DescribeFrame(*frame, id)),
+      origin_(origin),
+      digest_(Crypto::Sha256(source)),
+      frame_(std::move(frame)) {
+  input_.reserve(kMaxClicks * sizeof(Point));
+}
+
+void Image::Shuffle() {
+  if (descriptor_.type != InputType::kPin) return;
+  digits_ = {'0', '1', '2', '3', '4', '5', '6', '7', '8', '9'};
+  for (size_t last = kDigitCount - 1; last > 0; --last) {
+    std::swap(digits_[last], digits_[DrawBelow(static_cast<uint8_t>(last + 1))]);
+  }
+}
+
+uint32_t Image::Changed() {
+  picture.reset();
+  return kImageChanged;
+}
+
+const Key* Image::KeyAt(Point at) const {
+  for (const Key& key : layout_.keys) {
+    if (key.area.Contains(at.x - origin_.x, at.y - origin_.y)) return &key;
+  }
+  return nullptr;
+}
+
+uint32_t Image::Press(Point at) {
+  Require(!closed_, Status::kInputClosed);
+  isDown_ = area().Contains(at.x, at.y);
+  pressedKey_.reset();
+  const Key* const key = KeyAt(at);
+  if (key == nullptr) return 0;
+  pressedKey_ = static_cast<size_t>(key - layout_.keys.data());
+  return Changed();
+}
+
+uint32_t Image::Release(Point at) {
+  Require(!closed_, Status::kInputClosed);
+  const bool wasDown = std::exchange(isDown_, false);
+  const std::optional<size_t> pressed = std::exchange(pressedKey_, std::nullopt);
+  if (frame_ != nullptr) {
+    if (!wasDown || !area().Contains(at.x, at.y) || entered_ == kMaxClicks) return 0;
+    AppendNumber(input_, static_cast<uint16_t>(at.x - origin_.x));
+    AppendNumber(input_, static_cast<uint16_t>(at.y - origin_.y));
+    ++entered_;
+    return kImageChanged | kInputCompleted;
+  }
+  if (!pressed) return 0;
+  const Key& key = layout_.keys[*pressed];
+  return Changed() | (KeyAt(at) == &key ? UseKey(key) : 0);
+}
+
+uint32_t Image::UseKey(const Key& key) {
+  switch (key.kind) {
+    case Key::Kind::kClear:
+      Clear();
+      return 0;
+    case Key::Kind::kDigit:
+      if (entered_ == descriptor_.greatest) return 0;
+      input_.push_back(digits_[static_cast<size_t>(&key - layout_.keys.data())]);
+      ++entered_;
+      if (descriptor_.shufflesAfterEachDigit) Shuffle();
+      return 0;
+    case Key::Kind::kOk:
+      if (descriptor_.type == InputType::kConfirmation) {
+        input_.assign(kConfirmed.begin(), kConfirmed.end());
+        entered_ = 1;
+      }
+      return IsComplete() ? kInputCompleted : 0;
+  }
+  return 0;
+}
+
+void Image::Clear() {
+  input_.clear();
+  entered_ = 0;
+  closed_ = false;
+  isDown_ = false;
+  pressedKey_.reset();
+  Shuffle();
+  Changed();
+}
+
+bool Image::IsComplete() const {
+  if (descriptor_.type == InputType::kConfirmation) return entered_ > 0;
+  return entered_ >= descriptor_.least;
+}
+
+void Image::Submit() {
+  Require(descriptor_.type != InputType::kText, Status::kWrongInputType);
+  Require(!closed_, Status::kInputClosed);
+  Require(IsComplete(), Status::kInputIncomplete);
+  closed_ = true;
+  Changed();
+}
+
+void Image::SubmitText(const WideChar* text, size_t limit) {
+  Require(descriptor_.type == InputType::kText, Status::kWrongInputType);
+  Require(!closed_, Status::kInputClosed);
+  std::optional<EncodedText> encoded = EncodeUtf8(text, limit);
+  Require(encoded && encoded->characters >= descriptor_.least && encoded->characters <= descriptor_.greatest,
+          Status::kBadText);
+  input_ = std::move(encoded->utf8);
+  entered_ = encoded->characters;
+  closed_ = true;
+  Changed();
+}
+
+Input Image::CompleteInput() const {
+  Require(IsComplete(), Status::kInputIncomplete);
+  return {descriptor_.type, descriptor_.imageId, digest_, input_};
+}
+
+Scene Image::Draw() const {
+  if (frame_ != nullptr) return DrawScene(frame_);
+  return DrawScene(descriptor_, layout_, caption_, AsText(digits_),
+                   {entered_, closed_, pressedKey_ ? &layout_.keys[*pressedKey_] : nullptr});
+}
+
+std::string Image::ListKeys() const {
+  std::string lines;
+  size_t place = 0;
+  for (const Key& key : layout_.keys) {
+    std::string label = key.kind == Key::Kind::kClear ? "Clear" : "OK";
+    if (key.kind == Key::Kind::kDigit) label = static_cast<char>(digits_[place++]);
+    lines += label + ' ' + std::to_string(key.area.x + origin_.x) + ' ' + std::to_string(key.area.y + origin_.y) + ' ' +
+             std::to_string(key.area.width) + ' ' + std::to_string(key.area.height) + '\n';
+  }
+  return lines;
+}
+
+}  // namespace KsvDisplay

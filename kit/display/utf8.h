@@ -1,0 +1,22 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "kit/shared/bytes.h"
+#include "kit/shared/system.h"
+
+namespace KsvDisplay {
+
+/// The characters of a text; nothing when it is no well-formed UTF-8.
+std::optional<std::u32string> DecodeUtf8(std::string_view text);
+
+/// UTF-8 for at most `limit` units of wide text up to its end mark, with the number of characters; nothing for a
+/// surrogate without its other half.
+struct EncodedText {
+  KsvKit::SecretBytes utf8;
+  size_t characters = 0;
+};
+std::optional<EncodedText> EncodeUtf8(const KsvKit::WideChar* text, size_t limit);
+
+}  // namespace KsvDisplay
