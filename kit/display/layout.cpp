@@ -136,7 +136,9 @@ std::string_view TitleOf(InputType type, bool closed) {
 Layout LayOut(const Descriptor& descriptor, bool hasCaption) {
   Layout layout;
   Rect rest{0, 0, descriptor.size.x, descriptor.size.y};
-  const int unit = std::clamp(std::min(rest.width, rest.height * 3 / 4) / 32, 5, 24);
+  // A pad wants to stand upright, the others to lie.
+  const int byHeight = descriptor.type == InputType::kPin ? rest.height * 3 / 4 : rest.height * 4 / 3;
+  const int unit = std::clamp(std::min(rest.width, byHeight) / 32, 5, 24);
   if (hasCaption) {
     layout.caption = CutTop(rest, unit * 4, unit);
   } else {
@@ -169,7 +171,7 @@ Layout LayOut(const Descriptor& descriptor, bool hasCaption) {
       break;
     }
     case InputType::kText:
-      layout.progress = CutTop(rest, unit * 5, 0);
+      layout.progress = CutTop(rest, unit * 4, 0);
       break;
     case InputType::kClicks:
       break;

@@ -1,0 +1,530 @@
+#include <atomic>
+#include <future>
+#include <mutex>
+#include <set>
+#include <thread>
+
+#include "kit/display/channel.h"
+#include "kit/shared/crypto.h"
+#include "kit/shared/key_store.h"
+#include "tests/support/reference_display_fixture.h"
+
+namespace {
+
+using KsvDisplay::Point;
+using KsvDisplay::Status;
+using support::ImageRequest;
+using Text = std::string;
+
+constexpr auto Code = [](Status status) { return static_cast<uint32_t>(status); };
+
+Text BigEndian(uint64_t value, int bytes) {
+  Text text;
+  for (int shift = 8 * (bytes - 1); shift >= 0; shift -= 8) text += static_cast<char>(value >> shift);
+  return text;
+}
+Text FrameBytes(uint16_t width, uint16_t height, char tag = 0) {
+  const size_t size = size_t{3} * width * height;
+  return Text("KSVF\1") + tag + BigEndian(width, 2) + BigEndian(height, 2) + BigEndian(size, 4) + Text(size, '\x55');
+}
+
+class ReferenceDisplay : public support::ReferenceDisplayTest {
+ protected:
+  KsvKit::SecretBytes Key() const { return *KsvKit::KeyStore(folder_ / "display.key").Load(); }
+  // What the holder of the key reads, or a word for what is wrong.
+  Text Open(const Text& sealed, const Text& stream = "") const {
+    const auto input = KsvDisplay::OpenInput(KsvKit::AsBytes(sealed), Key(), KsvKit::AsBytes(stream));
+    return input ? std::to_string(input->imageId) + ":" + Text(KsvKit::AsText(input->content)) : "sealed";
+  }
+  Text Tagged(Text frame, const Text& stream) const {
+    const auto key = KsvDisplay::Channel::FrameKey(Key(), KsvKit::AsBytes(stream));
+    const auto tag = KsvKit::Crypto::Hmac(KsvKit::Crypto::Hash::kSha256, key, KsvKit::AsBytes(frame));
+    return frame + Text(KsvKit::AsText(tag));
+  }
+  std::pair<uint32_t, Text> Exchange(int32_t type, const Text& sent, uint32_t capacity = 32, int32_t flag = 1) const {
+    Text received(capacity, '\0');
+    uint32_t length = capacity;
+    const uint32_t status = wys_.SendRecv(context_, session_, type, static_cast<uint32_t>(sent.size()), Data(sent),
+                                          &length, reinterpret_cast<uint8_t*>(received.data()), flag);
+    return {status, status == 0 ? received.substr(0, length) : std::to_string(length)};
+  }
+  void EnterPin(const Text& pin) {
+    for (const char digit : pin) EXPECT_EQ(Tap(Text(1, digit)), 0U);
+  }
+};
+
+TEST_F(ReferenceDisplay, PinComesBackSealedOnceAndOnlyWhole) {
+  ASSERT_EQ(Create(ImageRequest{}), 0U);
+  EnterPin("20");
+  EXPECT_EQ(wys_.SubmitInput(session_, 77, 0, nullptr), Code(Status::kInputIncomplete));
+  EXPECT_EQ(Respond(), std::pair(Code(Status::kInputIncomplete), Text()));
+  EnterPin("77319");  // the seventh is one too many
+  Tap("OK");
+  const auto [status, sealed] = Respond();
+  EXPECT_EQ(status, 0U);
+  EXPECT_EQ(Open(sealed), "77:207731");
+  EXPECT_EQ(Open(sealed, "stream"), "sealed");
+  Text altered = sealed;
+  for (const size_t at : {size_t{0}, size_t{7}, size_t{11}, size_t{13}, size_t{40}, sealed.size() - 1}) {
+    altered[at] ^= 1;
+    EXPECT_EQ(Open(altered), "sealed") << at;
+    altered[at] ^= 1;
+  }
+  EXPECT_EQ(Open(sealed.substr(0, 20)), "sealed");
+  EXPECT_EQ(Respond().first, Code(Status::kInputIncomplete));
+  // Neither a longer PIN nor another one shows in the length.
+  EnterPin("0000");
+  EXPECT_EQ(Respond().second.size(), sealed.size());
+}
+
+TEST_F(ReferenceDisplay, KeyCountsWhenPressAndReleaseFallOnIt) {
+  ASSERT_EQ(Create(ImageRequest{}), 0U);
+  EnterPin("1234");
+  auto keys = Keys();
+  const Point one = MiddleOf(keys["1"]);
+  const Point two = MiddleOf(keys["2"]);
+  const Point corner{static_cast<uint16_t>(keys["1"].x), static_cast<uint16_t>(keys["1"].y)};
+  const Point beside{static_cast<uint16_t>(keys["1"].x - 1), static_cast<uint16_t>(keys["1"].y)};
+  EXPECT_EQ(Click(one, two), 0U);
+  EXPECT_EQ(Click(beside, one), 0U);
+  EXPECT_EQ(Click({0, 0}, {65535, 65535}), 0U);
+  EXPECT_EQ(wys_.MouseUp(session_, 0, &one), 0U);
+  EXPECT_EQ(Click(corner, one), 0U);
+  EXPECT_EQ(Open(Respond().second), "77:12341");
+
+  EnterPin("5555");
+  Tap("Clear");
+  EnterPin("678");
+  EXPECT_EQ(Respond().first, Code(Status::kInputIncomplete));
+  EnterPin("9");
+  EXPECT_EQ(wys_.SubmitInput(session_, 0, 0, nullptr), 0U);
+  EXPECT_EQ(Click(one, one), Code(Status::kInputClosed));
+  EXPECT_EQ(Open(Respond().second), "77:6789");
+  EXPECT_EQ(Click(one, one), 0U);
+}
+
+TEST_F(ReferenceDisplay, PadIsShuffledForEachImageAndInput) {
+  const auto order = [this] {
+    Text digits;
+    std::map<std::pair<int, int>, Text> byPlace;
+    for (const auto& [label, area] : Keys()) byPlace[{area.y, area.x}] = label;
+    for (const auto& [place, label] : byPlace) digits += label.size() == 1 ? label : "";
+    return digits;
+  };
+  std::set<Text> orders;
+  for (int i = 0; i < 4; ++i) {
+    ASSERT_EQ(Create(ImageRequest{}), 0U);
+    orders.insert(order());
+    EnterPin("1");
+    orders.insert(order());
+    EXPECT_EQ(wys_.ClearInput(session_, 0), 0U);
+    orders.insert(order());
+  }
+  // 3 in 10! that two of eight meet by chance, a few times over.
+  EXPECT_GE(orders.size(), 7U);
+  for (Text digits : orders) {
+    std::sort(digits.begin(), digits.end());
+    EXPECT_EQ(digits, "0123456789");
+  }
+  ASSERT_EQ(Create(ImageRequest{.options = 1}), 0U);
+  const Text before = order();
+  EnterPin("11");
+  EXPECT_NE(order(), before);
+}
+
+TEST_F(ReferenceDisplay, ConfirmationAndTextAreInputsToo) {
+  ASSERT_EQ(Create(ImageRequest{.type = 2, .id = 5, .size = {}, .least = 0, .greatest = 0}), 0U);
+  EXPECT_EQ(Respond().first, Code(Status::kInputIncomplete));
+  Tap("OK");
+  EXPECT_EQ(Open(Respond().second), "5:OK");
+
+  ASSERT_EQ(Create(ImageRequest{.type = 3, .id = 6, .size = {}, .least = 2, .greatest = 4}), 0U);
+  EXPECT_EQ(Keys().size(), 0U);
+  constexpr KsvKit::WideChar kText[] = {'a', 0x20AC, 0xD83D, 0xDE00, 'b', 0};
+  constexpr KsvKit::WideChar kHalf[] = {'a', 0xD83D, 0};
+  const struct {
+    const KsvKit::WideChar* text;
+    uint32_t length;
+    Status status;
+  } kCases[] = {
+      {nullptr, 0, Status::kWrongInputType}, {nullptr, 3, Status::kInvalidArgument},
+      {kText, 0, Status::kInvalidArgument},  {kText, 1, Status::kBadText},
+      {kText, 3, Status::kBadText},          {kHalf, 5, Status::kBadText},
+      {kText, 5000, Status::kBadText},       {kText, 9, Status::kOk},
+      {kText, 9, Status::kInputClosed},
+  };
+  for (const auto& row : kCases) EXPECT_EQ(wys_.SubmitInput(session_, 6, row.length, row.text), Code(row.status));
+  EXPECT_EQ(Open(Respond().second), "6:a\u20AC\U0001F600b");
+  ASSERT_EQ(Create(ImageRequest{}), 0U);
+  EXPECT_EQ(wys_.SubmitInput(session_, 0, 9, kText), Code(Status::kWrongInputType));
+}
+
+TEST_F(ReferenceDisplay, DescriptionsAreChecked) {
+  const ImageRequest pin;
+  const struct {
+    Text block;
+    Status status;
+  } kCases[] = {
+      {"", Status::kBadDescriptor},
+      {pin.Block().substr(0, 49), Status::kBadDescriptor},
+      {pin.Block().replace(0, 1, "\1"), Status::kBadDescriptor},
+      {pin.Block().replace(41, 1, "\1"), Status::kBadDescriptor},
+      {ImageRequest{.type = 0}.Block(), Status::kUnknownInputType},
+      {ImageRequest{.type = 4}.Block(), Status::kUnknownInputType},
+      {ImageRequest{.size = {199, 420}}.Block(), Status::kBadImageSize},
+      {ImageRequest{.size = {320, 259}}.Block(), Status::kBadImageSize},
+      {ImageRequest{.size = {320, 65535}}.Block(), Status::kBadImageSize},
+      {ImageRequest{.least = 7}.Block(), Status::kBadLimits},
+      {ImageRequest{.greatest = 17}.Block(), Status::kBadLimits},
+      {ImageRequest{.greatest = 0xFFFFFFFF}.Block(), Status::kBadLimits},
+      {ImageRequest{.type = 2}.Block(), Status::kBadLimits},
+      {ImageRequest{.theme = 2}.Block(), Status::kUnknownOption},
+      {ImageRequest{.options = 2}.Block(), Status::kUnknownOption},
+      {ImageRequest{.logo = {2, 2}, .logoBytes = 11}.Block(), Status::kBadLogo},
+      {ImageRequest{.logo = {2, 2}, .logoBytes = 13}.Block(), Status::kBadLogo},
+      {ImageRequest{.logo = {0, 0}, .logoBytes = 1}.Block(), Status::kBadLogo},
+      // 3 * 65535 * 65535 is 3 more than a multiple of 2^32 when it is taken without care.
+      {ImageRequest{.logo = {65535, 65535}, .logoBytes = 0xFFFA0003 % 4096}.Block(), Status::kBadLogo},
+      {ImageRequest{.logo = {1025, 1}, .logoBytes = 3075}.Block(), Status::kBadLogo},
+      {ImageRequest{.logo = {65535, 65535}}.Block(), Status::kOk},
+      {ImageRequest{.size = {2048, 2048}, .logoAt = {2047, 2040}, .logo = {1024, 3}, .logoBytes = 9216}.Block(),
+       Status::kOk},
+      {ImageRequest{.size = {200, 260}, .logoAt = {60000, 1}, .logo = {9, 9}, .logoBytes = 243}.Block(), Status::kOk},
+      {ImageRequest{.size = {200, 260}, .theme = 1, .greatest = 16, .logo = {1, 1024}, .logoBytes = 3072}.Block(),
+       Status::kOk},
+      {ImageRequest{.type = 3, .size = {2048, 140}, .logo = {5, 5}, .logoBytes = 75}.Block(), Status::kOk},
+      {ImageRequest{.id = 0, .size = {}, .least = 0, .greatest = 0}.Block(), Status::kOk},
+  };
+  for (const auto& row : kCases) {
+    SCOPED_TRACE(&row - kCases);
+    EXPECT_EQ(Create(row.block), Code(row.status));
+    if (row.status == Status::kOk) {
+      EXPECT_EQ(wys_.RepaintImage(session_, 0), 0U);
+    }
+  }
+  // What the page left open comes back in the block.
+  EXPECT_NE(block_.substr(6, 4), Text(4, '\0'));
+  EXPECT_EQ(block_.substr(10, 4), Text("\x40\x01\xA4\x01"));
+}
+
+TEST_F(ReferenceDisplay, FramesAreCheckedAndClicksOnThemAreTheInput) {
+  const Text good = FrameBytes(20, 10);
+  const struct {
+    Text bytes;
+    Status status;
+  } kCases[] = {
+      {"", Status::kBadFrame},
+      {good.substr(0, 13), Status::kBadFrame},
+      {good.substr(0, good.size() - 1), Status::kBadFrame},
+      {good + '\0', Status::kBadFrame},
+      {Text(good).replace(0, 1, "k"), Status::kBadFrame},
+      {Text(good).replace(4, 1, "\2"), Status::kBadFrame},
+      {Text(good).replace(5, 1, "\2"), Status::kBadFrame},
+      {FrameBytes(0, 10), Status::kBadFrame},
+      {FrameBytes(2049, 1), Status::kBadFrame},
+      {Text("KSVF\1\0", 6) + BigEndian(0xFFFFFFFF, 4) + BigEndian(0xFFFA0003, 4), Status::kBadFrame},
+      {FrameBytes(20, 10, 1), Status::kBadFrame},
+      {FrameBytes(20, 10, 1) + Text(32, 'x'), Status::kFrameNotAuthentic},
+      {good, Status::kOk},
+  };
+  for (const auto& row : kCases) EXPECT_EQ(Frame(row.bytes), Code(row.status)) << &row - kCases;
+  EXPECT_EQ(wys_.RepaintImage(session_, 9), 0U);
+  EXPECT_EQ(Respond().first, Code(Status::kInputIncomplete));
+  EXPECT_EQ(Click({10, 5}, {29, 14}), 0U);
+  EXPECT_EQ(Click({9, 5}, {12, 7}), 0U);
+  EXPECT_EQ(Click({12, 7}, {30, 14}), 0U);
+  EXPECT_EQ(Click({12, 7}, {12, 7}), 0U);
+  EXPECT_EQ(Open(Respond().second), "9:" + Text("\0\x13\0\x9\0\x2\0\x2", 8));
+}
+
+TEST_F(ReferenceDisplay, ChannelBindsFramesAndInputsToItsKey) {
+  const struct {
+    Text message;
+    bool good;
+  } kCases[] = {
+      {Text("\0\3\xaa\xbb\xcc\xdd\xee\0\1\xff", 10), true},
+      {Text(4, '\0'), true},
+      {Text(3, '\0'), false},
+      {"", false},
+      {Text("\0\3\xaa\xbb\xcc", 5), false},
+      {Text("\0\0\0\2\1", 5), false},
+      {Text("\xff\xff\0\0", 4), false},
+  };
+  for (const auto& row : kCases) {
+    const auto [status, answer] = Exchange(250, row.message);
+    EXPECT_EQ(status, row.good ? 0 : Code(Status::kBadSetupMessage)) << &row - kCases;
+    EXPECT_EQ(answer.size(), row.good ? 32U : 2U);  // where it failed, the text of the unchanged length
+  }
+  EXPECT_NE(Exchange(250, kCases[0].message).second, Exchange(250, kCases[1].message).second);
+
+  const Text stream = Exchange(250, kCases[0].message).second;
+  for (const uint32_t length : {0U, 33U}) {
+    EXPECT_EQ(wys_.SetStreamKey(session_, length, Data(Text(33, 'k'))), Code(Status::kInvalidArgument));
+  }
+  ASSERT_EQ(wys_.SetStreamKey(session_, 32, Data(stream)), 0U);
+  const Text frame = FrameBytes(20, 10, 1);
+  EXPECT_EQ(Frame(FrameBytes(20, 10)), Code(Status::kFrameNotAuthentic));
+  EXPECT_EQ(Frame(Tagged(frame, "another stream")), Code(Status::kFrameNotAuthentic));
+  Text altered = Tagged(frame, stream);
+  altered[20] ^= 1;
+  EXPECT_EQ(Frame(altered), Code(Status::kFrameNotAuthentic));
+  EXPECT_EQ(Frame(Tagged(frame, stream)), 0U);
+  Click({11, 6}, {11, 6});
+  const Text sealed = Respond().second;
+  EXPECT_EQ(Open(sealed), "sealed");
+  EXPECT_EQ(Open(sealed, stream), "9:" + Text("\0\1\0\1", 4));
+}
+
+TEST_F(ReferenceDisplay, MessagesHonourTheBuffer) {
+  EXPECT_EQ(Exchange(0, "echo"), std::pair(0U, Text("echo")));
+  EXPECT_EQ(Exchange(0, "echo", 3), std::pair(11U, Text("4")));
+  EXPECT_EQ(Exchange(0, "echo", 3, 0), std::pair(0U, Text()));
+  EXPECT_EQ(Exchange(250, Text(4, '\0'), 31), std::pair(11U, Text("32")));
+  EXPECT_EQ(Exchange(1, "", 500).second.front(), '{');
+  EXPECT_EQ(Exchange(2, "").first, Code(Status::kUnknownMessageType));
+  EXPECT_EQ(Exchange(0, "", 32, 2).first, Code(Status::kInvalidArgument));
+  EXPECT_EQ(Exchange(0, Text(1024 * 1024 + 1, 'x')).first, Code(Status::kInvalidArgument));
+}
+
+TEST_F(ReferenceDisplay, NothingIsTakenOnTrust) {
+  const uint32_t invalid = Code(Status::kInvalidArgument);
+  const Point point{};
+  uint8_t byte = 0;
+  uint32_t word = 0;
+  KsvKit::WideChar unit = 'x';
+  const KsvDisplay::SessionRequest noWindow{0, 0xFFFF, context_};
+  const KsvDisplay::SessionRequest otherFeatures{1, 0xFFFE, context_};
+  EXPECT_EQ(wys_.Init(0, "Norvo Bank", nullptr), invalid);
+  for (const Text& caption :
+       {Text(65, 'x'), Text("line\nfeed"), Text("\xC3"), Text("\xC0\x80"), Text("\xED\xA0\x80")}) {
+    EXPECT_EQ(wys_.Init(0, caption.c_str(), &word), invalid) << caption;
+  }
+  for (const auto* request : {static_cast<const KsvDisplay::SessionRequest*>(nullptr), &noWindow, &otherFeatures}) {
+    EXPECT_EQ(wys_.EstablishSession(request, &word), invalid);
+  }
+  EXPECT_EQ(wys_.CreateStdImage(session_, nullptr, &byte, 1, 0, 0), invalid);
+  EXPECT_EQ(wys_.CreateStdImage(session_, &point, nullptr, 50, 0, 0), invalid);
+  EXPECT_EQ(wys_.CreateStdImage(session_, &point, &byte, 1, 0, 1), invalid);
+  EXPECT_EQ(wys_.MouseDown(session_, 0, nullptr), invalid);
+  EXPECT_EQ(wys_.MouseUp(session_, 0, nullptr), invalid);
+  EXPECT_EQ(wys_.SubmitInputAndGetResponse(session_, 0, nullptr, &byte), invalid);
+  EXPECT_EQ(wys_.SetStreamKey(session_, 5, nullptr), invalid);
+  EXPECT_EQ(wys_.SubmitFrame(session_, 0, &point, 5, nullptr), invalid);
+  EXPECT_EQ(wys_.SubmitFrame(session_, 0, nullptr, 0, nullptr), invalid);
+  EXPECT_EQ(wys_.SendRecv(context_, 0, 0, 1, nullptr, &word, &byte, 1), invalid);
+  EXPECT_EQ(wys_.SendRecv(context_, 0, 0, 0, nullptr, nullptr, &byte, 1), invalid);
+  EXPECT_EQ(wys_.GetVersion(nullptr), invalid);
+  EXPECT_EQ(wys_.StatusToString(nullptr, 9, 0), invalid);
+  EXPECT_EQ(wys_.RegisterEvents(
+                session_, nullptr, [](KsvDisplay::EventRecord*) { return 0U; }, nullptr),
+            invalid);
+
+  for (const uint32_t id : {uint32_t{0}, session_ + 1}) {
+    const uint32_t unknown = Code(Status::kUnknownSession);
+    EXPECT_EQ(wys_.CloseSession(id), unknown);
+    EXPECT_EQ(wys_.RepaintImage(id, 0), unknown);
+    EXPECT_EQ(wys_.SetStreamKey(id, 1, &byte), unknown);
+    EXPECT_EQ(wys_.SendRecv(context_, id, 250, 0, nullptr, &word, &byte, 1), unknown);
+    EXPECT_EQ(wys_.RegisterEvents(id, nullptr, nullptr, nullptr), unknown);
+  }
+  EXPECT_EQ(wys_.DeInit(context_ + 1), Code(Status::kUnknownContext));
+  EXPECT_EQ(wys_.SendRecv(0, 0, 0, 0, nullptr, &word, &byte, 1), Code(Status::kUnknownContext));
+  EXPECT_EQ(wys_.RepaintImage(session_, 0), Code(Status::kUnknownImage));
+  ASSERT_EQ(Create(ImageRequest{}), 0U);
+  EXPECT_EQ(wys_.ReleaseImage(session_, 78), Code(Status::kUnknownImage));
+  EXPECT_EQ(wys_.ReleaseImage(session_, 77), 0U);
+  EXPECT_EQ(wys_.ReleaseImage(session_, 77), Code(Status::kUnknownImage));
+  EXPECT_EQ(wys_.StatusToString(&unit, 1, 0), 11U);
+  EXPECT_EQ(unit, 0);
+}
+
+TEST_F(ReferenceDisplay, WindowHasOneSession) {
+  const uint32_t first = session_;
+  session_ = 0;
+  ASSERT_EQ(Create(ImageRequest{}), Code(Status::kUnknownSession));
+  EXPECT_EQ(Establish(), 42U);
+  EXPECT_EQ(session_, first);
+  ASSERT_EQ(Create(ImageRequest{}), 0U);
+
+  // Another page in the same window gets the session, but not what the first one left in it.
+  const uint32_t earlier = context_;
+  ASSERT_EQ(wys_.Init(7, nullptr, &context_), 0U);
+  EXPECT_EQ(Establish(), 42U);
+  EXPECT_EQ(session_, first);
+  EXPECT_EQ(wys_.RepaintImage(session_, 0), Code(Status::kUnknownImage));
+  EXPECT_EQ(wys_.DeInit(earlier), 0U);
+  EXPECT_EQ(wys_.CloseSession(session_), 0U);
+  EXPECT_EQ(Establish(), 0U);
+  EXPECT_EQ(wys_.DeInit(context_), 0U);
+  EXPECT_EQ(wys_.CloseSession(session_), Code(Status::kUnknownSession));
+  // Contexts that hosts forget don't use all up.
+  for (int i = 0; i < 100; ++i) ASSERT_EQ(wys_.Init(0, "", &context_), 0U);
+}
+
+TEST_F(ReferenceDisplay, EveryStatusHasItsText) {
+  std::set<std::basic_string<KsvKit::WideChar>> texts;
+  int known = 0;
+  for (uint32_t code = 0; code < 400; ++code) {
+    KsvKit::WideChar text[256] = {'x'};
+    const uint32_t status = wys_.StatusToString(text, 256, code);
+    const size_t length = std::char_traits<KsvKit::WideChar>::length(text);
+    ASSERT_TRUE(status == 0 ? length > 0 && length < 128 : status == Code(Status::kUnknownStatus) && length == 0);
+    if (status != 0) continue;
+    ++known;
+    texts.insert(text);
+  }
+  EXPECT_EQ(known, 33);
+  EXPECT_EQ(texts.size(), 33U);
+  uint32_t version = 0;
+  EXPECT_EQ(wys_.GetVersion(&version), 0U);
+  EXPECT_EQ(version, 0x00010000U);
+}
+
+// What the callback saw, on whatever thread; it has no other way to find its test.
+struct Recorder {
+  std::mutex mutex;
+  std::condition_variable added;
+  std::vector<KsvDisplay::EventRecord> records;
+  std::thread::id thread;
+  std::function<void()> inside = [] {};
+}* recorder = nullptr;
+
+uint32_t Record(KsvDisplay::EventRecord* record) {
+  {
+    const std::scoped_lock lock(recorder->mutex);
+    recorder->records.push_back(*record);
+    recorder->thread = std::this_thread::get_id();
+    recorder->added.notify_all();
+  }
+  recorder->inside();
+  return 1;
+}
+
+class ReferenceDisplayEvents : public ReferenceDisplay {
+ protected:
+  ReferenceDisplayEvents() { recorder = &events_; }
+  uint32_t Register(uint32_t mask) {
+    return wys_.RegisterEvents(session_, &mask, Record, reinterpret_cast<void*>(uintptr_t{0x1234}));
+  }
+  uint32_t Withdraw() { return wys_.RegisterEvents(session_, nullptr, nullptr, nullptr); }
+  // The bits of the events up to one with `last` among them.
+  std::vector<uint32_t> AwaitUpTo(uint32_t last) {
+    std::unique_lock lock(events_.mutex);
+    const auto isThere = [&] { return !events_.records.empty() && (events_.records.back().eventBits & last) != 0; };
+    EXPECT_TRUE(events_.added.wait_for(lock, std::chrono::seconds(20), isThere));
+    std::vector<uint32_t> bits;
+    for (const auto& record : std::exchange(events_.records, {})) bits.push_back(record.eventBits);
+    return bits;
+  }
+  Recorder events_;
+};
+
+TEST_F(ReferenceDisplayEvents, TellOfChangesOnAThreadOfTheirOwn) {
+  EXPECT_EQ(Withdraw(), Code(Status::kNotRegistered));
+  ASSERT_EQ(Register(2), 0U);
+  ASSERT_EQ(Create(ImageRequest{.type = 2, .least = 0, .greatest = 0}), 0U);
+  EXPECT_EQ(AwaitUpTo(2), std::vector<uint32_t>{2});
+  EXPECT_NE(events_.thread, std::this_thread::get_id());
+  Tap("OK");
+  EXPECT_EQ(AwaitUpTo(4), (std::vector<uint32_t>{2, 6}));
+
+  // Another mask, in the old registration's place.
+  ASSERT_EQ(Register(8), 0U);
+  ASSERT_EQ(Create(ImageRequest{}), 0U);
+  ASSERT_EQ(Frame(FrameBytes(2, 2)), 0U);
+  EXPECT_EQ(AwaitUpTo(8), std::vector<uint32_t>{10});
+  EXPECT_EQ(Withdraw(), 0U);
+}
+
+TEST_F(ReferenceDisplayEvents, RecordSaysWhoseAndThatTheInputIsComplete) {
+  ASSERT_EQ(Register(4), 0U);
+  ASSERT_EQ(Create(ImageRequest{.type = 2, .least = 0, .greatest = 0}), 0U);
+  Tap("OK");
+  std::unique_lock lock(events_.mutex);
+  ASSERT_TRUE(events_.added.wait_for(lock, std::chrono::seconds(20), [&] { return !events_.records.empty(); }));
+  const auto& [bits, session, image, status, context] = events_.records.front();
+  EXPECT_EQ(std::tuple(bits, session, image, status, context), std::tuple(6U, session_, 77U, 36U, 0x1234U));
+}
+
+TEST_F(ReferenceDisplayEvents, NoneComesAfterTheirEnd) {
+  const std::pair<const char*, std::function<uint32_t()>> kEnds[] = {
+      {"withdrawal", [this] { return Withdraw(); }},
+      {"close", [this] { return wys_.CloseSession(session_); }},
+      {"end of the context", [this] { return wys_.DeInit(context_); }},
+  };
+  for (const auto& [name, end] : kEnds) {
+    SCOPED_TRACE(name);
+    // The callback is held inside, while events pile up behind it and the end is asked for.
+    std::promise<void> entered;
+    std::promise<void> leave;
+    std::atomic<int> calls = 0;
+    events_.inside = [&] {
+      if (calls++ == 0) {
+        entered.set_value();
+        leave.get_future().wait();
+      }
+    };
+    ASSERT_EQ(Register(2), 0U);
+    ASSERT_EQ(Create(ImageRequest{}), 0U);
+    entered.get_future().wait();
+    for (int i = 0; i < 300; ++i) wys_.ClearInput(session_, 0);
+    std::promise<void> asked;
+    auto ending = std::async(std::launch::async, [&] {
+      asked.set_value();
+      return end();
+    });
+    asked.get_future().wait();
+    leave.set_value();
+    ASSERT_EQ(ending.get(), 0U);
+    const int seen = calls;
+    wys_.ClearInput(session_, 0);
+    EXPECT_EQ(calls, seen);
+    if (wys_.SendRecv(context_, 0, 0, 0, nullptr, &session_, nullptr, 0) != 0) {
+      ASSERT_EQ(wys_.Init(0, nullptr, &context_), 0U);
+    }
+    Establish();
+  }
+}
+
+TEST_F(ReferenceDisplayEvents, CallbackMayCallButNotEndItself) {
+  std::promise<std::vector<uint32_t>> statuses;
+  events_.inside = [&, done = false]() mutable {
+    if (std::exchange(done, true)) return;
+    statuses.set_value({wys_.RepaintImage(session_, 0), wys_.ClearInput(session_, 0), Withdraw(),
+                        wys_.CloseSession(session_), wys_.DeInit(context_), Register(2)});
+  };
+  ASSERT_EQ(Register(2), 0U);
+  ASSERT_EQ(Create(ImageRequest{}), 0U);
+  const uint32_t running = Code(Status::kCallbackRunning);
+  EXPECT_EQ(statuses.get_future().get(), (std::vector<uint32_t>{0, 0, running, running, running, running}));
+  EXPECT_EQ(Withdraw(), 0U);
+}
+
+TEST_F(ReferenceDisplayEvents, ManyThreadsMayUseOneSession) {
+  const auto misuse = [this](int turn) {
+    for (int i = 0; i < 40; ++i) {
+      const Point at{static_cast<uint16_t>(i * 9), static_cast<uint16_t>(i * 11)};
+      uint32_t length = 0;
+      uint32_t id = 0;
+      const uint32_t mask = 2;
+      const KsvDisplay::SessionRequest request{Word(window_.handle()), 0xFFFF, context_};
+      wys_.MouseDown(session_, 0, &at);
+      wys_.MouseUp(session_, 0, &at);
+      wys_.SubmitInputAndGetResponse(session_, 0, &length, nullptr);
+      wys_.EstablishSession(&request, &id);
+      if (i % 8 == turn) wys_.RepaintImage(session_, 0);
+      if (i % 8 == turn + 2) wys_.RegisterEvents(session_, &mask, i % 16 < 8 ? Record : nullptr, nullptr);
+      if (i % 16 == turn) wys_.SubmitFrame(session_, 0, &at, 26, Data(FrameBytes(2, 2)));
+      if (i == 35 && turn == 0) wys_.CloseSession(session_);
+    }
+  };
+  ASSERT_EQ(Create(ImageRequest{}), 0U);
+  std::vector<std::future<void>> threads;
+  for (int turn = 0; turn < 4; ++turn) threads.push_back(std::async(std::launch::async, misuse, turn));
+  for (auto& thread : threads) thread.get();
+  EXPECT_EQ(wys_.CloseSession(session_), Code(Status::kUnknownSession));
+  EXPECT_EQ(Establish() % 42, 0U);
+  EXPECT_EQ(Create(ImageRequest{}), 0U);
+}
+
+}  // namespace
