@@ -1,8 +1,4 @@
-#include <atomic>
-#include <future>
-#include <mutex>
 #include <set>
-#include <thread>
 
 #include "kit/display/channel.h"
 #include "kit/shared/crypto.h"
@@ -16,17 +12,9 @@ using KsvDisplay::Status;
 using support::ImageRequest;
 using Text = std::string;
 
-constexpr auto Code = [](Status status) { return static_cast<uint32_t>(status); };
-
-Text BigEndian(uint64_t value, int bytes) {
-  Text text;
-  for (int shift = 8 * (bytes - 1); shift >= 0; shift -= 8) text += static_cast<char>(value >> shift);
-  return text;
-}
-Text FrameBytes(uint16_t width, uint16_t height, char tag = 0) {
-  const size_t size = size_t{3} * width * height;
-  return Text("KSVF\1") + tag + BigEndian(width, 2) + BigEndian(height, 2) + BigEndian(size, 4) + Text(size, '\x55');
-}
+using support::BigEndian;
+using support::Code;
+using support::FrameBytes;
 
 class ReferenceDisplay : public support::ReferenceDisplayTest {
  protected:
@@ -378,153 +366,6 @@ TEST_F(ReferenceDisplay, EveryStatusHasItsText) {
   uint32_t version = 0;
   EXPECT_EQ(wys_.GetVersion(&version), 0U);
   EXPECT_EQ(version, 0x00010000U);
-}
-
-// What the callback saw, on whatever thread; it has no other way to find its test.
-struct Recorder {
-  std::mutex mutex;
-  std::condition_variable added;
-  std::vector<KsvDisplay::EventRecord> records;
-  std::thread::id thread;
-  std::function<void()> inside = [] {};
-}* recorder = nullptr;
-
-uint32_t Record(KsvDisplay::EventRecord* record) {
-  {
-    const std::scoped_lock lock(recorder->mutex);
-    recorder->records.push_back(*record);
-    recorder->thread = std::this_thread::get_id();
-    recorder->added.notify_all();
-  }
-  recorder->inside();
-  return 1;
-}
-
-class ReferenceDisplayEvents : public ReferenceDisplay {
- protected:
-  ReferenceDisplayEvents() { recorder = &events_; }
-  uint32_t Register(uint32_t mask) {
-    return wys_.RegisterEvents(session_, &mask, Record, reinterpret_cast<void*>(uintptr_t{0x1234}));
-  }
-  uint32_t Withdraw() { return wys_.RegisterEvents(session_, nullptr, nullptr, nullptr); }
-  // The bits of the events up to one with `last` among them.
-  std::vector<uint32_t> AwaitUpTo(uint32_t last) {
-    std::unique_lock lock(events_.mutex);
-    const auto isThere = [&] { return !events_.records.empty() && (events_.records.back().eventBits & last) != 0; };
-    EXPECT_TRUE(events_.added.wait_for(lock, std::chrono::seconds(20), isThere));
-    std::vector<uint32_t> bits;
-    for (const auto& record : std::exchange(events_.records, {})) bits.push_back(record.eventBits);
-    return bits;
-  }
-  Recorder events_;
-};
-
-TEST_F(ReferenceDisplayEvents, TellOfChangesOnAThreadOfTheirOwn) {
-  EXPECT_EQ(Withdraw(), Code(Status::kNotRegistered));
-  ASSERT_EQ(Register(2), 0U);
-  ASSERT_EQ(Create(ImageRequest{.type = 2, .least = 0, .greatest = 0}), 0U);
-  EXPECT_EQ(AwaitUpTo(2), std::vector<uint32_t>{2});
-  EXPECT_NE(events_.thread, std::this_thread::get_id());
-  Tap("OK");
-  EXPECT_EQ(AwaitUpTo(4), (std::vector<uint32_t>{2, 6}));
-
-  // Another mask, in the old registration's place.
-  ASSERT_EQ(Register(8), 0U);
-  ASSERT_EQ(Create(ImageRequest{}), 0U);
-  ASSERT_EQ(Frame(FrameBytes(2, 2)), 0U);
-  EXPECT_EQ(AwaitUpTo(8), std::vector<uint32_t>{10});
-  EXPECT_EQ(Withdraw(), 0U);
-}
-
-TEST_F(ReferenceDisplayEvents, RecordSaysWhoseAndThatTheInputIsComplete) {
-  ASSERT_EQ(Register(4), 0U);
-  ASSERT_EQ(Create(ImageRequest{.type = 2, .least = 0, .greatest = 0}), 0U);
-  Tap("OK");
-  std::unique_lock lock(events_.mutex);
-  ASSERT_TRUE(events_.added.wait_for(lock, std::chrono::seconds(20), [&] { return !events_.records.empty(); }));
-  const auto& [bits, session, image, status, context] = events_.records.front();
-  EXPECT_EQ(std::tuple(bits, session, image, status, context), std::tuple(6U, session_, 77U, 36U, 0x1234U));
-}
-
-TEST_F(ReferenceDisplayEvents, NoneComesAfterTheirEnd) {
-  const std::pair<const char*, std::function<uint32_t()>> kEnds[] = {
-      {"withdrawal", [this] { return Withdraw(); }},
-      {"close", [this] { return wys_.CloseSession(session_); }},
-      {"end of the context", [this] { return wys_.DeInit(context_); }},
-  };
-  for (const auto& [name, end] : kEnds) {
-    SCOPED_TRACE(name);
-    // The callback is held inside, while events pile up behind it and the end is asked for.
-    std::promise<void> entered;
-    std::promise<void> leave;
-    std::atomic<int> calls = 0;
-    events_.inside = [&] {
-      if (calls++ == 0) {
-        entered.set_value();
-        leave.get_future().wait();
-      }
-    };
-    ASSERT_EQ(Register(2), 0U);
-    ASSERT_EQ(Create(ImageRequest{}), 0U);
-    entered.get_future().wait();
-    for (int i = 0; i < 300; ++i) wys_.ClearInput(session_, 0);
-    std::promise<void> asked;
-    auto ending = std::async(std::launch::async, [&] {
-      asked.set_value();
-      return end();
-    });
-    asked.get_future().wait();
-    leave.set_value();
-    ASSERT_EQ(ending.get(), 0U);
-    const int seen = calls;
-    wys_.ClearInput(session_, 0);
-    EXPECT_EQ(calls, seen);
-    if (wys_.SendRecv(context_, 0, 0, 0, nullptr, &session_, nullptr, 0) != 0) {
-      ASSERT_EQ(wys_.Init(0, nullptr, &context_), 0U);
-    }
-    Establish();
-  }
-}
-
-TEST_F(ReferenceDisplayEvents, CallbackMayCallButNotEndItself) {
-  std::promise<std::vector<uint32_t>> statuses;
-  events_.inside = [&, done = false]() mutable {
-    if (std::exchange(done, true)) return;
-    statuses.set_value({wys_.RepaintImage(session_, 0), wys_.ClearInput(session_, 0), Withdraw(),
-                        wys_.CloseSession(session_), wys_.DeInit(context_), Register(2)});
-  };
-  ASSERT_EQ(Register(2), 0U);
-  ASSERT_EQ(Create(ImageRequest{}), 0U);
-  const uint32_t running = Code(Status::kCallbackRunning);
-  EXPECT_EQ(statuses.get_future().get(), (std::vector<uint32_t>{0, 0, running, running, running, running}));
-  EXPECT_EQ(Withdraw(), 0U);
-}
-
-TEST_F(ReferenceDisplayEvents, ManyThreadsMayUseOneSession) {
-  const auto misuse = [this](int turn) {
-    for (int i = 0; i < 40; ++i) {
-      const Point at{static_cast<uint16_t>(i * 9), static_cast<uint16_t>(i * 11)};
-      uint32_t length = 0;
-      uint32_t id = 0;
-      const uint32_t mask = 2;
-      const KsvDisplay::SessionRequest request{Word(window_.handle()), 0xFFFF, context_};
-      wys_.MouseDown(session_, 0, &at);
-      wys_.MouseUp(session_, 0, &at);
-      wys_.SubmitInputAndGetResponse(session_, 0, &length, nullptr);
-      wys_.EstablishSession(&request, &id);
-      if (i % 8 == turn) wys_.RepaintImage(session_, 0);
-      if (i % 8 == turn + 2) wys_.RegisterEvents(session_, &mask, i % 16 < 8 ? Record : nullptr, nullptr);
-      if (i % 16 == turn) wys_.SubmitFrame(session_, 0, &at, 26, Data(FrameBytes(2, 2)));
-      if (i == 35 && turn == 0) wys_.CloseSession(session_);
-    }
-  };
-  ASSERT_EQ(Create(ImageRequest{}), 0U);
-  std::vector<std::future<void>> threads;
-  for (int turn = 0; turn < 4; ++turn) threads.push_back(std::async(std::launch::async, misuse, turn));
-  for (auto& thread : threads) thread.get();
-  EXPECT_EQ(wys_.CloseSession(session_), Code(Status::kUnknownSession));
-  EXPECT_EQ(Establish() % 42, 0U);
-  EXPECT_EQ(Create(ImageRequest{}), 0U);
 }
 
 }  // namespace

@@ -44,6 +44,22 @@ struct ImageRequest {
   }
 };
 
+inline uint32_t Code(KsvDisplay::Status status) {
+  return static_cast<uint32_t>(status);
+}
+
+inline std::string BigEndian(uint64_t value, int bytes) {
+  std::string text;
+  for (int shift = 8 * (bytes - 1); shift >= 0; shift -= 8) text += static_cast<char>(value >> shift);
+  return text;
+}
+/// A remote image; with `tag` 1 the tag itself is still missing.
+inline std::string FrameBytes(uint16_t width, uint16_t height, char tag = 0) {
+  const size_t size = size_t{3} * width * height;
+  return std::string("KSVF\1") + tag + BigEndian(width, 2) + BigEndian(height, 2) + BigEndian(size, 4) +
+         std::string(size, '\x55');
+}
+
 /// The display library in a window, with a context and a session, and a folder of its own.
 class ReferenceDisplayTest : public testing::Test {
  protected:
