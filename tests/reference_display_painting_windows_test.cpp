@@ -4,6 +4,11 @@ namespace {
 
 class ReferenceDisplayPainting : public support::ReferenceDisplayTest {
  protected:
+  // Only a window that is shown has pixels.
+  ReferenceDisplayPainting() {
+    ShowWindow(window_.handle(), SW_SHOWNOACTIVATE);
+    EXPECT_TRUE(platform::PumpUntil([this] { return PixelAt({11, 6}) != CLR_INVALID; }));
+  }
   COLORREF PixelAt(KsvDisplay::Point at) const {
     const HDC dc = GetDC(window_.handle());
     const COLORREF pixel = GetPixel(dc, at.x, at.y);

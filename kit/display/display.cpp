@@ -14,7 +14,7 @@ namespace {
 constexpr size_t kMaxContexts = 64;
 constexpr size_t kMaxSessions = 64;
 constexpr size_t kMaxCaption = 64;
-constexpr size_t kMaxMessage = 1024 * 1024;
+constexpr size_t kMaxMessage = size_t{1024} * 1024;
 constexpr size_t kMaxText = 4096;
 /// The one set of features that hosts ask for.
 constexpr uint32_t kFeatures = 0xFFFF;

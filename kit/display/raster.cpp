@@ -20,7 +20,7 @@ float Distance(const Panel& panel, int x, int y) {
 }
 
 int Share(float coverage) {
-  return static_cast<int>(std::clamp(coverage, 0.0F, 1.0F) * 255.0F + 0.5F);
+  return static_cast<int>(std::lround(std::clamp(coverage, 0.0F, 1.0F) * 255.0F));
 }
 
 Rect Clip(const Rect& area, const Picture& picture) {
