@@ -1,0 +1,105 @@
+# Makes the package of one built module:
+#
+#   cmake -DMODULE=… -DARCH=x86|x64 -DOUTPUT=….msi [-DDOCTOR=…] [-DVERSION=…] [-DSTRIP=…] -P make_package.cmake
+#
+# ARCH names the width. DOCTOR is left out when there is none. VERSION is that of the product unless it is given. STRIP
+# is the tool that takes the symbols out. The same inputs give the same codes; any other module gives others.
+cmake_minimum_required(VERSION 3.25)
+
+foreach(needed IN ITEMS MODULE ARCH OUTPUT)
+  if(NOT DEFINED ${needed})
+    message(FATAL_ERROR "${needed} is not given")
+  endif()
+endforeach()
+find_program(WIXL wixl)
+find_program(MSIBUILD msibuild)
+if(NOT WIXL OR NOT MSIBUILD)
+  message(FATAL_ERROR "wixl or msibuild is not installed: run `scripts/setup windows` first")
+endif()
+include("${CMAKE_CURRENT_LIST_DIR}/../cmake/ProductTexts.cmake")
+if(NOT DEFINED VERSION)
+  set(VERSION "${KSV_FILE_VERSION}")
+endif()
+
+# The width decides all of this; both packages can be installed side by side.
+if(ARCH STREQUAL "x64")
+  set(upgrade_code "4E0B1F3C-6D59-4C0E-9B7A-2F7C7D0F5A64")
+  set(bits 64)
+  set(program_files ProgramFiles64Folder)
+  set(win64 yes)
+elseif(ARCH STREQUAL "x86")
+  set(upgrade_code "B1C54C2D-83A7-4E0F-8C3E-71D60C4D9E32")
+  set(bits 32)
+  set(program_files ProgramFilesFolder)
+  set(win64 no)
+else()
+  message(FATAL_ERROR "ARCH is x86 or x64, not ${ARCH}")
+endif()
+
+# wixl finds sources beside the one that it reads, and by no full path.
+set(stage "${OUTPUT}.stage")
+file(REMOVE_RECURSE "${stage}")
+file(MAKE_DIRECTORY "${stage}")
+file(COPY_FILE "${CMAKE_CURRENT_LIST_DIR}/ksv.wxs" "${stage}/ksv.wxs")
+file(READ "${CMAKE_CURRENT_LIST_DIR}/readme.txt" text)
+string(CONFIGURE "${text}" text @ONLY)
+file(CONFIGURE OUTPUT "${stage}/readme.txt" CONTENT "${text}" @ONLY NEWLINE_STYLE CRLF)
+set(programs npNorvoWebAPIKSV.dll)
+file(COPY_FILE "${MODULE}" "${stage}/npNorvoWebAPIKSV.dll")
+if(DOCTOR)
+  list(APPEND programs ksv-doctor.exe)
+  file(COPY_FILE "${DOCTOR}" "${stage}/ksv-doctor.exe")
+endif()
+if(STRIP)
+  execute_process(COMMAND "${STRIP}" ${programs} WORKING_DIRECTORY "${stage}" COMMAND_ERROR_IS_FATAL ANY)
+endif()
+
+# A component keeps its code through all versions: upgrades and shared counts go by it.
+foreach(component IN ITEMS module readme doctor)
+  string(UUID ${component}_guid NAMESPACE "${upgrade_code}" NAME "${component}" TYPE SHA1 UPPER)
+endforeach()
+# What is in the package names it: another build is another product to the installer, and replaces this one.
+set(contents "${VERSION}")
+foreach(file IN ITEMS ksv.wxs readme.txt ${programs})
+  file(SHA256 "${stage}/${file}" hash)
+  string(APPEND contents " ${hash}")
+endforeach()
+string(UUID product_code NAMESPACE "${upgrade_code}" NAME "product ${contents}" TYPE SHA1 UPPER)
+string(UUID package_code NAMESPACE "${upgrade_code}" NAME "package ${contents}" TYPE SHA1 UPPER)
+
+set(name "${KSV_DESCRIPTION} (${bits}-bit)")
+set(definitions
+    ProductCode=${product_code} UpgradeCode=${upgrade_code} Version=${VERSION} Name=${name} Vendor=${KSV_VENDOR}
+    Description=${KSV_DESCRIPTION} ProgramFiles=${program_files} Win64=${win64} ModuleGuid=${module_guid}
+    ReadmeGuid=${readme_guid})
+if(DOCTOR)
+  list(APPEND definitions DoctorGuid=${doctor_guid} Doctor=yes)
+endif()
+list(TRANSFORM definitions PREPEND "-D;")
+execute_process(COMMAND "${WIXL}" -a ${ARCH} ${definitions} -o package.msi ksv.wxs WORKING_DIRECTORY "${stage}"
+                COMMAND_ERROR_IS_FATAL ANY)
+
+# What wixl has no words for. (An option behind -s is not read.)
+execute_process(
+  COMMAND "${MSIBUILD}" package.msi -q
+    # 0x100: run when a later action fails, not when this one's turn comes
+    "UPDATE CustomAction SET Type = 3393 WHERE Action = 'WithdrawPlugin'"
+    "UPDATE CustomAction SET Type = 3393 WHERE Action = 'RestorePlugin'"
+    # 0x300: both ends of the range belong to it
+    "DELETE FROM Upgrade WHERE ActionProperty = 'OLDERFOUND'"
+    "INSERT INTO Upgrade (UpgradeCode, VersionMin, VersionMax, Attributes, ActionProperty) VALUES ('{${upgrade_code}}', '0.0.0', '${VERSION}', 768, 'OLDERFOUND')"
+    # the folder of the module that is installed now, whatever its version
+    "CREATE TABLE `CompLocator` (`Signature_` CHAR(72) NOT NULL, `ComponentId` CHAR(38) NOT NULL, `Type` INT PRIMARY KEY `Signature_`)"
+    "INSERT INTO CompLocator (Signature_, ComponentId, Type) VALUES ('previous', '{${module_guid}}', 1)"
+    "INSERT INTO AppSearch (Property, Signature_) VALUES ('PREVIOUSFOLDER', 'previous')"
+    # what the command line gave reaches the elevated half
+    "UPDATE Property SET Value = 'OLDERFOUND;NEWERFOUND;INSTALLFOLDER;PREVIOUSFOLDER' WHERE Property = 'SecureCustomProperties'"
+    # an empty folder of the vendor's goes too
+    "UPDATE RemoveFile SET DirProperty = 'VENDORFOLDER' WHERE FileKey = 'vendor'"
+    # without its version the installer takes the module for older than any that has one; a hash is for files without
+    "UPDATE File SET Version = '${KSV_FILE_VERSION}.0', Language = '1033' WHERE File = 'module'"
+    "DELETE FROM MsiFileHash WHERE File_ = 'module'"
+    -s "${name} ${VERSION}" "${KSV_VENDOR}" "${ARCH};1033" "{${package_code}}"
+  WORKING_DIRECTORY "${stage}" COMMAND_ERROR_IS_FATAL ANY)
+file(RENAME "${stage}/package.msi" "${OUTPUT}")
+file(REMOVE_RECURSE "${stage}")
