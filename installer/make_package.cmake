@@ -25,11 +25,13 @@ endif()
 if(ARCH STREQUAL "x64")
   set(upgrade_code "4E0B1F3C-6D59-4C0E-9B7A-2F7C7D0F5A64")
   set(bits 64)
+  set(platform x64)
   set(program_files ProgramFiles64Folder)
   set(win64 yes)
 elseif(ARCH STREQUAL "x86")
   set(upgrade_code "B1C54C2D-83A7-4E0F-8C3E-71D60C4D9E32")
   set(bits 32)
+  set(platform Intel)
   set(program_files ProgramFilesFolder)
   set(win64 no)
 else()
@@ -99,7 +101,7 @@ execute_process(
     # without its version the installer takes the module for older than any that has one; a hash is for files without
     "UPDATE File SET Version = '${KSV_FILE_VERSION}.0', Language = '1033' WHERE File = 'module'"
     "DELETE FROM MsiFileHash WHERE File_ = 'module'"
-    -s "${name} ${VERSION}" "${KSV_VENDOR}" "${ARCH};1033" "{${package_code}}"
+    -s "${name} ${VERSION}" "${KSV_VENDOR}" "${platform};1033" "{${package_code}}"
   WORKING_DIRECTORY "${stage}" COMMAND_ERROR_IS_FATAL ANY)
 file(RENAME "${stage}/package.msi" "${OUTPUT}")
 file(REMOVE_RECURSE "${stage}")

@@ -59,7 +59,8 @@ QString ParseOptions(const QStringList& arguments, Options& options, bool& helpW
   if (!size.hasMatch()) return "--size takes WIDTHxHEIGHT in pixels, as in 960x740.";
   options.size = {size.captured(1).toInt(), size.captured(2).toInt()};
 
-  const QString programFolder = QFileInfo(arguments.constFirst()).absolutePath();
+  // Not the name by which it was called: that may be found by a search, or be a link.
+  const QString programFolder = QFileInfo(QFileInfo("/proc/self/exe").symLinkTarget()).path();
   options.module = parser.isSet("module") ? QFileInfo(parser.value("module")).absoluteFilePath()
                                           : QDir::cleanPath(programFolder + "/../npNorvoWebAPIKSV.so");
   return {};
