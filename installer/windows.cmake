@@ -7,14 +7,16 @@ endif()
 set(package "${CMAKE_BINARY_DIR}/KSV-plugin-${KSV_FILE_VERSION}-${arch}.msi")
 
 set(doctor)
+set(doctor_definition)
 if(TARGET ksv-doctor)
-  set(doctor "-DDOCTOR=$<TARGET_FILE:ksv-doctor>")
+  set(doctor ksv-doctor)
+  set(doctor_definition "-DDOCTOR=$<TARGET_FILE:ksv-doctor>")
 endif()
 add_custom_command(
   OUTPUT "${package}"
   COMMAND "${CMAKE_COMMAND}" "-DMODULE=$<TARGET_FILE:npNorvoWebAPIKSV>" -DARCH=${arch} "-DOUTPUT=${package}"
-          "-DSTRIP=${CMAKE_STRIP}" ${doctor} -P "${CMAKE_CURRENT_LIST_DIR}/make_package.cmake"
-  DEPENDS npNorvoWebAPIKSV $<TARGET_NAME_IF_EXISTS:ksv-doctor> ksv.wxs readme.txt make_package.cmake
+          "-DSTRIP=${CMAKE_STRIP}" ${doctor_definition} -P "${CMAKE_CURRENT_LIST_DIR}/make_package.cmake"
+  DEPENDS npNorvoWebAPIKSV ${doctor} ksv.wxs readme.txt make_package.cmake
           "${CMAKE_SOURCE_DIR}/cmake/ProductTexts.cmake" "${CMAKE_SOURCE_DIR}/src/foundation/product_texts.h"
   VERBATIM)
 add_custom_target(installer DEPENDS "${package}")
