@@ -28,12 +28,16 @@ uintptr_t NumberOf(void* hostWord) {
 
 }  // namespace
 
-URLNetworking::~URLNetworking() {
-  for (auto& [number, request] : requests) {
-    if (!request.stream || request.kind != Kind::File) continue;
-    request.stream->file.close();
-    DeleteQuietly(request.stream->path);
-  }
+URLNetworking::URLStream::~URLStream() {
+  if (path.empty() || kept) return;
+  file.close();
+  DeleteQuietly(path);
+}
+
+bool URLNetworking::URLStream::KeepFile() {
+  file.close();
+  kept = file.good();
+  return kept;
 }
 
 bool URLNetworking::GetURLToMemory(const std::string& url, void* context, URLListener* listener) {
@@ -94,19 +98,19 @@ int32_t URLNetworking::Write(NPStream* stream, int32_t offset, int32_t len, void
 }
 
 NPError URLNetworking::DestroyStream(NPStream* stream, NPReason reason) {
+  if (!StreamOf(stream)) return NPERR_NO_ERROR;
   // Taken out first: the listener may start the next fetch, and the host's notification still follows.
-  auto request = requests.extract(NumberOf(stream->pdata));
-  if (!request || !request.mapped().stream) return NPERR_NO_ERROR;
-  const auto& [kind, context, listener, open] = request.mapped();
-  bool ok = reason == NPRES_DONE;
-  if (kind == Kind::Memory) {
-    listener->OnURLData(ok, open->data, context);
+  auto taken = requests.extract(NumberOf(stream->pdata));
+  URLRequest& request = taken.mapped();
+  const bool done = reason == NPRES_DONE;
+  if (request.kind == Kind::Memory) {
+    request.listener->OnURLData(done, request.stream->data, request.context);
     return NPERR_NO_ERROR;
   }
-  open->file.close();
-  ok = ok && open->file.good();
-  if (!ok) DeleteQuietly(open->path);
-  listener->OnURLFile(ok, open->path, context);
+  const std::string path = request.stream->path;
+  const bool ok = done && request.stream->KeepFile();
+  request.stream.reset();  // What failed is gone before the listener hears of it.
+  request.listener->OnURLFile(ok, path, request.context);
   return NPERR_NO_ERROR;
 }
 

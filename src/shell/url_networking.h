@@ -34,7 +34,8 @@ class URLNetworking {
   /// True when the fetch started; `listener` then hears of its end, with `context`, and has to live until then.
   virtual bool GetURLToMemory(const std::string& url, void* context, URLListener* listener);
   virtual bool GetURLToFile(const std::string& url, void* context, URLListener* listener);
-  virtual ~URLNetworking();
+  /// Fetches in flight end unheard, and their files with them.
+  virtual ~URLNetworking() = default;
 
   virtual NPError NewStream(NPMIMEType type, NPStream* stream, NPBool seekable, uint16_t* stype);
   virtual NPError DestroyStream(NPStream* stream, NPReason reason);
@@ -49,11 +50,20 @@ class URLNetworking {
  private:
   enum class Kind { Memory, File };
 
+  /// What a fetch has brought so far. A file goes with its stream unless it was kept.
   struct URLStream {
+    URLStream() = default;
+    URLStream(const URLStream&) = delete;
+    URLStream& operator=(const URLStream&) = delete;
+    ~URLStream();
+    /// Closes the file; false when some of it was not written.
+    bool KeepFile();
+
     int64_t received = 0;  ///< Bytes that the host brought, refused ones too.
     std::shared_ptr<std::vector<uint8_t>> data;
     std::string path;
     std::ofstream file;
+    bool kept = false;
   };
 
   struct URLRequest {

@@ -49,7 +49,9 @@ struct HostTable {
       return current->Fails(Fault::MemAlloc) ? nullptr : current->Allocate(size);
     };
     funcs.memfree = [](void* block) { current->Free(block); };
-    funcs.geturlnotify = [](NPP, const char*, const char*, void*) -> NPError { return NPERR_GENERIC_ERROR; };
+    funcs.geturlnotify = [](NPP npp, const char* url, const char* target, void* notifyData) {
+      return current->GetURLNotify(npp, url, target, notifyData);
+    };
     funcs.getvalue = [](NPP npp, NPNVariable variable, void* out) -> NPError {
       if (variable != NPNVWindowNPObject || current->Fails(Fault::GetValue)) return NPERR_GENERIC_ERROR;
       return current->GetWindow(npp, out);
@@ -223,6 +225,14 @@ NPError TestHost::GetWindow(NPP npp, void* out) {
   const auto known = instances.find(npp);
   if (known == instances.end()) return NPERR_INVALID_INSTANCE_ERROR;
   *static_cast<NPObject**>(out) = Retain(known->second);
+  return NPERR_NO_ERROR;
+}
+
+NPError TestHost::GetURLNotify(NPP npp, const char* url, const char* target, void* notifyData) {
+  CheckInstance(npp, "NPN_GetURLNotify");
+  EXPECT_EQ(target, nullptr) << "a fetch for a frame brings the plug-in no stream";
+  if (Fails(Fault::GetURLNotify)) return NPERR_GENERIC_ERROR;
+  fetches.push_back({npp, url, notifyData});
   return NPERR_NO_ERROR;
 }
 

@@ -55,6 +55,14 @@ enum class Fault {
   CreateObject,
   CreateObjectLate,
   Utf8FromIdentifier,
+  GetURLNotify,
+};
+
+/// What the plug-in asked the host to fetch; `notifyData` is the host's to hand back.
+struct Fetch {
+  NPP npp;
+  std::string url;
+  void* notifyData;
 };
 
 /// One at a time; on the thread that the plug-in is called on.
@@ -92,6 +100,9 @@ class TestHost {
   NPObject* Retain(NPObject* object);
   void Release(NPObject* object);
 
+  /// The fetches that were asked for since the last time this was asked; nothing of them happens by itself.
+  std::vector<Fetch> TakeFetches() { return std::exchange(fetches, {}); }
+
   NPIdentifier Id(const Key& key);
   /// Script calls a member of an object of the plug-in; the caller releases the result.
   bool Call(NPObject* object, const std::string& method, const std::vector<Value>& args, NPVariant* result);
@@ -115,10 +126,12 @@ class TestHost {
   bool GetProperty(NPP npp, NPObject* object, NPIdentifier id, NPVariant* result);
   bool Run(NPObject* object, const NPVariant* args, uint32_t count, NPVariant* result);
   bool Enumerate(NPP npp, NPObject* object, NPIdentifier** ids, uint32_t* count);
+  NPError GetURLNotify(NPP npp, const char* url, const char* target, void* notifyData);
   const Key& KeyOf(NPIdentifier id) const;
 
   NPNetscapeFuncs funcs{};
   std::map<Fault, int> faults;
+  std::vector<Fetch> fetches;
   std::map<void*, size_t> blocks;
   std::set<Key> keys;
   std::unordered_set<NPIdentifier> identifiers;                          // The addresses of the keys.

@@ -1,0 +1,292 @@
+// Fetches through the host, as it serves them: stream entries in the module's table, in the published order and in
+// others.
+#include "shell/url_networking.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <numeric>
+
+#include "shell/plugin.h"
+#include "tests/support/environment.h"
+#include "tests/support/page.h"
+
+using namespace support;
+using NorvoWebAPI::URLListener;
+using NorvoWebAPI::URLNetworking;
+using NorvoWebAPI::KSV::Plugin;
+
+namespace {
+
+constexpr int32_t kLimit = 2'000'000;
+
+// Keeps how each fetch ended, in a word: "data" or "file", "ok" or "failed", the bytes; a file with what it held then.
+struct Listener : URLListener {
+  explicit Listener(const Environment& environment) : environment(environment) {}
+
+  void OnURLData(bool ok, std::shared_ptr<std::vector<uint8_t>> data, void* context) override {
+    Tell("data", ok, std::string(data->begin(), data->end()), context);
+  }
+  void OnURLFile(bool ok, const std::string& path, void* context) override {
+    std::string held = path == "<unknown>" ? path : "gone";
+    // The name alone: the rest of the path has the system's separators.
+    if (const auto bytes = environment.Read(path.substr(path.rfind('\\') + 1))) held = *bytes;
+    Tell("file", ok, held, context);
+  }
+  void Tell(const char* kind, bool ok, const std::string& held, void* context) {
+    EXPECT_EQ(context, this);
+    heard += (heard.empty() ? "" : "; ") + std::string(kind) + (ok ? " ok " : " failed ") +
+             (held.size() > 16 ? std::to_string(held.size()) : "'" + held + "'");
+    content = held;
+    if (then) then();
+  }
+  std::string Take() { return std::exchange(heard, {}); }
+
+  const Environment& environment;
+  std::string heard, content;
+  std::function<void()> then;
+};
+
+// The host's side of one stream. The record is the host's own and ends with it.
+struct Stream {
+  explicit Stream(const Fetch& fetch, uint32_t announced = 0)
+      : npp(fetch.npp), record{nullptr, nullptr, fetch.url.c_str(), announced, 0, fetch.notifyData, nullptr} {}
+
+  NPError Open() {
+    char type[] = "text/plain";
+    uint16_t mode = NP_NORMAL;
+    const NPError opened = Module().newstream(npp, type, &record, 0, &mode);
+    EXPECT_EQ(mode, NP_NORMAL);
+    return opened;
+  }
+  int32_t Ready() { return Module().writeready(npp, &record); }
+  int32_t Write(int32_t offset, std::string bytes) {
+    return Module().write(npp, &record, offset, static_cast<int32_t>(bytes.size()), bytes.data());
+  }
+  NPError End(NPReason reason) { return Module().destroystream(npp, &record, reason); }
+
+  NPP npp;
+  NPStream record;
+};
+
+void Notify(const Fetch& fetch, NPReason reason) {
+  Module().urlnotify(fetch.npp, fetch.url.c_str(), reason, fetch.notifyData);
+}
+
+class URLNetworkingTest : public testing::TestWithParam<bool> {
+ protected:
+  Fetch Start(const std::string& url = "http://host.example/a") {
+    URLNetworking* const network = Plugin::Of(page.Instance());
+    EXPECT_TRUE(GetParam() ? network->GetURLToFile(url, &listener, &listener)
+                           : network->GetURLToMemory(url, &listener, &listener));
+    const auto fetches = host.TakeFetches();
+    EXPECT_EQ(fetches.size(), 1u);
+    EXPECT_EQ(fetches.at(0).url, url);
+    return fetches.at(0);
+  }
+  // As the parameter says: a fetch to a file, or to memory.
+  [[nodiscard]] std::string Says(const std::string& ending) const { return (GetParam() ? "file " : "data ") + ending; }
+  // The plug-in's temporary files that lie about.
+  [[nodiscard]] auto Files() const {
+    const std::filesystem::directory_iterator entries(environment.Path(""));
+    return std::count_if(begin(entries), end(entries),
+                         [](const auto& entry) { return entry.path().filename().string().starts_with("NWA"); });
+  }
+
+  Environment environment;
+  TestHost host;
+  Page page{host};
+  Listener listener{environment};
+};
+
+INSTANTIATE_TEST_SUITE_P(MemoryAndFile, URLNetworkingTest, testing::Bool(),
+                         [](const auto& kind) { return kind.param ? "File" : "Memory"; });
+
+TEST_P(URLNetworkingTest, TheLimitIsExact) {
+  std::string body(kLimit, '\0');
+  std::iota(body.begin(), body.end(), '\0');
+  for (const int32_t more : {0, 1}) {
+    const Fetch fetch = Start();
+    Stream stream(fetch, static_cast<uint32_t>(kLimit + more));
+    ASSERT_EQ(stream.Open(), NPERR_NO_ERROR);
+    EXPECT_EQ(stream.Ready(), kLimit + 1);
+    const int32_t half = kLimit / 2;
+    EXPECT_EQ(stream.Write(0, body.substr(0, half)), half);
+    EXPECT_EQ(stream.Ready(), half + 1);
+    EXPECT_EQ(stream.Write(half, body.substr(half) + std::string(static_cast<size_t>(more), 'x')), more ? -1 : half);
+    EXPECT_EQ(stream.Ready(), 1 - more);
+    EXPECT_EQ(stream.End(more ? NPRES_NETWORK_ERR : NPRES_DONE), NPERR_NO_ERROR);
+    Notify(fetch, more ? NPRES_NETWORK_ERR : NPRES_DONE);
+    EXPECT_EQ(listener.Take(), Says(!more ? "ok 2000000" : GetParam() ? "failed 'gone'" : "failed 1000000"));
+    EXPECT_TRUE(more || listener.content == body);
+  }
+  EXPECT_EQ(Files(), GetParam() ? 1 : 0);
+}
+
+TEST_P(URLNetworkingTest, OneByteMoreAfterTheLimitIsRefused) {
+  Stream stream(Start());
+  ASSERT_EQ(stream.Open(), NPERR_NO_ERROR);
+  EXPECT_EQ(stream.Write(0, std::string(kLimit, 'a')), kLimit);
+  EXPECT_EQ(stream.Ready(), 1);
+  EXPECT_EQ(stream.Write(kLimit, "b"), -1);
+  EXPECT_EQ(stream.Write(kLimit, ""), -1) << "a host that goes on";
+  EXPECT_EQ(stream.End(NPRES_USER_BREAK), NPERR_NO_ERROR);
+  EXPECT_EQ(listener.Take(), Says(GetParam() ? "failed 'gone'" : "failed 2000000"));
+  EXPECT_EQ(Files(), 0);
+}
+
+TEST_P(URLNetworkingTest, HostsThatBreakTheOrder) {
+  const auto file = [](auto forFile, auto forMemory) { return GetParam() ? forFile : forMemory; };
+  const struct {
+    const char* told;
+    std::function<void(const Fetch&, Stream&)> host;
+    std::string heard;
+  } cases[] = {
+      {"more than announced, and an empty piece",
+       [](const Fetch&, Stream& stream) {
+         EXPECT_EQ(stream.Write(0, "abc"), 3);
+         EXPECT_EQ(stream.Write(3, ""), 0);
+         EXPECT_EQ(stream.Write(3, "def"), 3);
+         stream.End(NPRES_DONE);
+       },
+       "ok 'abcdef'"},
+      {"a gap, a step back and a negative offset, which only memory has places for",
+       [&](const Fetch&, Stream& stream) {
+         EXPECT_EQ(stream.Write(0, "ab"), 2);
+         for (const int32_t offset : {3, 1, -2}) EXPECT_EQ(stream.Write(offset, "c"), file(1, -1));
+         stream.End(NPRES_DONE);
+       },
+       file("ok 'abccc'", "ok 'ab'")},
+      {"a negative length",
+       [](const Fetch&, Stream& stream) {
+         char byte = 0;
+         EXPECT_EQ(Module().write(stream.npp, &stream.record, 0, -1, &byte), -1);
+         stream.End(NPRES_DONE);
+       },
+       "ok ''"},
+      {"ended by the user",
+       [](const Fetch&, Stream& stream) {
+         stream.Write(0, "ab");
+         stream.End(NPRES_USER_BREAK);
+       },
+       file("failed 'gone'", "failed 'ab'")},
+      {"ended twice, then written to",
+       [](const Fetch&, Stream& stream) {
+         stream.Write(0, "ab");
+         EXPECT_EQ(stream.End(NPRES_DONE), NPERR_NO_ERROR);
+         EXPECT_EQ(stream.End(NPRES_NETWORK_ERR), NPERR_NO_ERROR);
+         EXPECT_EQ(stream.Ready(), 0);
+         EXPECT_EQ(stream.Write(2, "c"), -1);
+       },
+       "ok 'ab'"},
+      {"notified of a failure before the end, and twice after it",
+       [](const Fetch& fetch, Stream& stream) {
+         Notify(fetch, NPRES_NETWORK_ERR);
+         stream.End(NPRES_NETWORK_ERR);
+         Notify(fetch, NPRES_NETWORK_ERR);
+         Notify(fetch, NPRES_USER_BREAK);
+       },
+       file("failed 'gone'", "failed ''")},
+      {"a second stream for the same fetch",
+       [](const Fetch& fetch, Stream& stream) {
+         Stream second(fetch);
+         EXPECT_EQ(second.Open(), NPERR_GENERIC_ERROR);
+         EXPECT_EQ(second.Write(0, "x"), -1);
+         EXPECT_EQ(second.End(NPRES_DONE), NPERR_NO_ERROR);
+         EXPECT_EQ(stream.Write(0, "a"), 1);
+         stream.End(NPRES_DONE);
+       },
+       "ok 'a'"},
+  };
+  for (const auto& [told, hostDoes, heard] : cases) {
+    SCOPED_TRACE(told);
+    const Fetch fetch = Start();
+    Stream stream(fetch, 3);
+    ASSERT_EQ(stream.Open(), NPERR_NO_ERROR);
+    const auto before = Files();
+    hostDoes(fetch, stream);
+    EXPECT_EQ(listener.Take(), Says(heard));
+    EXPECT_EQ(Files(), before - (GetParam() && heard.starts_with("failed")));
+  }
+}
+
+TEST_P(URLNetworkingTest, AFetchWithoutAStreamEndsByItsNotification) {
+  const std::string failed = Says(GetParam() ? "failed '<unknown>'" : "failed ''");
+  const struct {
+    NPReason reason;
+    std::string heard;
+  } cases[] = {{NPRES_NETWORK_ERR, failed}, {NPRES_USER_BREAK, failed}, {NPRES_DONE, ""}};
+  for (const auto& [reason, heard] : cases) {
+    const Fetch fetch = Start();
+    Notify(fetch, reason);
+    Notify(fetch, NPRES_NETWORK_ERR);
+    EXPECT_EQ(listener.Take(), heard) << reason;
+    EXPECT_EQ(Stream(fetch).Open(), NPERR_GENERIC_ERROR) << "it is over";
+  }
+  host.Fail(Fault::GetURLNotify);
+  URLNetworking* const network = Plugin::Of(page.Instance());
+  EXPECT_FALSE(GetParam() ? network->GetURLToFile("u", &listener, &listener)
+                          : network->GetURLToMemory("u", &listener, &listener));
+  EXPECT_EQ(listener.Take(), "");
+
+  // The one kind of fetch that can fail to open its stream: no folder for the file.
+  if (!GetParam()) return;
+  std::filesystem::remove_all(environment.Path(""));
+  const Fetch fetch = Start();
+  EXPECT_EQ(Stream(fetch).Open(), NPERR_GENERIC_ERROR);
+  Notify(fetch, NPRES_NETWORK_ERR);
+  EXPECT_EQ(listener.Take(), failed);
+}
+
+TEST_P(URLNetworkingTest, AStreamThatNoFetchStartedIsRefusedUnread) {
+  const Fetch fetch = Start();
+  void* const readable = this;
+  for (void* const foreign : {static_cast<void*>(nullptr), reinterpret_cast<void*>(uintptr_t{0x1001}), readable}) {
+    const Fetch none{page.Instance(), "u", foreign};
+    Stream stream(none);
+    EXPECT_EQ(stream.Open(), NPERR_GENERIC_ERROR);
+    EXPECT_EQ(stream.record.pdata, nullptr);
+    EXPECT_EQ(stream.Ready(), 0);
+    EXPECT_EQ(stream.Write(0, "a"), -1);
+    EXPECT_EQ(stream.End(NPRES_DONE), NPERR_NO_ERROR);
+    Notify(none, NPRES_NETWORK_ERR);
+  }
+  EXPECT_EQ(listener.Take(), "");
+  Stream stream(fetch);
+  EXPECT_EQ(stream.Open(), NPERR_NO_ERROR) << "the fetch under way is none the worse";
+}
+
+TEST_P(URLNetworkingTest, AnInstanceEndsWithFetchesInFlight) {
+  const Fetch waiting = Start(), open = Start();
+  Stream stream(open);
+  ASSERT_EQ(stream.Open(), NPERR_NO_ERROR);
+  stream.Write(0, "ab");
+  EXPECT_EQ(Files(), GetParam() ? 1 : 0);
+  page.Destroy();
+  page.End();
+  EXPECT_EQ(Files(), 0);
+  EXPECT_EQ(listener.Take(), "");
+  // The host's calls for an instance that is gone; its record is poisoned.
+  NPP_t gone{};
+  stream.npp = &gone;
+  EXPECT_EQ(stream.Write(2, "c"), 1);
+  EXPECT_EQ(stream.End(NPRES_USER_BREAK), NPERR_INVALID_INSTANCE_ERROR);
+  Notify({&gone, "u", waiting.notifyData}, NPRES_USER_BREAK);
+}
+
+TEST_P(URLNetworkingTest, AListenerMayFetchAnewOrEndThePage) {
+  const Fetch first = Start();
+  Fetch second{};
+  listener.then = [&] { second = Start("http://host.example/b"); };
+  Stream stream(first);
+  stream.Open();
+  stream.End(NPRES_DONE);
+  Notify(first, NPRES_DONE);
+  EXPECT_EQ(listener.Take(), Says("ok ''"));
+  listener.then = [&] { page.Destroy(); };
+  Notify(second, NPRES_NETWORK_ERR);
+  EXPECT_EQ(listener.Take(), Says(GetParam() ? "failed '<unknown>'" : "failed ''"));
+}
+
+}  // namespace
