@@ -12,6 +12,9 @@ using AgentEventCallback = void (*)(const char* appName, uint32_t size, const vo
 using InstanceEventCallback = void (*)(uint32_t instanceId, uint32_t size, const void* data, uint8_t source,
                                        void* context);
 
+/// The file names of the host agent, in the order of trying. One found under the second takes another applet format.
+inline constexpr const WCHAR* kAgentFiles[] = {KSV_WIDE("zub.dll"), KSV_WIDE("otpZub.dll")};
+
 /// The host agent's entry points. `name` is an applet identifier; a 16-bit length goes in as the capacity of the buffer
 /// behind it and comes back as the length stored or required. All give the library's status.
 struct AgentEntries : EntryTable {

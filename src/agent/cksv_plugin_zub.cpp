@@ -21,15 +21,9 @@ CKSVPluginZUB::CKSVPluginZUB(std::string platform) : platformName(std::move(plat
 void CKSVPluginZUB::BindLibrary() {
   LibraryPath folder;
   if (!folder.ReadLoadFolder()) return;
-  LibraryPath path = folder;
-  path.Append(KSV_WIDE("zub.dll"));
-  library = Library(LoadLibraryW(path.c_str()));
-  if (!library) {
-    path = folder;
-    path.Append(KSV_WIDE("otpZub.dll"));
-    library = Library(LoadLibraryW(path.c_str()));
-    isOtpLibrary = static_cast<bool>(library);
-  }
+  NamedLibrary found = LoadFirst(folder, kAgentFiles);
+  library = std::move(found.library);
+  isOtpLibrary = library && found.name != kAgentFiles[0];
   if (library) entries.Bind(library.Get());
 }
 

@@ -5,7 +5,7 @@
 
 #include "agent/agent_entries.h"
 #include "agent/agent_target.h"
-#include "foundation/owner.h"
+#include "foundation/library_loader.h"
 #include "script/js_object.h"
 #include "script/library_operation.h"
 
@@ -68,8 +68,6 @@ class CKSVPluginZUB {
   bool UnregisterCallback(const char* name, JSObject& result);
 
  private:
-  using Library = Owner<HMODULE, FreeLibrary>;
-
   void BindLibrary();
 
   /// The frame of every operation: the start codes, the log lines, `check` outside the guard, `work` inside it.

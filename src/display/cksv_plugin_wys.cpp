@@ -18,12 +18,11 @@ CKSVPluginWYS::CKSVPluginWYS(std::string platform) : platformName(std::move(plat
 }
 
 void CKSVPluginWYS::BindLibrary() {
-  LibraryPath path;
-  if (!path.ReadLoadFolder()) return;
-  path.Append(KSV_WIDE("ksvWys.dll"));
-  library = Library(LoadLibraryW(path.c_str()));
+  LibraryPath folder;
+  if (!folder.ReadLoadFolder()) return;
+  library = LoadFirst(folder, kDisplayFiles).library;
   // Half a library is none: the pages of this one know no other version than the whole.
-  if (library && entries.Bind(library.Get()) > 0) library.Reset();
+  if (library && !entries.Bind(library.Get()).empty()) library.Reset();
 }
 
 bool CKSVPluginWYS::CheckEntry(const EntryTable::Row& entryPoint, JSObject& result) const {

@@ -6,7 +6,7 @@
 
 #include "display/display_entries.h"
 #include "display/image_descriptor.h"
-#include "foundation/owner.h"
+#include "foundation/library_loader.h"
 #include "script/js_object.h"
 #include "script/library_operation.h"
 
@@ -74,7 +74,6 @@ class CKSVPluginWYS {
                               int32_t* outHeight, JSObject& result);
 
  private:
-  using Library = Owner<HMODULE, FreeLibrary>;
   using PointEntry = EntryTable::Entry<int32_t(uint32_t session, uint32_t image, const WysPoint* point)>;
 
   void BindLibrary();

@@ -33,6 +33,8 @@ static_assert(sizeof(WysPoint) == 4 && sizeof(WysSessionRequest) == 12 && sizeof
 /// Takes an event on any thread of the library's. Gives 1 when it accepts the record, else 0.
 using DisplayEventEntry = uint32_t (*)(DisplayEventRecord* record);
 
+inline constexpr const WCHAR* kDisplayFiles[] = {KSV_WIDE("ksvWys.dll")};
+
 /// The display library's entry points; all are required. Contexts, sessions and images are opaque numbers. All give the
 /// library's status.
 struct DisplayEntries : EntryTable {

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstddef>
 #include <vector>
 
 #include "platform/win32.h"
@@ -47,12 +46,12 @@ class EntryTable {
   EntryTable(const EntryTable&) = delete;
   EntryTable& operator=(const EntryTable&) = delete;
 
-  /// Resolves every row. Gives the number of names that the library lacks.
-  size_t Bind(HMODULE library) {
-    size_t missing = 0;
+  /// Resolves every row. Gives the names that the library lacks.
+  std::vector<const char*> Bind(HMODULE library) {
+    std::vector<const char*> missing;
     for (Row* row : rows) {
       row->address = GetProcAddress(library, row->name);
-      if (!row->address) ++missing;
+      if (!row->address) missing.push_back(row->name);
     }
     return missing;
   }

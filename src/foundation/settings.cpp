@@ -10,14 +10,14 @@ namespace {
 
 using WideText = std::basic_string<WCHAR>;
 
-constexpr uint32_t kFolderReadBytes = 256;  // As bytes: a folder has at most 127 characters.
+constexpr uint32_t kFolderReadBytes = 256;
+static_assert(kFolderReadBytes / 2 - 1 == LibraryPath::kMaxFolder);
 
 using RegistryKey = Owner<HKEY, RegCloseKey>;
 
 RegistryKey OpenSettings() {
   HKEY key = nullptr;
-  if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, KSV_WIDE("Software\\Norvo\\Services\\KSV"), 0, KEY_READ, &key) !=
-      ERROR_SUCCESS) {
+  if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, kSettingsKey, 0, KEY_READ, &key) != ERROR_SUCCESS) {
     return {};
   }
   return RegistryKey(key);
@@ -40,30 +40,33 @@ int32_t GetLogLevel() {
   if (!key) return -1;
   int32_t level = 0;
   DWORD size = sizeof level;
-  const LONG error = RegQueryValueExW(key.Get(), KSV_WIDE("KsvPluginLogLevel"), nullptr, nullptr,
-                                      reinterpret_cast<BYTE*>(&level), &size);
+  const LONG error =
+      RegQueryValueExW(key.Get(), kLogLevelValue, nullptr, nullptr, reinterpret_cast<BYTE*>(&level), &size);
   return error == ERROR_SUCCESS ? level : -1;
 }
 
-int32_t GetLibraryFolder(WCHAR* data, uint32_t* length) {
-  if (!data || !length) return -1;
+FolderFault ReadLibraryFolder(WCHAR* data, uint32_t* length) {
   const RegistryKey key = OpenSettings();
-  if (!key) return -1;
+  if (!key) return FolderFault::NoKey;
   const size_t room = *length / sizeof(WCHAR);
   DWORD type = 0;
   DWORD size = *length;
-  if (RegQueryValueExW(key.Get(), KSV_WIDE("FILELOCALE"), nullptr, &type, reinterpret_cast<BYTE*>(data), &size) !=
-          ERROR_SUCCESS ||
-      (type != REG_SZ && type != REG_EXPAND_SZ)) {
-    return -1;
-  }
+  const LONG error =
+      RegQueryValueExW(key.Get(), kLibraryFolderValue, nullptr, &type, reinterpret_cast<BYTE*>(data), &size);
+  if (error == ERROR_MORE_DATA) return FolderFault::TooLong;
+  if (error != ERROR_SUCCESS) return FolderFault::NoValue;
+  if (type != REG_SZ && type != REG_EXPAND_SZ) return FolderFault::NoText;
   // The registry doesn't promise that a stored text is terminated.
   const size_t stored = std::min<size_t>(size / sizeof(WCHAR), room);
   const size_t characters = static_cast<size_t>(std::find(data, data + stored, WCHAR{0}) - data);
-  if (characters == room) return -1;
+  if (characters == room) return FolderFault::TooLong;
   data[characters] = 0;
   *length = static_cast<uint32_t>(characters);
-  return 0;
+  return FolderFault::None;
+}
+
+int32_t GetLibraryFolder(WCHAR* data, uint32_t* length) {
+  return data && length && ReadLibraryFolder(data, length) == FolderFault::None ? 0 : -1;
 }
 
 int32_t FixLibraryFolder(WCHAR* path, uint32_t* length) {
@@ -85,9 +88,11 @@ int32_t FixLibraryFolder(WCHAR* path, uint32_t* length) {
   return 0;
 }
 
-bool LibraryPath::ReadFolder() {
+bool LibraryPath::ReadFolder(FolderFault* fault) {
   uint32_t length = kFolderReadBytes;
-  return GetLibraryFolder(text.data(), &length) == 0;
+  const FolderFault met = ReadLibraryFolder(text.data(), &length);
+  if (fault) *fault = met;
+  return met == FolderFault::None;
 }
 
 bool LibraryPath::ReadLoadFolder() {

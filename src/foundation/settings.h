@@ -9,6 +9,10 @@
 
 namespace NorvoWebAPI {
 
+inline constexpr WCHAR kSettingsKey[] = KSV_WIDE("Software\\Norvo\\Services\\KSV");
+inline constexpr WCHAR kLogLevelValue[] = KSV_WIDE("KsvPluginLogLevel");
+inline constexpr WCHAR kLibraryFolderValue[] = KSV_WIDE("FILELOCALE");
+
 /// `KsvPluginLogLevel`, or -1 when it can't be read. Above 0 the log is on.
 int32_t GetLogLevel();
 
@@ -16,6 +20,11 @@ int32_t GetLogLevel();
 /// success the number of characters in front of the terminator. Gives 0, or -1 when there is no such text or it has
 /// no room with its terminator.
 int32_t GetLibraryFolder(WCHAR* data, uint32_t* length);
+
+/// Why the folder can't be read.
+enum class FolderFault { None, NoKey, NoValue, NoText, TooLong };
+/// As `GetLibraryFolder`, which gives -1 for every fault, but tells them apart. The pointers are not null.
+FolderFault ReadLibraryFolder(WCHAR* data, uint32_t* length);
 
 /// Trims white space and separators off the end and, for a 32-bit process on a 64-bit system, leads the first
 /// "Program Files\" to its 32-bit sister. On entry `*length` is the room in `path` in characters, on return the
@@ -27,8 +36,11 @@ class LibraryPath {
  public:
   static constexpr uint32_t kCapacity = 256;  ///< Characters, terminator included.
 
-  /// Takes the folder as the settings hold it. False when they hold none.
-  bool ReadFolder();
+  /// The characters that a folder in the settings may have.
+  static constexpr uint32_t kMaxFolder = 127;
+
+  /// Takes the folder as the settings hold it. False when they hold none; `fault` then hears why.
+  bool ReadFolder(FolderFault* fault = nullptr);
   /// Takes the folder made fit for loading: fixed, and closed by one separator. False when the settings hold none.
   bool ReadLoadFolder();
   void Append(const WCHAR* text);

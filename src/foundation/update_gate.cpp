@@ -1,6 +1,5 @@
 #include "foundation/update_gate.h"
 
-#include <cstdint>
 #include <fstream>
 #include <locale>
 #include <stdexcept>
@@ -9,9 +8,6 @@
 #include "platform/win32.h"
 
 namespace NorvoWebAPI::Platform {
-namespace {
-
-constexpr int64_t kMaxAgeSeconds = 172'800;  // 48 hours
 
 int64_t ReadLastUpdate(const std::string& suffix) {
   std::ifstream file = OpenForReading(GetLastUpdatePath(suffix));
@@ -23,11 +19,9 @@ int64_t ReadLastUpdate(const std::string& suffix) {
   return file >> seconds ? seconds : 0;
 }
 
-}  // namespace
-
 bool IsUpdateOverdue(const std::string& suffix) {
   try {
-    return ReadLastUpdate(suffix) <= _time64(nullptr) - kMaxAgeSeconds;
+    return ReadLastUpdate(suffix) <= _time64(nullptr) - kMaxUpdateAge;
   } catch (...) {
     return true;
   }

@@ -1,8 +1,16 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 namespace NorvoWebAPI::Platform {
+
+/// The age in seconds from which on an update is too old: 48 hours.
+inline constexpr int64_t kMaxUpdateAge = 172'800;
+
+/// When the updater last ran for the platform `suffix`, in seconds since 1970 UTC; 0 when its file holds no time.
+/// Throws `std::runtime_error` when the file can't be read.
+int64_t ReadLastUpdate(const std::string& suffix);
 
 /// True when the agent must not be served: the updater's last run for the platform `suffix` lies 48 hours or more in
 /// the past, or can't be read. The file is read at every call, since the updater may write it at any time. Never

@@ -1,0 +1,47 @@
+// ksv-doctor: tells why the plug-in would not work here. See --help.
+#include <cstdio>
+#include <cstring>
+#include <exception>
+
+#include "installer/doctor/report.h"
+
+namespace {
+
+constexpr int kHealthy = 0, kBroken = 1, kUsage = 2;
+
+constexpr char kHelp[] = R"(Usage: ksv-doctor [--json]
+
+Tells why pages would get 10 (no library), 11 (a library lacks what is called) or 17 (the last update is too old) from
+the plug-in here: a line for each link of the chain, from the settings to the registered module, then the first broken
+one and what to do about it. Run it as the user of the browser, in the form (32 or 64 bits) of the browser. It loads the
+libraries and the module, calls nothing in them, and changes nothing.
+
+Options:
+  --json   the same as JSON, in UTF-8: healthy, firstBroken (a check's name, or null), checks (name, status, found,
+           remedy), zubInit and wysInit (the code that these would give by the plug-in's own test)
+  --help   this text
+
+Exit status:
+  0  no link is broken     1  some link is broken       2  the command line is wrong
+)";
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const bool json = argc == 2 && std::strcmp(argv[1], "--json") == 0;
+  if (argc == 2 && std::strcmp(argv[1], "--help") == 0) return std::fputs(kHelp, stdout) < 0 ? kUsage : kHealthy;
+  if (argc > 1 && !json) {
+    std::fputs("ksv-doctor takes --json or --help, and nothing else.\n", stderr);
+    return kUsage;
+  }
+  try {
+    const auto report = NorvoWebAPI::KSV::Doctor::Examine();
+    std::fputs((json ? report.ToJson() : report.ToText()).c_str(), stdout);
+    return report.FirstBroken() ? kBroken : kHealthy;
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "ksv-doctor can't look at everything: %s\n", error.what());
+  } catch (...) {
+    std::fputs("ksv-doctor can't look at everything: the system refused\n", stderr);
+  }
+  return kBroken;
+}
