@@ -155,13 +155,13 @@ bool TakeMessage(MSG* message, HWND window, UINT first, UINT last, UINT remove) 
                                     [&](const Queued& queued) { return Matches(queued.message, window, first, last); });
     if (found == queue.messages.end()) return false;
     const Queued taken = *found;
-    if (remove == PM_REMOVE) queue.messages.erase(found);
+    if ((remove & PM_REMOVE) != 0) queue.messages.erase(found);
     lock.unlock();
 
     *message = taken.message;
     if (taken.fromUser) {
       MOUSEHOOKSTRUCT mouse{message->pt, message->hwnd, HTCLIENT, 0};
-      if (RunHooks(WH_MOUSE, remove == PM_REMOVE ? HC_ACTION : HC_NOREMOVE, message->message,
+      if (RunHooks(WH_MOUSE, (remove & PM_REMOVE) != 0 ? HC_ACTION : HC_NOREMOVE, message->message,
                    reinterpret_cast<LPARAM>(&mouse)) != 0) {
         lock.lock();
         RemoveNumber(queue, taken.number);

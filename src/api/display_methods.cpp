@@ -145,6 +145,7 @@ void CreateStdImage(ScriptCall& call) {
                                 call.Text(10), call.Text(11), call.Length(11), &width, &height, call.result);
   if (!Done(call)) return;
   page.Display().RepaintImage(page.sessionId, page.imageId, call.result);
+  if (page.Page().IsDestroyed()) return;
   page.imageWidth = width;
   page.imageHeight = height;
   ShowImage(page);
