@@ -22,11 +22,11 @@ struct NPNetscapeFuncs {
   NPN_UnusedSlot newstream;
   NPN_UnusedSlot write;
   NPN_UnusedSlot destroystream;
-  NPN_UnusedSlot status;
-  NPN_UnusedSlot uagent;
+  void (*status)(NPP instance, const char* message);
+  const char* (*uagent)(NPP instance);
   void* (*memalloc)(uint32_t size);
   void (*memfree)(void* memory);
-  NPN_UnusedSlot memflush;
+  uint32_t (*memflush)(uint32_t size);
   NPN_UnusedSlot reloadplugins;
   NPN_UnusedSlot getJavaEnv;
   NPN_UnusedSlot getJavaPeer;
@@ -38,8 +38,8 @@ struct NPNetscapeFuncs {
   NPN_UnusedSlot invalidateregion;
   NPN_UnusedSlot forceredraw;
   NPIdentifier (*getstringidentifier)(const NPUTF8* name);
-  NPN_UnusedSlot getstringidentifiers;
-  NPN_UnusedSlot getintidentifier;
+  void (*getstringidentifiers)(const NPUTF8** names, int32_t count, NPIdentifier* identifiers);
+  NPIdentifier (*getintidentifier)(int32_t number);
   bool (*identifierisstring)(NPIdentifier identifier);
   NPUTF8* (*utf8fromidentifier)(NPIdentifier identifier);
   int32_t (*intfromidentifier)(NPIdentifier identifier);
@@ -51,17 +51,17 @@ struct NPNetscapeFuncs {
   bool (*invokeDefault)(NPP instance, NPObject* object, const NPVariant* args, uint32_t argCount, NPVariant* result);
   NPN_UnusedSlot evaluate;
   bool (*getproperty)(NPP instance, NPObject* object, NPIdentifier property, NPVariant* result);
-  NPN_UnusedSlot setproperty;
-  NPN_UnusedSlot removeproperty;
+  bool (*setproperty)(NPP instance, NPObject* object, NPIdentifier property, const NPVariant* value);
+  bool (*removeproperty)(NPP instance, NPObject* object, NPIdentifier property);
   bool (*hasproperty)(NPP instance, NPObject* object, NPIdentifier property);
-  NPN_UnusedSlot hasmethod;
+  bool (*hasmethod)(NPP instance, NPObject* object, NPIdentifier method);
   void (*releasevariantvalue)(NPVariant* variant);
-  NPN_UnusedSlot setexception;
+  void (*setexception)(NPObject* object, const NPUTF8* message);
   NPN_UnusedSlot pushpopupsenabledstate;
   NPN_UnusedSlot poppopupsenabledstate;
   bool (*enumerate)(NPP instance, NPObject* object, NPIdentifier** identifiers, uint32_t* count);
   NPN_UnusedSlot pluginthreadasynccall;
-  NPN_UnusedSlot construct;
+  bool (*construct)(NPP instance, NPObject* object, const NPVariant* args, uint32_t argCount, NPVariant* result);
 };
 
 struct NPPluginFuncs {

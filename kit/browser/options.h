@@ -6,15 +6,9 @@
 #include <QStringList>
 #include <QUrl>
 
-namespace Kit {
+#include "kit/exit_status.h"
 
-/// How ksv-browser ends.
-enum ExitStatus {
-  kExitPageSucceeded = 0,
-  kExitPageFailed = 1,
-  kExitUsage = 2,
-  kExitNoAnswer = 3,  ///< Time-out, page not loaded, plug-in or display missing.
-};
+namespace Kit {
 
 struct Options {
   QUrl page;

@@ -1,0 +1,13 @@
+/// How the programs that open a page end: alike, so that a script can use either.
+#pragma once
+
+namespace Kit {
+
+enum ExitStatus {
+  kExitPageSucceeded = 0,
+  kExitPageFailed = 1,
+  kExitUsage = 2,
+  kExitNoAnswer = 3,  ///< Time-out, page not loaded, plug-in or display missing.
+};
+
+}  // namespace Kit

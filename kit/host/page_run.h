@@ -1,0 +1,52 @@
+/// One page from the opening of its window to the end of its instance.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "kit/exit_status.h"
+#include "kit/host/options.h"
+#include "kit/host/page_source.h"
+#include "kit/host/page_window.h"
+#include "kit/host/plugin_module.h"
+#include "kit/host/script_engine.h"
+#include "kit/host/timers.h"
+
+namespace Kit {
+
+class PageRun : private PageServices {
+ public:
+  /// Loads the module, opens the window, makes the instance. Throws `std::runtime_error` with a sentence for the user.
+  explicit PageRun(const HostOptions& options);
+  ~PageRun() override;
+
+  /// Runs the scripts, then timers and messages until the page has finished; ends the instance and looks for what it
+  /// left behind.
+  ExitStatus Run(const std::vector<Script>& scripts);
+
+ private:
+  void Print(const std::string& line) override;
+  void Finish(bool succeeded) override;
+  void Click(int x, int y) override { window.Click(x, y); }
+  uint32_t StartTimer(std::chrono::milliseconds delay, bool repeats) override { return timers.Start(delay, repeats); }
+  void StopTimer(uint32_t timer) override { timers.Stop(timer); }
+  void Uncaught(const std::string& error) override;
+
+  void Fail();
+  void GiveUp(const std::string& reason);
+  void WaitForEvents(Timers::Clock::time_point deadline);
+  void SavePicture();
+  void EndInstance();
+
+  const HostOptions& options;
+  Timers timers;
+  PageWindow window;
+  std::unique_ptr<PluginModule> module;
+  std::unique_ptr<ScriptEngine> engine;
+  std::unique_ptr<PluginInstance> instance;
+  NPObject* scriptable = nullptr;  // The instance's own reference keeps it.
+  std::optional<ExitStatus> outcome;
+};
+
+}  // namespace Kit

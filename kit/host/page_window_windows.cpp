@@ -1,0 +1,115 @@
+#include <array>
+#include <chrono>
+#include <fstream>
+#include <stdexcept>
+#include <vector>
+
+#include "kit/host/options.h"
+#include "kit/host/page_window.h"
+#include "platform/testing.h"
+#include "platform/testing_backend.h"
+
+namespace Kit {
+namespace {
+
+constexpr wchar_t kClass[] = L"KsvPageHost";
+constexpr DWORD kStyle = WS_OVERLAPPED | WS_CAPTION | WS_SYSMENU | WS_MINIMIZEBOX;
+
+LRESULT CALLBACK WindowProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+  if (message != WM_CLOSE) return DefWindowProcW(window, message, wParam, lParam);
+  // The plug-in has the window until its instance ends: closing only tells.
+  *reinterpret_cast<bool*>(GetWindowLongPtrW(window, GWLP_USERDATA)) = false;
+  return 0;
+}
+
+struct ReleaseDeviceContext {
+  HWND window;
+  void operator()(HDC context) const { ReleaseDC(window, context); }
+};
+template <auto kDelete>
+struct Delete {
+  template <typename Handle>
+  void operator()(Handle handle) const {
+    kDelete(handle);
+  }
+};
+
+}  // namespace
+
+struct PageWindow::State {
+  HWND window = nullptr;
+  bool open = true;
+  int width;
+  int height;
+};
+
+const bool PageWindow::kHasPicture = true;
+
+PageWindow::PageWindow(const std::string& title, int width, int height)
+    : state(std::make_unique<State>(State{.width = width, .height = height})) {
+  WNDCLASSW description{};
+  description.lpfnWndProc = WindowProcedure;
+  description.hInstance = GetModuleHandleA(nullptr);
+  description.hCursor = LoadCursorW(nullptr, reinterpret_cast<LPCWSTR>(IDC_ARROW));
+  description.hbrBackground = static_cast<HBRUSH>(GetStockObject(WHITE_BRUSH));
+  description.lpszClassName = kClass;
+  RegisterClassW(&description);
+  RECT outside{0, 0, width, height};
+  AdjustWindowRect(&outside, kStyle, FALSE);
+  state->window = CreateWindowExW(0, kClass, PathOf(title).c_str(), kStyle, CW_USEDEFAULT, CW_USEDEFAULT,
+                                  outside.right - outside.left, outside.bottom - outside.top, nullptr, nullptr,
+                                  description.hInstance, nullptr);
+  if (!state->window)
+    throw std::runtime_error("No window can be opened: error " + std::to_string(GetLastError()) + ".");
+  SetWindowLongPtrW(state->window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(&state->open));
+  ShowWindow(state->window, SW_SHOWNORMAL);
+  UpdateWindow(state->window);
+  // The display needs a moment of message handling before clicks at this place find the window; nothing tells when.
+  platform::PumpUntil([] { return false; }, std::chrono::milliseconds(500));
+}
+
+PageWindow::~PageWindow() {
+  DestroyWindow(state->window);
+}
+
+HWND PageWindow::Handle() const {
+  return state->window;
+}
+
+bool PageWindow::IsOpen() const {
+  return state->open;
+}
+
+void PageWindow::Click(int x, int y) {
+  for (const UINT message : {WM_LBUTTONDOWN, WM_LBUTTONUP}) platform::MakeMouseInput(state->window, message, {x, y});
+}
+
+void PageWindow::SavePicture(const std::filesystem::path& path) const {
+  const std::unique_ptr<HDC__, ReleaseDeviceContext> screen(GetDC(state->window), {state->window});
+  const std::unique_ptr<HDC__, Delete<DeleteDC>> memory(CreateCompatibleDC(screen.get()));
+  const std::unique_ptr<HBITMAP__, Delete<DeleteObject>> bitmap(
+      CreateCompatibleBitmap(screen.get(), state->width, state->height));
+  const HGDIOBJ before = SelectObject(memory.get(), bitmap.get());
+  const BOOL copied = BitBlt(memory.get(), 0, 0, state->width, state->height, screen.get(), 0, 0, SRCCOPY);
+  SelectObject(memory.get(), before);
+
+  BITMAPINFO form{};
+  form.bmiHeader = {.biSize = sizeof form.bmiHeader, .biWidth = state->width, .biHeight = state->height};
+  form.bmiHeader.biPlanes = 1;
+  form.bmiHeader.biBitCount = 32;
+  std::vector<char> pixels(static_cast<size_t>(state->width) * static_cast<size_t>(state->height) * 4);
+  BITMAPFILEHEADER header{};
+  header.bfType = 0x4D42;  // "BM"
+  header.bfOffBits = sizeof header + sizeof form.bmiHeader;
+  header.bfSize = header.bfOffBits + static_cast<DWORD>(pixels.size());
+  const bool read = copied && GetDIBits(memory.get(), bitmap.get(), 0, static_cast<UINT>(state->height), pixels.data(),
+                                        &form, DIB_RGB_COLORS) == state->height;
+  std::ofstream file(path, std::ios::binary);
+  file.write(reinterpret_cast<const char*>(&header), sizeof header);
+  file.write(reinterpret_cast<const char*>(&form.bmiHeader), sizeof form.bmiHeader);
+  file.write(pixels.data(), static_cast<std::streamsize>(pixels.size()));
+  if (!read || !file.flush())
+    throw std::runtime_error("The picture " + TextOf(path) + " can't be written. Check its folder.");
+}
+
+}  // namespace Kit
