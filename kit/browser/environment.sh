@@ -12,21 +12,13 @@ ksv_make_environment() {
   mkdir -p "$1"
   folder=$(cd "$1" && pwd -P)
   export KSV_REGISTRY=$folder/registry.json KSV_AGENT_HOME=$folder/agent
+  export KSV_DISPLAY_HOME=$folder/display KSV_DISPLAY_LAYOUT=$folder/layout KSV_DISPLAY_PICTURE=$folder/display.png
   # The plug-in's paths have backslashes on every system.
   export AppData="${folder//\//\\}\\AppData\\Roaming"
   ksv_base=$folder/AppData/LocalLow/Norvo/webapi
   mkdir -p "$ksv_base"
-  # The settings key holds at most 127 characters, the closing separator among them: the built-in applet's file name is
-  # put straight behind the text.
-  if ((${#agent} > 126)); then
-    if [[ -z "${ksv_short:-}" ]]; then
-      ksv_short=$(mktemp -d /tmp/ksv-XXXXXX)
-      echo "The agent's folder has ${#agent} characters, 126 fit: the settings name $ksv_short/agent, a link." >&2
-    fi
-    ln -sfn "$agent" "$ksv_short/agent"
-    agent=$ksv_short/agent
-  fi
-  jq -n --arg folder "$agent\\" --argjson level "$level" \
+  ksv_fit_folder "$agent"
+  jq -n --arg folder "$ksv_fitting\\" --argjson level "$level" \
     '{HKEY_LOCAL_MACHINE: {Software: {Norvo: {Services: {KSV: {FILELOCALE: $folder, KsvPluginLogLevel: $level}}}}}}' \
     >"$KSV_REGISTRY"
   # Updated just now: the plug-in refuses its agent when the last update is two days old.
@@ -35,6 +27,18 @@ ksv_make_environment() {
   # allocating function itself may tell whose a leak is: further up the engine stands in every stack.
   export LSAN_OPTIONS="suppressions=$ksv_environment_folder/leaks.supp:print_suppressions=0"
   export ASAN_OPTIONS="malloc_context_size=2:detect_leaks=1"
+}
+
+# Leaves in ksv_fitting a name of FOLDER that fits into the settings, a link where its own is too long: the key holds at
+# most 127 characters, the closing separator among them, since the built-in applet's file name is put straight behind the
+# text; Wine's drive takes two more.
+ksv_fit_folder() {
+  ksv_fitting=$1
+  ((${#1} > 124)) || return 0
+  [[ -n "${ksv_short:-}" ]] || ksv_short=$(mktemp -d /tmp/ksv-XXXXXX)
+  ksv_fitting=$ksv_short/$(cksum <<<"$1" | cut -d ' ' -f 1)
+  echo "The folder $1 has ${#1} characters, 124 fit: the settings name $ksv_fitting, a link." >&2
+  ln -sfn "$1" "$ksv_fitting"
 }
 
 # Starts a screen of its own and makes DISPLAY name it. Several may start at the same time: each server finds its number

@@ -64,6 +64,7 @@ The script is ES5 and has
   window                    the global object
   ksvBrowser.finish(ok)     ends the page: true, it passed; false, it failed
   host.click(x, y)          clicks the left mouse button there in the plug-in's window
+  host.read(file)           a file's text
 
 Options:
   --module FILE      the module (default: npNorvoWebAPIKSV, .dll or .so, one folder above this program)

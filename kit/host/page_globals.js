@@ -30,7 +30,7 @@
   window.btoa = native.encodeBase64;
   window.atob = native.decodeBase64;
   window.ksvBrowser = {finish: native.finish};
-  window.host = {click: native.click};
+  window.host = {click: native.click, read: native.read};
 
   return function (timer) {
     var due = timers[timer];

@@ -19,6 +19,9 @@ PageRun::PageRun(const HostOptions& options)
       instance(std::make_unique<PluginInstance>(*module, window.Handle(), options.width, options.height)) {
   scriptable = instance->Scriptable();
   engine->SetPlugin(scriptable);
+  if (const auto origin = window.Origin()) {
+    Complain("The window begins at " + std::to_string(origin->x) + "," + std::to_string(origin->y) + " of the screen.");
+  }
 }
 
 PageRun::~PageRun() {

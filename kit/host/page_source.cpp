@@ -16,15 +16,6 @@ namespace fs = std::filesystem;
 
 constexpr char kByteOrderMark[] = "\xEF\xBB\xBF";
 
-std::string ReadFile(const fs::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  std::ostringstream text;
-  if (!file || fs::is_directory(path) || !(text << file.rdbuf())) {
-    throw std::runtime_error("The page " + TextOf(path) + " can't be read, or is empty. Check its path.");
-  }
-  return std::move(text).str();
-}
-
 std::string Lowered(std::string_view text) {
   std::string lowered(text);
   std::ranges::transform(lowered, lowered.begin(), [](unsigned char c) { return std::tolower(c); });
@@ -85,6 +76,15 @@ std::vector<Script> ScriptsOf(const fs::path& page, const std::string& text) {
 }
 
 }  // namespace
+
+std::string ReadFile(const fs::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  std::ostringstream text;
+  if (!file || fs::is_directory(path) || !(text << file.rdbuf())) {
+    throw std::runtime_error("The file " + TextOf(path) + " can't be read, or is empty. Check its path.");
+  }
+  return std::move(text).str();
+}
 
 std::vector<Script> ReadPage(const fs::path& page) {
   std::string text = ReadFile(page);

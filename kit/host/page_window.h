@@ -3,6 +3,7 @@
 
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "platform/win32.h"
@@ -19,6 +20,8 @@ class PageWindow {
   PageWindow& operator=(const PageWindow&) = delete;
 
   [[nodiscard]] HWND Handle() const;
+  /// Where the client area begins on the screen; nothing where there is no screen.
+  [[nodiscard]] std::optional<POINT> Origin() const;
   /// False once the user has closed it.
   [[nodiscard]] bool IsOpen() const;
   /// The user's left button, pressed and released; the plug-in gets to know when messages are taken.

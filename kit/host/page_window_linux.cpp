@@ -22,6 +22,10 @@ HWND PageWindow::Handle() const {
   return state->window.handle();
 }
 
+std::optional<POINT> PageWindow::Origin() const {
+  return {};
+}
+
 bool PageWindow::IsOpen() const {
   return true;
 }

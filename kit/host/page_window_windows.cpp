@@ -37,8 +37,8 @@ struct Delete {
 }  // namespace
 
 struct PageWindow::State {
-  HWND window = nullptr;
-  bool open = true;
+  HWND window;
+  bool open;
   int width;
   int height;
 };
@@ -46,7 +46,7 @@ struct PageWindow::State {
 const bool PageWindow::kHasPicture = true;
 
 PageWindow::PageWindow(const std::string& title, int width, int height)
-    : state(std::make_unique<State>(State{.width = width, .height = height})) {
+    : state(std::make_unique<State>(State{nullptr, true, width, height})) {
   WNDCLASSW description{};
   description.lpfnWndProc = WindowProcedure;
   description.hInstance = GetModuleHandleA(nullptr);
@@ -76,6 +76,12 @@ HWND PageWindow::Handle() const {
   return state->window;
 }
 
+std::optional<POINT> PageWindow::Origin() const {
+  POINT origin{0, 0};
+  ClientToScreen(state->window, &origin);
+  return origin;
+}
+
 bool PageWindow::IsOpen() const {
   return state->open;
 }
@@ -94,7 +100,9 @@ void PageWindow::SavePicture(const std::filesystem::path& path) const {
   SelectObject(memory.get(), before);
 
   BITMAPINFO form{};
-  form.bmiHeader = {.biSize = sizeof form.bmiHeader, .biWidth = state->width, .biHeight = state->height};
+  form.bmiHeader.biSize = sizeof form.bmiHeader;
+  form.bmiHeader.biWidth = state->width;
+  form.bmiHeader.biHeight = state->height;
   form.bmiHeader.biPlanes = 1;
   form.bmiHeader.biBitCount = 32;
   std::vector<char> pixels(static_cast<size_t>(state->width) * static_cast<size_t>(state->height) * 4);

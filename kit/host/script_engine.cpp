@@ -6,6 +6,7 @@
 #include <stdexcept>
 
 #include "kit/exit_status.h"
+#include "kit/host/options.h"
 #include "kit/host/page_globals.h"
 #include "kit/host/plugin_objects.h"
 #include "kit/host/script_objects.h"
@@ -44,6 +45,11 @@ duk_ret_t Finish(duk_context* context) {
 duk_ret_t Click(duk_context* context) {
   Services().Click(duk_to_int(context, 0), duk_to_int(context, 1));
   return 0;
+}
+
+duk_ret_t Read(duk_context* context) {
+  PushText(context, ReadFile(PathOf(TextAt(context, 0))));
+  return 1;
 }
 
 duk_ret_t StartTimer(duk_context* context) {
@@ -90,13 +96,13 @@ duk_ret_t DecodeBase64(duk_context* context) {
 constexpr duk_function_list_entry kNatives[] = {{"print", Print, 1},
                                                 {"finish", Finish, 1},
                                                 {"click", Click, 2},
+                                                {"read", Read, 1},
                                                 {"startTimer", StartTimer, 2},
                                                 {"stopTimer", StopTimer, 1},
                                                 {"encodeBase64", EncodeBase64, 1},
                                                 {"decodeBase64", DecodeBase64, 1},
                                                 {nullptr, nullptr, 0}};
 
-// Compiles and runs the source on the stack's top but one, under the name on its top.
 void RunSource(duk_context* context, const std::string& name, const std::string& source) {
   PushText(context, source);
   PushText(context, name);
