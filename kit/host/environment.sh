@@ -11,31 +11,24 @@ ksv_wine_path() { printf 'Z:%s' "${1//\//\\}"; }
 
 # Makes the surroundings for 64 or 32 bits in a Wine prefix of their own, and keeps the libraries' files in FOLDER. KIT is
 # the folder that holds the libraries. Wants the screen of ksv_start_screen.
-# Usage: ksv_make_wine_environment BITS FOLDER KIT
+# Leaves in ksv_wine what runs a Windows program there. Usage: ksv_make_wine_environment BITS FOLDER KIT
 ksv_make_wine_environment() {
   local base
   mkdir -p "$2"
-  ksv_bits=$1 ksv_folder=$(cd "$2" && pwd -P)
+  ksv_folder=$(cd "$2" && pwd -P)
+  ksv_wine=("$root/scripts/wine" --here)
+  if (($1 == 32)); then ksv_wine+=(--32); fi
   export KSV_WINE_PREFIX=$root/build/wine$1-host
   KSV_AGENT_HOME=$(ksv_wine_path "$ksv_folder/agent")
   KSV_DISPLAY_HOME=$(ksv_wine_path "$ksv_folder/display")
   KSV_DISPLAY_LAYOUT=$(ksv_wine_path "$ksv_folder/layout")
   export KSV_AGENT_HOME KSV_DISPLAY_HOME KSV_DISPLAY_LAYOUT
   ksv_fit_folder "$3"
-  ksv_wine reg add 'HKLM\Software\Norvo\Services\KSV' /v FILELOCALE /d "$(ksv_wine_path "$ksv_fitting")\\" /f >/dev/null
+  "${ksv_wine[@]}" reg add 'HKLM\Software\Norvo\Services\KSV' /v FILELOCALE /d "$(ksv_wine_path "$ksv_fitting")\\" /f >/dev/null
   for base in "$KSV_WINE_PREFIX"/drive_c/users/*/AppData; do
     mkdir -p "$base/LocalLow/Norvo/webapi"
     date +%s >"$base/LocalLow/Norvo/webapi/lastUpdatewin32-npapi"
   done
-}
-
-# Runs a Windows program in the surroundings made last. Usage: ksv_wine PROGRAM [ARGUMENT]…
-ksv_wine() {
-  if ((ksv_bits == 32)); then
-    "$root/scripts/wine" --32 --here "$@"
-  else
-    "$root/scripts/wine" --here "$@"
-  fi
 }
 
 # Prints where the middle of a key is in the window. Usage: ksv_key LABEL
@@ -69,7 +62,7 @@ ksv_enter_pin() {
   local line pid status=0
   rm -f "$ksv_folder/lines"
   mkfifo "$ksv_folder/lines"
-  ksv_wine "$1" --timeout 60 "$root/kit/pages/display.html" >"$ksv_folder/lines" 2>"$ksv_folder/display.err" &
+  "${ksv_wine[@]}" "$1" --timeout 60 "$root/kit/pages/display.html" >"$ksv_folder/lines" 2>"$ksv_folder/display.err" &
   pid=$!
   while read -r line; do
     line=${line%$'\r'}
@@ -88,5 +81,11 @@ ksv_enter_pin() {
 
 # Opens the sealed input of a transcript by the display's own means. Usage: ksv_unseal TRANSCRIPT KEY
 ksv_unseal() {
-  "$root/build/native/kit/ksv-unseal" --key "$2" "$(sed -n 's/^sealed //p' "$1")"
+  local key status=0
+  # Under Wine a file is open to all, and such a key is refused.
+  key=$(mktemp)
+  cat "$2" >"$key"
+  "$root/build/native/kit/ksv-unseal" --key "$key" "$(sed -n 's/^sealed //p' "$1")" || status=$?
+  rm "$key"
+  return "$status"
 }

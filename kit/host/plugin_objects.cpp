@@ -1,7 +1,6 @@
 #include "kit/host/plugin_objects.h"
 
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <utility>
 
@@ -18,8 +17,8 @@ constexpr const char* kHandler = DUK_HIDDEN_SYMBOL("handler");
 
 std::optional<std::string> exception;
 
-void ThrowPluginException() {
-  if (const auto raised = std::exchange(exception, {})) throw std::runtime_error(*raised);
+void ThrowPluginException(duk_context* context) {
+  if (const auto raised = std::exchange(exception, {})) ThrowError(context, *raised);
 }
 
 // Null when the value has none.
@@ -78,8 +77,8 @@ duk_ret_t CallMethod(duk_context* context) {
   Variant result;
   exception.reset();
   const bool done = object->_class->invoke(object, IdentifierOfName(name), args.Data(), args.Size(), result.Get());
-  ThrowPluginException();
-  if (!done) throw std::runtime_error("the plug-in refused the call of " + name);
+  ThrowPluginException(context);
+  if (!done) ThrowError(context, "the plug-in refused the call of " + name);
   PushVariant(context, *result.Get());
   return 1;
 }
@@ -91,12 +90,17 @@ duk_ret_t Get(duk_context* context) {
     Variant value;
     exception.reset();
     const bool done = asked.object->_class->getProperty(asked.object, asked.id, value.Get());
-    ThrowPluginException();
+    ThrowPluginException(context);
     if (!done) return 0;
     PushVariant(context, *value.Get());
     return 1;
   }
-  if (!asked.IsMethod()) return 0;
+  if (!asked.IsMethod()) {
+    // What every object has, so that this one turns into text like any other.
+    duk_dup(context, 1);
+    duk_get_prop(context, 0);
+    return 1;
+  }
   duk_push_c_function(context, CallMethod, DUK_VARARGS);
   Attach(context, asked.object);
   PushText(context, asked.name);
@@ -117,8 +121,8 @@ duk_ret_t Set(duk_context* context) {
   exception.reset();
   const NPClass& table = *asked.object->_class;
   const bool done = table.setProperty && table.setProperty(asked.object, asked.id, value.Get());
-  ThrowPluginException();
-  if (!done) throw std::runtime_error("the plug-in does not let " + asked.name + " be set");
+  ThrowPluginException(context);
+  if (!done) ThrowError(context, "the plug-in does not let " + asked.name + " be set");
   duk_push_true(context);
   return 1;
 }
@@ -140,6 +144,10 @@ duk_ret_t OwnKeys(duk_context* context) {
     const MemberKey& key = KeyOf(ids[at]);
     const auto* const number = std::get_if<int32_t>(&key);
     PushText(context, number ? std::to_string(*number) : std::get<std::string>(key));
+    // The engine lists only what it finds in the object behind as well.
+    duk_dup(context, -1);
+    duk_push_undefined(context);
+    duk_put_prop(context, 0);
     duk_put_prop_index(context, -2, at);
   }
   Accounts::Instance().Free(ids);

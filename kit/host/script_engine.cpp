@@ -48,7 +48,14 @@ duk_ret_t Click(duk_context* context) {
 }
 
 duk_ret_t Read(duk_context* context) {
-  PushText(context, ReadFile(PathOf(TextAt(context, 0))));
+  const std::string file = TextAt(context, 0);
+  std::string text;
+  try {
+    text = ReadFile(PathOf(file));
+  } catch (const std::runtime_error& error) {
+    ThrowError(context, error.what());
+  }
+  PushText(context, text);
   return 1;
 }
 
@@ -72,7 +79,7 @@ duk_ret_t EncodeBase64(duk_context* context) {
   auto* const bytes = static_cast<unsigned char*>(duk_push_fixed_buffer(context, length));
   for (duk_size_t at = 0; at < length; ++at) {
     const duk_codepoint_t character = duk_char_code_at(context, 0, at);
-    if (character > 0xFF) throw std::runtime_error("btoa takes characters up to U+00FF");
+    if (character > 0xFF) ThrowError(context, "btoa takes characters up to U+00FF");
     bytes[at] = static_cast<unsigned char>(character);
   }
   duk_base64_encode(context, -1);

@@ -2,10 +2,10 @@
 
 #include <cmath>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <new>
 #include <optional>
-#include <stdexcept>
 
 #include "kit/host/accounts.h"
 #include "kit/host/plugin_objects.h"
@@ -120,6 +120,12 @@ std::string Utf8Of(std::string_view scriptText) {
   return text;
 }
 
+void ThrowError(duk_context* context, const std::string& message) {
+  duk_push_error_object(context, DUK_ERR_ERROR, "%s", ScriptTextOf(message).c_str());
+  duk_throw_raw(context);
+  std::abort();  // Never reached, which the engine's header does not tell the compiler when exceptions are on.
+}
+
 void PushText(duk_context* context, std::string_view utf8) {
   const std::string text = ScriptTextOf(utf8);
   duk_push_lstring(context, text.data(), text.size());
@@ -147,7 +153,7 @@ NPVariant VariantAt(duk_context* context, duk_idx_t index) {
     case DUK_TYPE_NUMBER:
       return NumberVariant(duk_get_number(context, index));
     case DUK_TYPE_STRING:
-      if (duk_is_symbol(context, index)) throw std::runtime_error("a symbol can't be given to the plug-in");
+      if (duk_is_symbol(context, index)) ThrowError(context, "a symbol can't be given to the plug-in");
       return TextVariant(TextAt(context, index));
     case DUK_TYPE_OBJECT:
     case DUK_TYPE_BUFFER:

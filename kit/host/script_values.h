@@ -16,6 +16,9 @@ namespace Kit {
 std::string ScriptTextOf(std::string_view utf8);
 std::string Utf8Of(std::string_view scriptText);
 
+/// Throws an Error into script.
+[[noreturn]] void ThrowError(duk_context* context, const std::string& message);
+
 void PushText(duk_context* context, std::string_view utf8);
 /// The value converted to text as script does it, in UTF-8. May throw what the page's own `toString` throws.
 std::string TextAt(duk_context* context, duk_idx_t index);

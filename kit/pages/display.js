@@ -21,10 +21,10 @@ var display = (function () {
     return {size: point(size, size), pixels: btoa(pixels)};
   }
 
-  // Asks for a PIN of so many digits under a caption. onProgress(clicks) is called after each click, onDone(sealed) once
+  // Asks for a PIN of so many digits under a caption. onProgress(clicks) is called as they grow, onDone(sealed) once
   // at the end; sealed is null when the plug-in failed on the way.
   function askPin(caption, digits, onProgress, onDone) {
-    var logo = makeLogo(32), done = false;
+    var logo = makeLogo(32), told = 0, done = false;
 
     function answer(method) {
       return function (event) { ksv.call(method, point(event.XCode, event.YCode)); };
@@ -46,7 +46,8 @@ var display = (function () {
       if (done) return;
       ksv.call("wysRepaintImage");
       clicks = ksv.call("wysGetButtonUpCount").ButtonUpCount;
-      onProgress(clicks);
+      if (clicks !== told) onProgress(clicks);
+      told = clicks;
       if (clicks < digits) return;
       asked = ksv.call("wysProcessSubmitAndGetResponse");
       if (ksv.succeeded(asked)) {

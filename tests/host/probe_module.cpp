@@ -1,6 +1,6 @@
 // A plug-in that does nothing but what its page asks: it shows how the page host treats values, references and errors.
-// Its object has `echo(value)`, `call(function, argument…)`, `keys(object)`, `refuse()`, `raise(text)`, `identity(a, b)`,
-// `keep(value)`, which keeps a reference for good, and a property `value` that can be written, read and removed.
+// Its object has `echo(value)`, `call(function, argument…)`, `keys(object)`, `refuse()`, `raise(text)`, `identity(a,
+// b)`, `keep(value)`, which keeps a reference for good, and a property `value` that can be written, read and removed.
 #include <cstring>
 #include <string>
 
@@ -47,7 +47,9 @@ NPVariant Keys(NPObject* object) {
   if (host.enumerate(nullptr, object, &ids, &count)) {
     for (uint32_t at = 0; at < count; ++at) {
       const bool isName = host.identifierisstring(ids[at]);
-      keys += (isName ? NameOf(ids[at]) : "#" + std::to_string(host.intfromidentifier(ids[at]))) + " ";
+      if (!isName) keys += "#";
+      keys += isName ? NameOf(ids[at]) : std::to_string(host.intfromidentifier(ids[at]));
+      keys += " ";
     }
     host.memfree(ids);
   }
@@ -68,10 +70,11 @@ bool Invoke(NPObject* object, NPIdentifier id, const NPVariant* args, uint32_t c
   }
   if (name == "keep" && count == 1) return host.retainobject(args[0].value.objectValue) != nullptr;
   if (name == "raise" && count == 1) {
-    host.setexception(object, NameOf(host.getstringidentifier(std::string(args[0].value.stringValue.UTF8Characters,
-                                                                           args[0].value.stringValue.UTF8Length)
-                                                                   .c_str()))
-                                  .c_str());
+    host.setexception(
+        object,
+        NameOf(host.getstringidentifier(
+                   std::string(args[0].value.stringValue.UTF8Characters, args[0].value.stringValue.UTF8Length).c_str()))
+            .c_str());
   }
   return false;
 }
@@ -122,8 +125,19 @@ void Deallocate(NPObject* object) {
   delete static_cast<Probe*>(object);
 }
 
-NPClass probeClass{NP_CLASS_STRUCT_VERSION, Allocate,    Deallocate,  nullptr,        HasMethod, Invoke, nullptr,
-                   HasProperty,             GetProperty, SetProperty, RemoveProperty, Enumerate, nullptr};
+NPClass probeClass{NP_CLASS_STRUCT_VERSION,
+                   Allocate,
+                   Deallocate,
+                   nullptr,
+                   HasMethod,
+                   Invoke,
+                   nullptr,
+                   HasProperty,
+                   GetProperty,
+                   SetProperty,
+                   RemoveProperty,
+                   Enumerate,
+                   nullptr};
 
 NPError New(NPMIMEType, NPP instance, uint16_t, int16_t, char*[], char*[], NPSavedData*) {
   instance->pdata = host.createobject(instance, &probeClass);
