@@ -1,5 +1,6 @@
 // The display in bad company: a library that throws or ends the page inside its calls, a system that refuses, a page
 // that gives its initialisations back in any order.
+#include <algorithm>
 #include <thread>
 
 #include "shell/plugin_windows.h"
@@ -38,6 +39,7 @@ std::vector<Asked> AskingMethods(const Arguments& image) {
       {"wysSubmitFrame", {1, "{1,2}", "aGk="}, "WYSSubmitFrame"},
       {"wysSendRecv", {1, "aGk=", 4, 0}, "WYSSendRecv"},
       {"wysProcessRemoteWysMessage", {"", 4, "", "", "", "aGk=", "{1,2}", ""}, "WYSSetStreamKey"},
+      {"wysProcessRemoteWysMessage", {"", 4, "", "", "", "aGk=", "{1,2}", ""}, "WYSSendRecv"},
       {"wysRepaintImage", {}, "WYSRepaintImage"},
       {"wysGetVersion", {}, "WYSGetVersion"},
       {"wysStatusToString", {1}, "WYSStatusToString"},
@@ -91,7 +93,11 @@ TEST_F(DisplayFaultsTest, PageMayEndInsideAnyCallOfTheLibrary) {
       EXPECT_TRUE(ended) << asked.entry;
       ending.End();
       EXPECT_EQ(displayInitCount, 0) << asked.entry;
-      for (const std::string& call : display.TakeCalls()) EXPECT_NE(call, "WYSDeInit(0)") << asked.entry;
+      // A session that was just made for nobody is closed; else the library hears no more of the page.
+      const Calls calls = display.TakeCalls();
+      const auto last = std::ranges::find(calls, asked.method == std::string("wysDeInit") ? "" : "WYSDeInit(70)");
+      const bool established = asked.entry == std::string("WYSEstablishSession");
+      EXPECT_LE(calls.end() - last, established ? 2 : 1) << asked.entry << ": " << testing::PrintToString(calls);
       display.On(asked.entry, [](DisplayCall& call) {
         if (call.length) *call.length = 3;
         if (call.value) *call.value = 7;
@@ -120,6 +126,32 @@ TEST_F(DisplayFaultsTest, BothLibrariesAreGivenBackInAnyOrder) {
     EXPECT_EQ(agent.TakeCalls().back(), "ZUB_DeInit()");
     EXPECT_EQ(display.TakeCalls().back(), "WYSDeInit(70)");
   }
+}
+
+TEST_F(DisplayFaultsTest, PageGivesBackNothingOfAnothers) {
+  AgentStub agent(environment);
+  Page first(host, "https://page.example/", window.handle());
+  Page third(host, "https://page.example/", window.handle());
+  first.Call("zubInit");
+  {
+    Page second(host, "https://page.example/", window.handle());
+    second.Call("zubInit");
+    second.Call("wysInit", {0, ""});
+    second.Call("wysDeInit");
+    third.Call("wysInit", {0, ""});
+  }
+  EXPECT_EQ(displayInitCount, 1);
+  EXPECT_EQ(third.Call("wysDeInit").Show(), kWentWell);
+}
+
+TEST_F(DisplayFaultsTest, WhatThePageDidInsideACallStands) {
+  display.On("WYSInit", [&](DisplayCall& outer) {
+    display.On("WYSInit", [](DisplayCall& inner) { *inner.value = 9; });
+    page.Call("wysInit", {0, ""});
+    outer.status = 5;
+  });
+  EXPECT_EQ(page.Call("wysInit", {0, ""}).Show(), "pluginRetCode=0 fnRetCode=5");
+  EXPECT_EQ(State().displayContext, 9u);
 }
 
 TEST_F(DisplayFaultsTest, FunctionsOfTheModulesOwnAreRefused) {

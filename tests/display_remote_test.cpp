@@ -64,7 +64,7 @@ TEST_F(DisplayRemoteTest, PartsThatAreMissingAreEmpty) {
   EXPECT_EQ(Put({{6, "no point"}}), kWentWell);
   EXPECT_EQ(display.TakeCalls(), (Calls{"WYSReleaseImage(0, 5)", setUp, setKey}));
   Answer("key", 33);
-  EXPECT_EQ(Put(), "pluginRetCode=13 fnRetCode=0") << "more than it had room for";
+  EXPECT_EQ(Put(), "pluginRetCode=13 fnRetCode=34") << "more than it had room for";
   EXPECT_EQ(display.TakeCalls(), (Calls{"WYSReleaseImage(0, 5)", setUp}));
 }
 

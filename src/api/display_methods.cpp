@@ -16,6 +16,24 @@ namespace {
 
 constexpr DWORD kMaxRepaintWait = 1000;  // Milliseconds.
 
+// A place for a number that the library gives. It is the page's only once the call is over, so that the library has no
+// address to keep, and only if the library wrote it: the page's script may have run meanwhile.
+class Given {
+ public:
+  explicit Given(uint32_t& target) : number(target), before(target) {}
+  Given(const Given&) = delete;
+  Given& operator=(const Given&) = delete;
+  ~Given() {
+    if (*place != before) number = *place;
+  }
+  [[nodiscard]] uint32_t* Out() const { return place.get(); }
+
+ private:
+  uint32_t& number;
+  uint32_t before;
+  std::unique_ptr<uint32_t> place = std::make_unique<uint32_t>(before);
+};
+
 // Whether the library has done what it was asked last, for a page that has not ended inside that call.
 bool Done(ScriptCall& call) {
   return StatusOf(call.result) == kDisplayOk && !call.page.Page().IsDestroyed();
@@ -37,7 +55,7 @@ bool ReleaseRemoteImage(ScriptCall& call) {
 // Asked at once before a session is closed; a repaint that runs needs it still.
 bool IsRepainting(const Scriptable& page) {
   const HANDLE mutex = page.repaintMutex.Get();
-  if (!mutex || WaitForSingleObject(mutex, kMaxRepaintWait) != WAIT_OBJECT_0) return true;
+  if (!TakeMutex(mutex, kMaxRepaintWait)) return true;
   const uint32_t busy = page.repaintBusy;
   ReleaseMutex(mutex);
   return busy != 0;
@@ -62,10 +80,10 @@ void Init(ScriptCall& call) {
     page.ForgetSession();
     page.displayContext = 0;
   }
-  // The library gets no address that it could keep beyond the page's end.
-  uint32_t displayContext = page.displayContext;
-  page.Display().Init(call.Number(0), call.Text(1), &displayContext, call.result);
-  page.displayContext = displayContext;
+  {
+    const Given context(page.displayContext);
+    page.Display().Init(call.Number(0), call.Text(1), context.Out(), call.result);
+  }
   if (StatusOf(call.result) != kDisplayOk) return;
   page.Page().initialised = true;
   ++page.Page().owedDisplayDeInits;
@@ -97,13 +115,15 @@ void EstablishSession(ScriptCall& call) {
   Scriptable& page = call.page;
   const HWND window = page.Page().window;
   if (!window || page.Page().IsDestroyed()) return;
-  uint32_t sessionId = page.sessionId;
-  page.Display().EstablishSession(window, &sessionId, page.displayContext, call.result);
-  page.sessionId = sessionId;
+  {
+    const Given session(page.sessionId);
+    page.Display().EstablishSession(window, session.Out(), page.displayContext, call.result);
+  }
   const int32_t status = StatusOf(call.result);
   if (status != kDisplayOk && status != kSessionStands) return;
   if (page.Page().IsDestroyed()) {
-    page.Display().CloseSession(sessionId, call.result);
+    // Nobody else would; but one that stood before may be another page's.
+    if (status == kDisplayOk) page.Display().CloseSession(std::exchange(page.sessionId, 0), call.result);
     return;
   }
   page.Display().RegisterEvents(page.sessionId, DisplayEventCallback, window, call.result);
@@ -136,6 +156,7 @@ void StatusToString(ScriptCall& call) {
 
 void CreateStdImage(ScriptCall& call) {
   Scriptable& page = call.page;
+  if (page.Page().IsDestroyed()) return;
   page.inputType = call.Number(0);
   page.imageId = call.Unsigned(1);
   int32_t width = 0;
@@ -153,7 +174,7 @@ void CreateStdImage(ScriptCall& call) {
 
 void SubmitFrame(ScriptCall& call) {
   Scriptable& page = call.page;
-  if (!ReleaseRemoteImage(call)) return;
+  if (page.Page().IsDestroyed() || !ReleaseRemoteImage(call)) return;
   page.imageId = call.Unsigned(0);
   page.Display().SubmitFrame(page.sessionId, page.imageId, call.Text(1), call.Length(2), call.Text(2), call.result);
   if (!Done(call)) return;
@@ -168,6 +189,7 @@ void EnterProcessRemote(Scriptable& /*page*/, bool accepted) {
 
 void ProcessRemoteWysMessage(ScriptCall& call) {
   Scriptable& page = call.page;
+  if (page.Page().IsDestroyed()) return;
   std::string domain;
   if (call.Text(4)) domain = page.PageOrigin();
   const bool replaces = page.remoteImagePresent != 0;
@@ -179,8 +201,7 @@ void ProcessRemoteWysMessage(ScriptCall& call) {
                                         call.Text(0), call.Length(0), call.Text(2), call.Length(2), call.Length(3),
                                         call.Text(3), TextOrNull(domain), call.Text(4), call.Text(6), call.Text(7),
                                         &page.imageWidth, &page.imageHeight, call.result);
-  // A library that claimed too long a key was told off with its status standing at 0: no image is there.
-  if (!Done(call) || PluginCodeOf(call.result) != kPluginOk) return;
+  if (!Done(call)) return;
   page.remoteImagePresent = 1;
   ShowImage(page);
 }

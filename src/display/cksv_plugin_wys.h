@@ -28,6 +28,9 @@ class CKSVPluginWYS {
   /// Whether an image stands, as far as the calls that went through tell.
   [[nodiscard]] bool HasImage() const { return hasImage; }
 
+  /// The page has ended: an operation of several calls that runs right now makes no more of them.
+  void EndPage() { pageEnded = true; }
+
   /// The test before every library call: a library (10), the entry point (11). True stores 0 under "pluginRetCode" and
   /// lets the call proceed.
   bool CheckEntry(const EntryTable::Row& entryPoint, JSObject& result) const;
@@ -90,6 +93,7 @@ class CKSVPluginWYS {
   std::string platformName;
   Library library;
   bool hasImage = false;
+  bool pageEnded = false;
   DisplayEntries entries;
   /// The library may go on reading the description of the latest image, until its session has ended.
   std::shared_ptr<const ImageDescriptor> image;

@@ -90,8 +90,11 @@ bool CKSVPluginWYS::ksvWYSRemoteWysSession(uint32_t displayContext, uint32_t ses
     int32_t status = entries.SendRecv(displayContext, sessionId, kChannelSetup, static_cast<uint32_t>(message.size),
                                       message.bytes.get(), streamKey.Length(), streamKey.Bytes(), kChannelSetupFlag);
     if (StoreStatus(result, status) != kDisplayOk) return;
+    // Until the key is known to be one: a claim of more than there was room for ends here, and no image came of it.
+    StoreStatus(result, kDisplayNotCalled);
     const uint32_t keyLength = streamKey.StoredLength();
-    if (keyLength == 0) return;
+    StoreStatus(result, kDisplayOk);
+    if (keyLength == 0 || pageEnded) return;
 
     OutputDebugStringA(
         "CKSVPluginWYS::ksvWYSRemoteWysSession, ChannelSetupRespBuf && (ChannelSetupRespBufLen > 0) calling "
@@ -100,13 +103,14 @@ bool CKSVPluginWYS::ksvWYSRemoteWysSession(uint32_t displayContext, uint32_t ses
     if (StoreStatus(result, status) != kDisplayOk) return;
 
     WysPoint point;
-    if (!ParsePoint(framePointText, &point)) return;
+    if (!ParsePoint(framePointText, &point) || pageEnded) return;
     OutputDebugStringA("CKSVPluginWYS::ksvWYSRemoteWysSession, calling WYSSubmitFrame");
     status = entries.SubmitFrame(sessionId, imageId, &point, static_cast<uint32_t>(frame.size), frame.bytes.get());
     if (StoreStatus(result, status) != kDisplayOk) return;
 
     OutputDebugStringA("CKSVPluginWYS::ksvWYSRemoteWysSession, calling WYSRepaintImage");
     hasImage = true;
+    if (pageEnded) return;
     if (StoreStatus(result, entries.RepaintImage(sessionId, imageId)) != kDisplayOk) return;
 
     WysPoint size;

@@ -83,8 +83,9 @@ bool CKSVPluginWYS::SubmitInputAndGetResponse(uint32_t sessionId, uint32_t image
     const int32_t asked = entries.SubmitInputAndGetResponse(sessionId, imageId, &length, nullptr);
     result[kClientInput] = JSObject("");
     StoreStatus(result, asked);
-    if (length == 0) return;
-    OutputBuffer<uint32_t> input(static_cast<int32_t>(length), length);
+    const uint32_t room = length;  // Read once: a library that kept the pointer may still be writing.
+    if (room == 0) return;
+    OutputBuffer<uint32_t> input(static_cast<int32_t>(room), room);
     const int32_t given = entries.SubmitInputAndGetResponse(sessionId, imageId, input.Length(), input.Bytes());
     if (StoreStatus(result, given) == kDisplayOk) input.StoreData(result, kClientInput);
   });

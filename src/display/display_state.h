@@ -27,7 +27,8 @@ struct DisplayState {
   /// What the hooks do for the page right now, one inside the other.
   uint32_t runningHooks = 0;
   uint32_t runningRepaints = 0;
-  uint32_t sentPulses = 0;  ///< Caused by messages sent since the outermost began.
+  uint32_t runningPulses = 0;
+  uint32_t sentPulses = 0;  ///< Caused by messages that were sent while a pulse ran.
 
   /// The page's functions. A new one replaces the old one whole.
   Callback mouseDownCallback;

@@ -5,10 +5,7 @@ namespace {
 
 template <typename Work>
 bool WithMutex(HANDLE mutex, Work work) {
-  if (!mutex) return false;
-  // One that its owner's thread left behind is ours all the same.
-  const DWORD taken = WaitForSingleObject(mutex, 0);
-  if (taken != WAIT_OBJECT_0 && taken != WAIT_ABANDONED) return false;
+  if (!TakeMutex(mutex, 0)) return false;
   work();
   ReleaseMutex(mutex);
   return true;
@@ -21,6 +18,13 @@ bool CreateFlagMutex(MutexOwner* mutex, uint32_t* flag) {
   *flag = 0;
   if (!*mutex) *mutex = MutexOwner(CreateMutexA(nullptr, FALSE, nullptr));
   return static_cast<bool>(*mutex);
+}
+
+bool TakeMutex(HANDLE mutex, DWORD milliseconds) {
+  if (!mutex) return false;
+  const DWORD taken = WaitForSingleObject(mutex, milliseconds);
+  // One that its owner's thread left behind is ours all the same.
+  return taken == WAIT_OBJECT_0 || taken == WAIT_ABANDONED;
 }
 
 bool TrySetFlag(HANDLE mutex, uint32_t* flag) {

@@ -14,6 +14,9 @@ using MutexOwner = Owner<HANDLE, CloseHandle>;
 /// Clears the flag, and makes the mutex unless it is there. False for null arguments, and when the system refuses.
 bool CreateFlagMutex(MutexOwner* mutex, uint32_t* flag);
 
+/// Waits for a mutex; the caller releases it. False without one, and when the time is over.
+bool TakeMutex(HANDLE mutex, DWORD milliseconds);
+
 /// These three are false, and change nothing, without a mutex or when somebody has it.
 bool TrySetFlag(HANDLE mutex, uint32_t* flag);
 bool TryClearFlag(HANDLE mutex, uint32_t* flag);

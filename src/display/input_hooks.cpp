@@ -40,9 +40,7 @@ class HookedPage {
   }
   HookedPage(const HookedPage&) = delete;
   HookedPage& operator=(const HookedPage&) = delete;
-  ~HookedPage() {
-    if (--scriptable.runningHooks == 0) scriptable.sentPulses = 0;
-  }
+  ~HookedPage() { --scriptable.runningHooks; }
 
   Plugin& plugin;
   Scriptable& scriptable = *plugin.GetScriptable();
@@ -57,7 +55,6 @@ template <typename Work>
 void OnPage(HWND window, Work work) {
   Plugin* const plugin = FindPluginByWindow(window);
   if (!plugin || !plugin->GetScriptable() || plugin->IsDestroyed()) return;
-  if (plugin->GetScriptable()->runningHooks == kMaxNesting) return;
   HookedPage page(*plugin);
   work(page);
 }
@@ -81,7 +78,12 @@ LRESULT Observe(const std::atomic<HHOOK>& hook, int code, WPARAM wParam, LPARAM 
   return CallNextHookEx(hook, code, wParam, lParam);
 }
 
-void Notify(const DisplayState::Callback& slot, std::vector<JSObject> args) {
+bool IsTooDeep(const DisplayState& page) {
+  return page.runningHooks > kMaxNesting;
+}
+
+void Notify(const DisplayState& page, const DisplayState::Callback& slot, std::vector<JSObject> args) {
+  if (IsTooDeep(page)) return;
   // Kept for the call: from inside it the page may set another function.
   const DisplayState::Callback callback = slot;
   callback->Notify(args);
@@ -98,14 +100,14 @@ void OnPress(Scriptable& page, POINT point) {
   if (clickState != kAwaitsPress || !page.mouseDownCallback || !page.Display().HasImage()) return;
   clickState = kAwaitsRelease;
   pressedPage = &page;
-  Notify(page.mouseDownCallback, Position(point));
+  Notify(page, page.mouseDownCallback, Position(point));
 }
 
 void OnRelease(Scriptable& page, POINT point) {
   if (clickState != kAwaitsRelease || !page.mouseUpCallback || !page.Display().HasImage()) return;
   ++page.buttonUpCount;
   ResetClickState();
-  Notify(page.mouseUpCallback, Position(point));
+  Notify(page, page.mouseUpCallback, Position(point));
 }
 
 LRESULT CALLBACK MouseHookProc(int code, WPARAM message, LPARAM lParam) {
@@ -145,10 +147,26 @@ class BusyRepaint {
   DisplayState& state;
 };
 
+// Marks a pulse; the repaints that one message may cause are counted anew after the outermost.
+class Pulse {
+ public:
+  explicit Pulse(DisplayState& pulsing) : state(pulsing) { ++state.runningPulses; }
+  Pulse(const Pulse&) = delete;
+  Pulse& operator=(const Pulse&) = delete;
+  ~Pulse() {
+    if (--state.runningPulses == 0) state.sentPulses = 0;
+  }
+
+ private:
+  DisplayState& state;
+};
+
 void PulseRepaint(HookedPage& hooked) {
   Scriptable& page = hooked.scriptable;
+  if (IsTooDeep(page)) return;
+  const Pulse pulse(page);
   if (page.repaintImageCallback) {
-    Notify(page.repaintImageCallback, {});
+    Notify(page, page.repaintImageCallback, {});
     return;
   }
   if (page.buttonMutex && !FlagIsClear(page.buttonMutex.Get(), page.buttonHeld)) return;
@@ -162,7 +180,7 @@ void TellDisplayEvent(HWND window) {
     if (!hooked.scriptable.displayEventsCallback) return;
     JSObject told;
     told["callback"] = JSObject(0);
-    Notify(hooked.scriptable.displayEventsCallback, {told});
+    Notify(hooked.scriptable, hooked.scriptable.displayEventsCallback, {told});
   });
 }
 
@@ -184,7 +202,8 @@ LRESULT CALLBACK CallWndHookProc(int code, WPARAM wParam, LPARAM lParam) {
     const HWND window = reinterpret_cast<const CWPSTRUCT*>(lParam)->hwnd;
     if (!window) return;
     OnActivePage(window, [](HookedPage& hooked) {
-      if (hooked.scriptable.sentPulses++ < kMaxNesting) PulseRepaint(hooked);
+      Scriptable& page = hooked.scriptable;
+      if (page.runningPulses == 0 || ++page.sentPulses < kMaxNesting) PulseRepaint(hooked);
     });
   });
 }

@@ -34,7 +34,7 @@ class OutputBuffer {
   /// The number of bytes that the library left to be read. Throws when it claims more than it had room for. To be asked
   /// once: a library that kept the pointer may still be writing.
   [[nodiscard]] Count StoredLength() const {
-    const Count stored = length;
+    const Count stored = *static_cast<const volatile Count*>(&length);
     if (!bytes) return 0;
     if (stored > given) throw std::runtime_error("The library claims more bytes than it was given room for");
     return stored;

@@ -71,6 +71,10 @@ std::string Plugin::InstanceName(const void* page, uint32_t instanceId) {
 NPError Plugin::Destroy(NPSavedData** /*saved*/) {
   if (destroyed) return NPERR_NO_ERROR;
   destroyed = true;
+  if (scriptable) {
+    scriptable->Display().EndPage();
+    ForgetPress(*scriptable);
+  }
   InstanceWatch::End(npp);
   const Entry running(*this);
   if (scriptable) ReleaseLibraries();
@@ -81,10 +85,15 @@ NPError Plugin::Destroy(NPSavedData** /*saved*/) {
 // One initialisation of each library is given back for a page that goes away, whichever page made it.
 void Plugin::ReleaseLibraries() {
   const ScriptDispatch::Call calling(*scriptable);
-  // The flag is one for both libraries: the release of either may have cleared it under the other.
-  if (std::exchange(owedDeInits, 0) > 0) initialised = true;
+  // The flag is one for both libraries. What a page owes one of them sets it for that one's release alone: the other
+  // may have cleared it, or may be another page's by now.
+  const bool stood = initialised;
+  const bool owesDisplay = std::exchange(owedDisplayDeInits, 0) > 0;
+  initialised = stood || std::exchange(owedDeInits, 0) > 0;
+  const bool agentMayClear = initialised;
   if (agentInitCount != 0) scriptable->ReleaseAgent();
-  if (std::exchange(owedDisplayDeInits, 0) > 0) initialised = true;
+  const bool agentCleared = agentMayClear && !initialised;
+  initialised = (stood && !agentCleared) || owesDisplay;
   if (displayInitCount != 0) scriptable->ReleaseDisplay();
 }
 
