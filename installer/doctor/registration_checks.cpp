@@ -25,13 +25,15 @@ void ExamineModule(Report& report, const std::string& path) {
     return;
   }
   const Bstr wide = BstrFromNarrow(path.c_str());
-  const Library module(ModuleKind(path) == OwnKind() ? LoadLibraryW(wide.Get()) : nullptr);
+  Library module(ModuleKind(path) == OwnKind() ? LoadLibraryW(wide.Get()) : nullptr);
   if (!module) {
     report.Fail(kModule, path + " " + WhyNotLoaded(path), kRemedy);
   } else if (!GetProcAddress(module.Get(), "NP_Initialize")) {
     report.Fail(kModule, path + " is a library, but no browser plug-in", kRemedy);
   } else {
     report.Pass(kModule, path + " loads");
+    // It stays loaded, as in a browser: what it keeps until the process ends would be lost with an unloading.
+    module.Release();
   }
 }
 

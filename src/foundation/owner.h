@@ -24,6 +24,8 @@ class Owner {
 
   [[nodiscard]] Handle Get() const { return handle; }
   explicit operator bool() const { return handle != none; }
+  /// Gives up what is owned without closing it.
+  Handle Release() { return std::exchange(handle, none); }
   /// Closes what is owned.
   void Reset() {
     if (handle != none) close(std::exchange(handle, none));
