@@ -23,6 +23,7 @@ class DisplayHooksTest : public DisplayTest {
   DisplayHooksTest() {
     display.On("WYSRegisterEvents", [this](DisplayCall& call) { events = call.callback; });
   }
+  ~DisplayHooksTest() override { page.End(); }  // Its end takes the events back, and is still told here.
 
   void SetClickCallbacks(const Page& on) {
     on.Call("setMouseDownCallback", {Callback([this] { heard.back() += " down"; })});
@@ -203,10 +204,7 @@ TEST_F(DisplayHooksTest, LibraryEventsReachThePageOnItsThread) {
   };
   for (const auto& [record, accepted, told] : cases) {
     uint32_t answer = 7;
-    std::thread([&] {
-      DisplayEventRecord passed = record;
-      answer = events(&passed);
-    }).join();
+    std::thread([&, passed = record]() mutable { answer = events(&passed); }).join();
     PumpMessages();
     EXPECT_EQ(answer, accepted);
     EXPECT_EQ(TakeHeard(), Calls(told, "callback=0 here"));
