@@ -94,8 +94,8 @@ execute_process(
     "CREATE TABLE `CompLocator` (`Signature_` CHAR(72) NOT NULL, `ComponentId` CHAR(38) NOT NULL, `Type` INT PRIMARY KEY `Signature_`)"
     "INSERT INTO CompLocator (Signature_, ComponentId, Type) VALUES ('previous', '{${module_guid}}', 1)"
     "INSERT INTO AppSearch (Property, Signature_) VALUES ('PREVIOUSFOLDER', 'previous')"
-    # what the command line gave reaches the elevated half
-    "UPDATE Property SET Value = 'OLDERFOUND;NEWERFOUND;INSTALLFOLDER;PREVIOUSFOLDER' WHERE Property = 'SecureCustomProperties'"
+    # what the command line gave reaches the elevated half; the folder that was found is no matter of the command line
+    "UPDATE Property SET Value = 'OLDERFOUND;NEWERFOUND;INSTALLFOLDER' WHERE Property = 'SecureCustomProperties'"
     # an empty folder of the vendor's goes too
     "UPDATE RemoveFile SET DirProperty = 'VENDORFOLDER' WHERE FileKey = 'vendor'"
     # without its version the installer takes the module for older than any that has one; a hash is for files without

@@ -6,6 +6,8 @@ endif()
 foreach(folder IN LISTS folders)
   cmake_path(ABSOLUTE_PATH folder BASE_DIRECTORY "${CMAKE_INSTALL_PREFIX}" OUTPUT_VARIABLE path)
   string(PREPEND path "$ENV{DESTDIR}")
+  # A relative DESTDIR counts from where the installation runs.
+  get_filename_component(path "${path}" ABSOLUTE)
   while(NOT EXISTS "${path}")
     list(APPEND missing "${path}")
     cmake_path(GET path PARENT_PATH path)

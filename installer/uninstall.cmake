@@ -20,10 +20,7 @@ endif()
 # A folder stands before those in it when sorted, so the other way round it comes after them.
 list(SORT folders ORDER DESCENDING)
 foreach(folder IN LISTS folders)
-  file(GLOB rest LIST_DIRECTORIES true "${folder}/*" "${folder}/.*")
-  list(FILTER rest EXCLUDE REGEX "/\\.\\.?$")
-  if(NOT rest AND IS_DIRECTORY "${folder}")
-    file(REMOVE_RECURSE "${folder}")
-  endif()
+  # The system itself refuses to remove one that is not empty, at the very moment and whatever its name.
+  execute_process(COMMAND rmdir -- "${folder}" ERROR_QUIET)
 endforeach()
 file(REMOVE "${BUILD}/install_manifest.txt" "${BUILD}/install_folders.txt")

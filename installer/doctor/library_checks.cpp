@@ -30,10 +30,9 @@ std::string PathOf(const LibraryPath& folder, const WCHAR* file) {
 
 // What is to be said of the files that were tried in vain, in front of the one that was found. Empty when none is
 // there.
-std::string TellRefused(const LibraryPath& folder, Names files, const WCHAR* found) {
+std::string TellRefused(const LibraryPath& folder, Names files) {
   std::string told;
   for (const WCHAR* file : files) {
-    if (file == found) break;
     const std::string path = PathOf(folder, file);
     if (FileExists(path)) told += (told.empty() ? "" : "; ") + path + " " + WhyNotLoaded(path);
   }
@@ -41,10 +40,10 @@ std::string TellRefused(const LibraryPath& folder, Names files, const WCHAR* fou
 }
 
 // Loads a library as the plug-in does and tells of it. A missing one is told as `ifMissing`.
-NamedLibrary ExamineFile(Report& report, const std::string& name, const LibraryPath& folder, Names files,
+FoundLibrary ExamineFile(Report& report, const std::string& name, const LibraryPath& folder, Names files,
                          Status ifMissing, const std::string& consequence) {
-  NamedLibrary library = LoadFirst(folder, files);
-  const std::string refused = TellRefused(folder, files, library.name);
+  FoundLibrary library = LoadFirst(folder, files);
+  const std::string refused = TellRefused(folder, files.first(library.place));
   const std::string remedy = std::string("Put the vendor's ") + OwnKind() + " library there, and all that it needs.";
   if (!library && refused.empty()) {
     const std::string none = "there is no " + JoinFiles(files) + " in " + Narrow(folder.c_str());
@@ -55,7 +54,7 @@ NamedLibrary ExamineFile(Report& report, const std::string& name, const LibraryP
     }
   } else if (!library) {
     report.Fail(name, refused + consequence, remedy);
-  } else if (const std::string path = PathOf(folder, library.name); refused.empty()) {
+  } else if (const std::string path = PathOf(folder, files[library.place]); refused.empty()) {
     report.Pass(name, path + " loads");
   } else {
     report.Warn(name, refused + ";", path + " loads in its place.");
@@ -75,7 +74,7 @@ int32_t AnswerOf(const EntryTable::Row& entry) {
 
 void ExamineAgent(Report& report, const std::optional<LibraryPath>& folder) {
   AgentEntries entries;
-  NamedLibrary library;
+  FoundLibrary library;
   if (folder) {
     library = ExamineFile(report, "agent library", *folder, kAgentFiles, Status::Fail,
                           ": calls of the agent answer " + std::to_string(kNoLibrary));
@@ -99,7 +98,7 @@ void ExamineAgent(Report& report, const std::optional<LibraryPath>& folder) {
 void ExamineDisplay(Report& report, const std::optional<LibraryPath>& folder) {
   const std::string consequence = ": calls of the display answer " + std::to_string(kNoLibrary);
   DisplayEntries entries;
-  NamedLibrary library;
+  FoundLibrary library;
   if (folder) {
     // Where nothing is displayed the library is left out.
     library = ExamineFile(report, "display library", *folder, kDisplayFiles, Status::Warn, consequence);

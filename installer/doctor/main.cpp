@@ -2,6 +2,7 @@
 #include <cstdio>
 #include <cstring>
 #include <exception>
+#include <string>
 
 #include "installer/doctor/report.h"
 
@@ -25,19 +26,24 @@ Exit status:
   0  no link is broken     1  some link is broken       2  the command line is wrong
 )";
 
+// False when the text could not be written in full: who reads the exit status alone must not take that for health.
+bool Print(const std::string& text) {
+  return std::fputs(text.c_str(), stdout) >= 0 && std::fflush(stdout) == 0;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
   const bool json = argc == 2 && std::strcmp(argv[1], "--json") == 0;
-  if (argc == 2 && std::strcmp(argv[1], "--help") == 0) return std::fputs(kHelp, stdout) < 0 ? kUsage : kHealthy;
+  if (argc == 2 && std::strcmp(argv[1], "--help") == 0) return Print(kHelp) ? kHealthy : kBroken;
   if (argc > 1 && !json) {
     std::fputs("ksv-doctor takes --json or --help, and nothing else.\n", stderr);
     return kUsage;
   }
   try {
     const auto report = NorvoWebAPI::KSV::Doctor::Examine();
-    std::fputs((json ? report.ToJson() : report.ToText()).c_str(), stdout);
-    return report.FirstBroken() ? kBroken : kHealthy;
+    if (Print(json ? report.ToJson() : report.ToText())) return report.FirstBroken() ? kBroken : kHealthy;
+    std::fputs("ksv-doctor can't write what it found\n", stderr);
   } catch (const std::exception& error) {
     std::fprintf(stderr, "ksv-doctor can't look at everything: %s\n", error.what());
   } catch (...) {

@@ -45,7 +45,7 @@ void ExamineRegistration(Report& report) {
   const LSTATUS error = Registration::ReadRegisteredPath(path);
   if (differences.empty()) {
     report.Pass(kTree, "browsers are told of the module");
-  } else if (error == ERROR_FILE_NOT_FOUND && !KSV_REGISTRATION_NEEDED) {
+  } else if (error == ERROR_FILE_NOT_FOUND && differences.front().value.empty() && !KSV_REGISTRATION_NEEDED) {
     report.Warn(kTree, "the module is not registered.", "Browsers find it in their own plug-in folders alone.");
   } else {
     report.Fail(kTree, Tell(differences.front()), kRemedy);

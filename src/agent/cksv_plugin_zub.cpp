@@ -21,9 +21,9 @@ CKSVPluginZUB::CKSVPluginZUB(std::string platform) : platformName(std::move(plat
 void CKSVPluginZUB::BindLibrary() {
   LibraryPath folder;
   if (!folder.ReadLoadFolder()) return;
-  NamedLibrary found = LoadFirst(folder, kAgentFiles);
+  FoundLibrary found = LoadFirst(folder, kAgentFiles);
   library = std::move(found.library);
-  isOtpLibrary = library && found.name != kAgentFiles[0];
+  isOtpLibrary = library && found.place > 0;
   if (library) entries.Bind(library.Get());
 }
 

@@ -8,11 +8,13 @@ LibraryPath PathInFolder(const LibraryPath& folder, const WCHAR* name) {
   return path;
 }
 
-NamedLibrary LoadFirst(const LibraryPath& folder, std::span<const WCHAR* const> names) {
-  for (const WCHAR* name : names) {
-    if (Library library{LoadLibraryW(PathInFolder(folder, name).c_str())}) return {std::move(library), name};
+FoundLibrary LoadFirst(const LibraryPath& folder, std::span<const WCHAR* const> names) {
+  FoundLibrary found;
+  for (; found.place < names.size(); ++found.place) {
+    found.library = Library(LoadLibraryW(PathInFolder(folder, names[found.place]).c_str()));
+    if (found) break;
   }
-  return {};
+  return found;
 }
 
 }  // namespace NorvoWebAPI

@@ -1,6 +1,7 @@
 /// Finding the vendor's libraries at run time.
 #pragma once
 
+#include <cstddef>
 #include <span>
 
 #include "foundation/owner.h"
@@ -11,10 +12,11 @@ namespace NorvoWebAPI {
 
 using Library = Owner<HMODULE, FreeLibrary>;
 
-/// A loaded library and the one of its names that it was found under. Empty when none could be loaded.
-struct NamedLibrary {
+/// A loaded library and the place of the name that it was found under. Empty when none could be loaded: the place is
+/// then behind the last.
+struct FoundLibrary {
   Library library;
-  const WCHAR* name = nullptr;
+  size_t place = 0;
 
   explicit operator bool() const { return static_cast<bool>(library); }
 };
@@ -23,6 +25,6 @@ struct NamedLibrary {
 LibraryPath PathInFolder(const LibraryPath& folder, const WCHAR* name);
 
 /// Loads the first of the names that can be loaded from the folder.
-NamedLibrary LoadFirst(const LibraryPath& folder, std::span<const WCHAR* const> names);
+FoundLibrary LoadFirst(const LibraryPath& folder, std::span<const WCHAR* const> names);
 
 }  // namespace NorvoWebAPI

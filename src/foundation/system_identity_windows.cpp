@@ -17,18 +17,22 @@ void ReleaseInterface(Interface* held) {
 template <typename Interface>
 using Com = Owner<Interface*, ReleaseInterface<Interface>>;
 
-// COM on the calling thread, for one query. What the set-up calls answer doesn't matter: a host that has made its own
-// arrangements has them kept, and they will do.
+// COM on the calling thread, for one query. What the set-up calls answer doesn't matter to the query: a host that has
+// made other arrangements has them kept, and they will do. Only what was set up here is taken down again.
 class ComScope {
  public:
-  ComScope() {
-    CoInitializeEx(nullptr, COINIT_MULTITHREADED);
+  ComScope() : isOurs(SUCCEEDED(CoInitializeEx(nullptr, COINIT_MULTITHREADED))) {
     CoInitializeSecurity(nullptr, -1, nullptr, nullptr, RPC_C_AUTHN_LEVEL_DEFAULT, RPC_C_IMP_LEVEL_IMPERSONATE, nullptr,
                          EOAC_NONE, nullptr);
   }
-  ~ComScope() { CoUninitialize(); }
+  ~ComScope() {
+    if (isOurs) CoUninitialize();
+  }
   ComScope(const ComScope&) = delete;
   ComScope& operator=(const ComScope&) = delete;
+
+ private:
+  bool isOurs;
 };
 
 Bstr Text(const wchar_t* text) {

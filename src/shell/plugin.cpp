@@ -77,6 +77,7 @@ NPError Plugin::Destroy(NPSavedData** /*saved*/) {
   }
   InstanceWatch::End(npp);
   const Entry running(*this);
+  DropFetches();
   if (scriptable) ReleaseLibraries();
   EventTemplate::ForgetPlugin(this);
   return NPERR_NO_ERROR;

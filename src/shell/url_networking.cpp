@@ -1,5 +1,6 @@
 #include "shell/url_networking.h"
 
+#include <new>
 #include <utility>
 
 #include "foundation/guarded_memory.h"
@@ -24,6 +25,15 @@ void* HostWord(uintptr_t number) {
 }
 uintptr_t NumberOf(void* hostWord) {
   return reinterpret_cast<uintptr_t>(hostWord);
+}
+
+bool Grow(std::vector<uint8_t>& data, size_t count) {
+  try {
+    data.resize(data.size() + count);
+    return true;
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
 }
 
 }  // namespace
@@ -63,7 +73,10 @@ URLNetworking::URLStream* URLNetworking::StreamOf(const NPStream* stream) {
 
 NPError URLNetworking::NewStream(NPMIMEType /*type*/, NPStream* stream, NPBool /*seekable*/, uint16_t* /*stype*/) {
   const auto found = requests.find(NumberOf(stream->notifyData));
-  if (found == requests.end() || found->second.stream) return NPERR_GENERIC_ERROR;
+  if (found == requests.end() || found->second.stream) {
+    stream->pdata = nullptr;
+    return NPERR_GENERIC_ERROR;
+  }
   auto opened = std::make_unique<URLStream>();
   if (found->second.kind == Kind::Memory) {
     opened->data = std::make_shared<std::vector<uint8_t>>();
@@ -83,13 +96,16 @@ int32_t URLNetworking::WriteReady(NPStream* stream) {
 
 int32_t URLNetworking::Write(NPStream* stream, int32_t offset, int32_t len, void* buffer) {
   URLStream* const open = StreamOf(stream);
-  if (!open || len < 0) return -1;
+  if (!open || len < 0 || (!buffer && len > 0)) return -1;
   open->received += len;
   if (open->received > kMaxFetchBytes) return -1;
   if (open->data) {
     const size_t end = open->data->size();
     if (offset < 0 || static_cast<size_t>(offset) != end) return -1;
-    open->data->resize(end + static_cast<size_t>(len));
+    if (!Grow(*open->data, static_cast<size_t>(len))) {
+      open->received = kMaxFetchBytes + int64_t{1};  // A body with a gap is none: no more of it is taken.
+      return -1;
+    }
     Platform::memcpy(open->data->data() + end, static_cast<size_t>(len), buffer, static_cast<size_t>(len));
   } else {
     open->file.write(static_cast<const char*>(buffer), len);

@@ -31,7 +31,9 @@ class URLNetworking {
   URLNetworking(const URLNetworking&) = delete;
   URLNetworking& operator=(const URLNetworking&) = delete;
 
-  /// True when the fetch started; `listener` then hears of its end, with `context`, and has to live until then.
+  /// True when the fetch started; `listener` then hears of its end, with `context`, and has to live until then. It
+  /// hears nothing of a fetch that the host ends well without ever having opened its stream. Only from inside a host
+  /// call.
   virtual bool GetURLToMemory(const std::string& url, void* context, URLListener* listener);
   virtual bool GetURLToFile(const std::string& url, void* context, URLListener* listener);
   /// Fetches in flight end unheard, and their files with them.
@@ -44,6 +46,9 @@ class URLNetworking {
   virtual void URLNotify(const char* url, NPReason reason, void* notifyData);
 
  protected:
+  /// All fetches in flight end unheard, and their files with them.
+  void DropFetches() { requests.clear(); }
+
   NPP npp;
   const NPNetscapeFuncs* npnFuncs;
 
@@ -77,7 +82,7 @@ class URLNetworking {
   URLStream* StreamOf(const NPStream* stream);
 
   std::unordered_map<uintptr_t, URLRequest> requests;  ///< By the number that the host holds.
-  uintptr_t lastRequest = 0;
+  static inline uintptr_t lastRequest = 0;             ///< Of all instances: a host may use an ended one's record anew.
 };
 
 }  // namespace NorvoWebAPI
