@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <atomic>
 #include <condition_variable>
 #include <functional>
@@ -41,6 +42,10 @@ class ReferenceDisplayEvents : public support::ReferenceDisplayTest {
   ReferenceDisplayEvents() { recorder = &events_; }
   uint32_t Register(uint32_t mask) {
     return wys_.RegisterEvents(session_, &mask, Record, reinterpret_cast<void*>(uintptr_t{0x1234}));
+  }
+  uint32_t EstablishFor(const platform::TestWindow& window) {
+    const KsvDisplay::SessionRequest request{Word(window.handle()), 0xFFFF, context_};
+    return wys_.EstablishSession(&request, &session_);
   }
   uint32_t Withdraw() { return wys_.RegisterEvents(session_, nullptr, nullptr, nullptr); }
   // The bits of the events up to one with `last` among them.
@@ -134,6 +139,78 @@ TEST_F(ReferenceDisplayEvents, CallbackMayCallButNotEndItself) {
   const uint32_t running = Code(Status::kCallbackRunning);
   EXPECT_EQ(statuses.get_future().get(), (std::vector<uint32_t>{0, 0, running, running, running, running}));
   EXPECT_EQ(Withdraw(), 0U);
+}
+
+TEST_F(ReferenceDisplayEvents, ContextEndsWithAllItsSessionsOrNone) {
+  const uint32_t first = session_;
+  const platform::TestWindow second{{20, 20}, 40, 40};
+  const platform::TestWindow third{{20, 20}, 40, 40};
+  std::vector<uint32_t> sessions{first};
+  for (const auto* window : {&second, &third}) {
+    ASSERT_EQ(EstablishFor(*window), 0U);
+    sessions.push_back(session_);
+  }
+  std::promise<std::pair<uint32_t, std::vector<uint32_t>>> outcome;
+  events_.inside = [&, done = false]() mutable {
+    if (std::exchange(done, true)) return;
+    const uint32_t status = wys_.DeInit(context_);
+    std::vector<uint32_t> images;
+    for (const uint32_t session : sessions) images.push_back(wys_.RepaintImage(session, 0));
+    outcome.set_value({status, images});
+  };
+  for (const uint32_t session : sessions) {
+    session_ = session;
+    ASSERT_EQ(Create(ImageRequest{}), 0U);
+    ASSERT_EQ(Register(8), 0U);
+  }
+  // Sessions are gone through by their ids, which are drawn: the others come before this one.
+  session_ = *std::max_element(sessions.begin(), sessions.end());
+  ASSERT_EQ(Frame(FrameBytes(2, 2)), 0U);
+  const auto [status, images] = outcome.get_future().get();
+  EXPECT_EQ(status, Code(Status::kCallbackRunning));
+  EXPECT_EQ(images, std::vector<uint32_t>(3, 0));
+  events_.records.clear();
+  for (const uint32_t session : sessions) {
+    session_ = session;
+    ASSERT_EQ(Frame(FrameBytes(2, 2)), 0U);
+    AwaitUpTo(8);
+  }
+  EXPECT_EQ(wys_.DeInit(context_), 0U);
+}
+
+// A page that makes and removes many objects leaves as many contexts, sessions and registrations.
+TEST_F(ReferenceDisplayEvents, WhatHostsForgetDoesNotUseAllUp) {
+  const uint32_t shown = session_;
+  ASSERT_EQ(Create(ImageRequest{}), 0U);
+  const platform::TestWindow busyWindow{{20, 20}, 40, 40};
+  ASSERT_EQ(EstablishFor(busyWindow), 0U);
+  const uint32_t busy = session_;
+  std::promise<void> entered;
+  std::promise<void> leave;
+  events_.inside = [&] {
+    entered.set_value();
+    leave.get_future().wait();
+  };
+  ASSERT_EQ(Register(8), 0U);
+  ASSERT_EQ(Frame(FrameBytes(2, 2)), 0U);
+  entered.get_future().wait();
+  ASSERT_EQ(wys_.ReleaseImage(busy, 0), 0U);
+
+  const uint32_t first = context_;
+  std::vector<std::unique_ptr<platform::TestWindow>> windows;
+  std::vector<uint32_t> contexts;
+  for (int i = 0; i < 70; ++i) {
+    windows.push_back(std::make_unique<platform::TestWindow>(POINT{20, 20}, 40, 40));
+    ASSERT_EQ(wys_.Init(0, "", &context_), 0U) << i;
+    ASSERT_EQ(EstablishFor(*windows.back()), 0U) << i;
+    ASSERT_EQ(Register(2), 0U);
+    contexts.push_back(context_);
+  }
+  EXPECT_EQ(wys_.RepaintImage(shown, 0), 0U);
+  EXPECT_EQ(wys_.RepaintImage(busy, 0), Code(Status::kUnknownImage));
+  leave.set_value();
+  for (const uint32_t context : contexts) wys_.DeInit(context);
+  context_ = first;
 }
 
 TEST_F(ReferenceDisplayEvents, EndGivesUpOnACallbackThatWaitsForIt) {

@@ -1,6 +1,7 @@
 #include <set>
 
 #include "kit/display/channel.h"
+#include "kit/display/utf8.h"
 #include "kit/shared/crypto.h"
 #include "kit/shared/key_store.h"
 #include "tests/support/reference_display_fixture.h"
@@ -263,6 +264,30 @@ TEST_F(ReferenceDisplay, ChannelBindsFramesAndInputsToItsKey) {
   EXPECT_EQ(Open(sealed, stream), "9:" + Text("\0\1\0\1", 4));
 }
 
+// Another thread of the host may write to the frame at any time after it was handed in.
+TEST(ReferenceDisplayFrame, IsWhatWasReadWhateverBecomesOfTheCallersMemory) {
+  const KsvKit::Bytes key(32, 'k');
+  Text memory = FrameBytes(2, 2, 1);
+  memory += Text(KsvKit::AsText(KsvKit::Crypto::Hmac(KsvKit::Crypto::Hash::kSha256, key, KsvKit::AsBytes(memory))));
+  const Text given = memory;
+  const auto frame = KsvDisplay::Channel::ReadFrame(KsvKit::AsBytes(memory));
+  memory.assign(memory.size(), 'x');
+  EXPECT_NO_THROW(KsvDisplay::Channel::CheckTag(frame, key));
+  EXPECT_EQ(KsvKit::AsText(frame.bytes), given);
+  EXPECT_EQ(frame.pixels->rgb, KsvKit::Bytes(12, 0x55));
+}
+
+TEST(ReferenceDisplayText, ReachesATerminalWithoutCommands) {
+  const std::pair<Text, Text> kCases[] = {
+      {"1234 \u20AC\U0001F600", "1234 \u20AC\U0001F600"},
+      {"a\x1B[2J\n\x7F", "a\\u{1b}[2J\\u{a}\\u{7f}"},
+      {"\u009B2J \u202Eb", "\\u{9b}2J \\u{202e}b"},
+      {"\\u{1b}", "\\\\u{1b}"},
+      {"\x9B", "\uFFFD"},
+  };
+  for (const auto& [text, shown] : kCases) EXPECT_EQ(KsvKit::AsText(KsvDisplay::Printable(text)), shown);
+}
+
 TEST_F(ReferenceDisplay, MessagesHonourTheBuffer) {
   EXPECT_EQ(Exchange(0, "echo"), std::pair(0U, Text("echo")));
   EXPECT_EQ(Exchange(0, "echo", 3), std::pair(11U, Text("4")));
@@ -283,8 +308,8 @@ TEST_F(ReferenceDisplay, NothingIsTakenOnTrust) {
   const KsvDisplay::SessionRequest noWindow{0, 0xFFFF, context_};
   const KsvDisplay::SessionRequest otherFeatures{1, 0xFFFE, context_};
   EXPECT_EQ(wys_.Init(0, "Norvo Bank", nullptr), invalid);
-  for (const Text& caption :
-       {Text(65, 'x'), Text("line\nfeed"), Text("\xC3"), Text("\xC0\x80"), Text("\xED\xA0\x80")}) {
+  for (const Text& caption : {Text(65, 'x'), Text("line\nfeed"), Text("\xC3"), Text("\xC0\x80"), Text("\xED\xA0\x80"),
+                              Text("a\u202Eb"), Text("a\u200Bb"), Text("a\u00ADb"), Text("a\U000E0041b")}) {
     EXPECT_EQ(wys_.Init(0, caption.c_str(), &word), invalid) << caption;
   }
   for (const auto* request : {static_cast<const KsvDisplay::SessionRequest*>(nullptr), &noWindow, &otherFeatures}) {

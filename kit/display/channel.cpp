@@ -8,6 +8,7 @@ namespace {
 constexpr std::string_view kFrameMagic = "KSVF";
 constexpr uint8_t kFrameLayout = 1;
 constexpr size_t kTagSize = 32;
+constexpr size_t kMaxFrameSize = 14 + size_t{3} * kMaxImageSide * kMaxImageSide + kTagSize;
 enum TagKind : uint8_t { kNoTag = 0, kHmacSha256 = 1 };
 
 SecretBytes Derive(ByteView key, std::string_view purpose, ByteView from) {
@@ -46,7 +47,9 @@ SecretBytes InputKey(ByteView key, ByteView streamKey) {
 }
 
 Frame ReadFrame(ByteView bytes) {
-  ByteReader<Status> reader(bytes, Status::kBadFrame);
+  Require(bytes.size() <= kMaxFrameSize, Status::kBadFrame);
+  Frame frame{nullptr, Bytes(bytes.begin(), bytes.end())};
+  ByteReader<Status> reader(frame.bytes, Status::kBadFrame);
   Require(AsText(reader.Take(kFrameMagic.size())) == kFrameMagic, Status::kBadFrame);
   const auto layout = reader.TakeNumber<uint8_t>();
   const auto tag = reader.TakeNumber<uint8_t>();
@@ -58,18 +61,20 @@ Frame ReadFrame(ByteView bytes) {
               length == uint32_t{3} * width * height,
           Status::kBadFrame);
   const ByteView rgb = reader.Take(length);
-  Frame frame{nullptr, bytes.first(bytes.size() - reader.left()), reader.Take(tag == kNoTag ? 0 : kTagSize)};
+  frame.tagSize = tag == kNoTag ? 0 : kTagSize;
+  reader.Take(frame.tagSize);
   Require(reader.left() == 0, Status::kBadFrame);
   frame.pixels = std::make_shared<const Pixels>(Pixels{width, height, Bytes(rgb.begin(), rgb.end())});
   return frame;
 }
 
 void CheckTag(const Frame& frame, ByteView frameKey) {
-  Require(frame.tag.size() == kTagSize, Status::kFrameNotAuthentic);
-  const SecretBytes expected = Crypto::Hmac(Crypto::Hash::kSha256, frameKey, frame.covered);
+  Require(frame.tagSize == kTagSize, Status::kFrameNotAuthentic);
+  const SecretBytes expected = Crypto::Hmac(Crypto::Hash::kSha256, frameKey, frame.covered());
   // Every byte is looked at, so that the time taken does not tell how many were right.
+  const ByteView tag = frame.tag();
   uint8_t difference = 0;
-  for (size_t i = 0; i < kTagSize; ++i) difference |= static_cast<uint8_t>(expected[i] ^ frame.tag[i]);
+  for (size_t i = 0; i < kTagSize; ++i) difference |= static_cast<uint8_t>(expected[i] ^ tag[i]);
   Require(difference == 0, Status::kFrameNotAuthentic);
 }
 

@@ -17,15 +17,20 @@ SecretBytes AnswerSetup(ByteView key, ByteView message);
 SecretBytes FrameKey(ByteView key, ByteView streamKey);
 SecretBytes InputKey(ByteView key, ByteView streamKey);
 
-/// What `ReadFrame` found, with the part of the frame that a tag covers.
+/// What `ReadFrame` found. It holds the frame itself: what a tag is checked for is what was read, whatever becomes of
+/// the memory that the frame came in.
 struct Frame {
   PixelsPtr pixels;
-  ByteView covered;
+  Bytes bytes;
+  size_t tagSize = 0;
+
   /// Empty when the frame bears none.
-  ByteView tag;
+  ByteView tag() const { return ByteView(bytes).last(tagSize); }
+  /// The part that a tag covers.
+  ByteView covered() const { return ByteView(bytes).first(bytes.size() - tagSize); }
 };
 
-/// Takes a frame apart. Throws kBadFrame.
+/// Copies a frame, once, and takes it apart. Throws kBadFrame.
 Frame ReadFrame(ByteView bytes);
 
 /// Throws kFrameNotAuthentic unless the frame's tag was made under `frameKey`.

@@ -3,7 +3,6 @@
 namespace KsvDisplay {
 namespace {
 
-constexpr uint16_t kMaxLogoSide = 1024;
 constexpr uint32_t kShuffleAfterEachDigit = 1;
 
 /// What a type takes and what it gets when the page leaves a field at zero.

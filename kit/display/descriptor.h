@@ -21,6 +21,9 @@ struct Pixels {
 using PixelsPtr = std::shared_ptr<const Pixels>;
 
 constexpr uint16_t kMaxImageSide = 2048;
+constexpr uint16_t kMaxLogoSide = 1024;
+/// Of a description with the largest logo, in bytes.
+constexpr size_t kMaxDescriptorSize = 50 + size_t{3} * kMaxLogoSide * kMaxLogoSide;
 
 /// An image as a page describes it, checked, with defaults in place of what the page left open.
 struct Descriptor {

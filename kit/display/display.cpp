@@ -47,14 +47,12 @@ void StoreLittle(std::span<uint8_t> block, size_t at, Number value) {
 
 std::string CheckCaption(const char* caption) {
   if (caption == nullptr) return {};
-  const size_t length = strnlen(caption, kMaxCaption + 1);
-  const std::string_view text(caption, length);
+  std::string text(caption, strnlen(caption, kMaxCaption + 1));
   const std::optional<std::u32string> characters = DecodeUtf8(text);
-  Require(
-      length <= kMaxCaption && characters &&
-          std::ranges::none_of(*characters, [](char32_t code) { return code < 0x20 || (code >= 0x7F && code < 0xA0); }),
-      Status::kInvalidArgument);
-  return std::string(text);
+  // Characters that nobody sees, or that turn others round, would make one caption look like another.
+  Require(text.size() <= kMaxCaption && characters && std::ranges::all_of(*characters, IsVisible),
+          Status::kInvalidArgument);
+  return text;
 }
 
 }  // namespace
@@ -71,27 +69,53 @@ uint32_t Display::Init(const char* caption) {
 /// Hosts count initialisations and end only the last: what they forgot must not use up all contexts.
 void Display::MakeRoomForContext() {
   if (contexts_.size() < kMaxContexts) return;
-  auto oldest = contexts_.end();
-  for (auto it = contexts_.begin(); it != contexts_.end(); ++it) {
-    const bool inUse =
-        std::ranges::any_of(sessions_, [&](const auto& entry) { return entry.second.context == it->first; });
-    if (!inUse && (oldest == contexts_.end() || it->second.age < oldest->second.age)) oldest = it;
+  ForgetSessionsOfGoneWindows();
+  for (;;) {
+    auto oldest = contexts_.end();
+    for (auto it = contexts_.begin(); it != contexts_.end(); ++it) {
+      const bool inUse =
+          std::ranges::any_of(sessions_, [&](const auto& entry) { return entry.second.context == it->first; });
+      if (!inUse && (oldest == contexts_.end() || it->second.age < oldest->second.age)) oldest = it;
+    }
+    if (oldest != contexts_.end()) {
+      contexts_.erase(oldest);
+      return;
+    }
+    Require(ForgetOldestSession(), Status::kTooManyContexts);
   }
-  Require(oldest != contexts_.end(), Status::kTooManyContexts);
-  contexts_.erase(oldest);
+}
+
+/// Whether that was possible: not while its callback runs.
+bool Display::ForgetSession(uint32_t sessionId) {
+  Session& session = sessions_.at(sessionId);
+  if (session.events != nullptr && !session.events->TryEnd()) return false;
+  if (session.image) Painter::Uncover(session.window, session.image->area());
+  sessions_.erase(sessionId);
+  return true;
+}
+
+/// One on which nothing is shown: a host that forgot it, registration and all, doesn't come back to end it.
+bool Display::ForgetOldestSession() {
+  std::map<uint64_t, uint32_t> byAge;
+  for (const auto& [id, session] : sessions_) {
+    if (!session.image) byAge.emplace(session.age, id);
+  }
+  return std::ranges::any_of(byAge, [this](const auto& entry) { return ForgetSession(entry.second); });
+}
+
+/// A window that is gone never asks again.
+void Display::ForgetSessionsOfGoneWindows() {
+  std::vector<uint32_t> gone;
+  for (const auto& [id, session] : sessions_) {
+    if (!Painter::WindowStands(session.window)) gone.push_back(id);
+  }
+  for (const uint32_t id : gone) ForgetSession(id);
 }
 
 void Display::DeInit(uint32_t context) {
   std::unique_lock lock(mutex_);
   Require(contexts_.contains(context), Status::kUnknownContext);
-  for (;;) {
-    const auto session =
-        std::ranges::find_if(sessions_, [&](const auto& entry) { return entry.second.context == context; });
-    if (session == sessions_.end()) break;
-    const uint32_t id = session->first;
-    EndEvents(lock, id);
-    sessions_.erase(id);
-  }
+  EndSessions(lock, [context](const auto& entry) { return entry.second.context == context; });
   contexts_.erase(context);
 }
 
@@ -106,7 +130,7 @@ Image& Display::ImageAt(Session& session, uint32_t imageId) {
   return *session.image;
 }
 
-void Display::EstablishSession(const SessionRequest& request, uint32_t& sessionId) {
+void Display::EstablishSession(SessionRequest request, uint32_t& sessionId) {
   Require(request.window != 0 && request.features == kFeatures, Status::kInvalidArgument);
   Require(Painter::WindowStands(request.window), Status::kWindowGone);
   const std::scoped_lock lock(mutex_);
@@ -115,60 +139,83 @@ void Display::EstablishSession(const SessionRequest& request, uint32_t& sessionI
     if (session.window != request.window) continue;
     if (session.context != request.context) {
       // Another page has come to this window: what the earlier one left is none of its business.
+      if (session.image) Painter::Uncover(session.window, session.image->area());
       session.context = request.context;
       session.image.reset();
       session.streamKey.clear();
     }
+    session.age = nextAge_++;
     sessionId = id;
     throw DisplayError(Status::kSessionStands);
   }
-  // A window that is gone never asks again.
-  std::erase_if(sessions_, [](const auto& entry) {
-    return entry.second.events == nullptr && !Painter::WindowStands(entry.second.window);
-  });
-  Require(sessions_.size() < kMaxSessions, Status::kTooManySessions);
+  ForgetSessionsOfGoneWindows();
+  Require(sessions_.size() < kMaxSessions || ForgetOldestSession(), Status::kTooManySessions);
   const uint32_t id = DrawHandle(sessions_);
   Session& session = sessions_[id];
   session.context = request.context;
   session.window = request.window;
+  session.age = nextAge_++;
   sessionId = id;
 }
 
-/// Lets the lock go while it waits for the thread; another may come meanwhile, and is ended too.
-void Display::EndEvents(std::unique_lock<std::mutex>& lock, uint32_t sessionId) {
+/// The session while it is its present context's: another may take it over whenever the lock is let go.
+Display::Pick Display::AsItStands(uint32_t sessionId) {
+  return [sessionId, context = SessionAt(sessionId).context](const auto& entry) {
+    return entry.first == sessionId && entry.second.context == context;
+  };
+}
+
+/// Ends the registrations of the sessions picked, or, when one can't be ended, none. Lets the lock go while it waits;
+/// registrations that come meanwhile are ended too.
+void Display::EndEvents(std::unique_lock<std::mutex>& lock, const Pick& pick) {
+  std::vector<EventHold> holds;
   for (;;) {
-    const auto found = sessions_.find(sessionId);
-    if (found == sessions_.end() || found->second.events == nullptr) return;
-    std::shared_ptr<EventThread> ending = found->second.events;
+    const auto next = std::ranges::find_if(sessions_, [&](const auto& entry) {
+      const auto isThis = [&](const EventHold& hold) { return hold.IsOf(entry.second.events); };
+      return entry.second.events != nullptr && pick(entry) && std::ranges::none_of(holds, isThis);
+    });
+    if (next == sessions_.end()) break;
+    std::shared_ptr<EventThread> events = next->second.events;
     lock.unlock();
-    ending->Stop();
+    holds.emplace_back(std::move(events));
     lock.lock();
-    const auto again = sessions_.find(sessionId);
-    if (again != sessions_.end() && again->second.events == ending) again->second.events.reset();
   }
+  for (auto& entry : sessions_) {
+    if (entry.second.events == nullptr || !pick(entry)) continue;
+    entry.second.events->End();
+    entry.second.events.reset();
+  }
+}
+
+void Display::EndSessions(std::unique_lock<std::mutex>& lock, const Pick& pick) {
+  EndEvents(lock, pick);
+  std::erase_if(sessions_, [&](const auto& entry) {
+    if (!pick(entry)) return false;
+    if (entry.second.image) Painter::Uncover(entry.second.window, entry.second.image->area());
+    return true;
+  });
 }
 
 void Display::CloseSession(uint32_t sessionId) {
   std::unique_lock lock(mutex_);
-  SessionAt(sessionId);
-  EndEvents(lock, sessionId);
-  const auto found = sessions_.find(sessionId);
-  if (found == sessions_.end()) return;
-  if (found->second.image) Painter::Uncover(found->second.window, found->second.image->area());
-  sessions_.erase(found);
+  EndSessions(lock, AsItStands(sessionId));
 }
 
 void Display::RegisterEvents(uint32_t sessionId, uint32_t mask, EventCallback callback, uint32_t context) {
   std::unique_lock lock(mutex_);
-  SessionAt(sessionId);
-  EndEvents(lock, sessionId);
-  SessionAt(sessionId).events = std::make_shared<EventThread>(mask, callback, context);
+  const Pick pick = AsItStands(sessionId);
+  // Made first: when that fails, the old registration still stands.
+  auto events = std::make_shared<EventThread>(mask, callback, context);
+  EndEvents(lock, pick);
+  const auto session = std::ranges::find_if(sessions_, pick);
+  Require(session != sessions_.end(), Status::kUnknownSession);
+  session->second.events = std::move(events);
 }
 
 void Display::WithdrawEvents(uint32_t sessionId) {
   std::unique_lock lock(mutex_);
   Require(SessionAt(sessionId).events != nullptr, Status::kNotRegistered);
-  EndEvents(lock, sessionId);
+  EndEvents(lock, AsItStands(sessionId));
 }
 
 /// A new image takes the old one's place, which may have covered more of the window.
@@ -179,13 +226,16 @@ void Display::ShowImage(Session& session, uint32_t sessionId, Image image, uint3
 }
 
 void Display::CreateStdImage(uint32_t sessionId, Point origin, std::span<uint8_t> block) {
-  Descriptor descriptor = ParseDescriptor(block);
+  Require(block.size() <= kMaxDescriptorSize, Status::kBadLogo);
+  // The caller may change its memory at any time: what is checked must be what is shown and sealed.
+  const Bytes source(block.begin(), block.end());
+  Descriptor descriptor = ParseDescriptor(source);
   const std::scoped_lock lock(mutex_);
   Session& session = SessionAt(sessionId);
   while (descriptor.imageId == 0) descriptor.imageId = DrawHandle(sessions_);
   const uint32_t id = descriptor.imageId;
   const Point size = descriptor.size;
-  Image image(std::move(descriptor), origin, contexts_.at(session.context).caption, block);
+  Image image(std::move(descriptor), origin, contexts_.at(session.context).caption, source);
   StoreLittle(block, kDescriptorIdOffset, id);
   StoreLittle(block, kDescriptorSizeOffset, size.x);
   StoreLittle(block, kDescriptorSizeOffset + 2, size.y);
@@ -198,7 +248,7 @@ void Display::SubmitFrame(uint32_t sessionId, uint32_t imageId, Point origin, By
   const SecretBytes streamKey = SessionAt(sessionId).streamKey;
   lock.unlock();
   if (streamKey.empty()) {
-    Require(frame.tag.empty(), Status::kFrameNotAuthentic);
+    Require(frame.tag().empty(), Status::kFrameNotAuthentic);
   } else {
     Channel::CheckTag(frame, Channel::FrameKey(UserKey(), streamKey));
   }
@@ -207,7 +257,7 @@ void Display::SubmitFrame(uint32_t sessionId, uint32_t imageId, Point origin, By
   // Checked by another key than the one that holds now is not checked.
   Require(session.streamKey == streamKey, Status::kFrameNotAuthentic);
   while (imageId == 0) imageId = DrawHandle(sessions_);
-  ShowImage(session, sessionId, Image(frame.pixels, imageId, origin, bytes), kImageChanged | kFrameArrived);
+  ShowImage(session, sessionId, Image(frame.pixels, imageId, origin, frame.bytes), kImageChanged | kFrameArrived);
 }
 
 void Display::ReleaseImage(uint32_t sessionId, uint32_t imageId) {
@@ -222,6 +272,8 @@ void Display::RepaintImage(uint32_t sessionId, uint32_t imageId) {
   Session& session = SessionAt(sessionId);
   Image& image = ImageAt(session, imageId);
   const uint32_t window = session.window;
+  const uint32_t id = image.id();
+  const Rect area = image.area();
   const Point origin = image.origin();
   if (image.picture == nullptr) {
     // Hosts repaint for each message of the window, so the picture is drawn once for each change.
@@ -235,6 +287,13 @@ void Display::RepaintImage(uint32_t sessionId, uint32_t imageId) {
   const std::string keys = keysFile.empty() ? std::string() : image.ListKeys();
   lock.unlock();
   Painter::Show(window, origin, *picture);
+  lock.lock();
+  // An image that was taken away since the lock was let go has just been painted over the window once more.
+  const auto found = sessions_.find(sessionId);
+  if (found == sessions_.end() || !found->second.image || found->second.image->id() != id) {
+    Painter::Uncover(window, area);
+  }
+  lock.unlock();
   if (!keysFile.empty()) System::WritePrivateFile(keysFile, AsBytes(keys), System::IfPresent::kReplace);
 }
 
@@ -280,8 +339,10 @@ void Display::GetResponse(uint32_t sessionId, uint32_t imageId, OutputBuffer out
   ChangeImage(sessionId, imageId, [&](Image& image) {
     const Input input = image.CompleteInput();
     CheckCapacity(out, SealedSize(input.content.size()));
-    Store(out, SealInput(input, UserKey(), SessionAt(sessionId).streamKey));
+    const Bytes sealed = SealInput(input, UserKey(), SessionAt(sessionId).streamKey);
+    // Nothing can fail behind it: an input that is gone has been given out.
     image.Clear();
+    std::ranges::copy(sealed, out.data);
     return kImageChanged;
   });
 }
@@ -311,7 +372,7 @@ void Display::SendRecv(uint32_t context, uint32_t sessionId, int32_t messageType
       Append(answer, AsBytes(kCapabilitiesText));
       break;
     case kChannelSetup:
-      answer = Channel::AnswerSetup(UserKey(), sent);
+      answer = Channel::AnswerSetup(UserKey(), Bytes(sent.begin(), sent.end()));
       break;
     default:
       throw DisplayError(Status::kUnknownMessageType);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <map>
 #include <mutex>
 
@@ -27,14 +28,14 @@ struct OutputBuffer {
 class Display {
  public:
   uint32_t Init(const char* caption);
-  /// Ends the context's sessions. Throws kCallbackRunning.
+  /// Ends the context's sessions. Throws kCallbackRunning with all of them as they were.
   void DeInit(uint32_t context);
 
   /// Stores the session's id also when it throws kSessionStands.
-  void EstablishSession(const SessionRequest& request, uint32_t& sessionId);
+  void EstablishSession(SessionRequest request, uint32_t& sessionId);
   /// Throws kCallbackRunning with the session as it was.
   void CloseSession(uint32_t sessionId);
-  /// Takes the place of an earlier registration, which has ended then. Throws kCallbackRunning.
+  /// Takes the place of an earlier registration, which has ended then. Throws kCallbackRunning with that as it was.
   void RegisterEvents(uint32_t sessionId, uint32_t mask, EventCallback callback, uint32_t context);
   void WithdrawEvents(uint32_t sessionId);
 
@@ -66,19 +67,27 @@ class Display {
     SecretBytes streamKey;
     std::optional<Image> image;
     std::shared_ptr<EventThread> events;
+    uint64_t age = 0;
   };
+  using Sessions = std::map<uint32_t, Session>;
+  using Pick = std::function<bool(const Sessions::value_type&)>;
 
   Session& SessionAt(uint32_t sessionId);
   static void ShowImage(Session& session, uint32_t sessionId, Image image, uint32_t eventBits);
   Image& ImageAt(Session& session, uint32_t imageId);
-  void EndEvents(std::unique_lock<std::mutex>& lock, uint32_t sessionId);
+  Pick AsItStands(uint32_t sessionId);
+  void EndEvents(std::unique_lock<std::mutex>& lock, const Pick& pick);
+  void EndSessions(std::unique_lock<std::mutex>& lock, const Pick& pick);
+  bool ForgetSession(uint32_t sessionId);
+  bool ForgetOldestSession();
+  void ForgetSessionsOfGoneWindows();
   void MakeRoomForContext();
   template <class Work>
   void ChangeImage(uint32_t sessionId, uint32_t imageId, Work work);
 
   std::mutex mutex_;
   std::map<uint32_t, Context> contexts_;
-  std::map<uint32_t, Session> sessions_;
+  Sessions sessions_;
   uint64_t nextAge_ = 0;
 };
 

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <condition_variable>
 #include <deque>
+#include <memory>
 #include <mutex>
 #include <thread>
 
@@ -32,7 +33,7 @@ constexpr uint32_t kFrameArrived = 8;
 class EventThread {
  public:
   EventThread(uint32_t mask, EventCallback callback, uint32_t context);
-  /// After `Stop` at once; without it, when the running callback has returned.
+  /// At once while no callback runs; else when that has returned.
   ~EventThread();
   EventThread(const EventThread&) = delete;
   EventThread& operator=(const EventThread&) = delete;
@@ -40,9 +41,14 @@ class EventThread {
   /// Queues an event, unless the mask or a full queue is against it.
   void Post(uint32_t eventBits, uint32_t sessionId, uint32_t imageId);
 
-  /// When it returns, no callback is running or will run. Throws kCallbackRunning, with all as it was, when called from
-  /// within the callback, or when that does not return in time.
-  void Stop();
+  /// When it returns, no callback is running, and none will before `Resume`; events queue up meanwhile. Throws
+  /// kCallbackRunning, with all as it was, when called from within the callback, or when that does not return in time.
+  void Hold();
+  void Resume() noexcept;
+  /// No callback will run any more.
+  void End() noexcept;
+  /// `End`, unless a callback is running. Waits for nothing.
+  bool TryEnd() noexcept;
 
   /// How many there are in the process. Takes no lock: asked at the end of a process.
   static size_t Living() noexcept { return living; }
@@ -59,10 +65,28 @@ class EventThread {
   std::mutex mutex_;
   std::condition_variable changed_;
   std::deque<EventRecord> queue_;
-  /// How many want the end; more than none stops delivery.
-  int endings_ = 0;
-  bool finished_ = false;
+  /// How many hold it; more than none stops delivery.
+  int holds_ = 0;
+  bool running_ = false;
+  bool ended_ = false;
   std::thread thread_;
+};
+
+/// Holds a registration for as long as it lives.
+class EventHold {
+ public:
+  /// As `EventThread::Hold`.
+  explicit EventHold(std::shared_ptr<EventThread> events) : events_(std::move(events)) { events_->Hold(); }
+  ~EventHold() {
+    if (events_ != nullptr) events_->Resume();
+  }
+  EventHold(EventHold&&) noexcept = default;
+  EventHold& operator=(EventHold&&) = delete;
+
+  bool IsOf(const std::shared_ptr<EventThread>& events) const noexcept { return events_ == events; }
+
+ private:
+  std::shared_ptr<EventThread> events_;
 };
 
 }  // namespace KsvDisplay

@@ -54,10 +54,11 @@ Image::Image(PixelsPtr frame, uint32_t id, Point origin, ByteView source)
 
 void Image::Shuffle() {
   if (descriptor_.type != InputType::kPin) return;
-  digits_ = {'0', '1', '2', '3', '4', '5', '6', '7', '8', '9'};
+  SecretBytes order{'0', '1', '2', '3', '4', '5', '6', '7', '8', '9'};
   for (size_t last = kDigitCount - 1; last > 0; --last) {
-    std::swap(digits_[last], digits_[DrawBelow(static_cast<uint8_t>(last + 1))]);
+    std::swap(order[last], order[DrawBelow(static_cast<uint8_t>(last + 1))]);
   }
+  digits_.swap(order);
 }
 
 uint32_t Image::Changed() {
@@ -103,12 +104,14 @@ uint32_t Image::UseKey(const Key& key) {
     case Key::Kind::kClear:
       Clear();
       return 0;
-    case Key::Kind::kDigit:
+    case Key::Kind::kDigit: {
       if (entered_ == descriptor_.greatest) return 0;
-      input_.push_back(digits_[static_cast<size_t>(&key - layout_.keys.data())]);
-      ++entered_;
+      const uint8_t digit = digits_[static_cast<size_t>(&key - layout_.keys.data())];
       if (descriptor_.shufflesAfterEachDigit) Shuffle();
+      input_.push_back(digit);
+      ++entered_;
       return 0;
+    }
     case Key::Kind::kOk:
       if (descriptor_.type == InputType::kConfirmation) {
         input_.assign(kConfirmed.begin(), kConfirmed.end());
@@ -120,12 +123,12 @@ uint32_t Image::UseKey(const Key& key) {
 }
 
 void Image::Clear() {
+  Shuffle();
   input_.clear();
   entered_ = 0;
   closed_ = false;
   isDown_ = false;
   pressedKey_.reset();
-  Shuffle();
   Changed();
 }
 

@@ -27,7 +27,7 @@ class Image {
   uint32_t Press(Point at);
   uint32_t Release(Point at);
 
-  /// Empties and opens the input, and draws the digits anew.
+  /// Empties and opens the input, and draws the digits anew. When no random bytes are to be had, it changes nothing.
   void Clear();
   /// Closes the input. Throws kInputIncomplete and kInputClosed, and kWrongInputType for an image that needs a text.
   void Submit();

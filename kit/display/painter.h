@@ -9,7 +9,7 @@ namespace KsvDisplay::Painter {
 bool WindowStands(uint32_t window) noexcept;
 
 /// Draws the labels with the system's letters. Throws kNoFont and kPaintingFailed.
-void DrawLabels(Picture& picture, const std::vector<Label>& labels);
+void DrawLabels(Picture& picture, const Labels& labels);
 
 /// Puts the picture into the window's client area, or, where there are no windows, into the file that
 /// `KSV_DISPLAY_PICTURE` names. Throws kWindowGone and kPaintingFailed.

@@ -35,12 +35,16 @@ Face OpenFace(const FreeType& library, const Label& label) {
   FT_Face face = nullptr;
   Require(FT_New_Face(library.get(), file.c_str(), 0, &face) == 0, Status::kNoFont);
   Face owned(face);
+  // Ready-made letters come in layouts of their own.
+  Require(FT_IS_SCALABLE(face) != 0, Status::kNoFont);
   Require(FT_Set_Pixel_Sizes(face, 0, static_cast<FT_UInt>(label.height)) == 0, Status::kNoFont);
   return owned;
 }
 
 void DrawGlyph(Picture& picture, const FT_GlyphSlotRec_& glyph, int penX, int baseline, const Label& label) {
   const FT_Bitmap& bitmap = glyph.bitmap;
+  // Only this one has a byte of coverage for each pixel.
+  if (bitmap.pixel_mode != FT_PIXEL_MODE_GRAY) return;
   for (int row = 0; row < static_cast<int>(bitmap.rows); ++row) {
     for (int column = 0; column < static_cast<int>(bitmap.width); ++column) {
       const int x = penX + glyph.bitmap_left + column;
@@ -57,7 +61,7 @@ template <class Visit>
 int ForEachGlyph(FT_Face face, const std::u32string& text, Visit visit) {
   int reach = 0;
   for (const char32_t character : text) {
-    if (FT_Load_Char(face, character, FT_LOAD_RENDER) != 0) continue;
+    if (FT_Load_Char(face, character, FT_LOAD_RENDER | FT_LOAD_NO_BITMAP) != 0) continue;
     visit(*face->glyph, reach);
     reach += static_cast<int>(face->glyph->advance.x / 64);
   }
@@ -81,7 +85,7 @@ bool WindowStands(uint32_t) noexcept {
   return true;
 }
 
-void DrawLabels(Picture& picture, const std::vector<Label>& labels) {
+void DrawLabels(Picture& picture, const Labels& labels) {
   if (labels.empty()) return;
   const FreeType library = OpenFreeType();
   for (const Label& label : labels) DrawLabel(picture, library, label);
@@ -90,7 +94,7 @@ void DrawLabels(Picture& picture, const std::vector<Label>& labels) {
 void Show(uint32_t, Point, const Picture& picture) {
   const std::filesystem::path file = System::PathFromEnvironment("KSV_DISPLAY_PICTURE");
   if (file.empty()) return;
-  Bytes rgb;
+  SecretBytes rgb;
   rgb.reserve(picture.pixels.size() * 3);
   for (const Colour pixel : picture.pixels) {
     for (int shift = 16; shift >= 0; shift -= 8) rgb.push_back(static_cast<uint8_t>(pixel >> shift));
@@ -101,7 +105,7 @@ void Show(uint32_t, Point, const Picture& picture) {
   image.height = static_cast<png_uint_32>(picture.height);
   image.format = PNG_FORMAT_RGB;
   png_alloc_size_t size = PNG_IMAGE_PNG_SIZE_MAX(image);
-  Bytes png(size);
+  SecretBytes png(size);
   Require(png_image_write_to_memory(&image, png.data(), &size, 0, rgb.data(), 0, nullptr) != 0,
           Status::kPaintingFailed);
   png.resize(size);

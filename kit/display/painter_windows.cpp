@@ -6,8 +6,8 @@ namespace KsvDisplay::Painter {
 namespace {
 
 HWND Handle(uint32_t window) noexcept {
-  // Window handles have 32 significant bits on every Windows.
-  return reinterpret_cast<HWND>(static_cast<uintptr_t>(window));
+  // Window handles have 32 significant bits on every Windows; the others repeat the sign.
+  return reinterpret_cast<HWND>(static_cast<intptr_t>(static_cast<int32_t>(window)));
 }
 
 struct ReleaseDc {
@@ -85,7 +85,7 @@ bool WindowStands(uint32_t window) noexcept {
   return IsWindow(Handle(window)) != 0;
 }
 
-void DrawLabels(Picture& picture, const std::vector<Label>& labels) {
+void DrawLabels(Picture& picture, const Labels& labels) {
   if (labels.empty()) return;
   const MemoryDc dc(CreateCompatibleDC(nullptr));
   Require(dc != nullptr, Status::kPaintingFailed);
@@ -104,6 +104,7 @@ void DrawLabels(Picture& picture, const std::vector<Label>& labels) {
   // Letters drawn over a bitmap may leave anything in the byte that no colour uses.
   std::transform(pixels, pixels + picture.pixels.size(), picture.pixels.begin(),
                  [](Colour pixel) { return pixel & 0xFFFFFF; });
+  Wipe(bits, picture.pixels.size() * sizeof(Colour));
 }
 
 void Show(uint32_t window, Point at, const Picture& picture) {

@@ -11,7 +11,8 @@ namespace KsvDisplay {
 struct Picture {
   int width = 0;
   int height = 0;
-  std::vector<Colour> pixels;
+  /// The digits can be read from it.
+  std::vector<Colour, WipingAllocator<Colour>> pixels;
 
   Colour& At(int x, int y) {
     return pixels[static_cast<size_t>(y) * static_cast<size_t>(width) + static_cast<size_t>(x)];

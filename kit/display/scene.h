@@ -37,6 +37,9 @@ struct Label {
   Colour colour = 0;
 };
 
+/// The order of the digits is in them, short enough to stand in the vector's own memory, which is wiped.
+using Labels = std::vector<Label, WipingAllocator<Label>>;
+
 /// What an image looks like, for the painters of all systems: panels, pixels and labels, painted in this order. Areas
 /// are within the image.
 struct Scene {
@@ -44,7 +47,7 @@ struct Scene {
   int height = 0;
   std::vector<Panel> panels;
   std::vector<PlacedPixels> pixels;
-  std::vector<Label> labels;
+  Labels labels;
 };
 
 }  // namespace KsvDisplay

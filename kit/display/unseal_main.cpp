@@ -5,6 +5,7 @@
 
 #include "foundation/base64.h"
 #include "kit/display/sealed_input.h"
+#include "kit/display/utf8.h"
 #include "kit/shared/key_store.h"
 #include "kit/shared/system.h"
 
@@ -16,7 +17,8 @@ constexpr const char* kUsage =
     R"(usage: ksv-unseal [--key FILE] [--stream BASE64] [BASE64]
 
 Opens a sealed input of the reference display and prints what the user gave: digits, OK, a text, or x,y a line for
-each click. The sealed input is the argument, or is read from standard input.
+each click. In a text a backslash stands doubled, and a character that doesn't show as \u{HEX}. The sealed input is the
+argument, or is read from standard input.
 
   --key FILE        a copy of the user's display.key; without it, the user's own
   --stream BASE64   the stream key of the session, if one was set
@@ -66,7 +68,8 @@ int Fail(ExitStatus status, const char* why) {
 
 void Print(const Input& input) {
   if (input.type != InputType::kClicks) {
-    std::cout << AsText(input.content) << '\n';
+    // A page chooses a typed text: it must not reach the terminal as commands.
+    std::cout << AsText(Printable(AsText(input.content))) << '\n';
     return;
   }
   ByteReader<Status> reader(input.content, Status::kInternalError);
