@@ -1,0 +1,112 @@
+// What is written about the plug-in is held against the plug-in: the methods of the page API and of the types for
+// editors, the codes, and the tests that the threat model points at.
+#include <gmock/gmock.h>
+
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <regex>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "api/method_table.h"
+
+namespace {
+
+using NorvoWebAPI::KSV::Arity;
+using NorvoWebAPI::KSV::Demand;
+using NorvoWebAPI::KSV::kMethods;
+using std::regex;
+using std::string;
+
+string ReadSource(const string& path) {
+  std::ifstream file(KSV_SOURCES "/" + path);
+  EXPECT_TRUE(file.is_open()) << path;
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+std::vector<std::smatch> AllMatches(const string& text, const regex& pattern) {
+  return {std::sregex_iterator(text.begin(), text.end(), pattern), {}};
+}
+
+// Each method with its arguments as they are written; one that is told of twice shows.
+std::map<string, string> Signatures(const string& text, const regex& pattern) {
+  std::map<string, string> signatures;
+  for (const std::smatch& match : AllMatches(text, pattern)) {
+    string& arguments = signatures[match[1]];
+    arguments += arguments.empty() ? match[2].str() : " (twice) " + match[2].str();
+  }
+  return signatures;
+}
+
+// How editors are told of an argument. What any value will do for is the author's choice.
+string TypeOf(const NorvoWebAPI::KSV::Argument& argument) {
+  switch (argument.demand) {
+    case Demand::Text:
+      return "string";
+    case Demand::Number:
+    case Demand::Unsigned:
+      return "number";
+    case Demand::Flag:
+      return "boolean";
+    case Demand::Function:
+      return "function";
+    default:
+      return "value";
+  }
+}
+
+TEST(DocumentationTest, MethodsAreThoseOfTheTable) {
+  std::map<string, string> told;
+  std::map<string, string> typed;
+  for (const auto& row : kMethods) {
+    string names;
+    string types;
+    for (size_t i = 0; i < row.argumentCount; ++i) {
+      const string separator = i > 0 ? ", " : "";
+      names += separator + row.arguments[i].name;
+      types += separator + row.arguments[i].name + ": " + TypeOf(row.arguments[i]);
+    }
+    if (row.arity != Arity::Exact) types += string(types.empty() ? "" : ", ") + "...ignored: any[]";
+    told[row.name] = names;
+    typed[row.name] = types;
+  }
+  EXPECT_EQ(Signatures(ReadSource("docs/page-api.md"), regex(R"(\n\| `(\w+)\(([^)]*)\)`)")), told);
+
+  string types = ReadSource("kit/pages/ksv.d.ts");
+  types = types.substr(types.find("interface KsvPlugin"));
+  types = types.substr(0, types.find("\n}"));
+  // A language with types takes no two arguments of one name, has functions of several types, and knows what a method
+  // that takes any value is meant for.
+  types = std::regex_replace(types, regex(R"(\b(unused)\d)"), "$1");
+  types = std::regex_replace(types, regex(R"(: (Ksv\w+Callback|\(\) => void)\))"), ": function)");
+  types = std::regex_replace(types, regex(R"(\b(secondDomain|input): string)"), "$1: value");
+  types = std::regex_replace(types, regex(R"((getInstanceID\(name): string)"), "$1: value");
+  types = std::regex_replace(types, regex(R"(\bunused: any\b)"), "unused: value");
+  types = std::regex_replace(types, regex(R"(,\n\s+)"), ", ");
+  EXPECT_EQ(Signatures(types, regex(R"(\n  (\w+)\(([^)]*)\): )")), typed);
+}
+
+TEST(DocumentationTest, CodesAreThoseOfTheSource) {
+  const auto codes = [](const string& path, const regex& pattern) {
+    std::set<int> found;
+    for (const std::smatch& match : AllMatches(ReadSource(path), pattern)) found.insert(std::stoi(match[1]));
+    return found;
+  };
+  std::set<int> source = codes("src/foundation/result_codes.h", regex(R"(\n  k\w+ = (\d+),)"));
+  EXPECT_EQ(codes("docs/codes.md", regex(R"(\n\| (\d+) \|)")), source);
+  source.erase(0);
+  EXPECT_EQ(codes("kit/pages/ksv.js", regex(R"re(\n    (\d+): ")re")), source);
+}
+
+TEST(DocumentationTest, ThreatModelPointsAtTestsThatExist) {
+  const string model = ReadSource("SECURITY.md");
+  const auto pointers = AllMatches(model, regex(R"(`([\w/]+\.\w+): ([^`]+)`)"));
+  EXPECT_THAT(pointers, testing::SizeIs(testing::Gt(20U)));
+  for (const std::smatch& pointer : pointers) {
+    EXPECT_THAT(ReadSource("tests/" + pointer[1].str()), testing::HasSubstr(pointer[2].str())) << pointer[1];
+  }
+}
+
+}  // namespace
