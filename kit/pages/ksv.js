@@ -12,19 +12,19 @@ var ksv = (function () {
   ];
 
   var MEANINGS = {
-    10: "the agent library is not loaded",
-    11: "the agent library lacks this function",
-    12: "wrong number of arguments, or a value beyond a limit",
-    13: "an argument of the wrong kind, or the call failed inside the plug-in",
-    14: "memory ran out",
-    15: "the applet file can't be written",
-    16: "the display is in use or in the wrong state",
+    10: "the library is not loaded: it has to be installed where the settings say",
+    11: "the library is too old for this",
+    12: "the page called with a wrong number of arguments or a value beyond a limit",
+    13: "it could not be done here, or the page gave no text where text has to be",
+    14: "memory ran out, or the page asked for too much of it",
+    15: "the applet can't be written into the user's folder",
+    16: "the display can't tell this page of its events",
     17: "the last update is too old: let the updater run",
     18: "a token of this file name is there already",
-    19: "a domain name is too long or holds a forbidden character",
+    19: "the domain's name is too long or no plain name",
     20: "there is no token of this file name",
-    21: "the token file can't be written",
-    22: "the event registration failed"
+    21: "the token can't be written into the user's folder",
+    22: "the events are registered already, or can't be"
   };
 
   var MAX_SHOWN = 40;
