@@ -62,7 +62,7 @@ ksv_enter_pin() {
   local line pid status=0
   rm -f "$ksv_folder/lines"
   mkfifo "$ksv_folder/lines"
-  "${ksv_wine[@]}" "$1" --timeout 60 "$root/kit/pages/display.html" >"$ksv_folder/lines" 2>"$ksv_folder/display.err" &
+  "${ksv_wine[@]}" "$1" --size 320x420 --timeout 60 "$root/kit/pages/display.html" >"$ksv_folder/lines" 2>"$ksv_folder/display.err" &
   pid=$!
   while read -r line; do
     line=${line%$'\r'}
