@@ -54,8 +54,9 @@ class LibraryStub {
  public:
   using Answer = std::function<void(Call&)>;
 
-  /// Answers an entry from now on. Others succeed and give nothing.
+  /// Answers an entry from now on. Others succeed and give nothing, or as they are told together.
   void On(const std::string& entry, Answer answer) { answers[entry] = std::move(answer); }
+  void OnOthers(Answer answer) { otherwise = std::move(answer); }
 
  protected:
   /// Points the settings at the folder too.
@@ -78,14 +79,14 @@ class LibraryStub {
   void Take(Call& call) {
     calls.push_back(Show(call));
     const auto told = answers.find(call.entry);
-    const Answer answer = told == answers.end() ? Answer([](Call& unanswered) { GiveNothing(unanswered); })
-                                                : told->second;  // It may be replaced from inside.
+    const Answer answer = told == answers.end() ? otherwise : told->second;  // It may be replaced from inside.
     answer(call);
   }
 
   HMODULE library;
   Control* control;
   std::map<std::string, Answer> answers;
+  Answer otherwise = [](Call& call) { GiveNothing(call); };
 };
 
 /// The stand-in agent library: where its variants lie, what was asked of it, what it answers.

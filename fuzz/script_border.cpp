@@ -1,0 +1,232 @@
+// Pages that mean harm, a host that fails and libraries that lie, all at once: calls of every method with every kind of
+// value, answered by lengths, statuses, throws, events, re-entries and page ends, with messages to the window between.
+#include <list>
+#include <optional>
+
+#include "api/scriptable.h"
+#include "display/input_hooks.h"
+#include "events/event_delivery.h"
+#include "fuzz/support/hostile_libraries.h"
+#include "fuzz/support/hostile_values.h"
+#include "tests/support/page.h"
+
+using namespace NorvoWebAPI::KSV;
+using namespace support;
+
+namespace {
+
+constexpr UINT kMessages[] = {WM_AGENT_EVENT, WM_DISPLAY_EVENT, WM_PAINT, WM_LBUTTONDOWN, WM_LBUTTONUP, WM_USER};
+
+class Attack {
+ public:
+  explicit Attack(fuzz::Input& given) : input(given) {
+    agentInitCount = displayInitCount = 0;
+    for (auto& page : pages) Open(page);
+    if (input.ConsumeBool()) ShowImage();
+  }
+  ~Attack() {
+    libraries.quiet = true;
+    Disarm();
+    kept.clear();
+    for (auto& page : pages) page->End();
+    platform::PumpMessages();
+    RemoveEventHook();
+    RemoveDisplayHooks();
+    ResetClickState();
+  }
+  Attack(const Attack&) = delete;
+  Attack& operator=(const Attack&) = delete;
+
+  void Run() {
+    while (steps < kMaxSteps && !input.Done()) Step();
+  }
+
+ private:
+  static constexpr int kMaxSteps = 100;
+
+  void Step() {
+    if (libraries.quiet || depth == 4 || steps >= kMaxSteps || input.Done()) return;
+    ++steps;
+    ++depth;
+    try {
+      Act();
+    } catch (...) {
+      --depth;
+      throw;
+    }
+    --depth;
+  }
+
+  void Open(std::unique_ptr<Page>& page) {
+    void* const of = input.OnceIn(8) ? nullptr : static_cast<void*>(window->handle());
+    page = std::make_unique<Page>(host, input.OnceIn(4) ? input.Text() : "https://page.example/", of);
+  }
+  // What a page has to do before most of the display's methods do anything.
+  void ShowImage() {
+    libraries.quiet = true;
+    const Value text = std::string("{100,50}");
+    const Value none = std::string();
+    pages[0]->Call("zubInit");
+    pages[0]->Call("wysInit", {0, none});
+    pages[0]->Call("wysEstablishSession");
+    pages[0]->Call("wysCreateStdImage", {1, 9, text, text, 1, text, 1, 0, 1, 65, text, none, 0, 0});
+    libraries.quiet = false;
+  }
+  void Disarm() {
+    for (int fault = 0; fault <= static_cast<int>(Fault::GetURLNotify); ++fault)
+      host.Fail(static_cast<Fault>(fault), 0);
+  }
+
+  void Act() {
+    std::unique_ptr<Page>& page = pages[input.OnceIn(4) ? 1 : 0];
+    switch (input.ConsumeIntegralInRange(0, 15)) {
+      case 0:
+        return host.Fail(static_cast<Fault>(input.ConsumeIntegralInRange(0, static_cast<int>(Fault::GetURLNotify))),
+                         input.ConsumeIntegralInRange(1, 6));
+      case 1:
+        return TellOfEvent();
+      case 2:
+        if (window->handle()) PostMessageA(window->handle(), input.Pick(kMessages), input.Word(), input.Word());
+        return;
+      case 3:
+        return platform::PumpMessages();
+      case 4:
+        if (!window->handle()) return;
+        return input.ConsumeBool() ? window->PressLeft(5, 6) : window->ReleaseLeft(5, 6);
+      case 5:
+        return Touch(*page);
+      case 6:
+        return EndSomething(page);
+      default:
+        if (page->Object()) Call(*page, kMethods[input.ConsumeIntegralInRange<size_t>(0, kMethods.size() - 1)]);
+    }
+  }
+
+  void Call(Page& page, const MethodRow& method) {
+    std::vector<Value> arguments;
+    const size_t count = method.argumentCount - (method.argumentCount > 0 && input.OnceIn(16));
+    for (size_t i = 0; i < count; ++i) arguments.push_back(values.Wanted(method.arguments[i].demand));
+    if (input.OnceIn(16)) arguments.push_back(values.AnyValue());
+    Result result = page.Call(method.name, arguments);
+    if (kept.size() < 8 && page.Object()) kept.push_back(std::move(result));
+  }
+
+  // The entries of the object's class, of the page's own object and of results, by hand.
+  void Touch(Page& page) {
+    NPObject* object = page.Object();
+    if (!object) return;
+    if (!kept.empty() && input.ConsumeBool()) {
+      const Value value = kept.back().Get();
+      if (const auto* const given = std::get_if<NPObject*>(&value)) object = *given;
+    }
+    const NPIdentifier id = input.ConsumeBool() ? host.Id(input.Number()) : host.Id(Name());
+    NPClass& table = *object->_class;
+    NPVariant value = host.Make(values.AnyValue());
+    NPVariant result{NPVariantType_Void, {}};
+    NPIdentifier* ids = nullptr;
+    uint32_t count = 0;
+    host.Retain(object);
+    switch (input.ConsumeIntegralInRange(0, 6)) {
+      case 0:
+        table.hasMethod(object, id);
+        break;
+      case 1:
+        if (table.hasProperty(object, id)) table.getProperty(object, id, &result);
+        break;
+      case 2:
+        table.setProperty(object, id, &value);
+        break;
+      case 3:
+        table.removeProperty(object, id);
+        break;
+      case 4:
+        table.invokeDefault(object, &value, 1, &result);
+        break;
+      case 5:
+        if (table.enumerate && table.enumerate(object, &ids, &count) && ids) host.Funcs().memfree(ids);
+        break;
+      default:
+        table.invoke(object, id, &value, 1, input.ConsumeBool() ? &result : nullptr);
+    }
+    host.Release(result);
+    host.Release(value);
+    if (!ended.contains(object)) host.Release(object);
+  }
+  std::string Name() {
+    return input.ConsumeBool() ? kMethods[input.ConsumeIntegralInRange<size_t>(0, kMethods.size() - 1)].name
+                               : input.Text();
+  }
+
+  Value Given() {
+    if (!kept.empty() && pages[0]->Object() && pages[1]->Object() && input.ConsumeBool()) return kept.back().Get();
+    return pages[0]->Object() ? Value(pages[0]->Object()) : Value();
+  }
+
+  void EndSomething(std::unique_ptr<Page>& page) {
+    switch (input.ConsumeIntegralInRange(0, 7)) {
+      case 0:
+        return window->Destroy();
+      case 1: {
+        NPWindow given{};
+        given.window = input.ConsumeBool() ? window->handle() : nullptr;
+        if (page->Object()) Module().setwindow(page->Instance(), &given);
+        return;
+      }
+      case 2:
+        return kept.clear();
+      case 3:
+        return page->Destroy();
+      case 4:
+        // A new page, but never under the feet of a call on the old one.
+        if (page->Object() || depth > 1) return;
+        Disarm();
+        kept.clear();
+        return Open(page);
+      case 5:
+        if (page->Object()) ended.insert(page->Object());
+        return page->End();
+      default:
+        return fuzz::World().SetLastUpdate(input.ConsumeBool() ? std::optional<int64_t>(input.Number()) : std::nullopt);
+    }
+  }
+
+  void TellOfEvent() {
+    const std::string name = input.Text();
+    const std::string bytes = input.Text();
+    const auto size = static_cast<uint32_t>(bytes.size());
+    const char* const data = input.OnceIn(8) ? nullptr : bytes.data();
+    switch (input.ConsumeIntegralInRange(0, 2)) {
+      case 0:
+        return CallbackEvent(input.OnceIn(16) ? nullptr : name.c_str(), size, data, 1);
+      case 1:
+        return InstanceCallbackEvent(input.Word(), size, data, 1, input.ConsumeBool() ? libraries.context : &input);
+      default:
+        DisplayEventRecord record{input.Word(), {}, input.Word(), input.Word()};
+        if (window->handle() && input.ConsumeBool()) {
+          record.context = static_cast<uint32_t>(reinterpret_cast<uintptr_t>(window->handle()));
+        }
+        DisplayEventCallback(input.OnceIn(16) ? nullptr : &record);
+    }
+  }
+
+  fuzz::Input& input;
+  TestHost host;
+  std::optional<platform::TestWindow> window{std::in_place};
+  std::unique_ptr<Page> pages[2];
+  std::list<Result> kept;
+  std::set<NPObject*> ended;
+  int depth = 0;
+  int steps = 0;
+  fuzz::HostileLibraries libraries{input, [this] { Step(); }};
+  fuzz::HostileValues values{input, host, [this] { Step(); }, [this] { return Given(); }};
+};
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  fuzz::World();
+  fuzz::CleanBaseFolder();
+  fuzz::Input input(data, size);
+  Attack(input).Run();
+  return 0;
+}

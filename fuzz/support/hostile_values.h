@@ -1,0 +1,82 @@
+#pragma once
+
+#include <functional>
+#include <utility>
+#include <vector>
+
+#include "api/method_table.h"
+#include "fuzz/support/fuzzing.h"
+#include "tests/support/test_host.h"
+
+namespace fuzz {
+
+/// Values of a page that means harm: of any type, with members and functions that take a step of the attack when they
+/// are read or called. `given` is what the plug-in gave the page itself.
+class HostileValues {
+ public:
+  HostileValues(Input& input, support::TestHost& host, std::function<void()> step,
+                std::function<support::Value()> given)
+      : input(input), host(host), step(std::move(step)), given(std::move(given)) {}
+
+  /// As the method demands it, but for some.
+  support::Value Wanted(NorvoWebAPI::KSV::Demand demand) {
+    if (input.OnceIn(8)) return AnyValue();
+    using NorvoWebAPI::KSV::Demand;
+    if (demand == Demand::Text) return input.Text();
+    if (demand == Demand::Function) return PageFunction();
+    if (demand == Demand::Any || demand == Demand::Unread) return AnyValue();
+    return input.Number();
+  }
+  support::Value AnyValue() {
+    switch (input.ConsumeIntegralInRange(0, 10)) {
+      case 0:
+        return nullptr;
+      case 1:
+        return input.ConsumeBool();
+      case 2:
+        return input.Number();
+      case 3:
+        return input.ConsumeFloatingPoint<double>();
+      case 4:
+        return input.Text();
+      case 5:
+        return PageFunction();
+      case 6:
+        return AnyObject();
+      case 7:
+        return given();
+      default:
+        return {};
+    }
+  }
+
+ private:
+  support::Value PageFunction() {
+    return host.NewFunction([this](const std::vector<support::Value>&, support::Value& result) {
+      step();
+      if (input.OnceIn(8)) return false;
+      result = AnyValue();
+      return true;
+    });
+  }
+  support::Value AnyObject() {
+    support::ScriptObject* const object = input.OnceIn(4) ? host.Temporary() : host.Object();
+    if (++objects > 50) return static_cast<NPObject*>(object);
+    for (int count = input.ConsumeIntegralInRange(0, 3); count > 0; --count) {
+      const support::Key key = input.ConsumeBool() ? support::Key(input.Number()) : support::Key(input.Text());
+      object->Define(key, [this] {
+        step();
+        return AnyValue();
+      });
+    }
+    return static_cast<NPObject*>(object);
+  }
+
+  Input& input;
+  support::TestHost& host;
+  std::function<void()> step;
+  std::function<support::Value()> given;
+  int objects = 0;
+};
+
+}  // namespace fuzz
