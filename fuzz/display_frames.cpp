@@ -15,7 +15,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   try {
     const Channel::Frame frame = Channel::ReadFrame(bytes);
     Demand(frame.pixels->rgb.size() == size_t{3} * frame.pixels->width * frame.pixels->height, "every pixel is there");
-    Demand(frame.covered.size() + frame.tag.size() == bytes.size(), "a frame is covered to its end");
+    Demand(frame.covered().size() + frame.tag().size() == bytes.size(), "a frame is covered to its end");
     Channel::CheckTag(frame, AsBytes("key"));
     Demand(false, "a tag of nobody's was taken");
   } catch (const DisplayError&) {
