@@ -91,7 +91,8 @@ TEST(DocumentationTest, MethodsAreThoseOfTheTable) {
 TEST(DocumentationTest, CodesAreThoseOfTheSource) {
   const auto codes = [](const string& path, const regex& pattern) {
     std::set<int> found;
-    for (const std::smatch& match : AllMatches(ReadSource(path), pattern)) found.insert(std::stoi(match[1]));
+    const string text = ReadSource(path);
+    for (const std::smatch& match : AllMatches(text, pattern)) found.insert(std::stoi(match[1]));
     return found;
   };
   std::set<int> source = codes("src/foundation/result_codes.h", regex(R"(\n  k\w+ = (\d+),)"));
