@@ -16,8 +16,8 @@ PageRun::PageRun(const HostOptions& options)
       window(TextOf(options.pages.front().filename()), options.width, options.height),
       module(std::make_unique<PluginModule>(options.module)),
       engine(std::make_unique<ScriptEngine>(static_cast<PageServices&>(*this), options.address)),
-      instance(std::make_unique<PluginInstance>(*module, window.Handle(), options.width, options.height)) {
-  scriptable = instance->Scriptable();
+      instance(std::make_unique<PluginInstance>(*module, window.Handle(), options.width, options.height)),
+      scriptable(instance->Scriptable()) {
   engine->SetPlugin(scriptable);
   if (const auto origin = window.Origin()) {
     Complain("The window begins at " + std::to_string(origin->x) + "," + std::to_string(origin->y) + " of the screen.");

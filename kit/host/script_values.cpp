@@ -1,9 +1,9 @@
 #include "kit/host/script_values.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
-#include <cstring>
 #include <new>
 #include <optional>
 
@@ -79,7 +79,7 @@ NPVariant TextVariant(const std::string& text) {
   const auto size = static_cast<uint32_t>(text.size());
   auto* const copy = static_cast<char*>(Accounts::Instance().Allocate(size));
   if (!copy) throw std::bad_alloc();
-  if (size > 0) std::memcpy(copy, text.data(), size);
+  std::ranges::copy(text, copy);
   variant.value.stringValue = {copy, size};
   return variant;
 }
