@@ -84,9 +84,7 @@ bool IsTooDeep(const DisplayState& page) {
 
 void Notify(const DisplayState& page, const DisplayState::Callback& slot, std::vector<JSObject> args) {
   if (IsTooDeep(page)) return;
-  // Kept for the call: from inside it the page may set another function.
-  const DisplayState::Callback callback = slot;
-  callback->Notify(args);
+  slot->Notify(args);  // Outlives its slot, which the page may fill anew from inside the call.
 }
 
 std::vector<JSObject> Position(POINT point) {
