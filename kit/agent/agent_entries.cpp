@@ -1,6 +1,6 @@
 #include "kit/agent/agent_entries.h"
 
-#include <new>
+#include <memory>
 
 #include "kit/agent/agent.h"
 
@@ -20,24 +20,10 @@ Agent& TheAgent() {
   return *agent;
 }
 
-/// The one way into the agent: nothing but a status leaves it.
+/// The one way into the agent.
 template <class Operation>
 int32_t Guarded(Operation&& operation) noexcept {
-  const auto attempt = [&operation] {
-    try {
-      operation(TheAgent());
-      return Status::kOk;
-    } catch (const AgentError& error) {
-      return error.status();
-    } catch (const Failure<Fault>& fault) {
-      return fault.status() == Fault::kStore ? Status::kStoreFailure : Status::kInternalError;
-    } catch (const std::bad_alloc&) {
-      return Status::kOutOfMemory;
-    } catch (...) {
-      return Status::kInternalError;
-    }
-  };
-  return static_cast<int32_t>(attempt());
+  return static_cast<int32_t>(StatusOf<Status>([&] { operation(TheAgent()); }));
 }
 
 ByteView Input(int32_t length, const uint8_t* data) {

@@ -1,6 +1,6 @@
 #include "kit/display/display_entries.h"
 
-#include <new>
+#include <memory>
 
 namespace KsvDisplay {
 namespace {
@@ -20,24 +20,10 @@ Display& TheDisplay() {
   return *display;
 }
 
-/// The one way into the display: nothing but a status leaves it.
+/// The one way into the display.
 template <class Operation>
 uint32_t Guarded(Operation&& operation) noexcept {
-  const auto attempt = [&operation] {
-    try {
-      operation(TheDisplay());
-      return Status::kOk;
-    } catch (const DisplayError& error) {
-      return error.status();
-    } catch (const Failure<Fault>& fault) {
-      return fault.status() == Fault::kStore ? Status::kStoreFailure : Status::kInternalError;
-    } catch (const std::bad_alloc&) {
-      return Status::kOutOfMemory;
-    } catch (...) {
-      return Status::kInternalError;
-    }
-  };
-  return static_cast<uint32_t>(attempt());
+  return static_cast<uint32_t>(StatusOf<Status>([&] { operation(TheDisplay()); }));
 }
 
 template <class Pointer>

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <exception>
+#include <new>
 
 namespace KsvKit {
 
@@ -35,5 +36,22 @@ enum class Fault {
   /// The system's cryptography failed, which leaves nothing to be done.
   kCryptography,
 };
+
+/// The guard of a library's entry points: nothing but a status leaves it.
+template <class Status, class Operation>
+Status StatusOf(Operation&& operation) noexcept {
+  try {
+    operation();
+    return Status::kOk;
+  } catch (const Failure<Status>& failure) {
+    return failure.status();
+  } catch (const Failure<Fault>& fault) {
+    return fault.status() == Fault::kStore ? Status::kStoreFailure : Status::kInternalError;
+  } catch (const std::bad_alloc&) {
+    return Status::kOutOfMemory;
+  } catch (...) {
+    return Status::kInternalError;
+  }
+}
 
 }  // namespace KsvKit

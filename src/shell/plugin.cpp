@@ -91,10 +91,8 @@ void Plugin::ReleaseLibraries() {
   const bool stood = initialised;
   const bool owesDisplay = std::exchange(owedDisplayDeInits, 0) > 0;
   initialised = stood || std::exchange(owedDeInits, 0) > 0;
-  const bool agentMayClear = initialised;
   if (agentInitCount != 0) scriptable->ReleaseAgent();
-  const bool agentCleared = agentMayClear && !initialised;
-  initialised = (stood && !agentCleared) || owesDisplay;
+  initialised = (stood && initialised) || owesDisplay;
   if (displayInitCount != 0) scriptable->ReleaseDisplay();
 }
 
