@@ -5,6 +5,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 
 #include "api/agent_methods.h"
 #include "api/display_methods.h"
@@ -173,8 +174,17 @@ inline constexpr auto kMethods = std::to_array<MethodRow>({
     Setter("setDisplayEventsCallback", DisplayMethods::SetDisplayEventsCallback),
 });
 
+/// The row of a method that is in the table; another name does not compile.
+consteval const MethodRow& RowOf(std::string_view name) {
+  for (const MethodRow& row : kMethods) {
+    if (name == row.name) return row;
+  }
+  throw "no such method";
+}
+
 }  // namespace Rows
 
 using Rows::kMethods;
+using Rows::RowOf;
 
 }  // namespace NorvoWebAPI::KSV

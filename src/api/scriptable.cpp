@@ -113,14 +113,11 @@ bool Scriptable::RunSetter(const MethodRow& method, const NPVariant* args) {
 }
 
 void Scriptable::ReleaseAgent() {
-  static constexpr MethodRow kRelease = Rows::Method("zubDeInit", AgentMethods::DeInit);
-  RunMethod(kRelease, nullptr, 0, nullptr);
+  RunMethod(RowOf("zubDeInit"), nullptr, 0, nullptr);
 }
 
 void Scriptable::ReleaseDisplay() {
-  static constexpr MethodRow kRelease =
-      Rows::Entering(DisplayMethods::EnterDeInit, Rows::Display("wysDeInit", DisplayMethods::DeInit));
-  RunMethod(kRelease, nullptr, 0, nullptr);
+  RunMethod(RowOf("wysDeInit"), nullptr, 0, nullptr);
 }
 
 bool Scriptable::GetVersionProperty(NPVariant* result) {
