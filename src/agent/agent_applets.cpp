@@ -64,7 +64,7 @@ bool CKSVPluginZUB::Install(const char* appletId, const char* b64Text, int32_t t
     }
     return CheckEither(entries.Install, entries.InstallOTPS, result);
   };
-  return RunChecked("Install", kAgentNotCalled, check, Catches::BadAllocAndCode, result, [&] {
+  return RunChecked("Install", kAgentNotCalled, check, TellsApart::BadAllocAndCode, result, [&] {
     const auto& install = entries.Install ? entries.Install : entries.InstallOTPS;
     if (textLength <= 0 || !b64Text) {
       if (std::strcmp(appletId, kOathAppletId) != 0) throw CPluginException{kBadArguments};
@@ -82,7 +82,7 @@ bool CKSVPluginZUB::Install(const char* appletId, const char* b64Text, int32_t t
 
 bool CKSVPluginZUB::Uninstall(const char* appletId, JSObject& result) {
   const auto check = [&] { return CheckEither(entries.Uninstall, entries.UninstallOTPS, result); };
-  return RunChecked("Uninstall", kAgentNotCalled, check, Catches::Nothing, result, [&] {
+  return RunChecked("Uninstall", kAgentNotCalled, check, TellsApart::Nothing, result, [&] {
     const auto& uninstall = entries.Uninstall ? entries.Uninstall : entries.UninstallOTPS;
     StoreStatus(result, uninstall(appletId));
   });

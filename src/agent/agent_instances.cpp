@@ -5,27 +5,27 @@
 namespace NorvoWebAPI::KSV {
 
 bool CKSVPluginZUB::StartInstance(const char* name, InstanceEventCallback callback, void* context, JSObject& result) {
-  return Run("StartInstance", entries.StartInstance3, Catches::BadAlloc, result, [&] {
+  return Run("StartInstance", entries.StartInstance3, TellsApart::BadAlloc, result, [&] {
     uint32_t instanceId = 0;
     StoreStatus(result, entries.StartInstance3(name, callback, context, &instanceId));
-    result["instanceID"] = JSObject(static_cast<int32_t>(instanceId));
+    result[kInstanceIdKey] = JSObject(static_cast<int32_t>(instanceId));
   });
 }
 
 bool CKSVPluginZUB::StopInstance(uint32_t instanceId, JSObject& result) {
-  return Run("StopInstance", entries.StopInstance3, Catches::BadAlloc, result, [&] {
+  return Run("StopInstance", entries.StopInstance3, TellsApart::BadAlloc, result, [&] {
     StoreStatus(result, entries.StopInstance3(instanceId));
     result["instanceId"] = JSObject(static_cast<int32_t>(instanceId));
   });
 }
 
 bool CKSVPluginZUB::RegisterCallback(const char* name, AgentEventCallback callback, JSObject& result) {
-  return Run("RegisterCallback", entries.RegisterEventCb, Catches::BadAlloc, result,
+  return Run("RegisterCallback", entries.RegisterEventCb, TellsApart::BadAlloc, result,
              [&] { StoreStatus(result, entries.RegisterEventCb(name, callback)); });
 }
 
 bool CKSVPluginZUB::UnregisterCallback(const char* name, JSObject& result) {
-  return Run("UnregisterCallback", entries.UnregisterEventCb, Catches::BadAlloc, result,
+  return Run("UnregisterCallback", entries.UnregisterEventCb, TellsApart::BadAlloc, result,
              [&] { StoreStatus(result, entries.UnregisterEventCb(name)); });
 }
 

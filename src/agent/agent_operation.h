@@ -16,19 +16,19 @@
 namespace NorvoWebAPI::KSV {
 
 template <typename Check, typename Work>
-bool CKSVPluginZUB::RunChecked(const char* word, int32_t startStatus, Check check, Catches catches, JSObject& result,
-                               Work work) {
+bool CKSVPluginZUB::RunChecked(const char* word, int32_t startStatus, Check check, TellsApart tellsApart,
+                               JSObject& result, Work work) {
   DebugLog(logEnabled, kAgentLogTag, "%s\n", word);
-  RunOperation(startStatus, check, catches, result, work);
+  RunOperation(startStatus, check, tellsApart, result, work);
   LogCodes(logEnabled, kAgentLogTag, word, result);
   return true;
 }
 
 template <typename Work>
-bool CKSVPluginZUB::Run(const char* word, const EntryTable::Row& entryPoint, Catches catches, JSObject& result,
+bool CKSVPluginZUB::Run(const char* word, const EntryTable::Row& entryPoint, TellsApart tellsApart, JSObject& result,
                         Work work) {
   return RunChecked(
-      word, kAgentNotCalled, [&] { return CheckEntry(entryPoint, result); }, catches, result, work);
+      word, kAgentNotCalled, [&] { return CheckEntry(entryPoint, result); }, tellsApart, result, work);
 }
 
 template <typename Named, typename Numbered, typename... Arguments>

@@ -10,7 +10,7 @@ namespace NorvoWebAPI::KSV {
 bool CKSVPluginZUB::GetOTP(const AgentTarget& target, int32_t otpSelector, int32_t tokenTextLength,
                            const char* tokenText, int32_t extraTextLength, const char* extraText, int32_t otpCapacity,
                            int32_t tokenCapacity, const char* domain, const char* tokenFileName, JSObject& result) {
-  return Run("GetOTP", entries.GetOTP, Catches::BadAllocAndCode, result, [&] {
+  return Run("GetOTP", entries.GetOTP, TellsApart::BadAllocAndCode, result, [&] {
     const ByteBuffer token = TokenStore::Take(tokenText, tokenTextLength, domain, tokenFileName);
     const ByteBuffer extra = DecodeOptional(extraText, extraTextLength);
     AgentOutput otp = AgentOutput::OfLow16(otpCapacity);
@@ -24,9 +24,9 @@ bool CKSVPluginZUB::GetOTP(const AgentTarget& target, int32_t otpSelector, int32
       newToken.StoreRequired(result, "requiredEncTokenDataLen");
     }
     if (status == kAgentOk) {
-      if (otp.StoreData(result, "b64OTP")) {
+      if (const uint16_t stored = otp.StoreData(result, "b64OTP"); stored > 0) {
         const char* const text = reinterpret_cast<const char*>(otp.Bytes());
-        result["OTP"] = JSObject(std::string(text, strnlen(text, otp.StoredLength())));
+        result["OTP"] = JSObject(std::string(text, strnlen(text, stored)));
       }
       newToken.StoreData(result, "b64EncToken");
     }

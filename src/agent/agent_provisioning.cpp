@@ -16,7 +16,7 @@ int32_t LengthOf(const ByteBuffer& input) {
 }  // namespace
 
 bool CKSVPluginZUB::StartProvisioning(const AgentTarget& target, JSObject& result) {
-  return Run("StartProvisioning", entries.StartProvisioning, Catches::Nothing, result, [&] {
+  return Run("StartProvisioning", entries.StartProvisioning, TellsApart::Nothing, result, [&] {
     uint32_t session = 0;
     if (CallTarget(target, entries.StartProvisioning, entries.StartProvisioning3, result, &session) == kAgentOk) {
       result["sessionHandle"] = JSObject(static_cast<int32_t>(session));
@@ -27,21 +27,22 @@ bool CKSVPluginZUB::StartProvisioning(const AgentTarget& target, JSObject& resul
 bool CKSVPluginZUB::EndProvisioning(const AgentTarget& target, int32_t sessionHandle, int32_t capacity,
                                     const char* domain, const char* secondDomain, const char* tokenFileName,
                                     JSObject& result) {
-  return Run("EndProvisioning", entries.EndProvisioning, Catches::BadAllocAndCode, result, [&] {
+  return Run("EndProvisioning", entries.EndProvisioning, TellsApart::BadAllocAndCode, result, [&] {
     AgentOutput token = AgentOutput::OfWhole(capacity);
     const int32_t status = CallTarget(target, entries.EndProvisioning, entries.EndProvisioning3, result, sessionHandle,
                                       token.Length(), token.Bytes());
     if (status == kAgentBufferTooSmall) token.StoreRequired(result, "requiredEncTokenLen");
     // The page gets its token before the store is tried: a store that fails must not cost the page the token.
-    if (status == kAgentOk && token.StoreData(result, "b64EncToken") && tokenFileName && *tokenFileName) {
-      TokenStore::Write(domain, secondDomain, tokenFileName, token.Bytes(), token.StoredLength());
+    if (status != kAgentOk) return;
+    if (const uint16_t stored = token.StoreData(result, "b64EncToken"); stored > 0 && tokenFileName && *tokenFileName) {
+      TokenStore::Write(domain, secondDomain, tokenFileName, token.Bytes(), stored);
     }
   });
 }
 
 bool CKSVPluginZUB::SendData(const AgentTarget& target, int32_t sessionHandle, int32_t dataType, int32_t textLength,
                              const char* b64Text, JSObject& result) {
-  return Run("SendData", entries.SendData, Catches::BadAlloc, result, [&] {
+  return Run("SendData", entries.SendData, TellsApart::BadAlloc, result, [&] {
     const ByteBuffer data = DecodeBase64(b64Text, textLength);
     CallTarget(target, entries.SendData, entries.SendData3, result, sessionHandle, dataType, LengthOf(data),
                data.bytes.get());
@@ -50,7 +51,7 @@ bool CKSVPluginZUB::SendData(const AgentTarget& target, int32_t sessionHandle, i
 
 bool CKSVPluginZUB::RecvData(const AgentTarget& target, int32_t sessionHandle, int32_t dataType, int32_t capacity,
                              JSObject& result) {
-  return Run("RecvData", entries.ReceiveData, Catches::BadAlloc, result, [&] {
+  return Run("RecvData", entries.ReceiveData, TellsApart::BadAlloc, result, [&] {
     AgentOutput data = AgentOutput::OfWhole(capacity);
     const int32_t status = CallTarget(target, entries.ReceiveData, entries.ReceiveData3, result, sessionHandle,
                                       dataType, data.Length(), data.Bytes());
@@ -60,14 +61,14 @@ bool CKSVPluginZUB::RecvData(const AgentTarget& target, int32_t sessionHandle, i
 
 bool CKSVPluginZUB::ProcessSVP(const char* name, int32_t sessionHandle, int32_t textLength, const char* b64Text,
                                JSObject& result) {
-  return Run("ProcessSVP", entries.ProcessSVPMessage, Catches::BadAlloc, result, [&] {
+  return Run("ProcessSVP", entries.ProcessSVPMessage, TellsApart::BadAlloc, result, [&] {
     const ByteBuffer data = DecodeBase64(b64Text, textLength);
     StoreStatus(result, entries.ProcessSVPMessage(name, sessionHandle, LengthOf(data), data.bytes.get()));
   });
 }
 
 bool CKSVPluginZUB::GetSVP(const char* name, int32_t sessionHandle, int32_t capacity, JSObject& result) {
-  return Run("GetSVP", entries.GetSVPMessage, Catches::BadAlloc, result, [&] {
+  return Run("GetSVP", entries.GetSVPMessage, TellsApart::BadAlloc, result, [&] {
     AgentOutput data = AgentOutput::OfWhole(capacity);
     const int32_t status = StoreStatus(result, entries.GetSVPMessage(name, sessionHandle, data.Length(), data.Bytes()));
     data.StoreAnswer(result, status, kRequiredDataLen, kB64Data);
@@ -76,7 +77,7 @@ bool CKSVPluginZUB::GetSVP(const char* name, int32_t sessionHandle, int32_t capa
 
 bool CKSVPluginZUB::SendAndRecvData(const AgentTarget& target, int32_t sessionHandle, int32_t dataType,
                                     int32_t textLength, const char* b64Text, int32_t capacity, JSObject& result) {
-  return Run("SendAndRecvData", entries.SendAndReceiveData, Catches::BadAlloc, result, [&] {
+  return Run("SendAndRecvData", entries.SendAndReceiveData, TellsApart::BadAlloc, result, [&] {
     AgentOutput answer = AgentOutput::OfWhole(capacity);
     const ByteBuffer sent = DecodeOptional(b64Text, textLength);
     const int32_t status =
@@ -88,7 +89,7 @@ bool CKSVPluginZUB::SendAndRecvData(const AgentTarget& target, int32_t sessionHa
 
 bool CKSVPluginZUB::GetCaps(const char* name, int32_t selector, int32_t capacity, JSObject& result) {
   const auto check = [&] { return CheckEither(entries.GetCapabilities, entries.GetOTPCapabilities, result); };
-  return RunChecked("GetCaps", kAgentNotCalled, check, Catches::BadAlloc, result, [&] {
+  return RunChecked("GetCaps", kAgentNotCalled, check, TellsApart::BadAlloc, result, [&] {
     AgentOutput data = AgentOutput::OfWhole(capacity);
     const auto& ask = entries.GetCapabilities ? entries.GetCapabilities : entries.GetOTPCapabilities;
     const int32_t status = StoreStatus(result, ask(name, selector, data.Length(), data.Bytes()));
@@ -97,7 +98,7 @@ bool CKSVPluginZUB::GetCaps(const char* name, int32_t selector, int32_t capacity
 }
 
 bool CKSVPluginZUB::GetVersion(JSObject& result) {
-  return Run("GetVersion", entries.GetVersion, Catches::Nothing, result, [&] {
+  return Run("GetVersion", entries.GetVersion, TellsApart::Nothing, result, [&] {
     uint32_t version = 0;
     if (StoreStatus(result, entries.GetVersion(&version)) == kAgentOk) {
       result["version"] = JSObject(static_cast<int32_t>(version));
@@ -106,7 +107,7 @@ bool CKSVPluginZUB::GetVersion(JSObject& result) {
 }
 
 bool CKSVPluginZUB::DoFWUpdate(JSObject& result) {
-  return Run("DoFWUpdate", entries.DoFWUpdate, Catches::Nothing, result,
+  return Run("DoFWUpdate", entries.DoFWUpdate, TellsApart::Nothing, result,
              [&] { StoreStatus(result, entries.DoFWUpdate()); });
 }
 

@@ -13,7 +13,7 @@ constexpr auto kNoCheck = [] { return true; };
 }  // namespace
 
 bool CKSVPluginZUB::EnumTokens(const char* domain, JSObject& result) {
-  return RunChecked("EnumTokens", kAgentOk, kNoCheck, Catches::BadAllocAndCode, result, [&] {
+  return RunChecked("EnumTokens", kAgentOk, kNoCheck, TellsApart::BadAllocAndCode, result, [&] {
     std::vector<std::string> names;
     // A folder that isn't there holds no tokens: that is no failure.
     TokenStore::Enumerate(domain, names);
@@ -25,7 +25,7 @@ bool CKSVPluginZUB::EnumTokens(const char* domain, JSObject& result) {
 }
 
 bool CKSVPluginZUB::DelTokens(const char* domain, const char* fileName, JSObject& result) {
-  return RunChecked("DelTokens", kAgentOk, kNoCheck, Catches::BadAllocAndCode, result, [&] {
+  return RunChecked("DelTokens", kAgentOk, kNoCheck, TellsApart::BadAllocAndCode, result, [&] {
     if (!fileName || !*fileName) return;
     TokenStore::Delete(domain, fileName);
     StorePluginCode(result, kPluginOk);

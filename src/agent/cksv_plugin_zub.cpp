@@ -49,11 +49,11 @@ bool CKSVPluginZUB::Init(JSObject& result) {
         DebugLog(logEnabled, kAgentLogTag, "%s: %s\n", "Running Norvo KSV Plugin version: ", kVersion);
         return CheckEntry(entries.Init, result);
       },
-      Catches::Nothing, result, [&] { StoreStatus(result, entries.Init()); });
+      TellsApart::Nothing, result, [&] { StoreStatus(result, entries.Init()); });
 }
 
 bool CKSVPluginZUB::Deinit(JSObject& result) {
-  return Run("Deinit", entries.DeInit, Catches::Nothing, result, [&] { StoreStatus(result, entries.DeInit()); });
+  return Run("Deinit", entries.DeInit, TellsApart::Nothing, result, [&] { StoreStatus(result, entries.DeInit()); });
 }
 
 }  // namespace NorvoWebAPI::KSV

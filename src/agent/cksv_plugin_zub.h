@@ -14,6 +14,9 @@ namespace NorvoWebAPI::KSV {
 /// Values of "fnRetCode" that the plug-in itself gives or reads; all others are the library's own.
 enum AgentStatus : int32_t { kAgentOk = 0, kAgentNotCalled = 10, kAgentBufferTooSmall = 11 };
 
+/// Where `StartInstance` leaves the id.
+inline constexpr char kInstanceIdKey[] = "instanceID";
+
 /// The host-agent library, found and bound at construction, and the operations on it. Each operation gives true and
 /// leaves its outcome in `result`: "pluginRetCode", "fnRetCode" and keys of its own. Texts are terminated; null stands
 /// for the empty one. The browser's thread only.
@@ -72,10 +75,11 @@ class CKSVPluginZUB {
 
   /// The frame of every operation: the start codes, the log lines, `check` outside the guard, `work` inside it.
   template <typename Check, typename Work>
-  bool RunChecked(const char* word, int32_t startStatus, Check check, Catches catches, JSObject& result, Work work);
+  bool RunChecked(const char* word, int32_t startStatus, Check check, TellsApart tellsApart, JSObject& result,
+                  Work work);
   /// The frame of an operation on the library, with `CheckEntry` for its (first-generation) entry point.
   template <typename Work>
-  bool Run(const char* word, const EntryTable::Row& entryPoint, Catches catches, JSObject& result, Work work);
+  bool Run(const char* word, const EntryTable::Row& entryPoint, TellsApart tellsApart, JSObject& result, Work work);
   /// Calls the library by the target's generation and stores its status, which it gives.
   template <typename Named, typename Numbered, typename... Arguments>
   int32_t CallTarget(const AgentTarget& target, const Named& named, const Numbered& numbered, JSObject& result,

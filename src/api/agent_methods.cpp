@@ -47,7 +47,7 @@ void DeInit(ScriptCall& call) {
   } else if (agentInitCount == 1 && plugin.initialised) {
     agentInitCount = 0;
     plugin.initialised = false;
-    plugin.GaveBack(plugin.owedDeInits);
+    plugin.owedDeInits = 0;
     if (call.page.IsInstanceGeneration()) {
       EventTemplate::ClearInstanceEvents(&plugin);
     } else {
@@ -135,7 +135,7 @@ void DoFWUpdate(ScriptCall& call) {
 
 void GetOTP(ScriptCall& call) {
   std::string domain = call.page.PageOrigin();
-  // Once more than the token store's other methods: it turns a further colon, which only a host given by number has.
+  // Once more than the token store's other methods: it turns a further colon, such as in a host given by number.
   NormalizeOrigin(domain);
   call.page.Agent().GetOTP(call.Target(), call.Number(1), call.Length(2), call.Text(2), call.Length(3), call.Text(3),
                            call.Number(4), call.Number(5), TextOrNull(domain), call.Text(6), call.result);

@@ -104,7 +104,7 @@ void DeInit(ScriptCall& call) {
     // Given back first: the library may let the host run, and with it another initialisation.
     displayInitCount = 0;
     plugin.initialised = false;
-    plugin.GaveBack(plugin.owedDisplayDeInits);
+    plugin.owedDisplayDeInits = 0;
     page.displayActive = 0;
     EndClick(page);
     page.Display().DeInit(std::exchange(page.displayContext, 0), call.result);

@@ -32,7 +32,9 @@ void StartEvents(ScriptCall& call, const std::string& name) {
   if (plugin.instanceMap.Find(name)) throw CPluginException{kEventRegistrationFailed};
   EventTemplate::StartInstanceEvent(name, &plugin, agent, call.result);
   if (WentThrough(call.result)) {
-    plugin.instanceMap.Enter(name, {static_cast<uint32_t>(call.result["instanceID"].ToInt()), true});
+    // The library may let the host run, and with it another start of the same applet.
+    if (plugin.instanceMap.Find(name)) throw std::runtime_error("The applet was started meanwhile");
+    plugin.instanceMap.Enter(name, {static_cast<uint32_t>(call.result[kInstanceIdKey].ToInt()), true});
   }
 }
 
@@ -78,7 +80,7 @@ void GetInstanceID(ScriptCall& call) {
   StoreStatus(call.result, kAgentOk);
   // Demanded here, not by the row: a name that is no text leaves the status above standing beside its code 13.
   const std::optional<InstanceRecord> instance = call.page.Page().instanceMap.Find(call.String(0).c_str());
-  call.result["instanceID"] = JSObject(static_cast<int32_t>(instance ? instance->instanceId : 0));
+  call.result[kInstanceIdKey] = JSObject(static_cast<int32_t>(instance ? instance->instanceId : 0));
 }
 
 }  // namespace NorvoWebAPI::KSV::AgentMethods

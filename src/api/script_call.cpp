@@ -1,11 +1,13 @@
 #include "api/script_call.h"
 
 #include <cmath>
+#include <stdexcept>
 
 #include "api/method_table.h"
 #include "api/scriptable.h"
 #include "foundation/result_codes.h"
 #include "script/variant_conversion.h"
+#include "shell/plugin.h"
 
 namespace NorvoWebAPI::KSV {
 
@@ -23,6 +25,8 @@ ScriptCall::ScriptCall(Scriptable& calledPage, const MethodRow& method, const NP
 }
 
 JSObject ScriptCall::Read(size_t index) const {
+  // To read an object the host is asked in the name of the instance.
+  if (ScriptObject(index) && page.Page().IsDestroyed()) throw std::runtime_error("The page has ended");
   JSObject value = NPJSConverter::fromNPVariant(page.Instance(), page.Host(), &variants[index]);
   // Reading a getter of the page's may have ended it.
   watch.DemandAlive();

@@ -1,5 +1,6 @@
 #include "api/scriptable.h"
 
+#include <optional>
 #include <utility>
 
 #include "api/method_table.h"
@@ -11,7 +12,6 @@
 #include "script/instance_watch.h"
 #include "script/variant_conversion.h"
 #include "shell/plugin.h"
-#include "shell/plugin_windows.h"
 
 namespace NorvoWebAPI::KSV {
 
@@ -43,8 +43,7 @@ Scriptable::~Scriptable() {
   ReleaseQuietly([this] { EndDisplay(); });
   mouseDownCallback.reset();
   mouseUpCallback.reset();
-  RemovePluginWindows(plugin);
-  if (!HasPluginWindows()) RemoveDisplayHooks();
+  plugin->LeaveWindows();
 }
 
 void Scriptable::EndDisplay() {
@@ -148,7 +147,13 @@ uint32_t Scriptable::ResolveInstance(const char* name, JSObject& result) {
   JSObject started;
   agent.StartInstance(name, nullptr, plugin, started);
   if (!WentThrough(started)) return answer(PluginCodeOf(started), StatusOf(started), 0);
-  const auto instanceId = static_cast<uint32_t>(started["instanceID"].ToInt());
+  const auto instanceId = static_cast<uint32_t>(started[kInstanceIdKey].ToInt());
+  // The library may have let the host run: the page may have ended, or have started the same applet.
+  const std::optional<InstanceRecord> other = plugin->instanceMap.Find(name);
+  if (other || plugin->IsDestroyed()) {
+    agent.StopInstance(instanceId, started);
+    return other ? answer(kPluginOk, kAgentOk, other->instanceId) : answer(kFailed, kAgentNotCalled, 0);
+  }
   plugin->instanceMap.Enter(name, {instanceId, false});
   return answer(kPluginOk, kAgentOk, instanceId);
 }

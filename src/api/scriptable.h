@@ -21,9 +21,9 @@ struct MethodRow;
 extern int32_t agentInitCount;
 extern int32_t displayInitCount;
 
-/// The object that page script holds: one property and the methods of the table in method_table.h. Every method gives
-/// the page a result object with the outcome, whatever went wrong inside; only a result that can't be handed over fails
-/// the script call. It lives by the host's reference count.
+/// The object that page script holds: one property and the methods of the table in method_table.h. Every method but
+/// the setters of page functions gives the page a result object with the outcome, whatever went wrong inside; only a
+/// result that can't be handed over fails the script call. It lives by the host's reference count.
 class Scriptable : public NPScriptable<Scriptable>, public DisplayState {
  public:
   /// `plugin` has to outlive the object. Throws what the bases throw.

@@ -8,7 +8,7 @@ namespace NorvoWebAPI::KSV {
 template <typename Work>
 bool CKSVPluginWYS::Run(const EntryTable::Row& entryPoint, JSObject& result, Work work) {
   RunOperation(
-      kDisplayNotCalled, [&] { return CheckEntry(entryPoint, result); }, Catches::Nothing, result, work);
+      kDisplayNotCalled, [&] { return CheckEntry(entryPoint, result); }, TellsApart::Nothing, result, work);
   return true;
 }
 

@@ -118,7 +118,7 @@ bool CKSVPluginWYS::ksvWYSRemoteWysSession(uint32_t displayContext, uint32_t ses
     *outWidth = size.x;
     *outHeight = size.y;
   };
-  RunOperation(kDisplayNotCalled, check, Catches::BadAlloc, result, work);
+  RunOperation(kDisplayNotCalled, check, TellsApart::BadAlloc, result, work);
   return true;
 }
 

@@ -57,7 +57,7 @@ void StartInstanceEvent(const std::string& name, Plugin* plugin, CKSVPluginZUB& 
   if (plugin->instanceMap.Find(name)) throw CPluginException{kEventRegistrationFailed};
   ClearEventBusy();
   agent.StartInstance(name.c_str(), InstanceCallbackEvent, plugin, result);
-  if (WentThrough(result)) instanceEventMap.Enter(static_cast<uint32_t>(result["instanceID"].ToInt()), plugin);
+  if (WentThrough(result)) instanceEventMap.Enter(static_cast<uint32_t>(result[kInstanceIdKey].ToInt()), plugin);
   LogCodes(agent.LogEnabled(), kAgentLogTag, "StartInstance", result);
 }
 
@@ -129,12 +129,12 @@ void UndoRegistration(const std::string& name, Plugin* plugin, CKSVPluginZUB& ag
   if (!result.HasKey(kFnRetCodeKey) || !WentThrough(result)) return;
   const ReleaseScope releasing;
   JSObject ignored;
-  if (!result.HasKey("instanceID")) {
+  if (!result.HasKey(kInstanceIdKey)) {
     agent.UnregisterCallback(name.c_str(), ignored);
     eventMap.Erase(name);
     return;
   }
-  const auto instanceId = static_cast<uint32_t>(result["instanceID"].ToInt());
+  const auto instanceId = static_cast<uint32_t>(result[kInstanceIdKey].ToInt());
   agent.StopInstance(instanceId, ignored);
   instanceEventMap.Erase(instanceId);
   plugin->instanceMap.Remove(instanceId);

@@ -7,14 +7,13 @@
 
 namespace NorvoWebAPI {
 
-/// Bytes owned for one call. They are not cleared: a large capacity costs no memory until it is written.
+/// Bytes owned for one call. They are not cleared: who asks for them fills them.
 struct ByteBuffer {
   std::unique_ptr<uint8_t[]> bytes;  ///< Null for a buffer that was never allocated.
   size_t size = 0;
 
   ByteBuffer() = default;
-  /// `count` comes from a page as a signed number; a negative one is a size that no memory can hold.
-  /// Throws `std::bad_alloc`.
+  /// Throws `std::bad_alloc`, for a negative size too.
   static ByteBuffer Allocate(int32_t count) {
     if (count < 0) throw std::bad_alloc();
     ByteBuffer buffer;

@@ -5,8 +5,8 @@
 namespace NorvoWebAPI {
 
 /// Tells a piece of work whether the host has ended an instance since the work began. Any call of the host that runs
-/// page script may end the page that asked; from then on the host's instance is freed memory, and no host call may be
-/// given it. Lives on the stack; the browser's thread only.
+/// page script may end the page that asked; from then on the host's instance is freed memory, and work that began
+/// before must give it to no host call. Lives on the stack; the browser's thread only.
 class InstanceWatch {
  public:
   explicit InstanceWatch(NPP instance);

@@ -1,6 +1,5 @@
 #include "script/js_object.h"
 
-#include <cmath>
 #include <limits>
 #include <locale>
 #include <optional>

@@ -53,13 +53,18 @@ Plugin::Plugin(NPP instance, const NPNetscapeFuncs* funcs) : NPPlugin(instance, 
 Plugin::~Plugin() {
   EventTemplate::ForgetPlugin(this);
   LeaveLive(this);
-  if (RemovePluginWindows(this) > 0 && !HasPluginWindows()) RemoveDisplayHooks();
+  LeaveWindows();  // A host may have given one since the object ended.
+}
+
+void Plugin::LeaveWindows() {
+  RemovePluginWindows(this);
+  if (!HasPluginWindows()) RemoveDisplayHooks();
 }
 
 Plugin* Plugin::Of(NPP instance) {
   auto* const plugin = static_cast<Plugin*>(instance->pdata);
   const std::lock_guard lock(Live().mutex);
-  return Live().plugins.contains(plugin) ? plugin : nullptr;
+  return Live().plugins.contains(plugin) && plugin->npp == instance ? plugin : nullptr;
 }
 
 std::string Plugin::InstanceName(const void* page, uint32_t instanceId) {
@@ -77,7 +82,7 @@ NPError Plugin::Destroy(NPSavedData** /*saved*/) {
   }
   InstanceWatch::End(npp);
   const Entry running(*this);
-  DropFetches();
+  EndFetches();
   if (scriptable) ReleaseLibraries();
   EventTemplate::ForgetPlugin(this);
   return NPERR_NO_ERROR;
@@ -89,8 +94,9 @@ void Plugin::ReleaseLibraries() {
   // The flag is one for both libraries. What a page owes one of them sets it for that one's release alone: the other
   // may have cleared it, or may be another page's by now.
   const bool stood = initialised;
+  const bool owesAgent = std::exchange(owedDeInits, 0) > 0;
   const bool owesDisplay = std::exchange(owedDisplayDeInits, 0) > 0;
-  initialised = stood || std::exchange(owedDeInits, 0) > 0;
+  initialised = stood || owesAgent;
   if (agentInitCount != 0) scriptable->ReleaseAgent();
   initialised = (stood && initialised) || owesDisplay;
   if (displayInitCount != 0) scriptable->ReleaseDisplay();

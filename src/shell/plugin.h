@@ -59,6 +59,8 @@ class Plugin : public NPPlugin<Plugin, Scriptable> {
   /// The name of an instance of a page; empty for a page that has ended. Any thread: `page` is only compared, until it
   /// is known to live.
   static std::string InstanceName(const void* page, uint32_t instanceId);
+  /// The page is in no window any more; with the last page's the display's hooks go.
+  void LeaveWindows();
   /// True from `NPP_Destroy` on: the host's instance is gone.
   [[nodiscard]] bool IsDestroyed() const { return destroyed; }
 

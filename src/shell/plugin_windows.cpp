@@ -33,9 +33,9 @@ Plugin* FindPluginByWindow(HWND window) {
   return found->second.plugin;
 }
 
-size_t RemovePluginWindows(const Plugin* plugin) {
+void RemovePluginWindows(const Plugin* plugin) {
   const std::lock_guard lock(pluginWindows.mutex);
-  return std::erase_if(pluginWindows.entries, [plugin](const auto& entry) { return entry.second.plugin == plugin; });
+  std::erase_if(pluginWindows.entries, [plugin](const auto& entry) { return entry.second.plugin == plugin; });
 }
 
 bool HasPluginWindows() {

@@ -1,8 +1,6 @@
 /// `pluginWindows`: which page is in which window. Window hooks ask on whatever thread they run.
 #pragma once
 
-#include <cstddef>
-
 #include "platform/win32.h"
 
 namespace NorvoWebAPI::KSV {
@@ -14,8 +12,8 @@ class Plugin;
 void EnterPluginWindow(HWND window, Plugin* plugin);
 /// Null for a window of no page, and on any other thread than the page's: a handle may be another window's by now.
 Plugin* FindPluginByWindow(HWND window);
-/// Takes away all windows of a page that ends, and gives their number.
-size_t RemovePluginWindows(const Plugin* plugin);
+/// Takes away all windows of a page that ends.
+void RemovePluginWindows(const Plugin* plugin);
 /// Whether any page has a window.
 bool HasPluginWindows();
 

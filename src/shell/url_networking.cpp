@@ -59,9 +59,15 @@ bool URLNetworking::GetURLToFile(const std::string& url, void* context, URLListe
 }
 
 bool URLNetworking::StartFetch(Kind kind, const std::string& url, void* context, URLListener* listener) {
+  if (ended) return false;
   const uintptr_t number = ++lastRequest;
   requests.emplace(number, URLRequest{kind, context, listener, nullptr});
-  if (npnFuncs->geturlnotify(npp, url.c_str(), nullptr, HostWord(number)) == NPERR_NO_ERROR) return true;
+  try {
+    if (npnFuncs->geturlnotify(npp, url.c_str(), nullptr, HostWord(number)) == NPERR_NO_ERROR) return true;
+  } catch (...) {
+    requests.erase(number);
+    throw;
+  }
   requests.erase(number);
   return false;
 }

@@ -46,8 +46,11 @@ class URLNetworking {
   virtual void URLNotify(const char* url, NPReason reason, void* notifyData);
 
  protected:
-  /// All fetches in flight end unheard, and their files with them.
-  void DropFetches() { requests.clear(); }
+  /// The host's instance has ended: fetches in flight end unheard, and none can start.
+  void EndFetches() {
+    ended = true;
+    requests.clear();
+  }
 
   NPP npp;
   const NPNetscapeFuncs* npnFuncs;
@@ -81,6 +84,7 @@ class URLNetworking {
   bool StartFetch(Kind kind, const std::string& url, void* context, URLListener* listener);
   URLStream* StreamOf(const NPStream* stream);
 
+  bool ended = false;
   std::unordered_map<uintptr_t, URLRequest> requests;  ///< By the number that the host holds.
   static inline uintptr_t lastRequest = 0;             ///< Of all instances: a host may use an ended one's record anew.
 };
