@@ -222,6 +222,16 @@ BOOL DeleteFileA(LPCSTR path) {
   return unlink(systemPath.c_str()) == 0 ? TRUE : Fail(ErrorAt(errno, systemPath), FALSE);
 }
 
+DWORD GetFileAttributesA(LPCSTR path) {
+  if (InjectedError("GetFileAttributesA")) return INVALID_FILE_ATTRIBUTES;
+  if (path == nullptr || *path == '\0') return Fail(ERROR_PATH_NOT_FOUND, INVALID_FILE_ATTRIBUTES);
+  const std::string systemPath = SystemPath(path);
+  struct stat status {};
+  if (stat(systemPath.c_str(), &status) != 0) return Fail(ErrorAt(errno, systemPath), INVALID_FILE_ATTRIBUTES);
+  if (S_ISDIR(status.st_mode)) return FILE_ATTRIBUTE_DIRECTORY;
+  return S_ISREG(status.st_mode) ? FILE_ATTRIBUTE_NORMAL : FILE_ATTRIBUTE_DEVICE;
+}
+
 HANDLE FindFirstFileA(LPCSTR pattern, WIN32_FIND_DATAA* found) {
   if (InjectedError("FindFirstFileA")) return INVALID_HANDLE_VALUE;
   if (pattern == nullptr || found == nullptr) return Fail(ERROR_INVALID_PARAMETER, INVALID_HANDLE_VALUE);

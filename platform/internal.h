@@ -57,12 +57,13 @@ class HandleTable {
 
 /// The calls that a test can make fail.
 inline constexpr std::string_view kCallNames[] = {
-    "CreateDirectoryA", "CreateMutexA",        "DeleteFileA",         "FindFirstFileA",      "FindNextFileA",
-    "GetFullPathNameA", "GetModuleHandleA",    "GetModuleHandleEx",   "GetProcAddress",      "GetTempFileNameA",
-    "IsWow64Process",   "LoadLibraryW",        "MsiGetPropertyA",     "MultiByteToWideChar", "PostMessageA",
-    "RegCreateKeyEx",   "RegDeleteKeyA",       "RegEnumKeyExA",       "RegOpenKeyEx",        "RegQueryInfoKeyA",
-    "RegQueryValueEx",  "RegSetValueEx",       "ReleaseMutex",        "ScreenToClient",      "SetWindowsHookExA",
-    "SysAllocString",   "WaitForSingleObject", "WideCharToMultiByte", "_dupenv_s",           "wcstombs_s",
+    "CreateDirectoryA",   "CreateMutexA",     "DeleteFileA",         "FindFirstFileA",      "FindNextFileA",
+    "GetFileAttributesA", "GetFullPathNameA", "GetModuleHandleA",    "GetModuleHandleEx",   "GetProcAddress",
+    "GetTempFileNameA",   "IsWow64Process",   "LoadLibraryW",        "MsiGetPropertyA",     "MultiByteToWideChar",
+    "PostMessageA",       "RegCreateKeyEx",   "RegDeleteKeyA",       "RegEnumKeyExA",       "RegOpenKeyEx",
+    "RegQueryInfoKeyA",   "RegQueryValueEx",  "RegSetValueEx",       "ReleaseMutex",        "ScreenToClient",
+    "SetWindowsHookExA",  "SysAllocString",   "WaitForSingleObject", "WideCharToMultiByte", "_dupenv_s",
+    "wcstombs_s",
 };
 
 /// One of `kCallNames`, by its place there. A name that is not listed does not compile.

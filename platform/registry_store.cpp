@@ -178,7 +178,10 @@ Json* RegistryStore::FindValue(Json& key, std::string_view name) {
 std::vector<std::string> RegistryStore::SubKeyNames(const Json& key) {
   std::vector<std::string> names;
   for (const auto& [name, member] : key.items()) {
-    if (IsKey(member)) names.push_back(name);
+    // Only what a call can open: a person may have written the file.
+    if (IsKey(member) && !name.empty() && name.find_first_of(std::string_view("\\\0", 2)) == std::string::npos) {
+      names.push_back(name);
+    }
   }
   return names;
 }

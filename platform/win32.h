@@ -244,8 +244,10 @@ UINT MsiGetPropertyA(MSIHANDLE installation, LPCSTR name, LPSTR value, DWORD* le
 // --- Files, environment, time -----------------------------------------------------------------------------------
 
 inline constexpr DWORD FILE_ATTRIBUTE_DIRECTORY = 0x10;
+inline constexpr DWORD FILE_ATTRIBUTE_DEVICE = 0x40;
 inline constexpr DWORD FILE_ATTRIBUTE_NORMAL = 0x80;
 inline constexpr DWORD FILE_ATTRIBUTE_REPARSE_POINT = 0x400;
+inline constexpr DWORD INVALID_FILE_ATTRIBUTES = 0xFFFFFFFF;
 
 /// Only the attributes and the name are filled; the rest is 0.
 struct WIN32_FIND_DATAA {
@@ -266,6 +268,8 @@ UINT GetTempFileNameA(LPCSTR folder, LPCSTR prefix, UINT unique, LPSTR path);
 BOOL CreateDirectoryA(LPCSTR path, LPSECURITY_ATTRIBUTES security);
 BOOL DeleteFileA(LPCSTR path);
 /// Lists by name, ignoring the case of ASCII letters; "*.*" matches every name.
+/// Of the file that a link leads to: a folder, a plain file, or else a device.
+DWORD GetFileAttributesA(LPCSTR path);
 HANDLE FindFirstFileA(LPCSTR pattern, WIN32_FIND_DATAA* found);
 BOOL FindNextFileA(HANDLE search, WIN32_FIND_DATAA* found);
 BOOL FindClose(HANDLE search);

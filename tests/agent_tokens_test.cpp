@@ -100,6 +100,7 @@ TEST_F(AgentTokensTest, AnAddressOrANameLeadsIntoNoOtherFolder) {
   environment.Write("KSV_tokens/free", "root");
   Page rootless(host, "data:,/../https_bank.example_8443");
   EXPECT_EQ(List(rootless), Codes(19, ""));
+  EXPECT_EQ(List(Page(host, std::string("\0x", 2))), Codes(19, "")) << "the root is nobody's";
   EXPECT_EQ(rootless.Call("zubDeleteTokenDomainBinding", {"kept"}).Show(), Codes(19, ""));
   EXPECT_EQ(rootless.Call("zubEndProvisioningDomainBinding", {"app", 7, 64, "new", true, ""}).Show(), Codes(19));
   agent.TakeCalls();

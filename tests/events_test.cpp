@@ -116,6 +116,20 @@ TEST_P(EventsTest, ReachThePagesFunctionWithNameSourceAndData) {
   }
 }
 
+TEST_P(EventsTest, ReachNoScriptOnAnotherThreadThanThePages) {
+  std::thread([&] {
+    TestWindow foreign;
+    NPWindow given{};
+    given.window = foreign.handle();
+    Module().setwindow(page.Instance(), &given);
+    Register(page, "app", listener);
+    Enter("app", "x");
+    PumpMessages();
+    EXPECT_TRUE(foreign.HasReceived(kAgentEvent));
+  }).join();
+  EXPECT_EQ(listener.Take(), Calls{});
+}
+
 TEST_P(EventsTest, AreDroppedInTheEntryWhenNobodyCanTakeThem) {
   Register(page, "app", listener);
   const auto broken = [this](const char* name, uint32_t size, void* of, uint32_t id) {

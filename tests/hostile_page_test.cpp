@@ -1,6 +1,8 @@
 // Pages that mean harm or bad luck: values without an end, an instance that ends inside its own call, a host that
 // fails.
+#include <algorithm>
 #include <memory>
+#include <utility>
 
 #include "api/scriptable.h"
 #include "script/np_func_bridge.h"
@@ -175,6 +177,7 @@ TEST_F(HostilePageTest, InstanceEndsWhileItsAddressIsRead) {
       return Value(location);
     });
     EXPECT_EQ(doomed.Call("zubGetOTP", {"app", 3, "", "", 8, 16, ""}).Show(), "failed");
+    EXPECT_EQ(agent.TakeCalls(), Calls{}) << "nobody is left to ask for";
   }
 }
 
@@ -210,6 +213,45 @@ TEST_F(HostilePageTest, EndsInEveryOrderGiveTheCountBackOnce) {
     end(ending);
     EXPECT_EQ(agent.TakeCalls(), Calls{"ZUB_DeInit()"});
     EXPECT_EQ(NorvoWebAPI::KSV::agentInitCount, 0);
+  }
+}
+
+TEST_F(HostilePageTest, AnEndedPageTakesNoLibraryDownThatOthersBroughtUp) {
+  for (const bool takesDownItself : {true, false}) {
+    NorvoWebAPI::KSV::agentInitCount = 0;
+    Page first(host);
+    first.Call("zubInit");
+    first.Call("zubInit");
+    { const Page idle(host); }
+    if (takesDownItself) first.Call("zubDeInit");
+    Page later(host);
+    later.Call("zubInit");
+    agent.TakeCalls();
+    first.End();
+    EXPECT_EQ(agent.TakeCalls(), Calls{});
+    EXPECT_EQ(NorvoWebAPI::KSV::agentInitCount, 1);
+  }
+}
+
+TEST_F(HostilePageTest, AStartInsideAStartLeavesOneInstance) {
+  agent.SetVersion(3);
+  for (const bool ends : {false, true}) {
+    Page restless(host);
+    bool inside = false;
+    agent.On("ZUB3_StartInstance", [&](AgentCall&) {
+      if (std::exchange(inside, true)) return;
+      if (ends) restless.End();
+      if (!ends) restless.Call("zubStartProvisioning", {"app"});
+    });
+    agent.TakeCalls();
+    restless.Call("zubStartProvisioning", {"app"});
+    const Calls calls = agent.TakeCalls();
+    const auto count = [&](std::string_view name) {
+      return std::ranges::count_if(calls, [&](const auto& call) { return call.starts_with(name); });
+    };
+    EXPECT_EQ(count("ZUB3_StartInstance"), ends ? 1 : 2) << testing::PrintToString(calls);
+    EXPECT_EQ(count("ZUB3_StopInstance"), 1) << testing::PrintToString(calls);
+    EXPECT_EQ(count("ZUB3_StartProvisioning"), ends ? 0 : 2) << testing::PrintToString(calls);
   }
 }
 

@@ -61,7 +61,7 @@ std::string ModuleKind(const std::string& path) {
 std::string WhyNotLoaded(const std::string& path) {
   const std::string kind = ModuleKind(path);
   if (kind.empty()) return "is no library at all";
-  if (kind != OwnKind()) return "is a " + kind + " library, and " + OwnKind() + " browsers load it not";
+  if (kind != OwnKind()) return "is a " + kind + " library, and " + OwnKind() + " browsers don't load it";
   return "can't be loaded: something that it needs is missing or broken";
 }
 

@@ -16,6 +16,9 @@ enum AgentStatus : int32_t { kAgentOk = 0, kAgentNotCalled = 10, kAgentBufferToo
 
 /// Where `StartInstance` leaves the id.
 inline constexpr char kInstanceIdKey[] = "instanceID";
+inline uint32_t InstanceIdOf(JSObject& result) {
+  return static_cast<uint32_t>(result[kInstanceIdKey].ToInt());
+}
 
 /// The host-agent library, found and bound at construction, and the operations on it. Each operation gives true and
 /// leaves its outcome in `result`: "pluginRetCode", "fnRetCode" and keys of its own. Texts are terminated; null stands

@@ -17,9 +17,9 @@ std::string Root() {
 }
 
 // One name, and so one folder below the root. An address without a host keeps its slashes in the origin's text, and
-// could lead into the folder of another origin by them.
+// could lead into the folder of another origin by them; the root itself is nobody's.
 bool IsOneName(std::string_view domain) {
-  return domain.find_first_of("\\/") == std::string_view::npos && domain != "." && domain != "..";
+  return !domain.empty() && domain.find_first_of("\\/") == std::string_view::npos && domain != "." && domain != "..";
 }
 
 std::string FolderOf(const char* domain) {

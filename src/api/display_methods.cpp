@@ -1,6 +1,5 @@
 #include "api/display_methods.h"
 
-#include <memory>
 #include <string>
 #include <utility>
 
@@ -16,27 +15,31 @@ namespace {
 
 constexpr DWORD kMaxRepaintWait = 1000;  // Milliseconds.
 
-// A place for a number that the library gives. It is the page's only once the call is over, so that the library has no
-// address to keep, and only if the library wrote it: the page's script may have run meanwhile.
-class Given {
- public:
-  explicit Given(uint32_t& target) : number(target), before(target) {}
-  Given(const Given&) = delete;
-  Given& operator=(const Given&) = delete;
-  ~Given() {
-    if (*place != before) number = *place;
-  }
-  [[nodiscard]] uint32_t* Out() const { return place.get(); }
+// Lets an operation of the library's write one of the page's numbers. The page has it only once the call is over, and
+// only if the library gave one: script that ran meanwhile may have changed the page's.
+template <typename Operation>
+void TakeNumber(uint32_t& number, const ScriptCall& call, Operation operation) {
+  const uint32_t before = number;
+  uint32_t given = before;
+  operation(&given);
+  if (given != before || StatusOf(call.result) == kDisplayOk) number = given;
+}
 
- private:
-  uint32_t& number;
-  uint32_t before;
-  std::unique_ptr<uint32_t> place = std::make_unique<uint32_t>(before);
-};
+// The page has ended inside the call that made something for it, and its end took away only what stood then.
+void TakeBackSession(Scriptable& page) {
+  if (displayInitCount == 0 || page.displayActive == 1) return;
+  JSObject unread;
+  const uint32_t sessionId = std::exchange(page.sessionId, 0);
+  page.Display().RegisterEvents(sessionId, nullptr, nullptr, unread);
+  page.Display().CloseSession(sessionId, unread);
+}
 
 // Whether the library has done what it was asked last, for a page that has not ended inside that call.
 bool Done(ScriptCall& call) {
-  return StatusOf(call.result) == kDisplayOk && !call.page.Page().IsDestroyed();
+  if (StatusOf(call.result) != kDisplayOk) return false;
+  const bool ended = call.page.Page().IsDestroyed();
+  if (ended) TakeBackSession(call.page);
+  return !ended;
 }
 
 // The page's image is up: its window is watched from now on.
@@ -52,7 +55,7 @@ bool ReleaseRemoteImage(ScriptCall& call) {
   return Done(call);
 }
 
-// Asked at once before a session is closed; a repaint that runs needs it still.
+// Asked before a session is closed; a repaint that runs needs it still.
 bool IsRepainting(const Scriptable& page) {
   const HANDLE mutex = page.repaintMutex.Get();
   if (!TakeMutex(mutex, kMaxRepaintWait)) return true;
@@ -80,10 +83,8 @@ void Init(ScriptCall& call) {
     page.ForgetSession();
     page.displayContext = 0;
   }
-  {
-    const Given context(page.displayContext);
-    page.Display().Init(call.Number(0), call.Text(1), context.Out(), call.result);
-  }
+  TakeNumber(page.displayContext, call,
+             [&](uint32_t* context) { page.Display().Init(call.Number(0), call.Text(1), context, call.result); });
   if (StatusOf(call.result) != kDisplayOk) return;
   page.Page().initialised = true;
   ++page.Page().owedDisplayDeInits;
@@ -115,18 +116,14 @@ void EstablishSession(ScriptCall& call) {
   Scriptable& page = call.page;
   const HWND window = page.Page().window;
   if (!window || page.Page().IsDestroyed()) return;
-  {
-    const Given session(page.sessionId);
-    page.Display().EstablishSession(window, session.Out(), page.displayContext, call.result);
-  }
-  const int32_t status = StatusOf(call.result);
-  if (status != kDisplayOk && status != kSessionStands) return;
-  if (page.Page().IsDestroyed()) {
-    // Nobody else would; but one that stood before may be another page's.
-    if (status == kDisplayOk) page.Display().CloseSession(std::exchange(page.sessionId, 0), call.result);
-    return;
-  }
+  TakeNumber(page.sessionId, call, [&](uint32_t* session) {
+    page.Display().EstablishSession(window, session, page.displayContext, call.result);
+  });
+  // One that stood before may be another page's.
+  const bool stands = StatusOf(call.result) == kSessionStands;
+  if (stands ? page.Page().IsDestroyed() : !Done(call)) return;
   page.Display().RegisterEvents(page.sessionId, DisplayEventCallback, window, call.result);
+  if (!stands && page.Page().IsDestroyed()) TakeBackSession(page);
   if (StatusOf(call.result) != kDisplayOk) StorePluginCode(call.result, kDisplayEventsFailed);
 }
 
@@ -166,7 +163,10 @@ void CreateStdImage(ScriptCall& call) {
                                 call.Text(10), call.Text(11), call.Length(11), &width, &height, call.result);
   if (!Done(call)) return;
   page.Display().RepaintImage(page.sessionId, page.imageId, call.result);
-  if (page.Page().IsDestroyed()) return;
+  if (page.Page().IsDestroyed()) {
+    TakeBackSession(page);
+    return;
+  }
   page.imageWidth = width;
   page.imageHeight = height;
   ShowImage(page);

@@ -34,7 +34,7 @@ void StartEvents(ScriptCall& call, const std::string& name) {
   if (WentThrough(call.result)) {
     // The library may let the host run, and with it another start of the same applet.
     if (plugin.instanceMap.Find(name)) throw std::runtime_error("The applet was started meanwhile");
-    plugin.instanceMap.Enter(name, {static_cast<uint32_t>(call.result[kInstanceIdKey].ToInt()), true});
+    plugin.instanceMap.Enter(name, {InstanceIdOf(call.result), true});
   }
 }
 

@@ -147,7 +147,7 @@ uint32_t Scriptable::ResolveInstance(const char* name, JSObject& result) {
   JSObject started;
   agent.StartInstance(name, nullptr, plugin, started);
   if (!WentThrough(started)) return answer(PluginCodeOf(started), StatusOf(started), 0);
-  const auto instanceId = static_cast<uint32_t>(started[kInstanceIdKey].ToInt());
+  const uint32_t instanceId = InstanceIdOf(started);
   // The library may have let the host run: the page may have ended, or have started the same applet.
   const std::optional<InstanceRecord> other = plugin->instanceMap.Find(name);
   if (other || plugin->IsDestroyed()) {

@@ -25,6 +25,10 @@ void CKSVPluginWYS::BindLibrary() {
   if (library && !entries.Bind(library.Get()).empty()) library.Reset();
 }
 
+void CKSVPluginWYS::ForgetImage(const std::shared_ptr<const ImageDescriptor>& described) {
+  if (image == described) image.reset();
+}
+
 bool CKSVPluginWYS::CheckEntry(const EntryTable::Row& entryPoint, JSObject& result) const {
   const int32_t code = BindingCode(static_cast<bool>(library), static_cast<bool>(entryPoint));
   StorePluginCode(result, code);
@@ -40,8 +44,8 @@ bool CKSVPluginWYS::Init(int32_t initValue, const char* initText, uint32_t* disp
 bool CKSVPluginWYS::DeInit(uint32_t displayContext, JSObject& result) {
   return Run(entries.DeInit, result, [&] {
     hasImage = false;
-    const std::shared_ptr<const ImageDescriptor> untilEnded = std::move(image);
-    StoreStatus(result, entries.DeInit(displayContext));
+    const auto described = image;
+    if (StoreStatus(result, entries.DeInit(displayContext)) == kDisplayOk) ForgetImage(described);
   });
 }
 

@@ -80,6 +80,8 @@ class CKSVPluginWYS {
   using PointEntry = EntryTable::Entry<int32_t(uint32_t session, uint32_t image, const WysPoint* point)>;
 
   void BindLibrary();
+  /// The session has ended: its image's description goes, if no later one has come.
+  void ForgetImage(const std::shared_ptr<const ImageDescriptor>& described);
 
   /// The frame of an operation.
   template <typename Work>
@@ -91,12 +93,12 @@ class CKSVPluginWYS {
                 JSObject& result);
 
   std::string platformName;
+  /// The library may go on reading the description of the latest image, until its session has ended.
+  std::shared_ptr<const ImageDescriptor> image;
   Library library;
   bool hasImage = false;
   bool pageEnded = false;
   DisplayEntries entries;
-  /// The library may go on reading the description of the latest image, until its session has ended.
-  std::shared_ptr<const ImageDescriptor> image;
 };
 
 }  // namespace NorvoWebAPI::KSV

@@ -29,7 +29,6 @@ ByteBuffer TakeLogo(const char* text, int32_t length, WysPoint size) {
     OutputDebugStringA("CreateStad : Invalid logo length provided");
     return {};
   }
-  DebugNumber("Copying logo buffer ", logo.size);
   return logo;
 }
 
@@ -45,7 +44,8 @@ bool CKSVPluginWYS::CreateStdImage(uint32_t sessionId, int32_t inputType, uint32
     const WysPoint pointB = PointOrZero(pointBText);
     const WysPoint logoSize = PointOrZero(logoSizeText);
 
-    const auto described = std::make_shared<ImageDescriptor>(TakeLogo(logoText, logoTextLength, logoSize));
+    const ByteBuffer logo = TakeLogo(logoText, logoTextLength, logoSize);
+    const auto described = std::make_shared<ImageDescriptor>(logo);
     described->Set(DescriptorLayout::kInputType, static_cast<uint32_t>(inputType));
     described->Set(DescriptorLayout::kImageId, imageId);
     described->Set(DescriptorLayout::kImageWidth, imageSize.x);
@@ -58,6 +58,7 @@ bool CKSVPluginWYS::CreateStdImage(uint32_t sessionId, int32_t inputType, uint32
     described->Set(DescriptorLayout::kValueD, static_cast<uint32_t>(valueD));
     described->Set(DescriptorLayout::kLogoWidth, logoSize.x);
     described->Set(DescriptorLayout::kLogoHeight, logoSize.y);
+    if (logo.bytes) DebugNumber("Copying logo buffer ", logo.size);
 
     const int32_t status = entries.CreateStdImage(sessionId, &origin, described->Bytes(), described->Size(), 0, 0);
     if (StoreStatus(result, status) != kDisplayOk) return;

@@ -33,8 +33,8 @@ bool CKSVPluginWYS::RegisterEvents(uint32_t sessionId, DisplayEventEntry callbac
 bool CKSVPluginWYS::CloseSession(uint32_t sessionId, JSObject& result) {
   return Run(entries.CloseSession, result, [&] {
     hasImage = false;
-    const std::shared_ptr<const ImageDescriptor> untilClosed = std::move(image);
-    StoreStatus(result, entries.CloseSession(sessionId));
+    const auto described = image;
+    if (StoreStatus(result, entries.CloseSession(sessionId)) == kDisplayOk) ForgetImage(described);
   });
 }
 
@@ -83,8 +83,8 @@ bool CKSVPluginWYS::SubmitInputAndGetResponse(uint32_t sessionId, uint32_t image
     const int32_t asked = entries.SubmitInputAndGetResponse(sessionId, imageId, &length, nullptr);
     result[kClientInput] = JSObject("");
     StoreStatus(result, asked);
-    const uint32_t room = length;  // Read once: a library that kept the pointer may still be writing.
-    if (room == 0) return;
+    const uint32_t room = ReadOnce(length);
+    if (room == 0 || pageEnded) return;
     OutputBuffer<uint32_t> input(static_cast<int32_t>(room), room);
     const int32_t given = entries.SubmitInputAndGetResponse(sessionId, imageId, input.Length(), input.Bytes());
     if (StoreStatus(result, given) == kDisplayOk) input.StoreData(result, kClientInput);

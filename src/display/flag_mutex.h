@@ -1,5 +1,5 @@
-/// Flags that the hooks and the script methods share. A mutex guards the flag alone: it is had at once or not at all,
-/// and never held while anybody is called.
+/// Flags that the hooks and the script methods share. A mutex guards the flag alone: it is never held while
+/// anybody is called, and had at once or not at all, but before a session is closed.
 #pragma once
 
 #include <cstdint>

@@ -75,16 +75,20 @@ class EventDelivery {
   }
 
   // Starts a delivery with a posted event. Nothing for a message that no entry of ours posted to this window, for one
-  // that is delivered already, and during a delivery; then an event whose message leaves the queue is lost.
+  // that is delivered already, during a delivery, and on another thread than the page's, which a host may have given a
+  // window of; then an event whose message leaves the queue is lost.
   PostedEvent Begin(const MSG& message, bool removed) {
     const std::lock_guard lock(mutex);
     const auto found = posted.find(message.wParam);
-    if (found == posted.end() || found->second.to.window != message.hwnd || (busy && !removed)) return {};
+    if (found == posted.end() || found->second.to.window != message.hwnd) return {};
+    const DWORD thread = GetCurrentThreadId();
+    const bool isLost = busy || found->second.to.thread != thread;
+    if (isLost && !removed) return {};
     PostedEvent taken = std::move(found->second);
     posted.erase(found);
-    if (busy) return {};
+    if (isLost) return {};
     busy = true;
-    busyThread = GetCurrentThreadId();
+    busyThread = thread;
     return taken;
   }
 

@@ -36,7 +36,8 @@ EventDestination EventRoutes<Key>::DestinationOf(const Key& key) const {
   // The lock keeps the page from ending while its window is read.
   const std::lock_guard lock(mutex);
   const auto found = pages.find(key);
-  return found == pages.end() ? EventDestination() : EventDestination{found->second, found->second->window};
+  if (found == pages.end()) return {};
+  return {found->second, found->second->window, found->second->Thread()};
 }
 
 template <typename Key>

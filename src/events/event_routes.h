@@ -15,6 +15,7 @@ class Plugin;
 struct EventDestination {
   const Plugin* page = nullptr;
   HWND window = nullptr;
+  DWORD thread = 0;  ///< The page's own; script runs there alone.
 };
 
 /// Which page an event goes to, by a key of the library's generation: the applet's name or the instance's id. The

@@ -54,10 +54,9 @@ void StartInstanceEvent(const std::string& name, Plugin* plugin, CKSVPluginZUB& 
   LogEntry(agent, "StartInstance");
   const Registration running;
   InstallEventHook();
-  if (plugin->instanceMap.Find(name)) throw CPluginException{kEventRegistrationFailed};
   ClearEventBusy();
   agent.StartInstance(name.c_str(), InstanceCallbackEvent, plugin, result);
-  if (WentThrough(result)) instanceEventMap.Enter(static_cast<uint32_t>(result[kInstanceIdKey].ToInt()), plugin);
+  if (WentThrough(result)) instanceEventMap.Enter(InstanceIdOf(result), plugin);
   LogCodes(agent.LogEnabled(), kAgentLogTag, "StartInstance", result);
 }
 
@@ -134,7 +133,7 @@ void UndoRegistration(const std::string& name, Plugin* plugin, CKSVPluginZUB& ag
     eventMap.Erase(name);
     return;
   }
-  const auto instanceId = static_cast<uint32_t>(result[kInstanceIdKey].ToInt());
+  const uint32_t instanceId = InstanceIdOf(result);
   agent.StopInstance(instanceId, ignored);
   instanceEventMap.Erase(instanceId);
   plugin->instanceMap.Remove(instanceId);

@@ -16,10 +16,10 @@ namespace {
 
 using KSV::CPluginException;
 
-std::string ReadEnvironment(const char* name) {
+std::string ReadAppData() {
   char* value = nullptr;
   size_t size = 0;
-  const bool failed = _dupenv_s(&value, &size, name) != 0;
+  const bool failed = _dupenv_s(&value, &size, "AppData") != 0;
   const Owner<char*, std::free> owned(value);
   if (failed || !value || !*value) throw std::runtime_error("Failed to find AppData environment variable");
   return value;
@@ -71,8 +71,9 @@ bool FindInTree(const std::string& folder, const std::string& name) {
 const std::string& GetBasePath() {
   static std::string basePath;
   if (basePath.empty()) {
-    basePath = Canonicalize(BesideRoaming(ReadEnvironment("AppData")) + "\\LocalLow\\Norvo\\webapi\\");
-    if (!basePath.ends_with('\\')) basePath += '\\';
+    std::string path = Canonicalize(BesideRoaming(ReadAppData()) + "\\LocalLow\\Norvo\\webapi\\");
+    if (!path.ends_with('\\')) path += '\\';
+    basePath = std::move(path);
   }
   return basePath;
 }
@@ -82,8 +83,11 @@ std::string Canonicalize(const std::string& path) {
   const DWORD size = GetFullPathNameA(path.c_str(), 0, nullptr, nullptr);
   if (size == 0) throw std::runtime_error(kFailed);
   std::string full(size, '\0');
-  if (GetFullPathNameA(path.c_str(), size, full.data(), nullptr) == 0) throw std::runtime_error(kFailed);
-  return full.c_str();
+  // More than before, if the working folder has changed meanwhile.
+  const DWORD length = GetFullPathNameA(path.c_str(), size, full.data(), nullptr);
+  if (length == 0 || length >= size) throw std::runtime_error(kFailed);
+  full.resize(length);
+  return full;
 }
 
 void CheckPath(const std::string& path) {
@@ -147,11 +151,11 @@ uint32_t ReadFile(const std::string& path, std::unique_ptr<uint8_t[]>* buffer) {
 }
 
 std::ifstream OpenForReading(const std::string& path, std::ios::openmode mode) {
-  std::ifstream file(SystemPath(path), mode);
-  // Some systems open a folder too, and refuse only the first read.
-  file.peek();
-  if (file.bad()) file.close();
-  file.clear();
+  std::ifstream file;
+  // Some systems open a folder too, and wait for somebody at the other end of a pipe.
+  constexpr DWORD kNoFile = FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_DEVICE;
+  const DWORD attributes = GetFileAttributesA(path.c_str());
+  if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & kNoFile) == 0) file.open(SystemPath(path), mode);
   return file;
 }
 

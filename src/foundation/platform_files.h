@@ -1,6 +1,7 @@
 /// The plug-in's only road to files of its own. All lie under one per-user folder, the base path, and every operation
-/// that takes a path proves first that it lies inside. Paths are narrow texts in the ANSI code page with backslashes.
-/// Failures are `std::runtime_error`, or `CPluginException` where a code is named. The browser's thread only.
+/// that takes a path proves first that it lies inside, but for `OpenForReading`. Paths are narrow texts in the ANSI
+/// code page with backslashes. Failures are `std::runtime_error`, or `CPluginException` where a code is named. The
+/// browser's thread only.
 #pragma once
 
 #include <cstdint>
@@ -44,7 +45,7 @@ void WriteFile(const std::string& path, const uint8_t* bytes, uint16_t length);
 /// Reads the whole file into `buffer` and gives its length. Code 20 when it can't be opened.
 uint32_t ReadFile(const std::string& path, std::unique_ptr<uint8_t[]>* buffer);
 
-/// A stream on a file for reading, not checked to lie inside the base path; not open for what can't be read, such as a
+/// A stream on a file for reading, which need not lie inside the base path; not open for what is no file, such as a
 /// folder.
 std::ifstream OpenForReading(const std::string& path, std::ios::openmode mode = std::ios::in);
 

@@ -17,7 +17,7 @@ inline constexpr char kMimeTypeStem[] = KSV_MIME_TYPE_STEM;
 inline constexpr char kMimeDescription[] =
     KSV_MIME_TYPE_STEM KSV_SHORT_NAME "-" KSV_FILE_VERSION "::" KSV_DESCRIPTION ";" KSV_MIME_TYPE_STEM KSV_SHORT_NAME
                                       "-" KSV_VERSION "::" KSV_DESCRIPTION;
-/// The platform that this build serves; names the updater's time file.
+/// The updater's name for this plug-in, the same in every build; ends the name of its time file.
 inline constexpr char kPlatformTag[] = "win32-npapi";
 
 }  // namespace NorvoWebAPI::KSV

@@ -53,9 +53,9 @@ FolderFault ReadLibraryFolder(WCHAR* data, uint32_t* length) {
   DWORD size = *length;
   const LONG error =
       RegQueryValueExW(key.Get(), kLibraryFolderValue, nullptr, &type, reinterpret_cast<BYTE*>(data), &size);
-  if (error == ERROR_MORE_DATA) return FolderFault::TooLong;
-  if (error != ERROR_SUCCESS) return FolderFault::NoValue;
+  if (error != ERROR_SUCCESS && error != ERROR_MORE_DATA) return FolderFault::NoValue;
   if (type != REG_SZ && type != REG_EXPAND_SZ) return FolderFault::NoText;
+  if (error == ERROR_MORE_DATA) return FolderFault::TooLong;
   // The registry doesn't promise that a stored text is terminated.
   const size_t stored = std::min<size_t>(size / sizeof(WCHAR), room);
   const size_t characters = static_cast<size_t>(std::find(data, data + stored, WCHAR{0}) - data);

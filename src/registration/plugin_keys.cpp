@@ -125,6 +125,8 @@ LSTATUS DeleteKeyTree(HKEY parent, const char* subKey) {
             RegEnumKeyExA(key.Get(), count, name.data(), &length, nullptr, nullptr, nullptr, nullptr)) {
       return error;
     }
+    // A name that no call can open would lead back to this key.
+    if (name.front() == '\0') return ERROR_INVALID_DATA;
     if (const LSTATUS error = DeleteKeyTree(key.Get(), name.c_str())) return error;
   }
   return RegDeleteKeyA(parent, subKey);

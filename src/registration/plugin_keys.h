@@ -1,5 +1,5 @@
-/// The registry tree by which browsers find a plug-in: one list of what stands where, from which writing, checking and
-/// removal all work. All of it lies under `HKEY_LOCAL_MACHINE`, in the view of the calling process. Texts are narrow,
+/// The registry tree by which browsers find a plug-in: one list of what stands where, from which writing and
+/// checking work. All of it lies under `HKEY_LOCAL_MACHINE`, in the view of the calling process. Texts are narrow,
 /// in the ANSI code page. Nothing is kept between calls; any thread.
 #pragma once
 

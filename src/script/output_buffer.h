@@ -12,6 +12,12 @@
 
 namespace NorvoWebAPI {
 
+/// A number at an address that a library was given: one that kept the address may still be writing there.
+template <typename Count>
+Count ReadOnce(const Count& number) {
+  return *static_cast<const volatile Count*>(&number);
+}
+
 /// A buffer that a library fills: it is told a length as the room, and gives back in its place how much it stored, or
 /// requires. `Count` is the type of that length. The bytes start as zeros: a library that claims what it never wrote
 /// must not hand the page what lay there before.
@@ -32,9 +38,9 @@ class OutputBuffer {
   uint8_t* Bytes() { return bytes.get(); }
 
   /// The number of bytes that the library left to be read. Throws when it claims more than it had room for. To be asked
-  /// once: a library that kept the pointer may still be writing.
+  /// once.
   [[nodiscard]] Count StoredLength() const {
-    const Count stored = *static_cast<const volatile Count*>(&length);
+    const Count stored = ReadOnce(length);
     if (!bytes) return 0;
     if (stored > given) throw std::runtime_error("The library claims more bytes than it was given room for");
     return stored;

@@ -10,7 +10,7 @@ namespace {
 
 // What the installer is told: nothing of what fails in there may end its process.
 template <typename Work>
-UINT Succeeds(Work work) {
+UINT ResultOf(Work work) {
   try {
     work();
     return 0;
@@ -72,11 +72,11 @@ KSV_EXPORT(int16_t) NP_HandleEvent(NPP instance, void* event) {
 }
 
 KSV_EXPORT(UINT) RegisterNPAPIPlugin(MSIHANDLE installation) {
-  return Succeeds([&] { Registration::RegisterModule(Registration::ReadInstallerFolder(installation)); });
+  return ResultOf([&] { Registration::RegisterModule(Registration::ReadInstallerFolder(installation)); });
 }
 
 KSV_EXPORT(UINT) RegisterNPAPIPluginWithPath(const char* folder) {
-  return folder ? Succeeds([&] { Registration::RegisterModule(folder); }) : 1;
+  return folder ? ResultOf([&] { Registration::RegisterModule(folder); }) : 1;
 }
 
 KSV_EXPORT(UINT) UnregisterNPAPIPlugin(MSIHANDLE /*installation*/) {
@@ -85,6 +85,6 @@ KSV_EXPORT(UINT) UnregisterNPAPIPlugin(MSIHANDLE /*installation*/) {
 
 // An uninstallation goes on without it.
 KSV_EXPORT(UINT) UnregisterNPAPIPluginNoParam() {
-  Succeeds([] { Registration::UnregisterModule(); });
+  ResultOf([] { Registration::UnregisterModule(); });
   return 0;
 }

@@ -61,6 +61,8 @@ class Plugin : public NPPlugin<Plugin, Scriptable> {
   static std::string InstanceName(const void* page, uint32_t instanceId);
   /// The page is in no window any more; with the last page's the display's hooks go.
   void LeaveWindows();
+  /// The browser's thread, which made the page. Any thread.
+  [[nodiscard]] DWORD Thread() const { return thread; }
   /// True from `NPP_Destroy` on: the host's instance is gone.
   [[nodiscard]] bool IsDestroyed() const { return destroyed; }
 
@@ -77,6 +79,7 @@ class Plugin : public NPPlugin<Plugin, Scriptable> {
 
  private:
   Scriptable* scriptable = nullptr;  ///< Owned until the host holds it; null after its end.
+  const DWORD thread = GetCurrentThreadId();
   bool destroyed = false;
   uint32_t runningEntries = 0;
 
