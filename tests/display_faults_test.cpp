@@ -163,6 +163,9 @@ TEST_F(DisplayFaultsTest, SessionOfAPageThatEndedInItIsTakenBack) {
     EXPECT_TRUE(ended) << entry;
     EXPECT_EQ(display.TakeCalls().back(), "WYSCloseSession(7)") << entry;
     EXPECT_EQ(displayInitCount, 1);
+    display.On(entry, [](DisplayCall& call) {
+      if (call.value) *call.value = 7;
+    });
   }
 }
 
