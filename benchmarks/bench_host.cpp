@@ -1,4 +1,4 @@
-#include "bench/bench_host.h"
+#include "benchmarks/bench_host.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -72,7 +72,8 @@ void WriteFile(const std::filesystem::path& path, const std::string& text) {
 }
 
 void PrepareSurroundings() {
-  const std::filesystem::path folder = std::filesystem::temp_directory_path() / "ksv-bench";
+  const std::filesystem::path folder = std::filesystem::path(KSV_AGENT_FOLDER).parent_path() / "surroundings";
+  std::filesystem::remove_all(folder);
   WriteFile(folder / "registry.json",
             R"({"HKEY_LOCAL_MACHINE": {"Software": {"Norvo": {"Services": {"KSV": {"FILELOCALE": ")" KSV_AGENT_FOLDER
             R"("}}}}}})");
@@ -98,7 +99,7 @@ const NPNetscapeFuncs& HostFuncs() {
     table.releaseobject = Release;
     table.releasevariantvalue = ReleaseVariant;
     table.invokeDefault = [](NPP, NPObject*, const NPVariant*, uint32_t, NPVariant*) {
-      calls.push_back(std::chrono::steady_clock::now());
+      ++functionCalls;
       return true;
     };
     table.enumerate = Enumerate;
@@ -108,7 +109,7 @@ const NPNetscapeFuncs& HostFuncs() {
   return funcs;
 }
 
-std::vector<std::chrono::steady_clock::time_point> calls;
+size_t functionCalls = 0;
 
 Page& ThePage() {
   static Page page;
@@ -150,7 +151,8 @@ int32_t Page::Call(NPIdentifier method, const std::vector<NPVariant>& args) {
   }
   NPVariant status{NPVariantType_Void, {}};
   NPObject* const answer = result.value.objectValue;
-  if (!answer->_class->getProperty(answer, Identifier("fnRetCode"), &status)) {
+  static const NPIdentifier statusKey = Identifier("fnRetCode");
+  if (!answer->_class->getProperty(answer, statusKey, &status)) {
     throw std::runtime_error("The result has no status");
   }
   ReleaseVariant(&result);

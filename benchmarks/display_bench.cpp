@@ -1,0 +1,221 @@
+// What the display's hooks, clicks and frames cost.
+#include <benchmark/benchmark.h>
+
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "api/scriptable.h"
+#include "benchmarks/bench_host.h"
+#include "benchmarks/floors.h"
+#include "benchmarks/pairs.h"
+#include "display/input_hooks.h"
+#include "foundation/base64.h"
+#include "platform/testing.h"
+#include "shell/plugin.h"
+
+namespace {
+
+using namespace NorvoWebAPI;
+using namespace NorvoWebAPI::KSV;
+
+constexpr UINT kMessage = WM_USER + 1;
+
+// A method with the arguments that it is called with.
+class PreparedCall {
+ public:
+  explicit PreparedCall(const char* method, std::vector<NPVariant> arguments = {})
+      : id(Bench::Identifier(method)), args(std::move(arguments)) {}
+  void operator()() const { benchmark::DoNotOptimize(Bench::ThePage().Call(id, args)); }
+
+ private:
+  NPIdentifier id;
+  std::vector<NPVariant> args;
+};
+
+// A page in whose window an image of 200 by 100 stands.
+class ShowingPage {
+ public:
+  ShowingPage() {
+    Plugin* const plugin = Plugin::Of(Bench::ThePage().Instance());
+    NPWindow given{};
+    given.window = window.handle();
+    plugin->SetWindow(&given);
+    const std::string empty;
+    const std::string zero = "{0,0}";
+    const std::string size = "{200,100}";
+    const NPVariant number = Bench::Number(1);
+    const NPVariant point = Bench::Text(zero);
+    PreparedCall("wysCreateStdImage", {number, number, point, Bench::Text(size), number, point, number, number, number,
+                                       number, point, Bench::Text(empty), number, number})();
+    function.referenceCount = 1;
+  }
+  ~ShowingPage() {
+    page.mouseDownCallback.reset();
+    page.mouseUpCallback.reset();
+    PreparedCall("wysCloseSession")();
+    RemoveDisplayHooks();
+  }
+  ShowingPage(const ShowingPage&) = delete;
+  ShowingPage& operator=(const ShowingPage&) = delete;
+
+  DisplayState::Callback Function() {
+    return std::make_shared<NPJSConverter::NPFuncBridge>(Bench::ThePage().Instance(), &Bench::HostFuncs(), &function);
+  }
+
+  platform::TestWindow window;
+  Scriptable& page = *Plugin::Of(Bench::ThePage().Instance())->GetScriptable();
+
+ private:
+  Bench::ListedObject function{};
+};
+
+template <typename Signature>
+Signature* DisplayEntry(const char* name) {
+  return Bench::LibraryEntry<Signature>("ksvWys.dll", name);
+}
+
+// --- A method with an argument, of a library that does nothing --------------------------------------------------
+
+using MouseEntry = int32_t(uint32_t session, uint32_t image, const WysPoint* point);
+
+void FloorMouseDown(benchmark::State& state) {
+  MouseEntry* const mouseDown = DisplayEntry<MouseEntry>("WYSMouseDown");
+  const Bench::Names names;
+  const WysPoint point{};
+  for (auto _ : state) {
+    names.LookUp();
+    benchmark::DoNotOptimize(mouseDown(0, 1, &point));
+    Bench::MakeAndReadObject();
+  }
+}
+
+void MouseDown(benchmark::State& state) {
+  const ShowingPage showing;
+  const std::string point = "{5,5}";
+  const PreparedCall call("wysMouseDown", {Bench::Text(point)});
+  for (auto _ : state) call();
+}
+
+// --- Messages through the hooks ---------------------------------------------------------------------------------
+
+void SendMessages(benchmark::State& state, HWND window) {
+  for (auto _ : state) benchmark::DoNotOptimize(SendMessageA(window, kMessage, 0, 0));
+}
+
+void FloorForeignMessage(benchmark::State& state) {
+  const Bench::BareHook hook(WH_CALLWNDPROC);
+  const platform::TestWindow window;
+  const std::unordered_map<HWND, Plugin*> windows{{window.handle(), nullptr}};
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(windows.find(window.handle()));
+    benchmark::DoNotOptimize(SendMessageA(window.handle(), kMessage, 0, 0));
+  }
+}
+
+void ForeignMessage(benchmark::State& state) {
+  const ShowingPage showing;
+  const platform::TestWindow foreign;
+  SendMessages(state, foreign.handle());
+}
+
+// Two flags of a repaint and one of the button are touched under their mutexes, each for itself.
+void FloorRepaintPulse(benchmark::State& state) {
+  auto* const repaint = DisplayEntry<int32_t(uint32_t, uint32_t)>("WYSRepaintImage");
+  const MutexOwner mutex(CreateMutexA(nullptr, FALSE, nullptr));
+  const Bench::BareHook hook(WH_CALLWNDPROC);
+  const platform::TestWindow window;
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(SendMessageA(window.handle(), kMessage, 0, 0));
+    benchmark::DoNotOptimize(IsWindow(window.handle()));
+    for (int i = 0; i < 3; ++i) {
+      WaitForSingleObject(mutex.Get(), 0);
+      ReleaseMutex(mutex.Get());
+    }
+    benchmark::DoNotOptimize(repaint(0, 1));
+  }
+}
+
+void RepaintPulse(benchmark::State& state) {
+  const ShowingPage showing;
+  SendMessages(state, showing.window.handle());
+}
+
+// --- A click: press and release, each told to the page and answered by a call of it -----------------------------
+
+LRESULT CALLBACK TellPage(int code, WPARAM wParam, LPARAM lParam) {
+  Bench::MakeAndReadObject();
+  Bench::HostFuncs().invokeDefault(nullptr, nullptr, nullptr, 0, nullptr);
+  return Bench::BareHook::PassOn(code, wParam, lParam);
+}
+
+template <typename Answer>
+void Click(platform::TestWindow& window, Answer answer) {
+  window.PressLeft(5, 5);
+  platform::PumpMessages();
+  answer("wysMouseDown");
+  window.ReleaseLeft(5, 5);
+  platform::PumpMessages();
+  answer("wysMouseUp");
+}
+
+void FloorClick(benchmark::State& state) {
+  MouseEntry* const mouseDown = DisplayEntry<MouseEntry>("WYSMouseDown");
+  const Bench::BareHook mouseHook(WH_MOUSE, TellPage);
+  const Bench::BareHook messageHook(WH_GETMESSAGE);
+  platform::TestWindow window;
+  const Bench::Names names;
+  const WysPoint point{};
+  for (auto _ : state) {
+    Click(window, [&](const char* /*method*/) {
+      names.LookUp();
+      benchmark::DoNotOptimize(mouseDown(0, 1, &point));
+      Bench::MakeAndReadObject();
+    });
+  }
+}
+
+void ClickAndBack(benchmark::State& state) {
+  ShowingPage showing;
+  showing.page.mouseDownCallback = showing.Function();
+  showing.page.mouseUpCallback = showing.Function();
+  const std::string point = "{5,5}";
+  const PreparedCall down("wysMouseDown", {Bench::Text(point)});
+  const PreparedCall up("wysMouseUp", {Bench::Text(point)});
+  const size_t before = Bench::functionCalls;
+  for (auto _ : state) {
+    Click(showing.window, [&](std::string_view method) { (method == "wysMouseDown" ? down : up)(); });
+  }
+  if (Bench::functionCalls == before) state.SkipWithError("No click reached the page");
+}
+
+// --- A frame ----------------------------------------------------------------------------------------------------
+
+std::string FrameText() {
+  constexpr size_t kFrameBytes = size_t{1} << 20;
+  return EncodeBase64(std::vector<uint8_t>(kFrameBytes).data(), kFrameBytes);
+}
+
+void FloorSubmitFrame(benchmark::State& state) {
+  Bench::DecodeBare(state, FrameText());
+}
+
+void SubmitFrame(benchmark::State& state) {
+  const ShowingPage showing;
+  const std::string text = FrameText();
+  const std::string point = "{0,0}";
+  const PreparedCall call("wysSubmitFrame", {Bench::Number(1), Bench::Text(point), Bench::Text(text)});
+  for (auto _ : state) call();
+}
+
+const Bench::Pairs pairs{
+    {"wysMouseDown", MouseDown, "look-up, library's call, a host object", FloorMouseDown},
+    {"foreign message sent", ForeignMessage, "the message past a bare hook, a look-up", FloorForeignMessage},
+    {"repaint pulse", RepaintPulse, "the message past a bare hook, IsWindow, three mutexes, library's call",
+     FloorRepaintPulse},
+    {"click and back", ClickAndBack, "two messages past bare hooks; for each two host objects, two calls", FloorClick},
+    {"wysSubmitFrame, 1 MiB", SubmitFrame, "libb64's decode", FloorSubmitFrame},
+};
+
+}  // namespace

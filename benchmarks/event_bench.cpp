@@ -1,0 +1,126 @@
+// What an event costs on its way from the library to the page's function.
+#include <benchmark/benchmark.h>
+
+#include <atomic>
+#include <memory>
+#include <thread>
+
+#include "api/scriptable.h"
+#include "benchmarks/bench_host.h"
+#include "benchmarks/floors.h"
+#include "benchmarks/pairs.h"
+#include "events/event_delivery.h"
+#include "events/event_template.h"
+#include "platform/testing.h"
+#include "shell/plugin.h"
+
+namespace {
+
+using namespace NorvoWebAPI::KSV;
+
+constexpr char kApplet[] = "bench";
+constexpr UINT kForeignMessage = WM_USER + 1;
+
+// A page with a window that hears the events of one applet.
+class ListeningPage {
+ public:
+  ListeningPage() {
+    Plugin* const plugin = Plugin::Of(page.Instance());
+    NPWindow given{};
+    given.window = window.handle();
+    plugin->SetWindow(&given);
+    function.referenceCount = 1;
+    plugin->GetScriptable()->agentEventCallback =
+        std::make_shared<NorvoWebAPI::NPJSConverter::NPFuncBridge>(page.Instance(), &Bench::HostFuncs(), &function);
+    InstallEventHook();
+    eventMap.Enter(kApplet, plugin);
+  }
+  ~ListeningPage() { EventTemplate::ClearEvents(); }
+  ListeningPage(const ListeningPage&) = delete;
+  ListeningPage& operator=(const ListeningPage&) = delete;
+
+  platform::TestWindow window;
+
+ private:
+  Bench::Page& page = Bench::ThePage();
+  Bench::ListedObject function{};
+};
+
+// A hook that does for each message what the page sees of an event: an object, a call of its function.
+LRESULT CALLBACK CallFunction(int code, WPARAM wParam, LPARAM lParam) {
+  Bench::MakeAndReadObject();
+  Bench::HostFuncs().invokeDefault(nullptr, nullptr, nullptr, 0, nullptr);
+  return Bench::BareHook::PassOn(code, wParam, lParam);
+}
+
+void PostAndTake(benchmark::State& state, HWND window) {
+  MSG message{};
+  for (auto _ : state) {
+    PostMessageA(window, kForeignMessage, 1, 0);
+    benchmark::DoNotOptimize(PeekMessageA(&message, window, 0, 0, PM_REMOVE));
+  }
+}
+
+void FloorForeignMessage(benchmark::State& state) {
+  const Bench::BareHook hook(WH_GETMESSAGE);
+  const platform::TestWindow window;
+  PostAndTake(state, window.handle());
+}
+
+void ForeignMessage(benchmark::State& state) {
+  const ListeningPage page;
+  PostAndTake(state, page.window.handle());
+}
+
+void FloorEvent(benchmark::State& state) {
+  const Bench::BareHook hook(WH_GETMESSAGE, CallFunction);
+  const platform::TestWindow window;
+  for (auto _ : state) {
+    PostMessageA(window.handle(), kForeignMessage, 1, 0);
+    platform::PumpMessages();
+  }
+}
+
+void Event(benchmark::State& state) {
+  const ListeningPage page;
+  for (auto _ : state) {
+    CallbackEvent(kApplet, 4, "data", 1);
+    platform::PumpMessages();
+  }
+}
+
+// Two thousand times `enter` on a thread of the library's, while this one takes messages.
+template <typename Entry>
+void FromALibraryThread(benchmark::State& state, Entry enter) {
+  for (auto _ : state) {
+    std::atomic<bool> running = true;
+    std::thread library([&] {
+      for (int i = 0; i < 2000; ++i) enter();
+      running = false;
+    });
+    platform::PumpUntil([&] { return !running; });
+    library.join();
+    platform::PumpMessages();
+  }
+}
+
+void FloorLibraryThread(benchmark::State& state) {
+  const Bench::BareHook hook(WH_GETMESSAGE, CallFunction);
+  const platform::TestWindow window;
+  FromALibraryThread(state, [&] { PostMessageA(window.handle(), kForeignMessage, 1, 0); });
+}
+
+void LibraryThread(benchmark::State& state) {
+  const ListeningPage page;
+  const size_t before = Bench::functionCalls;
+  FromALibraryThread(state, [] { CallbackEvent(kApplet, 4, "data", 1); });
+  if (Bench::functionCalls == before) state.SkipWithError("No event reached the page");
+}
+
+const Bench::Pairs pairs{
+    {"foreign message posted", ForeignMessage, "the message past a bare hook", FloorForeignMessage},
+    {"event, entry to function", Event, "a message past a bare hook, a host object, the function's call", FloorEvent},
+    {"2,000 events from a thread", LibraryThread, "as many messages, objects, calls", FloorLibraryThread},
+};
+
+}  // namespace

@@ -1,0 +1,58 @@
+/// What floors are made of: the work that stays when the plug-in's own is taken away.
+#pragma once
+
+#include <benchmark/benchmark.h>
+
+#include <string>
+#include <unordered_map>
+
+#include "npapi/npfunctions.h"
+#include "platform/win32.h"
+
+namespace Bench {
+
+/// libb64's own decode of a text, into memory that is there.
+void DecodeBare(benchmark::State& state, const std::string& text);
+
+/// Opens a file by the C library, reads it and closes it.
+void ReadBare(const std::string& path);
+
+/// What every result and argument costs that is no plain value: an object of the host's, here with nothing in it, made,
+/// read once and let go.
+void MakeAndReadObject();
+
+/// As many names as the page's object has: one look-up is the dispatch of a call.
+class Names {
+ public:
+  Names();
+  void LookUp() const { benchmark::DoNotOptimize(names.find(wanted)); }
+
+ private:
+  std::unordered_map<NPIdentifier, int> names;
+  NPIdentifier wanted;
+};
+
+/// A hook of this thread's, by default one that passes everything on: the walk along the chain is the system's, and
+/// costs the same whoever hangs there.
+class BareHook {
+ public:
+  explicit BareHook(int type, HOOKPROC procedure = PassOn);
+  ~BareHook();
+  BareHook(const BareHook&) = delete;
+  BareHook& operator=(const BareHook&) = delete;
+
+  static LRESULT CALLBACK PassOn(int code, WPARAM wParam, LPARAM lParam);
+
+ private:
+  HHOOK hook;
+};
+
+FARPROC FindLibraryEntry(const char* library, const char* name);
+
+/// An entry point of a library that the page uses.
+template <typename Signature>
+Signature* LibraryEntry(const char* library, const char* name) {
+  return reinterpret_cast<Signature*>(reinterpret_cast<void*>(FindLibraryEntry(library, name)));
+}
+
+}  // namespace Bench

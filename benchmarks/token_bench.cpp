@@ -1,0 +1,98 @@
+// What the token store costs beside the same files without its checks.
+#include <benchmark/benchmark.h>
+
+#include <array>
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "agent/token_store.h"
+#include "benchmarks/bench_host.h"
+#include "benchmarks/floors.h"
+#include "benchmarks/pairs.h"
+#include "foundation/platform_files.h"
+#include "platform/system_path.h"
+
+namespace {
+
+using namespace NorvoWebAPI;
+namespace TokenStore = KSV::TokenStore;
+
+constexpr char kDomain[] = "bench.example";
+constexpr std::array<uint8_t, 120> kToken{};
+
+std::string TokenName(int number) {
+  return "token" + std::to_string(number);
+}
+
+// The folder of a domain that has twenty tokens.
+std::string Folder() {
+  Bench::ThePage();
+  const std::string folder = SystemPath(Platform::GetBasePath() + "KSV_tokens\\" + kDomain);
+  constexpr int kTokens = 20;
+  if (!std::filesystem::exists(folder)) {
+    for (int i = 0; i < kTokens; ++i) {
+      TokenStore::Write(kDomain, nullptr, TokenName(i).c_str(), kToken.data(), kToken.size());
+    }
+  }
+  return folder;
+}
+
+void FloorRead(benchmark::State& state) {
+  const std::string path = Folder() + "/" + TokenName(7);
+  for (auto _ : state) Bench::ReadBare(path);
+}
+
+void Read(benchmark::State& state) {
+  Folder();
+  const std::string name = TokenName(7);
+  for (auto _ : state) {
+    std::unique_ptr<uint8_t[]> buffer;
+    benchmark::DoNotOptimize(TokenStore::Read(kDomain, name.c_str(), &buffer));
+  }
+}
+
+void FloorEnumerate(benchmark::State& state) {
+  const std::string folder = Folder();
+  for (auto _ : state) {
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) names.push_back(entry.path().filename());
+    benchmark::DoNotOptimize(names);
+  }
+}
+
+void Enumerate(benchmark::State& state) {
+  Folder();
+  for (auto _ : state) {
+    std::vector<std::string> names;
+    benchmark::DoNotOptimize(TokenStore::Enumerate(kDomain, names));
+  }
+}
+
+void FloorWriteAndDelete(benchmark::State& state) {
+  const std::string path = Folder() + "/new";
+  for (auto _ : state) {
+    std::FILE* const file = std::fopen(path.c_str(), "wbx");
+    benchmark::DoNotOptimize(std::fwrite(kToken.data(), 1, kToken.size(), file));
+    std::fclose(file);
+    std::remove(path.c_str());
+  }
+}
+
+void WriteAndDelete(benchmark::State& state) {
+  Folder();
+  for (auto _ : state) {
+    TokenStore::Write(kDomain, nullptr, "new", kToken.data(), kToken.size());
+    TokenStore::Delete(kDomain, "new");
+  }
+}
+
+const Bench::Pairs pairs{
+    {"token read", Read, "read of the file", FloorRead},
+    {"tokens listed, 20", Enumerate, "walk through the folder", FloorEnumerate},
+    {"token written and deleted", WriteAndDelete, "the same of a plain file", FloorWriteAndDelete},
+};
+
+}  // namespace
