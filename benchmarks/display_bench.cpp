@@ -82,12 +82,12 @@ using MouseEntry = int32_t(uint32_t session, uint32_t image, const WysPoint* poi
 
 void FloorMouseDown(benchmark::State& state) {
   MouseEntry* const mouseDown = DisplayEntry<MouseEntry>("WYSMouseDown");
-  const Bench::Names names;
+  const Bench::MethodNames names;
   const WysPoint point{};
   for (auto _ : state) {
     names.LookUp();
     benchmark::DoNotOptimize(mouseDown(0, 1, &point));
-    Bench::MakeAndReadObject();
+    Bench::MakeAndReadResult();
   }
 }
 
@@ -145,8 +145,7 @@ void RepaintPulse(benchmark::State& state) {
 // --- A click: press and release, each told to the page and answered by a call of it -----------------------------
 
 LRESULT CALLBACK TellPage(int code, WPARAM wParam, LPARAM lParam) {
-  Bench::MakeAndReadObject();
-  Bench::HostFuncs().invokeDefault(nullptr, nullptr, nullptr, 0, nullptr);
+  Bench::TellFunction(2);
   return Bench::BareHook::PassOn(code, wParam, lParam);
 }
 
@@ -165,13 +164,13 @@ void FloorClick(benchmark::State& state) {
   const Bench::BareHook mouseHook(WH_MOUSE, TellPage);
   const Bench::BareHook messageHook(WH_GETMESSAGE);
   platform::TestWindow window;
-  const Bench::Names names;
+  const Bench::MethodNames names;
   const WysPoint point{};
   for (auto _ : state) {
     Click(window, [&](const char* /*method*/) {
       names.LookUp();
       benchmark::DoNotOptimize(mouseDown(0, 1, &point));
-      Bench::MakeAndReadObject();
+      Bench::MakeAndReadResult();
     });
   }
 }
@@ -210,11 +209,12 @@ void SubmitFrame(benchmark::State& state) {
 }
 
 const Bench::Pairs pairs{
-    {"wysMouseDown", MouseDown, "look-up, library's call, a host object", FloorMouseDown},
+    {"wysMouseDown", MouseDown, "look-up, library's call, a result", FloorMouseDown},
     {"foreign message sent", ForeignMessage, "the message past a bare hook, a look-up", FloorForeignMessage},
     {"repaint pulse", RepaintPulse, "the message past a bare hook, IsWindow, three mutexes, library's call",
      FloorRepaintPulse},
-    {"click and back", ClickAndBack, "two messages past bare hooks; for each two host objects, two calls", FloorClick},
+    {"click and back", ClickAndBack,
+     "two messages past bare hooks; for each the function's call, library's call, two objects", FloorClick},
     {"wysSubmitFrame, 1 MiB", SubmitFrame, "libb64's decode", FloorSubmitFrame},
 };
 

@@ -1,5 +1,7 @@
 #include "benchmarks/floors.h"
 
+#include <dirent.h>
+
 #include <array>
 #include <cstdio>
 
@@ -27,24 +29,70 @@ void ReadBare(const std::string& path) {
   std::fclose(file);
 }
 
-void MakeAndReadObject() {
-  static NPClass plainClass = [] {
-    NPClass table{};
-    table.allocate = [](NPP, NPClass* aClass) { return new NPObject{aClass, 0}; };
-    table.deallocate = [](NPObject* object) { delete object; };
-    table.getProperty = [](NPObject*, NPIdentifier, NPVariant* result) {
-      *result = {NPVariantType_Int32, {}};
-      return true;
-    };
-    return table;
-  }();
-  NPObject* const object = HostFuncs().createobject(nullptr, &plainClass);
-  NPVariant member{NPVariantType_Void, {}};
-  benchmark::DoNotOptimize(object->_class->getProperty(object, nullptr, &member));
-  HostFuncs().releaseobject(object);
+std::vector<std::string> ListBare(const std::string& folder) {
+  std::vector<std::string> names;
+  DIR* const listing = opendir(folder.c_str());
+  while (const dirent* const entry = readdir(listing)) names.emplace_back(entry->d_name);
+  closedir(listing);
+  return names;
 }
 
-Names::Names() : wanted(Identifier("name17")) {
+namespace {
+
+struct PlainObject : NPObject {
+  std::unordered_map<std::string, NPVariant> members;
+};
+
+NPClass MakePlainClass() {
+  NPClass table{};
+  table.allocate = [](NPP, NPClass* aClass) -> NPObject* { return new PlainObject{{aClass, 0}, {}}; };
+  table.deallocate = [](NPObject* object) { delete static_cast<PlainObject*>(object); };
+  table.getProperty = [](NPObject* object, NPIdentifier id, NPVariant* result) {
+    NPUTF8* const name = HostFuncs().utf8fromidentifier(id);
+    *result = static_cast<PlainObject*>(object)->members.at(name);
+    HostFuncs().memfree(name);
+    return true;
+  };
+  return table;
+}
+
+// One reference on an object of the host's.
+class BareObject {
+ public:
+  explicit BareObject(size_t members) {
+    static NPClass plainClass = MakePlainClass();
+    static constexpr std::array<const char*, 4> kNames{"fnRetCode", "pluginRetCode", "b64OTP", "OTP"};
+    object = static_cast<PlainObject*>(HostFuncs().createobject(nullptr, &plainClass));
+    for (size_t i = 0; i < members; ++i) object->members[kNames.at(i)] = {NPVariantType_Int32, {}};
+  }
+  BareObject(const BareObject&) = delete;
+  BareObject& operator=(const BareObject&) = delete;
+  ~BareObject() { HostFuncs().releaseobject(object); }
+
+  [[nodiscard]] NPObject* Get() const { return object; }
+
+ private:
+  PlainObject* object;
+};
+
+}  // namespace
+
+void MakeAndReadResult(size_t members) {
+  static const NPIdentifier status = Identifier("fnRetCode");
+  const BareObject object(members);
+  NPVariant member{NPVariantType_Void, {}};
+  benchmark::DoNotOptimize(object.Get()->_class->getProperty(object.Get(), status, &member));
+}
+
+void TellFunction(size_t members) {
+  const BareObject object(members);
+  NPVariant told{NPVariantType_Object, {}};
+  told.value.objectValue = object.Get();
+  NPVariant answer{NPVariantType_Void, {}};
+  HostFuncs().invokeDefault(nullptr, nullptr, &told, 1, &answer);
+}
+
+MethodNames::MethodNames() : wanted(Identifier("name17")) {
   constexpr int kNames = 48;
   for (int i = 0; i < kNames; ++i) names[Identifier("name" + std::to_string(i))] = i;
 }

@@ -3,8 +3,10 @@
 
 #include <benchmark/benchmark.h>
 
+#include <cstddef>
 #include <string>
 #include <unordered_map>
+#include <vector>
 
 #include "npapi/npfunctions.h"
 #include "platform/win32.h"
@@ -17,14 +19,20 @@ void DecodeBare(benchmark::State& state, const std::string& text);
 /// Opens a file by the C library, reads it and closes it.
 void ReadBare(const std::string& path);
 
-/// What every result and argument costs that is no plain value: an object of the host's, here with nothing in it, made,
-/// read once and let go.
-void MakeAndReadObject();
+/// The names in a folder. Where case counts, no shorter way leads to a name that may differ in case.
+std::vector<std::string> ListBare(const std::string& folder);
+
+/// What a result with so many members costs: an object of the host's whose members are kept by their names, for that is
+/// how the host asks for them. Made, asked once and let go.
+void MakeAndReadResult(size_t members = 2);
+
+/// What it costs to tell a page's function something: such an object, and the call.
+void TellFunction(size_t members);
 
 /// As many names as the page's object has: one look-up is the dispatch of a call.
-class Names {
+class MethodNames {
  public:
-  Names();
+  MethodNames();
   void LookUp() const { benchmark::DoNotOptimize(names.find(wanted)); }
 
  private:
