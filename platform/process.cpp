@@ -68,7 +68,9 @@ void SetLastError(DWORD error) {
 }
 
 DWORD GetCurrentThreadId() {
-  return static_cast<DWORD>(syscall(SYS_gettid));
+  // Asked several times a message, and the system is slow to answer. No thread goes on here as a forked child.
+  thread_local const auto id = static_cast<DWORD>(syscall(SYS_gettid));
+  return id;
 }
 DWORD GetCurrentProcessId() {
   return static_cast<DWORD>(getpid());
