@@ -1,3 +1,4 @@
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -7,7 +8,9 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <memory>
 #include <random>
+#include <string_view>
 #include <vector>
 
 #include "platform/internal.h"
@@ -119,30 +122,33 @@ auto& Searches() {
   return platform::Immortal<platform::HandleTable<Search, 0x20000004>>();
 }
 
-DWORD Attributes(const fs::directory_entry& entry) {
+DWORD Attributes(const std::string& folder, const dirent& entry) {
+  if (entry.d_type == DT_REG) return FILE_ATTRIBUTE_NORMAL;
+  if (entry.d_type == DT_DIR) return FILE_ATTRIBUTE_DIRECTORY;
+  // A link, or a file system that does not tell with the name.
+  const fs::path path = fs::path(folder) / entry.d_name;
   std::error_code ignored;
-  const DWORD kind = entry.is_directory(ignored) ? FILE_ATTRIBUTE_DIRECTORY : FILE_ATTRIBUTE_NORMAL;
-  if (!entry.is_symlink(ignored)) return kind;
+  const DWORD kind = fs::is_directory(path, ignored) ? FILE_ATTRIBUTE_DIRECTORY : FILE_ATTRIBUTE_NORMAL;
+  if (!fs::is_symlink(path, ignored)) return kind;
   return FILE_ATTRIBUTE_REPARSE_POINT | (kind & FILE_ATTRIBUTE_DIRECTORY);
 }
 
+struct CloseListing {
+  void operator()(DIR* listing) const { closedir(listing); }
+};
+
 LONG ListFolder(const std::string& folder, const std::string& pattern, std::vector<Found>& entries) {
   const std::u16string widePattern = pattern == "*.*" ? u"*" : platform::Widen(pattern);
-  const auto addIfMatching = [&](const std::string& name, DWORD attributes) {
+  const std::unique_ptr<DIR, CloseListing> listing(opendir(folder.c_str()));
+  if (!listing) return errno == ENOENT ? ERROR_PATH_NOT_FOUND : ErrorAt(errno, folder);
+  for (errno = 0; const dirent* const entry = readdir(listing.get()); errno = 0) {
+    const std::string_view name = entry->d_name;
     // A name that the record can't hold can't be told to the caller.
     if (name.size() < MAX_PATH && MatchesPattern(platform::Widen(name), widePattern)) {
-      entries.push_back({name, attributes});
+      entries.push_back({std::string(name), Attributes(folder, *entry)});
     }
-  };
-  std::error_code error;
-  fs::directory_iterator entry(folder, error);
-  if (error) return error.value() == ENOENT ? ERROR_PATH_NOT_FOUND : ErrorAt(error.value(), folder);
-  addIfMatching(".", FILE_ATTRIBUTE_DIRECTORY);
-  addIfMatching("..", FILE_ATTRIBUTE_DIRECTORY);
-  for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
-    addIfMatching(entry->path().filename().string(), Attributes(*entry));
   }
-  if (error) return ErrorAt(error.value(), folder);
+  if (errno != 0) return ErrorAt(errno, folder);  // Not the end of the listing, but of the reading.
   std::sort(entries.begin(), entries.end(), [](const Found& a, const Found& b) { return a.name < b.name; });
   return entries.empty() ? ERROR_FILE_NOT_FOUND : ERROR_SUCCESS;
 }
