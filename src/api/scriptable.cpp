@@ -120,7 +120,7 @@ void Scriptable::ReleaseDisplay() {
 }
 
 bool Scriptable::GetVersionProperty(NPVariant* result) {
-  *result = NPJSConverter::toNPVariant(npp, npnFuncs, JSObject(version));
+  *result = NPJSConverter::TextVariant(npnFuncs, version);
   return true;
 }
 

@@ -92,6 +92,13 @@ class VariantReader {
   size_t textBytesLeft = kMaxTextBytes;
 };
 
+}  // namespace
+
+JSObject fromNPVariant(NPP npp, const NPNetscapeFuncs* funcs, const NPVariant* value) {
+  if (!funcs) throw BadTypeid();
+  return VariantReader(npp, funcs).Read(*value);
+}
+
 NPVariant TextVariant(const NPNetscapeFuncs* funcs, const std::string& text) {
   if (text.size() >= std::numeric_limits<uint32_t>::max()) throw std::bad_alloc();
   const size_t size = text.size() + 1;
@@ -100,13 +107,6 @@ NPVariant TextVariant(const NPNetscapeFuncs* funcs, const std::string& text) {
   NPVariant variant{NPVariantType_String, {}};
   variant.value.stringValue = {copy, static_cast<uint32_t>(std::strlen(copy))};
   return variant;
-}
-
-}  // namespace
-
-JSObject fromNPVariant(NPP npp, const NPNetscapeFuncs* funcs, const NPVariant* value) {
-  if (!funcs) throw BadTypeid();
-  return VariantReader(npp, funcs).Read(*value);
 }
 
 NPVariant toNPVariant(NPP npp, const NPNetscapeFuncs* funcs, JSObject value) {

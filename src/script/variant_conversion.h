@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 
 #include "npapi/npfunctions.h"
 #include "script/js_object.h"
@@ -24,5 +25,8 @@ JSObject fromNPVariant(NPP npp, const NPNetscapeFuncs* funcs, const NPVariant* v
 /// read-only script object over the value. Throws `std::invalid_argument` for a Function, `std::bad_typeid` for null
 /// `funcs`, `std::runtime_error` when the host has no memory or makes no object.
 NPVariant toNPVariant(NPP npp, const NPNetscapeFuncs* funcs, JSObject value);
+
+/// The same for a text alone.
+NPVariant TextVariant(const NPNetscapeFuncs* funcs, const std::string& text);
 
 }  // namespace NorvoWebAPI::NPJSConverter
