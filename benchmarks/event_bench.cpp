@@ -1,7 +1,9 @@
 // What an event costs on its way from the library to the page's function.
 #include <benchmark/benchmark.h>
 
+#include <array>
 #include <atomic>
+#include <cstdio>
 #include <memory>
 #include <thread>
 
@@ -46,10 +48,17 @@ class ListeningPage {
   Bench::ListedObject function{};
 };
 
+void LogLine() {
+  std::array<char, 128> line;
+  std::snprintf(line.data(), line.size(), "[%d] [%s] %s\n", static_cast<int>(GetCurrentThreadId()), kEventLogTag,
+                "CallbackEvent");
+  OutputDebugStringA(line.data());
+}
+
 // A hook that does for each message what is left of an event: the object for the page, the call of its function, and
-// the two lines at either end, which are logged at every level.
+// two lines at either end, which are logged at every level.
 LRESULT CALLBACK Deliver(int code, WPARAM wParam, LPARAM lParam) {
-  for (int i = 0; i < 4; ++i) OutputDebugStringA("[4711] [pZUB:EventTemplate] CallbackEvent\n");
+  for (int i = 0; i < 4; ++i) LogLine();
   Bench::TellFunction(3);
   return Bench::BareHook::PassOn(code, wParam, lParam);
 }

@@ -41,7 +41,7 @@ DWORD WaitForSingleObject(HANDLE object, DWORD milliseconds) {
   const auto isFree = [&] { return mutex->depth == 0 || mutex->owner == self; };
   if (milliseconds == INFINITE) {
     mutex->released.wait(lock, isFree);
-  } else if (!mutex->released.wait_for(lock, std::chrono::milliseconds(milliseconds), isFree)) {
+  } else if (!isFree() && !mutex->released.wait_for(lock, std::chrono::milliseconds(milliseconds), isFree)) {
     return WAIT_TIMEOUT;
   }
   mutex->owner = self;

@@ -88,10 +88,10 @@ void Notify(const DisplayState& page, const DisplayState::Callback& slot, std::v
 }
 
 std::vector<JSObject> Position(POINT point) {
-  JSObject position;
-  position["XCode"] = JSObject(int32_t{point.x});
-  position["YCode"] = JSObject(int32_t{point.y});
-  return {position};
+  std::vector<JSObject> args(1);
+  args[0]["XCode"] = JSObject(int32_t{point.x});
+  args[0]["YCode"] = JSObject(int32_t{point.y});
+  return args;
 }
 
 void OnPress(Scriptable& page, POINT point) {

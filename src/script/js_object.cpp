@@ -88,8 +88,7 @@ JSObject& JSObject::operator=(const JSObject& other) {
 }
 
 JSObject& JSObject::operator=(JSObject&& other) noexcept {
-  JSObject taken(std::move(other));
-  Swap(taken);
+  Swap(other);
   return *this;
 }
 
