@@ -267,9 +267,9 @@ DWORD GetFullPathNameA(LPCSTR path, DWORD size, LPSTR buffer, LPSTR* filePart);
 UINT GetTempFileNameA(LPCSTR folder, LPCSTR prefix, UINT unique, LPSTR path);
 BOOL CreateDirectoryA(LPCSTR path, LPSECURITY_ATTRIBUTES security);
 BOOL DeleteFileA(LPCSTR path);
-/// Lists by name, ignoring the case of ASCII letters; "*.*" matches every name.
 /// Of the file that a link leads to: a folder, a plain file, or else a device.
 DWORD GetFileAttributesA(LPCSTR path);
+/// Lists by name, ignoring the case of ASCII letters; "*.*" matches every name.
 HANDLE FindFirstFileA(LPCSTR pattern, WIN32_FIND_DATAA* found);
 BOOL FindNextFileA(HANDLE search, WIN32_FIND_DATAA* found);
 BOOL FindClose(HANDLE search);

@@ -25,9 +25,7 @@ void LogInitCount(ScriptCall& call, const char* word) {
 void Init(ScriptCall& call) {
   call.page.Agent().Init(call.result);
   if (StatusOf(call.result) == kAgentOk) {
-    call.page.Page().initialised = true;
-    ++call.page.Page().owedDeInits;
-    ++agentInitCount;
+    agentInitialisations.Enter(call.page.Page());
   }
   LogInitCount(call, "Init");
 }
@@ -35,19 +33,14 @@ void Init(ScriptCall& call) {
 void DeInit(ScriptCall& call) {
   Plugin& plugin = call.page.Page();
   CKSVPluginZUB& agent = call.page.Agent();
-  // The count is given back first: the library may let the host run, and with it another page's initialisation.
-  if (agentInitCount > 1) {
-    --agentInitCount;
-    plugin.GaveBack(plugin.owedDeInits);
+  const Initialisations::Returned returned = agentInitialisations.GiveBack(plugin);
+  if (returned == Initialisations::Returned::OneOfMany) {
     if (call.page.IsInstanceGeneration()) {
       EventTemplate::StopPluginInstances(&plugin, agent, call.result);
     } else {
       EventTemplate::UnRegisterPlugin(&plugin, agent, call.result);
     }
-  } else if (agentInitCount == 1 && plugin.initialised) {
-    agentInitCount = 0;
-    plugin.initialised = false;
-    plugin.owedDeInits = 0;
+  } else if (returned == Initialisations::Returned::Last) {
     if (call.page.IsInstanceGeneration()) {
       EventTemplate::ClearInstanceEvents(&plugin);
     } else {

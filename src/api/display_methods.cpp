@@ -8,6 +8,8 @@
 #include "display/input_hooks.h"
 #include "foundation/result_codes.h"
 #include "foundation/text.h"
+#include "script/host_values.h"
+#include "script/output_buffer.h"
 #include "shell/plugin.h"
 
 namespace NorvoWebAPI::KSV::DisplayMethods {
@@ -20,26 +22,41 @@ constexpr DWORD kMaxRepaintWait = 1000;  // Milliseconds.
 template <typename Operation>
 void TakeNumber(uint32_t& number, const ScriptCall& call, Operation operation) {
   const uint32_t before = number;
-  uint32_t given = before;
-  operation(&given);
-  if (given != before || StatusOf(call.result) == kDisplayOk) number = given;
+  uint32_t place = before;
+  operation(&place);
+  const uint32_t given = ReadOnce(place);
+  const int32_t status = StatusOf(call.result);
+  if (given != before || status == kDisplayOk || status == kSessionStands) number = given;
 }
 
-// The page has ended inside the call that made something for it, and its end took away only what stood then.
-void TakeBackSession(Scriptable& page) {
-  if (displayInitCount == 0 || page.displayActive == 1) return;
-  JSObject unread;
-  const uint32_t sessionId = std::exchange(page.sessionId, 0);
-  page.Display().RegisterEvents(sessionId, nullptr, nullptr, unread);
-  page.Display().CloseSession(sessionId, unread);
-}
+// A page that ends inside a call of the library takes away only what stood then: what that call still makes for it is
+// taken back when the method is over, unless the library was taken down meanwhile. The end of an object that shows an
+// image does it by itself.
+class TakesBack {
+ public:
+  explicit TakesBack(Scriptable& calledPage) : page(calledPage) {}
+  TakesBack(const TakesBack&) = delete;
+  TakesBack& operator=(const TakesBack&) = delete;
+  ~TakesBack() {
+    if (!page.Page().IsDestroyed() || displayInitialisations.Era() != era || page.displayActive == 1 ||
+        page.sessionId == 0)
+      return;
+    ReleaseQuietly([this] {
+      JSObject unread;
+      const uint32_t sessionId = std::exchange(page.sessionId, 0);
+      page.Display().RegisterEvents(sessionId, nullptr, nullptr, unread);
+      page.Display().CloseSession(sessionId, unread);
+    });
+  }
+
+ private:
+  Scriptable& page;
+  const uint32_t era = displayInitialisations.Era();
+};
 
 // Whether the library has done what it was asked last, for a page that has not ended inside that call.
 bool Done(ScriptCall& call) {
-  if (StatusOf(call.result) != kDisplayOk) return false;
-  const bool ended = call.page.Page().IsDestroyed();
-  if (ended) TakeBackSession(call.page);
-  return !ended;
+  return StatusOf(call.result) == kDisplayOk && !call.page.Page().IsDestroyed();
 }
 
 // The page's image is up: its window is watched from now on.
@@ -86,9 +103,7 @@ void Init(ScriptCall& call) {
   TakeNumber(page.displayContext, call,
              [&](uint32_t* context) { page.Display().Init(call.Number(0), call.Text(1), context, call.result); });
   if (StatusOf(call.result) != kDisplayOk) return;
-  page.Page().initialised = true;
-  ++page.Page().owedDisplayDeInits;
-  ++displayInitCount;
+  displayInitialisations.Enter(page.Page());
 }
 
 void EnterDeInit(Scriptable& page, bool /*accepted*/) {
@@ -97,33 +112,27 @@ void EnterDeInit(Scriptable& page, bool /*accepted*/) {
 
 void DeInit(ScriptCall& call) {
   Scriptable& page = call.page;
-  Plugin& plugin = page.Page();
-  if (displayInitCount > 1) {
-    --displayInitCount;
-    plugin.GaveBack(plugin.owedDisplayDeInits);
-  } else if (displayInitCount == 1 && plugin.initialised) {
-    // Given back first: the library may let the host run, and with it another initialisation.
-    displayInitCount = 0;
-    plugin.initialised = false;
-    plugin.owedDisplayDeInits = 0;
-    page.displayActive = 0;
-    EndClick(page);
-    page.Display().DeInit(std::exchange(page.displayContext, 0), call.result);
-  }
+  if (displayInitialisations.GiveBack(page.Page()) != Initialisations::Returned::Last) return;
+  page.displayActive = 0;
+  EndClick(page);
+  page.Display().DeInit(std::exchange(page.displayContext, 0), call.result);
 }
 
 void EstablishSession(ScriptCall& call) {
   Scriptable& page = call.page;
   const HWND window = page.Page().window;
   if (!window || page.Page().IsDestroyed()) return;
+  const TakesBack takesBack(page);
   TakeNumber(page.sessionId, call, [&](uint32_t* session) {
     page.Display().EstablishSession(window, session, page.displayContext, call.result);
   });
-  // One that stood before may be another page's.
-  const bool stands = StatusOf(call.result) == kSessionStands;
-  if (stands ? page.Page().IsDestroyed() : !Done(call)) return;
+  const int32_t status = StatusOf(call.result);
+  if ((status != kDisplayOk && status != kSessionStands) || page.Page().IsDestroyed()) {
+    // One that stood before may be another page's.
+    if (status == kSessionStands) page.sessionId = 0;
+    return;
+  }
   page.Display().RegisterEvents(page.sessionId, DisplayEventCallback, window, call.result);
-  if (!stands && page.Page().IsDestroyed()) TakeBackSession(page);
   if (StatusOf(call.result) != kDisplayOk) StorePluginCode(call.result, kDisplayEventsFailed);
 }
 
@@ -154,6 +163,7 @@ void StatusToString(ScriptCall& call) {
 void CreateStdImage(ScriptCall& call) {
   Scriptable& page = call.page;
   if (page.Page().IsDestroyed()) return;
+  const TakesBack takesBack(page);
   page.inputType = call.Number(0);
   page.imageId = call.Unsigned(1);
   int32_t width = 0;
@@ -163,10 +173,7 @@ void CreateStdImage(ScriptCall& call) {
                                 call.Text(10), call.Text(11), call.Length(11), &width, &height, call.result);
   if (!Done(call)) return;
   page.Display().RepaintImage(page.sessionId, page.imageId, call.result);
-  if (page.Page().IsDestroyed()) {
-    TakeBackSession(page);
-    return;
-  }
+  if (page.Page().IsDestroyed()) return;
   page.imageWidth = width;
   page.imageHeight = height;
   ShowImage(page);
@@ -174,7 +181,9 @@ void CreateStdImage(ScriptCall& call) {
 
 void SubmitFrame(ScriptCall& call) {
   Scriptable& page = call.page;
-  if (page.Page().IsDestroyed() || !ReleaseRemoteImage(call)) return;
+  if (page.Page().IsDestroyed()) return;
+  const TakesBack takesBack(page);
+  if (!ReleaseRemoteImage(call)) return;
   page.imageId = call.Unsigned(0);
   page.Display().SubmitFrame(page.sessionId, page.imageId, call.Text(1), call.Length(2), call.Text(2), call.result);
   if (!Done(call)) return;
@@ -190,6 +199,7 @@ void EnterProcessRemote(Scriptable& /*page*/, bool accepted) {
 void ProcessRemoteWysMessage(ScriptCall& call) {
   Scriptable& page = call.page;
   if (page.Page().IsDestroyed()) return;
+  const TakesBack takesBack(page);
   std::string domain;
   if (call.Text(4)) domain = page.PageOrigin();
   const bool replaces = page.remoteImagePresent != 0;

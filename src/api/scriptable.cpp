@@ -5,6 +5,7 @@
 
 #include "api/method_table.h"
 #include "display/input_hooks.h"
+#include "events/event_delivery.h"
 #include "foundation/debug_log.h"
 #include "foundation/product.h"
 #include "foundation/result_codes.h"
@@ -14,9 +15,6 @@
 #include "shell/plugin.h"
 
 namespace NorvoWebAPI::KSV {
-
-int32_t agentInitCount = 0;
-int32_t displayInitCount = 0;
 
 Scriptable::Scriptable(NPP instance, const NPNetscapeFuncs* funcs, Plugin* owner)
     : NPScriptable(funcs),
@@ -36,7 +34,7 @@ Scriptable::~Scriptable() {
   // Told first: the release lets the library run, and the host may end the page in there.
   const Plugin::Entry running(*plugin);
   plugin->ScriptableEnded();
-  if (plugin->owedDeInits > 0) {
+  if (agentInitialisations.Settle(*plugin)) {
     plugin->initialised = true;
     ReleaseQuietly([this] { ReleaseAgent(); });
   }
@@ -48,15 +46,15 @@ Scriptable::~Scriptable() {
 
 void Scriptable::EndDisplay() {
   ForgetPress(*this);
-  const bool owed = plugin->owedDisplayDeInits > 0;
+  const bool owed = displayInitialisations.Settle(*plugin);
+  if (owed) plugin->initialised = true;
   if (displayActive == 1) {
+    if (owed) displayInitialisations.GiveBack(*plugin);
     JSObject unread;
     display->RegisterEvents(sessionId, nullptr, nullptr, unread);
     display->CloseSession(sessionId, unread);
     display->DeInit(displayContext, unread);
-    if (owed && displayInitCount > 0) --displayInitCount;
   } else if (owed) {
-    plugin->initialised = true;
     ReleaseDisplay();
   }
 }
@@ -144,14 +142,21 @@ uint32_t Scriptable::ResolveInstance(const char* name, JSObject& result) {
   if (const std::optional<InstanceRecord> known = plugin->instanceMap.Find(name)) {
     return answer(kPluginOk, kAgentOk, known->instanceId);
   }
+  const bool hadEnded = plugin->IsDestroyed();
+  const uint32_t era = agentInitialisations.Era();
   JSObject started;
   agent.StartInstance(name, nullptr, plugin, started);
   if (!WentThrough(started)) return answer(PluginCodeOf(started), StatusOf(started), 0);
   const uint32_t instanceId = InstanceIdOf(started);
-  // The library may have let the host run: the page may have ended, or have started the same applet.
+  // The library may have let the host run: the page may have started the same applet, or have ended; then nobody else
+  // would stop this one.
   const std::optional<InstanceRecord> other = plugin->instanceMap.Find(name);
-  if (other || plugin->IsDestroyed()) {
-    agent.StopInstance(instanceId, started);
+  if (other || (plugin->IsDestroyed() && !hadEnded)) {
+    const bool isSurplus = agentInitialisations.Era() == era && (!other || other->instanceId != instanceId);
+    if (isSurplus) {
+      const ReleaseScope releasing;
+      agent.StopInstance(instanceId, started);
+    }
     return other ? answer(kPluginOk, kAgentOk, other->instanceId) : answer(kFailed, kAgentNotCalled, 0);
   }
   plugin->instanceMap.Enter(name, {instanceId, false});

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "agent/cksv_plugin_zub.h"
+#include "api/initialisations.h"
 #include "display/cksv_plugin_wys.h"
 #include "display/display_state.h"
 #include "script/js_object.h"
@@ -15,11 +16,6 @@ namespace NorvoWebAPI::KSV {
 
 class Plugin;
 struct MethodRow;
-
-/// Successful `zubInit` calls of all pages that have not been given back; and `wysInit` calls. The browser's thread
-/// only.
-extern int32_t agentInitCount;
-extern int32_t displayInitCount;
 
 /// The object that page script holds: one property and the methods of the table in method_table.h. Every method but
 /// the setters of page functions gives the page a result object with the outcome, whatever went wrong inside; only a

@@ -95,6 +95,7 @@ class CKSVPluginWYS {
   std::string platformName;
   /// The library may go on reading the description of the latest image, until its session has ended.
   std::shared_ptr<const ImageDescriptor> image;
+  uint32_t imageSession = 0;
   Library library;
   bool hasImage = false;
   bool pageEnded = false;

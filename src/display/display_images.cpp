@@ -64,6 +64,7 @@ bool CKSVPluginWYS::CreateStdImage(uint32_t sessionId, int32_t inputType, uint32
     if (StoreStatus(result, status) != kDisplayOk) return;
     hasImage = true;
     image = described;
+    imageSession = sessionId;
     *outWidth = static_cast<int32_t>(described->Get(DescriptorLayout::kImageWidth));
     *outHeight = static_cast<int32_t>(described->Get(DescriptorLayout::kImageHeight));
     result["ImageId"] = JSObject(static_cast<int32_t>(described->Get(DescriptorLayout::kImageId)));

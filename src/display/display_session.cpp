@@ -34,7 +34,8 @@ bool CKSVPluginWYS::CloseSession(uint32_t sessionId, JSObject& result) {
   return Run(entries.CloseSession, result, [&] {
     hasImage = false;
     const auto described = image;
-    if (StoreStatus(result, entries.CloseSession(sessionId)) == kDisplayOk) ForgetImage(described);
+    if (StoreStatus(result, entries.CloseSession(sessionId)) != kDisplayOk) return;
+    if (imageSession == sessionId) ForgetImage(described);
   });
 }
 

@@ -13,7 +13,7 @@ namespace NorvoWebAPI::KSV {
 /// The private message that carries an event: `wParam` is the record's address, `lParam` 0.
 inline constexpr UINT WM_AGENT_EVENT = WM_USER + 43;
 
-/// Deliveries and releases log under it at every level: no page's setting is at hand on the library's threads.
+/// Deliveries and releases log under it at every level: on the library's threads no page's setting is at hand.
 inline constexpr char kEventLogTag[] = "pZUB:EventTemplate";
 
 /// First generation: who registered a name. Never ended, as the library's threads may come at any time.

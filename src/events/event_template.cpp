@@ -46,7 +46,11 @@ void RegisterEvent(const std::string& name, Plugin* plugin, CKSVPluginZUB& agent
   if (eventMap.Has(name)) throw CPluginException{kEventRegistrationFailed};
   ClearEventBusy();
   agent.RegisterCallback(name.c_str(), CallbackEvent, result);
-  if (WentThrough(result)) eventMap.Enter(name, plugin);
+  if (WentThrough(result)) {
+    // The library may let the host run, and with it another page's registration of the name.
+    if (eventMap.Has(name)) throw CPluginException{kEventRegistrationFailed};
+    eventMap.Enter(name, plugin);
+  }
   LogCodes(agent.LogEnabled(), kAgentLogTag, "RegisterEvent", result);
 }
 

@@ -19,7 +19,8 @@ namespace EventTemplate {
 /// Registers a page for an applet's events, in a library of the first generation. Code 22: the hook can't be
 /// installed, or any page has the name already.
 void RegisterEvent(const std::string& name, Plugin* plugin, CKSVPluginZUB& agent, JSObject& result);
-/// The same in the instance generation: starts the instance. The caller enters it in the page's `instanceMap`.
+/// The same in the instance generation: starts the instance. The caller has looked for the name in the page's
+/// `instanceMap`, and enters it there.
 void StartInstanceEvent(const std::string& name, Plugin* plugin, CKSVPluginZUB& agent, JSObject& result);
 
 /// Code 12: the name isn't registered.
@@ -31,7 +32,8 @@ void UnRegisterInstanceEvent(const std::string& name, Plugin* plugin, CKSVPlugin
 void UnRegisterPlugin(Plugin* plugin, CKSVPluginZUB& agent, JSObject& result);
 void StopPluginInstances(Plugin* plugin, CKSVPluginZUB& agent, JSObject& result);
 
-/// Releases everything, of every page, before the library is taken down.
+/// Forgets what the library holds before it is taken down: the names of every page; the instances that every page
+/// started for events, and this one's others.
 void ClearEvents();
 void ClearInstanceEvents(Plugin* plugin);
 

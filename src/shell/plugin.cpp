@@ -94,8 +94,8 @@ void Plugin::ReleaseLibraries() {
   // The flag is one for both libraries. What a page owes one of them sets it for that one's release alone: the other
   // may have cleared it, or may be another page's by now.
   const bool stood = initialised;
-  const bool owesAgent = std::exchange(owedDeInits, 0) > 0;
-  const bool owesDisplay = std::exchange(owedDisplayDeInits, 0) > 0;
+  const bool owesAgent = agentInitialisations.Settle(*this);
+  const bool owesDisplay = displayInitialisations.Settle(*this);
   initialised = stood || owesAgent;
   if (agentInitCount != 0) scriptable->ReleaseAgent();
   initialised = (stood && initialised) || owesDisplay;

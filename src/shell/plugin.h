@@ -5,6 +5,7 @@
 #include <string>
 
 #include "agent/instance_map.h"
+#include "api/initialisations.h"
 #include "platform/win32.h"
 #include "shell/np_plugin.h"
 
@@ -69,11 +70,9 @@ class Plugin : public NPPlugin<Plugin, Scriptable> {
   /// The last one that the host gave; events ask for it on threads of the library.
   std::atomic<HWND> window = nullptr;
 
-  bool initialised = false;         ///< A successful `zubInit` or `wysInit` of this page stands.
-  uint32_t owedDeInits = 0;         ///< Successful `zubInit` calls that this page has not given back.
-  uint32_t owedDisplayDeInits = 0;  ///< The same of `wysInit`.
-  /// A page may give back what another owes.
-  static void GaveBack(uint32_t& owed) { owed -= owed > 0 ? 1 : 0; }
+  bool initialised = false;  ///< A successful `zubInit` or `wysInit` of this page stands.
+  InitDebt agentDebt;
+  InitDebt displayDebt;
   uint32_t agentMajorVersion = 0;  ///< One byte; 0 until the host agent has told it.
   InstanceMap instanceMap;
 

@@ -62,14 +62,15 @@ bool URLNetworking::StartFetch(Kind kind, const std::string& url, void* context,
   if (ended) return false;
   const uintptr_t number = ++lastRequest;
   requests.emplace(number, URLRequest{kind, context, listener, nullptr});
+  bool started = false;
   try {
-    if (npnFuncs->geturlnotify(npp, url.c_str(), nullptr, HostWord(number)) == NPERR_NO_ERROR) return true;
+    started = npnFuncs->geturlnotify(npp, url.c_str(), nullptr, HostWord(number)) == NPERR_NO_ERROR;
   } catch (...) {
     requests.erase(number);
     throw;
   }
-  requests.erase(number);
-  return false;
+  if (!started) requests.erase(number);
+  return started;
 }
 
 URLNetworking::URLStream* URLNetworking::StreamOf(const NPStream* stream) {

@@ -1,0 +1,35 @@
+#include "api/initialisations.h"
+
+#include "shell/plugin.h"
+
+namespace NorvoWebAPI::KSV {
+
+int32_t agentInitCount = 0;
+int32_t displayInitCount = 0;
+Initialisations agentInitialisations(agentInitCount, &Plugin::agentDebt);
+Initialisations displayInitialisations(displayInitCount, &Plugin::displayDebt);
+
+void Initialisations::Enter(Plugin& plugin) {
+  plugin.initialised = true;
+  (plugin.*debt).Enter(era);
+  ++count;
+}
+
+Initialisations::Returned Initialisations::GiveBack(Plugin& plugin) {
+  if (count > 1) {
+    --count;
+    (plugin.*debt).GiveBack();
+    return Returned::OneOfMany;
+  }
+  if (count != 1 || !plugin.initialised) return Returned::Nothing;
+  count = 0;
+  ++era;
+  plugin.initialised = false;
+  return Returned::Last;
+}
+
+bool Initialisations::Settle(Plugin& plugin) const {
+  return (plugin.*debt).Settle(era);
+}
+
+}  // namespace NorvoWebAPI::KSV
