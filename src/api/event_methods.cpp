@@ -25,7 +25,7 @@ std::string DemandName(const ScriptCall& call) {
 void StartEvents(ScriptCall& call, const std::string& name) {
   Plugin& plugin = call.page.Page();
   CKSVPluginZUB& agent = call.page.Agent();
-  if (!call.page.IsInstanceGeneration()) {
+  if (!call.IsInstanceGeneration()) {
     EventTemplate::RegisterEvent(name, &plugin, agent, call.result);
     return;
   }

@@ -50,9 +50,17 @@ NPObject* ScriptCall::Function(size_t index) const {
   return function;
 }
 
+bool ScriptCall::IsInstanceGeneration() const {
+  const bool answer = page.IsInstanceGeneration();
+  // The library may let the host run, and the host end the page: nothing more is asked for it then.
+  watch.DemandAlive();
+  return answer;
+}
+
 AgentTarget ScriptCall::Target() const {
-  if (!page.IsInstanceGeneration()) return AgentTarget::Applet(Text(0));
+  if (!IsInstanceGeneration()) return AgentTarget::Applet(Text(0));
   const uint32_t instanceId = page.ResolveInstance(Text(0), result);
+  watch.DemandAlive();
   if (!WentThrough(result)) throw Answered{};
   return AgentTarget::Instance(instanceId);
 }

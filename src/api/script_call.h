@@ -50,8 +50,10 @@ class ScriptCall {
   /// The page's function; throws `CPluginException` 12 for a value that is no script object.
   [[nodiscard]] NPObject* Function(size_t index) const;
 
+  /// Which generation the library is of. Throws `std::runtime_error` when the page has ended while it was asked.
+  [[nodiscard]] bool IsInstanceGeneration() const;
   /// The target that the first argument names, in the form that the library's generation takes. Throws `Answered` when
-  /// its instance can't be started: the result then tells why.
+  /// its instance can't be started: the result then tells why; and `std::runtime_error` when the page has ended.
   [[nodiscard]] AgentTarget Target() const;
 
   Scriptable& page;
