@@ -172,7 +172,10 @@ void CreateStdImage(ScriptCall& call) {
                                 call.Number(4), call.Text(5), call.Number(6), call.Number(8), call.Number(9),
                                 call.Text(10), call.Text(11), call.Length(11), &width, &height, call.result);
   if (!Done(call)) return;
+  // An image that stands, but whose id could not be told, is no success, however its painting goes.
+  const int32_t told = PluginCodeOf(call.result);
   page.Display().RepaintImage(page.sessionId, page.imageId, call.result);
+  if (told != kPluginOk) StorePluginCode(call.result, told);
   if (page.Page().IsDestroyed()) return;
   page.imageWidth = width;
   page.imageHeight = height;
