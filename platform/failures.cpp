@@ -1,10 +1,13 @@
 #include <atomic>
 
 #include "platform/internal.h"
+#include "platform/testing.h"
 #include "platform/testing_backend.h"
 
 namespace platform {
 namespace {
+
+constexpr size_t kAnyCall = std::size(kCallNames);
 
 struct Plan {
   size_t call;
@@ -21,6 +24,8 @@ struct Plans {
 // Read on every call of the layer, so that a program without plans pays no lock.
 std::atomic<int> planCount{0};
 
+thread_local int unfailing = 0;
+
 }  // namespace
 
 DWORD InjectedError(CallName call) {
@@ -28,16 +33,27 @@ DWORD InjectedError(CallName call) {
   auto& plans = Immortal<Plans>();
   const std::lock_guard lock(plans.mutex);
   for (auto& [number, plan] : plans.byNumber) {
-    if (plan.call != call.index() || plan.callsUntilFailure == 0 || --plan.callsUntilFailure != 0) continue;
+    if (plan.call != kAnyCall && plan.call != call.index()) continue;
+    if (plan.callsUntilFailure == 0 || --plan.callsUntilFailure != 0) continue;
     SetLastError(plan.error);
     return plan.error;
   }
   return ERROR_SUCCESS;
 }
 
+UnfailingMemory::UnfailingMemory() {
+  ++unfailing;
+}
+UnfailingMemory::~UnfailingMemory() {
+  --unfailing;
+}
+bool MemoryMayFail() {
+  return unfailing == 0;
+}
+
 int AddFailure(std::string_view call, DWORD error, int nth) {
   if (error == 0 || nth < 1) throw std::invalid_argument("a failure needs an error and a call to come");
-  const size_t index = CallName::IndexOf(call);
+  const size_t index = call == "*" ? kAnyCall : CallName::IndexOf(call);
   auto& plans = Immortal<Plans>();
   const std::lock_guard lock(plans.mutex);
   plans.byNumber.emplace(++plans.lastNumber, Plan{index, error, nth});

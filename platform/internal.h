@@ -83,6 +83,15 @@ class CallName {
   size_t index_;
 };
 
+/// While one lives, no test makes the calling thread's memory fail: a library in use ends the process then.
+class UnfailingMemory {
+ public:
+  UnfailingMemory();
+  UnfailingMemory(const UnfailingMemory&) = delete;
+  UnfailingMemory& operator=(const UnfailingMemory&) = delete;
+  ~UnfailingMemory();
+};
+
 /// 0 unless a test has asked this call to fail now; then the error, which is the calling thread's last error too.
 DWORD InjectedError(CallName call);
 

@@ -24,6 +24,7 @@ struct StoreMutex : std::mutex {};
 template <class Work>
 LSTATUS Guarded(CallName call, Work work) {
   if (const DWORD error = platform::InjectedError(call)) return static_cast<LSTATUS>(error);
+  const platform::UnfailingMemory unfailing;  // The JSON library needs memory to give its values back.
   try {
     const std::lock_guard lock(platform::Immortal<StoreMutex>());
     return work();

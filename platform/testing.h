@@ -84,8 +84,8 @@ class ScopedVariable {
 extern const bool kHasLayerSettings;
 
 /// Makes the `nth` following call of a function fail with `error`, on whatever thread it comes. The two forms of a
-/// registry call count as one, under the name without A or W ("RegOpenKeyEx"). An unknown name throws
-/// `std::invalid_argument`.
+/// registry call count as one, under the name without A or W ("RegOpenKeyEx"); "*" stands for all. An unknown name
+/// throws `std::invalid_argument`.
 class FailCall {
  public:
   explicit FailCall(std::string_view call, DWORD error, int nth = 1);
@@ -99,6 +99,9 @@ class FailCall {
  private:
   int plan_;
 };
+
+/// False while the layer is in the hands of a library that can't do without memory.
+bool MemoryMayFail();
 
 /// Answers `IsWow64Process` for as long as it lives.
 class Wow64Answer {

@@ -100,6 +100,9 @@ void SetVariable(const char* name, const char* value) {
   _putenv((std::string(name) + "=" + (value == nullptr ? "" : value)).c_str());
 }
 
+bool MemoryMayFail() {
+  return true;
+}
 int AddFailure(std::string_view, DWORD, int) {
   Refuse();
 }

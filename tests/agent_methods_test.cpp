@@ -5,16 +5,14 @@
 #include <set>
 #include <string_view>
 
-#include "api/method_table.h"
-#include "api/scriptable.h"
 #include "tests/support/agent_fixture.h"
+#include "tests/support/method_calls.h"
 
 using namespace support;
 using NorvoWebAPI::KSV::Answers;
 using NorvoWebAPI::KSV::Arity;
 using NorvoWebAPI::KSV::Demand;
 using NorvoWebAPI::KSV::kMethods;
-using NorvoWebAPI::KSV::MethodRow;
 
 namespace {
 
@@ -26,27 +24,6 @@ std::vector<MethodRow> Rows(std::string_view start) {
            row.answers != Answers::Nothing;
   });
   return rows;
-}
-
-std::vector<Value> ValidArguments(const MethodRow& row) {
-  std::vector<Value> arguments;
-  for (size_t i = 0; i < row.argumentCount; ++i) {
-    switch (row.arguments[i].demand) {
-      case Demand::Text:
-        arguments.emplace_back("aGk=");
-        break;
-      case Demand::Number:
-      case Demand::Unsigned:
-        arguments.emplace_back(16);
-        break;
-      case Demand::Flag:
-        arguments.emplace_back(false);
-        break;
-      default:
-        arguments.emplace_back(nullptr);
-    }
-  }
-  return arguments;
 }
 
 // These work on files alone.
@@ -70,7 +47,7 @@ class MethodTableTest : public AgentTest {
 
 TEST_F(MethodTableTest, WrongCountsGiveTwelveAlone) {
   for (const MethodRow& row : Rows("")) {
-    std::vector<Value> arguments = ValidArguments(row);
+    std::vector<Value> arguments = GoodArguments(row, host);
     arguments.resize(row.argumentCount + 1);
     for (size_t count = 0; count <= row.argumentCount + 1; ++count) {
       if (count == row.argumentCount) continue;
@@ -90,7 +67,7 @@ TEST_F(MethodTableTest, OnlyTextWillDoForText) {
     for (size_t i = 0; i < row.argumentCount; ++i) {
       if (row.arguments[i].demand != Demand::Text) continue;
       for (const Value& value : wrong) {
-        std::vector<Value> arguments = ValidArguments(row);
+        std::vector<Value> arguments = GoodArguments(row, host);
         arguments[i] = value;
         EXPECT_EQ(page.Call(row.name, arguments).Show(), "pluginRetCode=13")
             << row.name << ", " << row.arguments[i].name << " of type " << value.index();
@@ -123,23 +100,22 @@ TEST_F(AgentMethodsTest, NumbersArriveAsScriptTextOrNumberSays) {
       {host.Object(), 0},
       {host.Object({{"a", 0}}), 1},
   };
+  environment.Write("KSV_tokens/token", "1");
   for (const MethodRow& row : Rows("zub")) {
-    size_t place = 0;  // Among the numbers that the library is given.
+    std::string before = "'app'";  // What the library is given ahead of the argument.
     for (size_t i = 0; i < row.argumentCount; ++i) {
       const std::string name = row.arguments[i].name;
       if (row.arguments[i].demand != Demand::Number || name.ends_with("apacity")) continue;
       for (const auto& [value, expected] : conversions) {
-        std::vector<Value> arguments = ValidArguments(row);
+        std::vector<Value> arguments = GoodArguments(row, host);
         arguments[i] = value;
         page.Call(row.name, arguments);
         const Calls calls = agent.TakeCalls();
         if (calls.empty()) continue;  // A method without a library call for this argument.
-        std::string shown = "'aGk='";
-        for (size_t k = 0; k < place; ++k) shown += ", 16";
-        EXPECT_NE(calls.back().find(shown + ", " + std::to_string(expected)), std::string::npos)
+        EXPECT_NE(calls.back().find(before + ", " + std::to_string(expected)), std::string::npos)
             << row.name << ", " << name << " of type " << value.index() << ": " << calls.back();
       }
-      ++place;
+      before += name == "sessionHandle" ? ", 1" : ", 3";
     }
   }
 }
@@ -162,7 +138,7 @@ TEST_F(AgentMethodsTest, GateComesBeforeLibraryBeforeEntry) {
     environment.SetLastUpdate(lastUpdate);
     for (const MethodRow& row : Rows("zub")) {
       if (NeedsNoLibrary(row.name) || IsEventMethod(row.name)) continue;
-      EXPECT_EQ(asked.Call(row.name, ValidArguments(row)).Show(), expected) << row.name;
+      EXPECT_EQ(asked.Call(row.name, GoodArguments(row, host)).Show(), expected) << row.name;
     }
     EXPECT_EQ(asked.Call("zubEnumerateTokensDomainBinding").Show(), "pluginRetCode=0 fnRetCode=0 tokenFileNames=[]");
   }

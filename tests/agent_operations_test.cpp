@@ -1,6 +1,4 @@
 // What each operation asks of the library, in both generations, and what the page is told of the answer.
-#include <stdexcept>
-
 #include "tests/support/agent_fixture.h"
 
 using namespace support;
@@ -243,14 +241,4 @@ TEST_F(AgentOperationsTest, ALibrarySeesAndShowsNothingButItsOwn) {
   // It closes a password that fills its room by a zero, as terminated texts are.
   agent.On("ZUB_GetOTP", [](AgentCall& call) { std::copy_n("755224", 7, call.output[0]); });
   EXPECT_EQ(page.Call("zubGetOTP", {"app", 0, "", "", 6, 0, ""}).Text("OTP"), "755224");
-}
-
-TEST_F(AgentOperationsTest, NothingThatALibraryThrowsReachesTheHost) {
-  // Where each library has an unwinder of its own, nothing can be caught across them.
-  if (sizeof(void*) == 4 && !platform::kHasLayerSettings) GTEST_SKIP();
-  const auto throws = [](AgentCall&) { throw std::runtime_error("not expected of a C function"); };
-  for (const Output& output : kOutputs) {
-    agent.On(output.entry, throws);
-    EXPECT_EQ(page.Call(output.method, output.arguments).Show(), "pluginRetCode=13 fnRetCode=10") << output.method;
-  }
 }

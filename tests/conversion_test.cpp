@@ -90,12 +90,4 @@ TEST_F(ConversionTest, FailuresThrow) {
   EXPECT_THROW(toNPVariant(npp, nullptr, JSObject(1)), std::bad_typeid);
   NPVariant variant{NPVariantType_Null, {}};
   EXPECT_THROW(fromNPVariant(npp, nullptr, &variant), std::bad_typeid);
-  host.Fail(Fault::MemAlloc);
-  EXPECT_THROW(Out(JSObject("text")), std::runtime_error);
-  for (const Fault fault : {Fault::CreateObject, Fault::CreateObjectLate}) {
-    JSObject object;
-    object["a"] = JSObject(1);
-    host.Fail(fault);
-    EXPECT_THROW(Out(object), std::runtime_error);
-  }
 }

@@ -137,15 +137,3 @@ TEST_F(DispatchTest, TablesWithoutIdentifiersAreRefused) {
   EXPECT_THROW(Probe{&bare}, std::runtime_error);
   EXPECT_THROW(Probe{nullptr}, std::runtime_error);
 }
-
-TEST_F(DispatchTest, FailedCreationLeavesTheObjectWhereItIs) {
-  for (const Fault fault : {Fault::CreateObject, Fault::CreateObjectLate}) {
-    auto* const other = new Probe(&host.Funcs());
-    bool taken = false;
-    host.Fail(fault);
-    EXPECT_EQ(Probe::CreateObject(npp, &host.Funcs(), other, &taken), nullptr);
-    EXPECT_EQ(taken, fault == Fault::CreateObjectLate);
-    EXPECT_EQ(living, taken ? 1 : 2);
-    if (!taken) delete other;
-  }
-}

@@ -222,8 +222,6 @@ TEST_P(EventsTest, ThePageMayDoAnythingInsideADelivery) {
       [](Page& busy) { busy.Call("zubUnRegisterEventCallback", {"busy"}); },
       [&](Page& busy) { Register(busy, "other", other); },
       [](Page& busy) { busy.Call("zubInit"), busy.Call("zubDeInit"); },
-      [](Page& busy) { busy.Destroy(); },
-      [](Page& busy) { busy.End(); },
   };
   for (const auto& deed : deeds) {
     Page busy(host, "https://busy.example/", window.handle());
@@ -241,20 +239,6 @@ TEST_P(EventsTest, ThePageMayDoAnythingInsideADelivery) {
 TEST_P(EventsTest, APageThatIsGoneRegistersNothing) {
   page.Destroy();
   EXPECT_EQ(Register(page, "app", listener), "null");
-  Page leaving(host, "https://leaving.example/", window.handle());
-  agent.On(ByInstance() ? "ZUB3_StartInstance" : "ZUB_RegisterEventCb", [&](AgentCall& call) {
-    if (call.value) *call.value = lastInstance = 200;
-    instance = call.instanceCallback, context = call.context, applet = call.appletCallback;
-    leaving.Destroy();
-  });
-  agent.TakeCalls();
-  EXPECT_FALSE(leaving.Call("zubRegisterEventCallback", {"app", static_cast<NPObject*>(listener.function)}).Answered());
-  const Calls calls = agent.TakeCalls();
-  ASSERT_FALSE(calls.empty());
-  EXPECT_EQ(calls.back(), ByInstance() ? "ZUB3_StopInstance(#200)" : "ZUB_UnregisterEventCb('app')");
-  Raise("app", "x");
-  PumpMessages();
-  EXPECT_EQ(listener.Take(), Calls{});
 }
 
 TEST_P(EventsTest, OnTheirWayEndWithThePageOrItsWindow) {

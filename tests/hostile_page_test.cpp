@@ -120,81 +120,6 @@ TEST_F(HostilePageTest, ResultsAreReadOnlyAndBounded) {
   EXPECT_EQ(result.Int("fnRetCode"), 0);
 }
 
-TEST_F(HostilePageTest, EveryFailureOfTheHostIsAnswered) {
-  const Value object(host.Object({{"a", 1}, {"b", 2}}));
-  const struct {
-    Fault fault;
-    int nth;
-    const char* expected;
-  } cases[] = {
-      {Fault::Enumerate, 1, kFailed},     {Fault::GetProperty, 1, kFailed},
-      {Fault::GetProperty, 2, kFailed},   {Fault::Utf8FromIdentifier, 2, kFailed},
-      {Fault::CreateObject, 1, "failed"}, {Fault::CreateObjectLate, 1, "failed"},
-  };
-  for (const auto& [fault, nth, expected] : cases) {
-    host.Fail(fault, nth);
-    EXPECT_EQ(Send(object), expected) << static_cast<int>(fault);
-    EXPECT_EQ(Send(object), kDone);
-  }
-  host.Fail(Fault::MemAlloc);
-  EXPECT_FALSE(page.Read("version").Answered());
-  EXPECT_EQ(page.Read("version").Show(), "'5.0.5'");
-  environment.Write("KSV_tokens/https_page.example/a", "1");
-  const Result result = page.Call("zubEnumerateTokensDomainBinding");
-  for (const Fault fault : {Fault::CreateObject, Fault::CreateObjectLate}) {
-    host.Fail(fault);
-    EXPECT_FALSE(result.Member("tokenFileNames").Answered());
-  }
-  host.Fail(Fault::Utf8FromIdentifier);
-  EXPECT_FALSE(result.Has("tokenFileNames"));
-}
-
-TEST_F(HostilePageTest, InstanceEndsWhileAnArgumentIsRead) {
-  for (const bool whole : {true, false}) {
-    Page doomed(host);
-    ScriptObject* const bomb = host.Object();
-    bomb->Define("a", [&] {
-      whole ? doomed.End() : doomed.Destroy();
-      return Value(1);
-    });
-    bomb->Set("b", host.Object({{"c", 2}}));
-    EXPECT_EQ(doomed.Call("zubSendData", {"app", bomb, 2, bomb}).Show(), "failed");
-  }
-  EXPECT_EQ(agent.TakeCalls(true), Calls{});
-}
-
-TEST_F(HostilePageTest, InstanceEndsWhileItsAddressIsRead) {
-  for (const bool early : {true, false}) {
-    Page doomed(host);
-    ScriptObject* const location = host.Object();
-    location->Set("toString", host.NewFunction([&](const auto&, Value& result) {
-      doomed.End();
-      result = "https://page.example/";
-      return true;
-    }));
-    doomed.Window().Define("location", [&, location] {
-      if (early) doomed.End();
-      return Value(location);
-    });
-    EXPECT_EQ(doomed.Call("zubGetOTP", {"app", 3, "", "", 8, 16, ""}).Show(), "failed");
-    EXPECT_EQ(agent.TakeCalls(), Calls{}) << "nobody is left to ask for";
-  }
-}
-
-TEST_F(HostilePageTest, InstanceEndsInsideTheLibrary) {
-  for (const char* entry : {"ZUB_Init", "ZUB_DoFWUpdate", "ZUB_GetVersion", "ZUB_SendData"}) {
-    Page doomed(host);
-    agent.On(entry, [&](AgentCall&) { doomed.End(); });
-    const std::string method = "zub" + std::string(entry + 4);
-    const bool sends = method == "zubSendData";
-    EXPECT_EQ(doomed.Call(method, sends ? std::vector<Value>{"app", 7, 2, "aGk="} : std::vector<Value>{}).Show(),
-              "failed");
-    agent.On(entry, Refuses(0));
-    EXPECT_EQ(NorvoWebAPI::KSV::agentInitCount, 0) << "a page that went gives its count back";
-  }
-  EXPECT_EQ(page.Call("zubGetVersion").Show(), "pluginRetCode=0 fnRetCode=0 version=0") << "others live on";
-}
-
 TEST_F(HostilePageTest, EndsInEveryOrderGiveTheCountBackOnce) {
   using Ends = std::function<void(Page&)>;
   const Ends orders[] = {
@@ -294,10 +219,6 @@ TEST_F(HostilePageTest, CallOfAPageFunctionOutlivesItsBridge) {
   EXPECT_EQ(result.GetType(), JSObject::Type::Null);
   EXPECT_FALSE(call(answers(Tree(65, 1)), {}));
   EXPECT_FALSE(call(answers(1), {JSObject("text"), JSObject([](void*, auto*, auto*) { return true; }, nullptr)}));
-  host.Fail(Fault::MemAlloc, 2);
-  EXPECT_FALSE(call(answers(1), {JSObject("a"), JSObject("b")}));
-  host.Fail(Fault::InvokeDefault);
-  EXPECT_FALSE(call(answers(1), {JSObject("a")}));
   EXPECT_THROW(NPFuncBridge(npp, &host.Funcs(), nullptr), std::bad_typeid);
   EXPECT_THROW(NPFuncBridge(npp, nullptr, host.Object()), std::bad_typeid);
 }

@@ -144,6 +144,18 @@ void GiveNothing(DisplayCall& call) {
   if (call.length) *call.length = 0;
 }
 
+void Lie(AgentCall& call) {
+  for (int32_t i = 0; i < call.outputCount; ++i) *call.outputLength[i] = 0xFFFF;
+  if (call.value) *call.value = 0xFFFFFFFF;
+}
+
+void Lie(DisplayCall& call) {
+  if (call.length) *call.length = 0xFFFFFFFF;
+  if (call.value) *call.value = 0xFFFFFFFF;
+  if (call.bytes && !call.length) std::fill_n(call.bytes, call.size, uint8_t{0xFF});
+  if (call.text) std::fill_n(call.text, call.size, static_cast<WCHAR>(0xFFFF));
+}
+
 HMODULE LoadStub(const Environment& environment, const fs::path& path) {
   environment.SetLibraryFolder(path.parent_path());
   const std::string text = PlatformText(path);

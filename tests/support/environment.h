@@ -12,6 +12,7 @@
 #include "platform/testing.h"
 #include "tests/stubs/agent_stub.h"
 #include "tests/stubs/display_stub.h"
+#include "tests/support/nth_failure.h"
 
 namespace support {
 
@@ -45,6 +46,9 @@ std::string Show(const AgentCall& call);
 std::string Show(const DisplayCall& call);
 void GiveNothing(AgentCall& call);
 void GiveNothing(DisplayCall& call);
+/// Claims more than there was room for, and numbers that nobody gave.
+void Lie(AgentCall& call);
+void Lie(DisplayCall& call);
 HMODULE LoadStub(const Environment& environment, const std::filesystem::path& path);
 
 /// A stand-in library in the test's process, which hands its calls over. `Call` tells one of them, `Control` is what
@@ -76,11 +80,22 @@ class LibraryStub {
   std::vector<std::string> calls;
 
  private:
-  void Take(Call& call) {
+  void Note(const Call& call) {
+    const InPlugin library(false);
     calls.push_back(Show(call));
+  }
+  void Take(Call& call) {
+    Note(call);
+    PageMayEnd();
+    if (FailsNow(Source::LibraryThrows)) throw std::bad_alloc();
+    const bool refuses = FailsNow(Source::LibraryRefuses);
+    const bool lies = FailsNow(Source::LibraryLies);
+    const InPlugin library(false);
     const auto told = answers.find(call.entry);
     const Answer answer = told == answers.end() ? otherwise : told->second;  // It may be replaced from inside.
     answer(call);
+    if (refuses) call.status = 77;
+    if (lies) Lie(call);
   }
 
   HMODULE library;

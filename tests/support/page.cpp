@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "tests/support/module_exports.h"
+#include "tests/support/nth_failure.h"
 
 namespace support {
 namespace {
@@ -53,7 +54,10 @@ NPObject* Result::Object() const {
 
 bool Result::Has(const Key& key) const {
   NPObject* const object = Object();
-  return object && object->_class->hasProperty(object, host->Id(key));
+  if (!object) return false;
+  const NPIdentifier id = host->Id(key);
+  const InPlugin called(true);
+  return object->_class->hasProperty(object, id);
 }
 
 Result Result::Member(const Key& key) const {
@@ -78,6 +82,7 @@ std::string Result::Text(const Key& key) const {
 std::string Result::Show() const {
   if (!answered) return "failed";
   const Value value = Get();
+  if (std::holds_alternative<std::monostate>(value)) return "nothing";
   if (std::holds_alternative<std::nullptr_t>(value)) return "null";
   if (const auto* number = std::get_if<int32_t>(&value)) return std::to_string(*number);
   if (const auto* flag = std::get_if<bool>(&value)) return *flag ? "true" : "false";
@@ -89,7 +94,9 @@ std::string Result::Show() const {
   std::string shown;
   const auto add = [&](const std::string& part) { shown += (shown.empty() ? "" : " ") + part; };
   if (Has("length")) {
-    for (int32_t i = 0; i < Int("length"); ++i) add(Member(i).Show());
+    const Value length = Member("length").Get();  // None when the host fails at it.
+    const auto* const count = std::get_if<int32_t>(&length);
+    for (int32_t i = 0; count && i < *count; ++i) add(Member(i).Show());
     return "[" + shown + "]";
   }
   for (const char* key : kShownKeys) {

@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "tests/support/module_exports.h"
+#include "tests/support/nth_failure.h"
 
 namespace support {
 namespace {
@@ -56,7 +57,10 @@ struct HostTable {
       if (variable != NPNVWindowNPObject || current->Fails(Fault::GetValue)) return NPERR_GENERIC_ERROR;
       return current->GetWindow(npp, out);
     };
-    funcs.getstringidentifier = [](const NPUTF8* name) { return current->Id(std::string(name)); };
+    funcs.getstringidentifier = [](const NPUTF8* name) {
+      const InPlugin host(false);
+      return current->Id(std::string(name));
+    };
     funcs.identifierisstring = [](NPIdentifier id) { return std::holds_alternative<std::string>(current->KeyOf(id)); };
     funcs.intfromidentifier = [](NPIdentifier id) { return std::get<int32_t>(current->KeyOf(id)); };
     funcs.utf8fromidentifier = [](NPIdentifier id) -> NPUTF8* {
@@ -69,7 +73,7 @@ struct HostTable {
     funcs.releaseobject = [](NPObject* object) { current->Release(object); };
     funcs.releasevariantvalue = [](NPVariant* variant) { current->Release(*variant); };
     funcs.hasproperty = [](NPP npp, NPObject* object, NPIdentifier id) {
-      current->CheckInstance(npp, "NPN_HasProperty");
+      current->EnterScript(npp, "NPN_HasProperty");
       return !current->Fails(Fault::HasProperty) && current->Live(object)->Find(current->KeyOf(id)) != nullptr;
     };
     funcs.getproperty = [](NPP npp, NPObject* object, NPIdentifier id, NPVariant* result) {
@@ -77,15 +81,16 @@ struct HostTable {
     };
     funcs.invoke = [](NPP npp, NPObject* object, NPIdentifier id, const NPVariant* args, uint32_t count,
                       NPVariant* result) {
-      current->CheckInstance(npp, "NPN_Invoke");
+      current->EnterScript(npp, "NPN_Invoke");
       const Getter* const method = current->Live(object)->Find(current->KeyOf(id));
       if (!method || current->Fails(Fault::Invoke)) return false;
+      const InPlugin page(false);
       const Value function = (*method)();
       return std::holds_alternative<NPObject*>(function) &&
              current->Run(std::get<NPObject*>(function), args, count, result);
     };
     funcs.invokeDefault = [](NPP npp, NPObject* object, const NPVariant* args, uint32_t count, NPVariant* result) {
-      current->CheckInstance(npp, "NPN_InvokeDefault");
+      current->EnterScript(npp, "NPN_InvokeDefault");
       EXPECT_EQ(args == nullptr, count == 0) << "NPN_InvokeDefault";
       return !current->Fails(Fault::InvokeDefault) && current->Run(object, args, count, result);
     };
@@ -119,6 +124,7 @@ TestHost::~TestHost() {
 }
 
 bool TestHost::Fails(Fault fault) {
+  if (FailsNow(Source::Host)) return true;
   const auto planned = faults.find(fault);
   return planned != faults.end() && --planned->second == 0;
 }
@@ -127,7 +133,13 @@ void TestHost::CheckInstance(NPP npp, const char* call) const {
   EXPECT_TRUE(instances.contains(npp)) << call << " for an instance that is gone or never was";
 }
 
+void TestHost::EnterScript(NPP npp, const char* call) const {
+  CheckInstance(npp, call);
+  PageMayEnd();
+}
+
 void* TestHost::Allocate(size_t size) {
+  const InPlugin host(false);
   void* const block = std::malloc(size);
   if (size > 0) Poison(block, size);
   blocks[block] = size;
@@ -315,14 +327,16 @@ NPObject* TestHost::CreateObject(NPP npp, NPClass* aClass) {
     aClass->deallocate(object);
     return nullptr;
   }
+  const InPlugin host(false);
   pluginObjects[object] = npp;
   return object;
 }
 
 bool TestHost::GetProperty(NPP npp, NPObject* object, NPIdentifier id, NPVariant* result) {
-  CheckInstance(npp, "NPN_GetProperty");
+  EnterScript(npp, "NPN_GetProperty");
   const Getter* const known = Live(object)->Find(KeyOf(id));
   if (!known || Fails(Fault::GetProperty)) return false;
+  const InPlugin page(false);
   const Getter getter = *known;  // The page may change the member from inside.
   *result = Make(getter());
   return true;
@@ -330,6 +344,7 @@ bool TestHost::GetProperty(NPP npp, NPObject* object, NPIdentifier id, NPVariant
 
 bool TestHost::Run(NPObject* object, const NPVariant* args, uint32_t count, NPVariant* result) {
   if (pluginObjects.contains(object)) return object->_class->invokeDefault(object, args, count, result);
+  const InPlugin page(false);
   const Function function = Live(object)->function;
   if (!function) return false;
   std::vector<Value> values;
@@ -341,9 +356,10 @@ bool TestHost::Run(NPObject* object, const NPVariant* args, uint32_t count, NPVa
 }
 
 bool TestHost::Enumerate(NPP npp, NPObject* object, NPIdentifier** ids, uint32_t* count) {
-  CheckInstance(npp, "NPN_Enumerate");
+  EnterScript(npp, "NPN_Enumerate");
   if (Fails(Fault::Enumerate)) return false;
   if (pluginObjects.contains(object)) return object->_class->enumerate(object, ids, count);
+  const InPlugin page(false);
   const auto& members = Live(object)->members;
   *count = static_cast<uint32_t>(members.size());
   *ids = static_cast<NPIdentifier*>(Allocate(members.size() * sizeof(NPIdentifier)));
@@ -356,15 +372,21 @@ bool TestHost::Call(NPObject* object, const std::string& method, const std::vect
   std::ranges::transform(args, std::back_inserter(variants), [this](const Value& value) { return Make(value); });
   NPClass* const table = object->_class;
   const NPIdentifier id = Id(method);
-  const bool answered = table->hasMethod(object, id) &&
-                        table->invoke(object, id, variants.data(), static_cast<uint32_t>(variants.size()), result);
+  const auto call = [&] {
+    const InPlugin called(true);
+    return table->hasMethod(object, id) &&
+           table->invoke(object, id, variants.data(), static_cast<uint32_t>(variants.size()), result);
+  };
+  const bool answered = call();
   for (NPVariant& variant : variants) Release(variant);
   return answered;
 }
 
 bool TestHost::Get(NPObject* object, const Key& key, NPVariant* result) {
   NPClass* const table = object->_class;
-  return table->hasProperty(object, Id(key)) && table->getProperty(object, Id(key), result);
+  const NPIdentifier id = Id(key);
+  const InPlugin called(true);
+  return table->hasProperty(object, id) && table->getProperty(object, id, result);
 }
 
 }  // namespace support

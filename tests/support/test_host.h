@@ -118,6 +118,7 @@ class TestHost {
   ScriptObject* Live(NPObject* object);
   bool Fails(Fault fault);
   void CheckInstance(NPP npp, const char* call) const;
+  void EnterScript(NPP npp, const char* call) const;
 
   void* Allocate(size_t size);
   void Free(void* block);
