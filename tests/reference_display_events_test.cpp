@@ -151,8 +151,9 @@ TEST_F(ReferenceDisplayEvents, ContextEndsWithAllItsSessionsOrNone) {
     sessions.push_back(session_);
   }
   std::promise<std::pair<uint32_t, std::vector<uint32_t>>> outcome;
-  events_.inside = [&, done = false]() mutable {
-    if (std::exchange(done, true)) return;
+  std::atomic<bool> done = false;  // Each session has a thread of its own.
+  events_.inside = [&] {
+    if (done.exchange(true)) return;
     const uint32_t status = wys_.DeInit(context_);
     std::vector<uint32_t> images;
     for (const uint32_t session : sessions) images.push_back(wys_.RepaintImage(session, 0));
