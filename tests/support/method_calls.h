@@ -51,9 +51,11 @@ class MethodCallsTest : public testing::Test {
   MethodCallsTest() {
     agent.OnOthers([this](AgentCall& call) {
       const std::string_view entry = call.entry;
-      if (entry == "ZUB3_StartInstance" || entry == "ZUB_RegisterEventCb") ++running;
+      if (entry == "ZUB_Init") isUp = true;
+      // Inside a call in which it was taken down, nobody is left to stop anything.
+      if (isUp && (entry == "ZUB3_StartInstance" || entry == "ZUB_RegisterEventCb")) ++running;
       if (entry == "ZUB3_StopInstance" || entry == "ZUB_UnregisterEventCb") --running;
-      if (entry == "ZUB_DeInit") running = 0;
+      if (entry == "ZUB_DeInit") running = 0, isUp = false;
       for (int32_t i = 0; i < call.outputCount; ++i) {
         *call.outputLength[i] = 4;
         std::fill_n(call.output[i], 4, uint8_t{'1'});
@@ -113,8 +115,9 @@ class MethodCallsTest : public testing::Test {
   StubAppletCallback registered = nullptr;
   StubInstanceCallback started = nullptr;
   void* context = nullptr;
-  int running = 0;   ///< Instances and registrations that the library was left with.
-  size_t heard = 0;  ///< Calls of the functions among the arguments.
+  bool isUp = false;  ///< The agent's library.
+  int running = 0;    ///< Instances and registrations that the library was left with.
+  size_t heard = 0;   ///< Calls of the functions among the arguments.
 };
 
 }  // namespace support
