@@ -81,7 +81,7 @@ interface KsvPlugin extends HTMLObjectElement {
 
   /// null on a page without a window.
   zubRegisterEventCallback(name: string, callback: KsvEventCallback): KsvInstance | null;
-  zubUnRegisterEventCallback(name: string): KsvStopped | null;
+  zubUnRegisterEventCallback(name: string): KsvStopped;
   zubStopInstance(instanceID: number, ...ignored: any[]): KsvStopped;
   getInstanceID(name: string): KsvInstance;
 
@@ -128,7 +128,7 @@ interface KsvPlugin extends HTMLObjectElement {
   wysCloseSession(): KsvResult;
   wysDeInit(): KsvResult;
 
-  /// The setters throw when they are not given one function.
+  /// The setters throw when they are not given one object.
   setMouseDownCallback(callback: KsvMouseCallback): void;
   setMouseUpCallback(callback: KsvMouseCallback): void;
   setWindowEventCallback(callback: () => void): void;

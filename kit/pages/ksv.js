@@ -14,7 +14,7 @@ var ksv = (function () {
   var MEANINGS = {
     10: "the library is not loaded: it has to be installed where the settings say",
     11: "the library is too old for this",
-    12: "the page called with a wrong number of arguments or a value beyond a limit",
+    12: "the page called with a wrong number of arguments, without a name or function, or with a value beyond a limit",
     13: "it could not be done here, or the page gave no text where text has to be",
     14: "memory ran out, or the page asked for too much of it",
     15: "the applet can't be written into the user's folder",
