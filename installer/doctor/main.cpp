@@ -18,12 +18,13 @@ one and what to do about it. Run it as the user of the browser, in the form (32 
 libraries and the module, calls nothing in them, and changes nothing.
 
 Options:
-  --json   the same as JSON, in UTF-8: healthy, firstBroken (a check's name, or null), checks (name, status, found,
-           remedy), zubInit and wysInit (the code that these would give by the plug-in's own test)
+  --json   the same as JSON, in UTF-8: version, for (bits and system), healthy, firstBroken (a check's name, or null),
+           checks (name, status, found, remedy), zubInit and wysInit (the code that these would give by the plug-in's
+           own test)
   --help   this text
 
 Exit status:
-  0  no link is broken     1  some link is broken       2  the command line is wrong
+  0  no link is broken     1  some link is broken, or not all could be looked at     2  the command line is wrong
 )";
 
 // False when the text could not be written in full: who reads the exit status alone must not take that for health.
