@@ -81,22 +81,20 @@ class LibraryStub {
   std::vector<std::string> calls;
 
  private:
-  void Note(const Call& call) {
-    const InPlugin library(false);
-    calls.push_back(Show(call));
-  }
   void Take(Call& call) {
-    Note(call);
-    PageMayEnd();
     if (FailsNow(Source::LibraryThrows)) throw std::bad_alloc();
     const bool refuses = FailsNow(Source::LibraryRefuses);
     const bool lies = FailsNow(Source::LibraryLies);
-    const InPlugin library(false);
-    const auto told = answers.find(call.entry);
-    const Answer answer = told == answers.end() ? otherwise : told->second;  // It may be replaced from inside.
-    answer(call);
-    if (refuses) call.status = 77;
-    if (lies) Lie(call);
+    {
+      const InPlugin library(false);
+      calls.push_back(Show(call));
+      const auto told = answers.find(call.entry);
+      const Answer answer = told == answers.end() ? otherwise : told->second;  // It may be replaced from inside.
+      answer(call);
+      if (refuses) call.status = 77;
+      if (lies) Lie(call);
+    }
+    PageMayEnd();
   }
 
   HMODULE library;
