@@ -6,9 +6,11 @@
 
 #include "display/display_entries.h"
 #include "display/image_descriptor.h"
+#include "foundation/byte_buffer.h"
 #include "foundation/library_loader.h"
 #include "script/js_object.h"
 #include "script/library_operation.h"
+#include "script/output_buffer.h"
 
 namespace NorvoWebAPI::KSV {
 
@@ -91,6 +93,12 @@ class CKSVPluginWYS {
   bool RunCall(const EntryTable::Entry<int32_t(Parameters...)>& entryPoint, JSObject& result, Arguments... arguments);
   bool RunMouse(const PointEntry& entryPoint, uint32_t sessionId, uint32_t imageId, const char* pointText,
                 JSObject& result);
+
+  /// Whether the library has all that a frame's operation calls; each entry point that is not there is logged.
+  bool CheckRemoteEntries(JSObject& result) const;
+  /// Sends the channel's set-up and gives the length of the key that stands in `streamKey` then, 0 for none.
+  uint32_t SetUpChannel(uint32_t displayContext, uint32_t sessionId, const ByteBuffer& message,
+                        OutputBuffer<uint32_t>& streamKey, JSObject& result);
 
   std::string platformName;
   /// The library may go on reading the description of the latest image, until its session has ended.

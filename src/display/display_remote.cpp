@@ -56,6 +56,36 @@ ByteBuffer FrameChannelSetup(const ByteBuffer& partA, const ByteBuffer& partB, c
 
 }  // namespace
 
+bool CKSVPluginWYS::CheckRemoteEntries(JSObject& result) const {
+  const std::pair<const EntryTable::Row&, const char*> needed[] = {
+      {entries.SendRecv, "plugin wysSendRecv function not found"},
+      {entries.SetStreamKey, "plugin wysSetStreamKey function not found"},
+      {entries.SubmitFrame, "plugin wysSubmitFrame function not found"},
+      {entries.RepaintImage, "plugin wysRepaintImage function not found"},
+  };
+  bool allThere = true;
+  for (const auto& [entryPoint, missing] : needed) {
+    if (CheckEntry(entryPoint, result)) continue;
+    OutputDebugStringA(missing);
+    allThere = false;
+  }
+  return allThere;
+}
+
+uint32_t CKSVPluginWYS::SetUpChannel(uint32_t displayContext, uint32_t sessionId, const ByteBuffer& message,
+                                     OutputBuffer<uint32_t>& streamKey, JSObject& result) {
+  OutputDebugStringA("CKSVPluginWYS::ksvWYSRemoteWysSession calling WYSSendRecv");
+  const int32_t status =
+      entries.SendRecv(displayContext, sessionId, kChannelSetup, static_cast<uint32_t>(message.size),
+                       message.bytes.get(), streamKey.Length(), streamKey.Bytes(), kChannelSetupFlag);
+  if (StoreStatus(result, status) != kDisplayOk) return 0;
+  // Until the key is known to be one: a claim of more than there was room for ends here, and no image came of it.
+  StoreStatus(result, kDisplayNotCalled);
+  const uint32_t keyLength = streamKey.StoredLength();
+  StoreStatus(result, kDisplayOk);
+  return keyLength;
+}
+
 bool CKSVPluginWYS::ksvWYSRemoteWysSession(uint32_t displayContext, uint32_t sessionId, uint32_t imageId,
                                            const char* b64Frame, int32_t b64FrameLength, const char* b64PartA,
                                            int32_t b64PartALength, const char* b64PartB, int32_t b64PartBLength,
@@ -63,21 +93,6 @@ bool CKSVPluginWYS::ksvWYSRemoteWysSession(uint32_t displayContext, uint32_t ses
                                            const char* tokenFileName, const char* framePointText,
                                            const char* imageSizeText, int32_t* outWidth, int32_t* outHeight,
                                            JSObject& result) {
-  const auto check = [&] {
-    const std::pair<const EntryTable::Row&, const char*> needed[] = {
-        {entries.SendRecv, "plugin wysSendRecv function not found"},
-        {entries.SetStreamKey, "plugin wysSetStreamKey function not found"},
-        {entries.SubmitFrame, "plugin wysSubmitFrame function not found"},
-        {entries.RepaintImage, "plugin wysRepaintImage function not found"},
-    };
-    bool allThere = true;
-    for (const auto& [entryPoint, missing] : needed) {
-      if (CheckEntry(entryPoint, result)) continue;
-      OutputDebugStringA(missing);
-      allThere = false;
-    }
-    return allThere;
-  };
   const auto work = [&] {
     const ByteBuffer frame = DecodeOptional(b64Frame, b64FrameLength);
     const ByteBuffer partA = DecodeOptional(b64PartA, b64PartALength);
@@ -86,20 +101,13 @@ bool CKSVPluginWYS::ksvWYSRemoteWysSession(uint32_t displayContext, uint32_t ses
     const ByteBuffer message = FrameChannelSetup(partA, partB, partC);
 
     OutputBuffer<uint32_t> streamKey(kMaxStreamKey, kMaxStreamKey);
-    OutputDebugStringA("CKSVPluginWYS::ksvWYSRemoteWysSession calling WYSSendRecv");
-    int32_t status = entries.SendRecv(displayContext, sessionId, kChannelSetup, static_cast<uint32_t>(message.size),
-                                      message.bytes.get(), streamKey.Length(), streamKey.Bytes(), kChannelSetupFlag);
-    if (StoreStatus(result, status) != kDisplayOk) return;
-    // Until the key is known to be one: a claim of more than there was room for ends here, and no image came of it.
-    StoreStatus(result, kDisplayNotCalled);
-    const uint32_t keyLength = streamKey.StoredLength();
-    StoreStatus(result, kDisplayOk);
+    const uint32_t keyLength = SetUpChannel(displayContext, sessionId, message, streamKey, result);
     if (keyLength == 0 || pageEnded) return;
 
     OutputDebugStringA(
         "CKSVPluginWYS::ksvWYSRemoteWysSession, ChannelSetupRespBuf && (ChannelSetupRespBufLen > 0) calling "
         "WYSSetStreamKey");
-    status = entries.SetStreamKey(sessionId, keyLength, streamKey.Bytes());
+    int32_t status = entries.SetStreamKey(sessionId, keyLength, streamKey.Bytes());
     if (StoreStatus(result, status) != kDisplayOk) return;
 
     WysPoint point;
@@ -118,7 +126,8 @@ bool CKSVPluginWYS::ksvWYSRemoteWysSession(uint32_t displayContext, uint32_t ses
     *outWidth = size.x;
     *outHeight = size.y;
   };
-  RunOperation(kDisplayNotCalled, check, TellsApart::BadAlloc, result, work);
+  RunOperation(
+      kDisplayNotCalled, [&] { return CheckRemoteEntries(result); }, TellsApart::BadAlloc, result, work);
   return true;
 }
 
