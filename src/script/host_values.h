@@ -35,40 +35,29 @@ class HostVariant {
   NPVariant variant{NPVariantType_Null, {}};
 };
 
+/// What the host lent, until its call `giveBack` has it again.
+template <typename T, auto giveBack>
+class HostOwned {
+ public:
+  HostOwned(const NPNetscapeFuncs* npnFuncs, T* lent) : funcs(npnFuncs), owned(lent) {}
+  HostOwned(const HostOwned&) = delete;
+  HostOwned& operator=(const HostOwned&) = delete;
+  ~HostOwned() {
+    if (owned) ReleaseQuietly([this] { (funcs->*giveBack)(owned); });
+  }
+
+  [[nodiscard]] T* Get() const { return owned; }
+
+ private:
+  const NPNetscapeFuncs* funcs;
+  T* owned;
+};
+
 /// Host memory: identifier texts and arrays.
 template <typename T>
-class HostMemory {
- public:
-  HostMemory(const NPNetscapeFuncs* npnFuncs, T* owned) : funcs(npnFuncs), memory(owned) {}
-  HostMemory(const HostMemory&) = delete;
-  HostMemory& operator=(const HostMemory&) = delete;
-  ~HostMemory() {
-    if (memory) ReleaseQuietly([this] { funcs->memfree(memory); });
-  }
-
-  [[nodiscard]] T* Get() const { return memory; }
-
- private:
-  const NPNetscapeFuncs* funcs;
-  T* memory;
-};
-
+using HostMemory = HostOwned<T, &NPNetscapeFuncs::memfree>;
 /// One reference on a host object.
-class HostObject {
- public:
-  HostObject(const NPNetscapeFuncs* npnFuncs, NPObject* owned) : funcs(npnFuncs), object(owned) {}
-  HostObject(const HostObject&) = delete;
-  HostObject& operator=(const HostObject&) = delete;
-  ~HostObject() {
-    if (object) ReleaseQuietly([this] { funcs->releaseobject(object); });
-  }
-
-  [[nodiscard]] NPObject* Get() const { return object; }
-
- private:
-  const NPNetscapeFuncs* funcs;
-  NPObject* object;
-};
+using HostObject = HostOwned<NPObject, &NPNetscapeFuncs::releaseobject>;
 
 /// The host's text by its length; empty for none.
 std::string TextOf(const NPString& text);
