@@ -6,6 +6,8 @@
 #include <QWebSettings>
 #include <cstdio>
 
+#include "foundation/product.h"
+
 namespace Kit {
 
 void Complain(const QString& sentence) {
@@ -67,11 +69,11 @@ int BrowserWindow::Status() const {
 void BrowserWindow::PrepareScript() {
   QWebFrame* frame = page()->mainFrame();
   frame->addToJavaScriptWindowObject("ksvBrowser", &hook);
-  const QString question = QString("!!navigator.mimeTypes['%1']").arg(kMimeType);
+  const QString question = QString("!!navigator.mimeTypes['%1']").arg(NorvoWebAPI::KSV::kMimeType);
   if (!frame->evaluateJavaScript(question).toBool()) {
     GiveUp(QString("QtWebKit did not take %1 as a plug-in for %2. Build it for this machine, or name another "
                    "with --module.")
-               .arg(options.module, kMimeType));
+               .arg(options.module, NorvoWebAPI::KSV::kMimeType));
   }
 }
 

@@ -13,9 +13,6 @@ namespace Kit {
 /// Writes one line for the user to standard error.
 void Complain(const QString& sentence);
 
-/// The media type by which a page embeds the plug-in.
-inline constexpr char kMimeType[] = "application/x-vnd-norvo-webapi-ksv-5.0.9";
-
 /// The page's load failures and alerts come to the window instead of to the page and to dialogs.
 class Page : public QWebPage {
   Q_OBJECT

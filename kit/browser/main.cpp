@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "foundation/product.h"
 #include "kit/browser/browser_window.h"
 #include "kit/browser/options.h"
 #include "kit/browser/plugin_windows.h"
@@ -19,6 +20,7 @@
 namespace {
 
 using Kit::Complain;
+using NorvoWebAPI::KSV::kMimeType;
 
 /// Past the window's own time-out, for the clean end that it tries first.
 constexpr unsigned kGraceSeconds = 5;
@@ -34,11 +36,11 @@ QString CheckModule(const QString& module) {
   if (!handle) return QString("The plug-in can't be loaded: %1. Build it, or name it with --module.").arg(dlerror());
   const auto describe = reinterpret_cast<const char* (*)()>(dlsym(handle, "NP_GetMIMEDescription"));
   const char* description = describe ? describe() : nullptr;
-  const bool answers = description && std::strstr(description, Kit::kMimeType);
+  const bool answers = description && std::strstr(description, kMimeType);
   // It stays loaded, though the engine will load and unload it once more to ask the same: what the module keeps until
   // the process ends would be lost with each unloading.
   if (answers) return {};
-  return QString("%1 is no plug-in for %2. Name the right module with --module.").arg(module, Kit::kMimeType);
+  return QString("%1 is no plug-in for %2. Name the right module with --module.").arg(module, kMimeType);
 }
 
 /// Qt ends the process by abort when no display answers; that is an ordinary failure of this program.

@@ -4,6 +4,7 @@
 #include <array>
 #include <stdexcept>
 
+#include "foundation/product.h"
 #include "kit/host/host_table.h"
 #include "kit/host/options.h"
 #include "shell/exports.h"
@@ -38,7 +39,7 @@ PluginModule::~PluginModule() {
 }
 
 PluginInstance::PluginInstance(const PluginModule& module, HWND window, int width, int height) : funcs(module.Funcs()) {
-  std::string type = kPluginType;
+  std::string type = NorvoWebAPI::KSV::kMimeType;
   std::array<std::string, 3> names{"type", "width", "height"};
   std::array<std::string, 3> values{type, std::to_string(width), std::to_string(height)};
   std::array<char*, 3> argn{}, argv{};

@@ -10,9 +10,6 @@
 
 namespace Kit {
 
-/// The media type by which a page embeds the plug-in.
-inline constexpr char kPluginType[] = "application/x-vnd-norvo-webapi-ksv-5.0.9";
-
 /// Starts a loaded module in this system's own way and fills `plugin`. Gives an error as the module does.
 NPError StartModule(HMODULE module, NPNetscapeFuncs* host, NPPluginFuncs* plugin);
 

@@ -12,6 +12,8 @@ inline constexpr char kVendor[] = KSV_VENDOR;
 inline constexpr char kVersion[] = KSV_VERSION;
 /// A MIME type of the plug-in is this, the short name, "-" and a version.
 inline constexpr char kMimeTypeStem[] = KSV_MIME_TYPE_STEM;
+/// The MIME type by which pages embed the plug-in.
+inline constexpr char kMimeType[] = KSV_MIME_TYPE_STEM KSV_SHORT_NAME "-" KSV_FILE_VERSION;
 /// The MIME types that the module answers for, as X11 browsers read them: type, file endings, description, with the
 /// version of the module's resources and that of the registration.
 inline constexpr char kMimeDescription[] =
