@@ -49,28 +49,18 @@ struct MethodRow {
 
 namespace Rows {
 
-constexpr Argument Text(const char* name) {
-  return {Demand::Text, name};
+template <Demand demand>
+constexpr Argument As(const char* name) {
+  return {demand, name};
 }
-constexpr Argument Number(const char* name) {
-  return {Demand::Number, name};
-}
+inline constexpr auto& Text = As<Demand::Text>;
+inline constexpr auto& Number = As<Demand::Number>;
 /// A whole number whose low 32 bits count, beyond what fits a signed one too.
-constexpr Argument Unsigned(const char* name) {
-  return {Demand::Unsigned, name};
-}
-constexpr Argument Flag(const char* name) {
-  return {Demand::Flag, name};
-}
-constexpr Argument Function(const char* name) {
-  return {Demand::Function, name};
-}
-constexpr Argument Any(const char* name) {
-  return {Demand::Any, name};
-}
-constexpr Argument Unread(const char* name) {
-  return {Demand::Unread, name};
-}
+inline constexpr auto& Unsigned = As<Demand::Unsigned>;
+inline constexpr auto& Flag = As<Demand::Flag>;
+inline constexpr auto& Function = As<Demand::Function>;
+inline constexpr auto& Any = As<Demand::Any>;
+inline constexpr auto& Unread = As<Demand::Unread>;
 
 template <typename... Arguments>
 constexpr MethodRow Method(const char* name, void (*operation)(ScriptCall&), Arguments... arguments) {
