@@ -273,21 +273,6 @@ BOOL PeekMessageA(MSG* message, HWND window, UINT first, UINT last, UINT remove)
   return TakeMessage(message, window, first, last, remove) ? TRUE : FALSE;
 }
 
-BOOL GetMessageA(MSG* message, HWND window, UINT first, UINT last) {
-  ThreadEnd::Arm();
-  if (window != nullptr && !IsWindow(window)) return Fail(ERROR_INVALID_WINDOW_HANDLE, -1);
-  while (!TakeMessage(message, window, first, last, PM_REMOVE)) {
-    State& state = Messages();
-    std::unique_lock lock(state.mutex);
-    Queue& queue = state.queues[GetCurrentThreadId()];
-    queue.arrived.wait(lock, [&] {
-      return std::any_of(queue.messages.begin(), queue.messages.end(),
-                         [&](const Queued& queued) { return Matches(queued.message, window, first, last); });
-    });
-  }
-  return message->message != WM_QUIT ? TRUE : FALSE;
-}
-
 LRESULT DispatchMessageA(const MSG* message) {
   WNDPROC procedure = nullptr;
   {

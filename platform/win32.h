@@ -64,9 +64,7 @@
 
 using BOOL = int;
 using BYTE = unsigned char;
-using WORD = uint16_t;
 using DWORD = uint32_t;
-using INT = int;
 using UINT = unsigned int;
 using LONG = int32_t;
 using INT_PTR = intptr_t;
@@ -91,7 +89,6 @@ using LPCSTR = const char*;
 using LPWSTR = WCHAR*;
 using LPCWSTR = const WCHAR*;
 using BSTR = OLECHAR*;
-using LPVOID = void*;
 
 using HANDLE = void*;
 using HINSTANCE = struct HINSTANCE__*;
@@ -158,7 +155,6 @@ inline constexpr LONG ERROR_INVALID_FILTER_PROC = 1427;
 inline constexpr LONG ERROR_HOOK_NEEDS_HMOD = 1428;
 inline constexpr LONG ERROR_NOT_ENOUGH_QUOTA = 1816;
 
-inline constexpr HRESULT S_OK = 0;
 inline constexpr HRESULT E_OUTOFMEMORY = static_cast<HRESULT>(0x8007000Eu);
 
 inline constexpr HRESULT HRESULT_FROM_WIN32(DWORD error) {
@@ -207,7 +203,6 @@ inline constexpr DWORD REG_BINARY = 3;
 inline constexpr DWORD REG_DWORD = 4;
 inline constexpr DWORD REG_MULTI_SZ = 7;
 inline constexpr DWORD REG_QWORD = 11;
-inline constexpr REGSAM KEY_QUERY_VALUE = 0x1;
 inline constexpr REGSAM KEY_SET_VALUE = 0x2;
 inline constexpr REGSAM KEY_READ = 0x20019;
 inline constexpr REGSAM KEY_WRITE = 0x20006;
@@ -323,17 +318,10 @@ BOOL CloseHandle(HANDLE object);
 
 // --- Windows, messages, hooks -----------------------------------------------------------------------------------
 
-inline constexpr UINT WM_NULL = 0x0000;
 inline constexpr UINT WM_PAINT = 0x000F;
-inline constexpr UINT WM_QUIT = 0x0012;
-inline constexpr UINT WM_TIMER = 0x0113;
-inline constexpr UINT WM_MOUSEFIRST = 0x0200;
 inline constexpr UINT WM_MOUSEMOVE = 0x0200;
 inline constexpr UINT WM_LBUTTONDOWN = 0x0201;
 inline constexpr UINT WM_LBUTTONUP = 0x0202;
-inline constexpr UINT WM_RBUTTONDOWN = 0x0204;
-inline constexpr UINT WM_RBUTTONUP = 0x0205;
-inline constexpr UINT WM_MOUSELAST = 0x020E;
 inline constexpr UINT WM_USER = 0x0400;
 inline constexpr UINT PM_NOREMOVE = 0;
 inline constexpr UINT PM_REMOVE = 1;
@@ -388,7 +376,6 @@ BOOL PostMessageA(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
 /// To a window of the calling thread.
 LRESULT SendMessageA(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
 BOOL PeekMessageA(MSG* message, HWND window, UINT first, UINT last, UINT remove);
-BOOL GetMessageA(MSG* message, HWND window, UINT first, UINT last);
 LRESULT DispatchMessageA(const MSG* message);
 
 #pragma GCC visibility pop
