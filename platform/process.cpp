@@ -43,11 +43,6 @@ void WriteDebugText(int file, const char* text) {
   [[maybe_unused]] const ssize_t written = write(file, text, length);
 }
 
-struct InstallerProperties {
-  std::mutex mutex;
-  std::map<std::string, std::string> byName;
-};
-
 // Variables are found by any spelling of the name; the exact one wins.
 const char* FindVariable(const char* name) {
   if (const char* value = std::getenv(name)) return value;
@@ -119,21 +114,6 @@ __time64_t _time64(__time64_t* now) {
   return seconds;
 }
 
-UINT MsiGetPropertyA(MSIHANDLE, LPCSTR name, LPSTR value, DWORD* length) {
-  if (const DWORD error = InjectedError("MsiGetPropertyA")) return error;
-  if (name == nullptr || value == nullptr || length == nullptr) return ERROR_INVALID_PARAMETER;
-  auto& properties = platform::Immortal<InstallerProperties>();
-  const std::lock_guard lock(properties.mutex);
-  const auto found = properties.byName.find(name);
-  if (found == properties.byName.end()) return ERROR_INVALID_HANDLE;
-  const std::string& text = found->second;
-  const DWORD size = *length;
-  *length = static_cast<DWORD>(text.size());
-  if (size <= text.size()) return ERROR_MORE_DATA;
-  std::memcpy(value, text.c_str(), text.size() + 1);
-  return ERROR_SUCCESS;
-}
-
 namespace platform {
 
 int AddDebugListener(std::function<void(const char*)> listener) {
@@ -152,16 +132,6 @@ void RemoveDebugListener(int listener) {
 
 void SetWow64Answer(bool answer) {
   wow64Answer = answer;
-}
-
-void SetInstallerProperty(const std::string& name, const char* value) {
-  auto& properties = Immortal<InstallerProperties>();
-  const std::lock_guard lock(properties.mutex);
-  if (value == nullptr) {
-    properties.byName.erase(name);
-  } else {
-    properties.byName[name] = value;
-  }
 }
 
 }  // namespace platform
