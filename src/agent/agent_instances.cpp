@@ -15,7 +15,7 @@ bool CKSVPluginZUB::StartInstance(const char* name, InstanceEventCallback callba
 bool CKSVPluginZUB::StopInstance(uint32_t instanceId, JSObject& result) {
   return Run("StopInstance", entries.StopInstance3, TellsApart::BadAlloc, result, [&] {
     StoreStatus(result, entries.StopInstance3(instanceId));
-    result["instanceId"] = JSObject(static_cast<int32_t>(instanceId));
+    result[kStoppedInstanceKey] = JSObject(static_cast<int32_t>(instanceId));
   });
 }
 

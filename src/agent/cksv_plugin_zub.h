@@ -16,6 +16,8 @@ enum AgentStatus : int32_t { kAgentOk = 0, kAgentNotCalled = 10, kAgentBufferToo
 
 /// Where `StartInstance` leaves the id.
 inline constexpr char kInstanceIdKey[] = "instanceID";
+/// Where `StopInstance` does: pages know it by another spelling there.
+inline constexpr char kStoppedInstanceKey[] = "instanceId";
 inline uint32_t InstanceIdOf(JSObject& result) {
   return static_cast<uint32_t>(result[kInstanceIdKey].ToInt());
 }

@@ -22,11 +22,11 @@ void ReleaseEventMap(const Plugin* plugin) {
 // A registration that runs: its hook must not go with another page, while its own page is in no map yet.
 int runningRegistrations = 0;
 
-struct Registration {
-  Registration() { ++runningRegistrations; }
-  Registration(const Registration&) = delete;
-  Registration& operator=(const Registration&) = delete;
-  ~Registration() { --runningRegistrations; }
+struct RunningRegistration {
+  RunningRegistration() { ++runningRegistrations; }
+  RunningRegistration(const RunningRegistration&) = delete;
+  RunningRegistration& operator=(const RunningRegistration&) = delete;
+  ~RunningRegistration() { --runningRegistrations; }
 };
 
 void Unregister(const std::string& name, const Plugin* plugin, CKSVPluginZUB& agent, JSObject& result) {
@@ -41,7 +41,7 @@ void Unregister(const std::string& name, const Plugin* plugin, CKSVPluginZUB& ag
 
 void RegisterEvent(const std::string& name, Plugin* plugin, CKSVPluginZUB& agent, JSObject& result) {
   LogEntry(agent, "RegisterEvent");
-  const Registration running;
+  const RunningRegistration running;
   InstallEventHook();
   if (eventMap.Has(name)) throw CPluginException{kEventRegistrationFailed};
   ClearEventBusy();
@@ -56,7 +56,7 @@ void RegisterEvent(const std::string& name, Plugin* plugin, CKSVPluginZUB& agent
 
 void StartInstanceEvent(const std::string& name, Plugin* plugin, CKSVPluginZUB& agent, JSObject& result) {
   LogEntry(agent, "StartInstance");
-  const Registration running;
+  const RunningRegistration running;
   InstallEventHook();
   ClearEventBusy();
   agent.StartInstance(name.c_str(), InstanceCallbackEvent, plugin, result);
