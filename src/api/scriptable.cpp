@@ -22,7 +22,7 @@ Scriptable::Scriptable(NPP instance, const NPNetscapeFuncs* funcs, Plugin* owner
       npnFuncs(funcs),
       version(kVersion),
       agent(kPlatformTag),
-      display(std::make_unique<CKSVPluginWYS>(kPlatformTag)),
+      display(kPlatformTag),
       plugin(owner) {
   RegisterProperty("version", &Scriptable::GetVersionProperty, nullptr);
   RegisterMethods(std::make_index_sequence<kMethods.size()>());
@@ -51,9 +51,9 @@ void Scriptable::EndDisplay() {
   if (displayActive == 1) {
     if (owed) displayInitialisations.GiveBack(*plugin);
     JSObject unread;
-    display->RegisterEvents(sessionId, nullptr, nullptr, unread);
-    display->CloseSession(sessionId, unread);
-    display->DeInit(displayContext, unread);
+    display.RegisterEvents(sessionId, nullptr, nullptr, unread);
+    display.CloseSession(sessionId, unread);
+    display.DeInit(displayContext, unread);
   } else if (owed) {
     ReleaseDisplay();
   }

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <string>
 #include <utility>
 
@@ -48,7 +47,7 @@ class Scriptable : public NPScriptable<Scriptable>, public DisplayState {
   [[nodiscard]] NPP Instance() const { return npp; }
   [[nodiscard]] const NPNetscapeFuncs* Host() const { return npnFuncs; }
   CKSVPluginZUB& Agent() { return agent; }
-  CKSVPluginWYS& Display() { return *display; }
+  CKSVPluginWYS& Display() { return display; }
   Plugin& Page() { return *plugin; }
 
   /// The page's function for agent events; a new registration replaces it whole.
@@ -69,7 +68,7 @@ class Scriptable : public NPScriptable<Scriptable>, public DisplayState {
   const NPNetscapeFuncs* npnFuncs;
   std::string version;
   CKSVPluginZUB agent;
-  std::unique_ptr<CKSVPluginWYS> display;
+  CKSVPluginWYS display;
   Plugin* plugin;
 };
 
