@@ -4,7 +4,8 @@ namespace NorvoWebAPI::KSV {
 
 class ScriptCall;
 
-/// What the script methods of the host agent do once their arguments are in order.
+/// What the script methods of the host agent do once their arguments are in order. The last four are in
+/// event_methods.cpp.
 namespace AgentMethods {
 
 void Init(ScriptCall& call);
