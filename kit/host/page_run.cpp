@@ -1,6 +1,5 @@
 #include "kit/host/page_run.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <stdexcept>
 

@@ -1,6 +1,7 @@
 #include <windows.h>
 
-#include <algorithm>
+#include <array>
+#include <memory>
 #include <string>
 
 #include "kit/shared/crypto.h"

@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <optional>
 #include <string>
-#include <utility>
 
 #include "agent/agent_log.h"
 #include "agent/cksv_plugin_zub.h"

@@ -1,6 +1,7 @@
 #include "display/cksv_plugin_wys.h"
 
 #include <array>
+#include <cerrno>
 #include <cstdlib>
 #include <utility>
 

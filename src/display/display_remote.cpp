@@ -1,5 +1,4 @@
 // An image that the page holds as a frame: the set-up of its channel, its key, the frame itself, in one operation.
-#include <array>
 #include <cstring>
 #include <limits>
 #include <new>

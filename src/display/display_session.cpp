@@ -1,6 +1,4 @@
 // Sessions: opening and closing one, its events, its messages, and the input that the user makes in it.
-#include <utility>
-
 #include "display/cksv_plugin_wys.h"
 #include "display/display_operation.h"
 #include "display/wys_point.h"
