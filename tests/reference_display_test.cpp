@@ -1,7 +1,7 @@
 #include <set>
 
 #include "kit/display/channel.h"
-#include "kit/display/utf8.h"
+#include "kit/display/visible_text.h"
 #include "kit/shared/crypto.h"
 #include "kit/shared/key_store.h"
 #include "tests/support/reference_display_fixture.h"

@@ -2,7 +2,8 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cstdint>
+
+#include "kit/shared/utf8.h"
 
 namespace KsvAgent {
 namespace {
@@ -14,28 +15,9 @@ char Lower(char character) {
 }  // namespace
 
 bool IsPlainText(std::string_view text) {
-  for (size_t position = 0; position < text.size();) {
-    const auto lead = static_cast<uint8_t>(text[position++]);
-    if (lead < 0x80) {
-      if (lead < 0x20 || lead == 0x7F) return false;
-      continue;
-    }
-    const int followers = lead >= 0xC2 && lead <= 0xDF   ? 1
-                          : (lead & 0xF0) == 0xE0        ? 2
-                          : lead >= 0xF0 && lead <= 0xF4 ? 3
-                                                         : 0;
-    if (followers == 0) return false;
-    uint32_t code = lead & (0x3Fu >> followers);
-    for (int i = 0; i < followers; ++i) {
-      if (position == text.size()) return false;
-      const auto next = static_cast<uint8_t>(text[position++]);
-      if ((next & 0xC0) != 0x80) return false;
-      code = code << 6 | (next & 0x3F);
-    }
-    const uint32_t smallest = followers == 1 ? 0xA0 : followers == 2 ? 0x800 : 0x10000;
-    if (code < smallest || code > 0x10FFFF || (code >= 0xD800 && code <= 0xDFFF)) return false;
-  }
-  return true;
+  const std::optional<std::u32string> characters = KsvKit::DecodeUtf8(text);
+  return characters &&
+         std::ranges::none_of(*characters, [](char32_t code) { return code < 0x20 || (code >= 0x7F && code < 0xA0); });
 }
 
 bool EqualsIgnoringCase(std::string_view left, std::string_view right) {

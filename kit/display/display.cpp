@@ -4,9 +4,10 @@
 
 #include "kit/display/channel.h"
 #include "kit/display/painter.h"
-#include "kit/display/utf8.h"
+#include "kit/display/visible_text.h"
 #include "kit/shared/handles.h"
 #include "kit/shared/key_store.h"
+#include "kit/shared/utf8.h"
 
 namespace KsvDisplay {
 namespace {

@@ -2,8 +2,8 @@
 
 #include <utility>
 
-#include "kit/display/utf8.h"
 #include "kit/shared/crypto.h"
+#include "kit/shared/utf8.h"
 
 namespace KsvDisplay {
 namespace {

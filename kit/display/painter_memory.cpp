@@ -5,8 +5,8 @@
 #include <cstdio>
 
 #include "kit/display/painter.h"
-#include "kit/display/utf8.h"
 #include "kit/shared/system.h"
+#include "kit/shared/utf8.h"
 
 namespace KsvDisplay::Painter {
 namespace {

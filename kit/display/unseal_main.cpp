@@ -5,7 +5,7 @@
 
 #include "foundation/base64.h"
 #include "kit/display/sealed_input.h"
-#include "kit/display/utf8.h"
+#include "kit/display/visible_text.h"
 #include "kit/shared/key_store.h"
 #include "kit/shared/system.h"
 
