@@ -1,7 +1,7 @@
 #include <filesystem>
 
 #include "kit/host/command_line.h"
-#include "kit/host/options.h"
+#include "kit/host/paths.h"
 
 namespace Kit {
 

@@ -2,7 +2,7 @@
 #include <stdexcept>
 
 #include "kit/host/command_line.h"
-#include "kit/host/options.h"
+#include "kit/host/paths.h"
 
 // The order matters: the shell's header needs the general one.
 // clang-format off

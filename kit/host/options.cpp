@@ -5,6 +5,8 @@
 #include <map>
 #include <optional>
 
+#include "kit/host/paths.h"
+
 namespace Kit {
 namespace {
 
@@ -81,15 +83,6 @@ Exit status:
      its script failed, or the            or the plug-in is missing
      plug-in left something behind
 )";
-}
-
-fs::path PathOf(const std::string& utf8) {
-  return {std::u8string(utf8.begin(), utf8.end())};
-}
-
-std::string TextOf(const fs::path& path) {
-  const std::u8string text = path.generic_u8string();
-  return {text.begin(), text.end()};
 }
 
 std::string ParseHostOptions(const std::vector<std::string>& arguments, HostOptions& options, bool& helpWanted) {

@@ -25,8 +25,4 @@ const char* HostHelpText();
 /// what is wrong with them. `helpWanted` becomes true on `--help`.
 std::string ParseHostOptions(const std::vector<std::string>& arguments, HostOptions& options, bool& helpWanted);
 
-/// A path from its UTF-8 form, and back with forward slashes.
-std::filesystem::path PathOf(const std::string& utf8);
-std::string TextOf(const std::filesystem::path& path);
-
 }  // namespace Kit

@@ -7,7 +7,7 @@
 #include <stdexcept>
 #include <string_view>
 
-#include "kit/host/options.h"
+#include "kit/host/paths.h"
 
 namespace Kit {
 namespace {

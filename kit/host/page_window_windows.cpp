@@ -3,8 +3,8 @@
 #include <stdexcept>
 #include <vector>
 
-#include "kit/host/options.h"
 #include "kit/host/page_window.h"
+#include "kit/host/paths.h"
 #include "platform/testing.h"
 #include "platform/testing_backend.h"
 

@@ -6,7 +6,7 @@
 
 #include "foundation/product.h"
 #include "kit/host/host_table.h"
-#include "kit/host/options.h"
+#include "kit/host/paths.h"
 #include "shell/exports.h"
 
 namespace Kit {

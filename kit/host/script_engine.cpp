@@ -6,8 +6,8 @@
 #include <stdexcept>
 
 #include "kit/exit_status.h"
-#include "kit/host/options.h"
 #include "kit/host/page_globals.h"
+#include "kit/host/paths.h"
 #include "kit/host/plugin_objects.h"
 #include "kit/host/script_objects.h"
 #include "kit/host/script_values.h"
