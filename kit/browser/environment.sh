@@ -11,7 +11,7 @@ ksv_make_environment() {
   local folder agent=$2 level=${3:-0}
   mkdir -p "$1"
   folder=$(cd "$1" && pwd -P)
-  export KSV_REGISTRY=$folder/registry.json KSV_AGENT_HOME=$folder/agent KSV_DISPLAY_HOME=$folder/display
+  export KSV_REGISTRY=$folder/registry.json KSV_AGENT_HOME=$folder/agent
   export KSV_DISPLAY_HOME=$folder/display KSV_DISPLAY_LAYOUT=$folder/layout KSV_DISPLAY_PICTURE=$folder/display.png
   # The plug-in's paths have backslashes on every system.
   export AppData="${folder//\//\\}\\AppData\\Roaming"
