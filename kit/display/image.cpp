@@ -170,12 +170,10 @@ Scene Image::Draw() const {
 
 std::string Image::ListKeys() const {
   std::string lines;
-  size_t place = 0;
   for (const Key& key : layout_.keys) {
-    std::string label = key.kind == Key::Kind::kClear ? "Clear" : "OK";
-    if (key.kind == Key::Kind::kDigit) label = static_cast<char>(digits_[place++]);
-    lines += label + ' ' + std::to_string(key.area.x + origin_.x) + ' ' + std::to_string(key.area.y + origin_.y) + ' ' +
-             std::to_string(key.area.width) + ' ' + std::to_string(key.area.height) + '\n';
+    lines += LabelOf(layout_, key, AsText(digits_)) + ' ' + std::to_string(key.area.x + origin_.x) + ' ' +
+             std::to_string(key.area.y + origin_.y) + ' ' + std::to_string(key.area.width) + ' ' +
+             std::to_string(key.area.height) + '\n';
   }
   return lines;
 }

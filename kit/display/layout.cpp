@@ -62,6 +62,18 @@ Rect Cell(const Rect& grid, int columns, int rows, int column, int row, int gap)
           grid.y + (grid.height + gap) * (row + 1) / rows - gap - y};
 }
 
+/// Where the host wants it, else at the top of `rest`, with `gap` below it.
+Rect PlaceLogo(const Descriptor& descriptor, Rect& rest, int gap) {
+  const auto& [x, y] = descriptor.logoAt;
+  if (descriptor.logoAt == Point{}) {
+    const int room = std::min<int>(descriptor.logo->height, descriptor.size.y / 7);
+    return Fit(*descriptor.logo, CutTop(rest, room, gap));
+  }
+  const Rect right{x, y, std::max(0, descriptor.size.x - x), std::max(0, descriptor.size.y - y)};
+  const Rect fitting = Fit(*descriptor.logo, right);
+  return {x, y, fitting.width, fitting.height};
+}
+
 /// Three columns of digits; the tenth stands between Clear and OK.
 void PlacePinPad(const Rect& grid, int gap, std::vector<Key>& keys) {
   for (int place = 0; place < 9; ++place) {
@@ -147,16 +159,7 @@ Layout LayOut(const Descriptor& descriptor, bool hasCaption) {
   rest.x += unit * 3 / 2;
   rest.width -= unit * 3;
   rest.height -= unit * 3 / 2;
-  if (descriptor.logo != nullptr) {
-    if (descriptor.logoAt != Point{}) {
-      const Rect right{descriptor.logoAt.x, descriptor.logoAt.y, std::max(0, descriptor.size.x - descriptor.logoAt.x),
-                       std::max(0, descriptor.size.y - descriptor.logoAt.y)};
-      layout.logo = {right.x, right.y, Fit(*descriptor.logo, right).width, Fit(*descriptor.logo, right).height};
-    } else {
-      const int room = std::min<int>(descriptor.logo->height, descriptor.size.y / 7);
-      layout.logo = Fit(*descriptor.logo, CutTop(rest, room, unit / 2));
-    }
-  }
+  if (descriptor.logo != nullptr) layout.logo = PlaceLogo(descriptor, rest, unit / 2);
   layout.title = CutTop(rest, unit * 3, unit / 2);
   switch (descriptor.type) {
     case InputType::kPin:
@@ -177,6 +180,11 @@ Layout LayOut(const Descriptor& descriptor, bool hasCaption) {
       break;
   }
   return layout;
+}
+
+std::string LabelOf(const Layout& layout, const Key& key, std::string_view digits) {
+  if (key.kind == Key::Kind::kDigit) return {digits[static_cast<size_t>(&key - layout.keys.data())]};
+  return key.kind == Key::Kind::kClear ? "Clear" : "OK";
 }
 
 Scene DrawScene(const Descriptor& descriptor, const Layout& layout, const std::string& caption, std::string_view digits,
@@ -202,11 +210,8 @@ Scene DrawScene(const Descriptor& descriptor, const Layout& layout, const std::s
                               layout.progress.height * 3 / 5, true, colours.dot});
     }
   }
-  size_t place = 0;
   for (const Key& key : layout.keys) {
-    std::string text = key.kind == Key::Kind::kClear ? "Clear" : "OK";
-    if (key.kind == Key::Kind::kDigit) text = digits[place++];
-    DrawKey(scene, key, colours, std::move(text), &key == progress.pressed);
+    DrawKey(scene, key, colours, LabelOf(layout, key, digits), &key == progress.pressed);
   }
   return scene;
 }

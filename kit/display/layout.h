@@ -25,6 +25,9 @@ constexpr size_t kDigitCount = 10;
 
 Layout LayOut(const Descriptor& descriptor, bool hasCaption);
 
+/// What stands on one of the layout's keys. `digits` are those of the ten places, in their order.
+std::string LabelOf(const Layout& layout, const Key& key, std::string_view digits);
+
 /// What of an image changes while it stands.
 struct Progress {
   size_t entered = 0;
@@ -33,7 +36,6 @@ struct Progress {
   const Key* pressed = nullptr;
 };
 
-/// `digits` are those of the ten places, in their order.
 Scene DrawScene(const Descriptor& descriptor, const Layout& layout, const std::string& caption, std::string_view digits,
                 const Progress& progress);
 
