@@ -43,6 +43,28 @@ QString CheckModule(const QString& module) {
   return QString("%1 is no plug-in for %2. Name the right module with --module.").arg(module, kMimeType);
 }
 
+/// Puts the module, behind its front, into a folder for itself, as the engine looks at every file that lies beside it.
+/// Gives an empty text, or what is wrong.
+QString PreparePluginFolder(const QTemporaryDir& folder, const QString& module) {
+  const QString front = QFileInfo("/proc/self/exe").symLinkTarget().section('/', 0, -2) + "/ksv-browser-module.so";
+  if (!folder.isValid() || !QFile::link(front, folder.filePath("npNorvoWebAPIKSV.so"))) {
+    return "No temporary folder can be made for the plug-in: " + folder.errorString() + ". Check TMPDIR.";
+  }
+  const QByteArray path = QFile::encodeName(folder.path());
+  qputenv("KSV_BROWSER_MODULE", QFile::encodeName(module));
+  qputenv("QTWEBKIT_PLUGIN_PATH", path);
+  if (qEnvironmentVariableIsEmpty("XDG_RUNTIME_DIR")) qputenv("XDG_RUNTIME_DIR", path);
+  return {};
+}
+
+/// Opens the file of that name, "-" as standard output. Gives an empty text, or what is wrong.
+QString OpenTranscript(QFile& file) {
+  const bool opened = file.fileName() == "-" ? file.open(stdout, QIODevice::WriteOnly)
+                                             : file.open(QIODevice::WriteOnly | QIODevice::Truncate);
+  if (opened) return {};
+  return QString("The transcript %1 can't be written: %2. Check its folder.").arg(file.fileName(), file.errorString());
+}
+
 /// Qt ends the process by abort when no display answers; that is an ordinary failure of this program.
 void HandleQtMessage(QtMsgType type, const QMessageLogContext&, const QString& message) {
   if (type == QtDebugMsg || type == QtInfoMsg) return;
@@ -71,32 +93,21 @@ int main(int argc, char** argv) {
   if (!mistake.isEmpty()) return Fail(mistake + " See ksv-browser --help.", Kit::kExitUsage);
   if (helpWanted) return std::fputs(Kit::HelpText(), stdout) < 0 ? Kit::kExitUsage : 0;
 
-  const QString fault = CheckModule(options.module);
+  QString fault = CheckModule(options.module);
   if (!fault.isEmpty()) return Fail(fault);
   if (qEnvironmentVariableIsEmpty("DISPLAY")) {
     return Fail("There is no display. Set DISPLAY, or start the program under xvfb-run -a.");
   }
 
-  // The engine looks at every file of the folder, so the module gets one for itself.
-  QTemporaryDir pluginFolder;
-  const QString front = QFileInfo("/proc/self/exe").symLinkTarget().section('/', 0, -2) + "/ksv-browser-module.so";
-  qputenv("KSV_BROWSER_MODULE", QFile::encodeName(options.module));
-  if (!pluginFolder.isValid() || !QFile::link(front, pluginFolder.filePath("npNorvoWebAPIKSV.so"))) {
-    return Fail("No temporary folder can be made for the plug-in: " + pluginFolder.errorString() + ". Check TMPDIR.");
-  }
-  qputenv("QTWEBKIT_PLUGIN_PATH", QFile::encodeName(pluginFolder.path()));
-  if (qEnvironmentVariableIsEmpty("XDG_RUNTIME_DIR"))
-    qputenv("XDG_RUNTIME_DIR", QFile::encodeName(pluginFolder.path()));
+  const QTemporaryDir pluginFolder;
+  fault = PreparePluginFolder(pluginFolder, options.module);
+  if (!fault.isEmpty()) return Fail(fault);
   qputenv("QT_QPA_PLATFORM", "xcb");  // the engine's plug-ins are X11 programs
   qInstallMessageHandler(HandleQtMessage);
 
   QFile transcriptFile(options.transcript);
-  const bool opened = options.transcript == "-" ? transcriptFile.open(stdout, QIODevice::WriteOnly)
-                                                : transcriptFile.open(QIODevice::WriteOnly | QIODevice::Truncate);
-  if (!opened) {
-    return Fail(QString("The transcript %1 can't be written: %2. Check its folder.")
-                    .arg(options.transcript, transcriptFile.errorString()));
-  }
+  fault = OpenTranscript(transcriptFile);
+  if (!fault.isEmpty()) return Fail(fault);
   QTextStream transcript(&transcriptFile);
   transcript.setCodec("UTF-8");
 
