@@ -46,10 +46,7 @@ std::string ModuleKind(const std::string& path) {
   std::ifstream file = Platform::OpenForReading(path, std::ios::binary);
   if (!file.is_open()) return {};
   const auto head = BytesAt<64>(file, 0);
-  if (StartsWith(head,
-                 "\x7f"
-                 "ELF"))
-    return head[4] == 1 ? "32-bit Linux" : head[4] == 2 ? "64-bit Linux" : "";
+  if (StartsWith(head, "\177ELF")) return head[4] == 1 ? "32-bit Linux" : head[4] == 2 ? "64-bit Linux" : "";
   if (!StartsWith(head, "MZ")) return {};
   // The old header ends in the place of the new one, which names the machine behind its mark.
   const auto header = BytesAt<6>(file, head[60] | head[61] << 8 | head[62] << 16);
