@@ -5,6 +5,7 @@
 #include "display/wys_point.h"
 #include "foundation/base64.h"
 #include "fuzz/support/fuzzing.h"
+#include "kit/shared/hex.h"
 #include "tests/support/page.h"
 
 using namespace NorvoWebAPI;
@@ -64,13 +65,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   std::string part[4];
   for (std::string& text : part) text = input.Text();
   const std::string sent = WithLength(Decoded(part[0])) + Decoded(part[1]) + WithLength(Decoded(part[2]));
-  std::string hex = ", 250, <";
-  for (const char byte : sent) {
-    hex += "0123456789abcdef"[static_cast<uint8_t>(byte) >> 4];
-    hex += "0123456789abcdef"[byte & 15];
-  }
+  const std::string shown = ", 250, <" + KsvKit::Hex(sent) + ", >32, 1";
   display.On("WYSSendRecv", [&](DisplayCall& call) {
-    Demand(std::string(call.shown).find(hex + ", >32, 1") != std::string::npos, "the parts stand one behind the other");
+    Demand(std::string(call.shown).find(shown) != std::string::npos, "the parts stand one behind the other");
     *call.length = static_cast<uint32_t>(input.Number());
   });
   display.On("WYSSubmitFrame", [&](DisplayCall& call) { call.status = input.Number(); });
