@@ -152,6 +152,7 @@ TEST_F(DoctorTest, NamesTheFirstBrokenLink) {
          RegCloseKey(key);
        }},
       {"registered module", "FAIL", "there is no file", 0, 0, [&] { Register(environment.Scratch() / "none" / ""); }},
+      {"registered module", "FAIL", "is not a whole one", 0, 0, [&] { Register("kit/"); }},
       {"registered module", "FAIL", "but no browser plug-in", 0, 0,
        [&] {
          fs::rename(Scratch("zub.dll"), Scratch(fs::path(KSV_MODULE).filename().string()));

@@ -18,8 +18,17 @@ std::string Tell(const Registration::Difference& difference) {
   return difference.value + " of " + key + " is " + difference.found + ", not " + difference.expected;
 }
 
+// From a drive or a root on: a browser's working folder is another than this program's.
+bool IsWhole(const std::string& path) {
+  return path.find_first_of("\\/") == 0 || path.find(":\\") == 1;
+}
+
 // The module as a browser sees it: a file that it can load, with the entry by which it starts.
 void ExamineModule(Report& report, const std::string& path) {
+  if (!IsWhole(path)) {
+    report.Fail(kModule, "the registered path " + path + " is not a whole one", kRemedy);
+    return;
+  }
   if (!FileExists(path)) {
     report.Fail(kModule, "there is no file " + path, kRemedy);
     return;
