@@ -20,7 +20,8 @@ std::string Tell(const Registration::Difference& difference) {
 
 // From a drive or a root on: a browser's working folder is another than this program's.
 bool IsWhole(const std::string& path) {
-  return path.find_first_of("\\/") == 0 || path.find(":\\") == 1;
+  const size_t separator = path.find_first_of("\\/");
+  return separator == 0 || (separator == 2 && path[1] == ':');
 }
 
 // The module as a browser sees it: a file that it can load, with the entry by which it starts.

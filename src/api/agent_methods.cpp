@@ -33,20 +33,19 @@ void Init(ScriptCall& call) {
 void DeInit(ScriptCall& call) {
   Plugin& plugin = call.page.Page();
   CKSVPluginZUB& agent = call.page.Agent();
-  const Initialisations::Returned returned = agentInitialisations.GiveBack(plugin);
-  if (returned == Initialisations::Returned::OneOfMany) {
-    if (call.page.IsInstanceGeneration()) {
-      EventTemplate::StopPluginInstances(&plugin, agent, call.result);
-    } else {
-      EventTemplate::UnRegisterPlugin(&plugin, agent, call.result);
-    }
-  } else if (returned == Initialisations::Returned::Last) {
-    if (call.page.IsInstanceGeneration()) {
-      EventTemplate::ClearInstanceEvents(&plugin);
-    } else {
-      EventTemplate::ClearEvents();
-    }
-    agent.Deinit(call.result);
+  // Asked before anything is given back: the library may let the host run for it.
+  const bool byInstance = agentInitialisations.MayGiveBack(plugin) && call.IsInstanceGeneration();
+  switch (agentInitialisations.GiveBack(plugin)) {
+    case Initialisations::Returned::OneOfMany:
+      byInstance ? EventTemplate::StopPluginInstances(&plugin, agent, call.result)
+                 : EventTemplate::UnRegisterPlugin(&plugin, agent, call.result);
+      break;
+    case Initialisations::Returned::Last:
+      byInstance ? EventTemplate::ClearInstanceEvents(&plugin) : EventTemplate::ClearEvents();
+      agent.Deinit(call.result);
+      break;
+    case Initialisations::Returned::Nothing:
+      break;
   }
   // A page learns nothing of how the release went: there is nothing that it could do.
   StoreStatus(call.result, kAgentOk);

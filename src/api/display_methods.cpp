@@ -18,7 +18,7 @@ namespace {
 constexpr DWORD kMaxRepaintWait = 1000;  // Milliseconds.
 
 // Lets an operation of the library's write one of the page's numbers. The page has it only once the call is over, and
-// only if the library gave one: script that ran meanwhile may have changed the page's.
+// only if the library gave one, as its status or another number tells: script that ran meanwhile may have changed it.
 template <typename Operation>
 void TakeNumber(uint32_t& number, const ScriptCall& call, Operation operation) {
   const uint32_t before = number;
@@ -29,18 +29,17 @@ void TakeNumber(uint32_t& number, const ScriptCall& call, Operation operation) {
   if (given != before || status == kDisplayOk || status == kSessionStands) number = given;
 }
 
-// A page that ends inside a call of the library takes away only what stood then: what that call still makes for it is
-// taken back when the method is over, unless the library was taken down meanwhile. The end of an object that shows an
-// image does it by itself.
+// A page that ends inside a call of the library takes away only what stood then: its session is closed when the method
+// is over, unless the library was taken down meanwhile or the session may be another page's. The end of an object that
+// shows an image does it by itself.
 class TakesBack {
  public:
   explicit TakesBack(Scriptable& calledPage) : page(calledPage) {}
   TakesBack(const TakesBack&) = delete;
   TakesBack& operator=(const TakesBack&) = delete;
   ~TakesBack() {
-    if (!page.Page().IsDestroyed() || displayInitialisations.Era() != era || page.displayActive == 1 ||
-        page.sessionId == 0)
-      return;
+    const bool isOwn = page.sessionId != 0 && !page.sessionStoodBefore && displayInitialisations.Era() == era;
+    if (!isOwn || !page.Page().IsDestroyed() || page.displayActive == 1) return;
     ReleaseQuietly([this] {
       JSObject unread;
       const uint32_t sessionId = std::exchange(page.sessionId, 0);
@@ -127,11 +126,9 @@ void EstablishSession(ScriptCall& call) {
     page.Display().EstablishSession(window, session, page.displayContext, call.result);
   });
   const int32_t status = StatusOf(call.result);
-  if ((status != kDisplayOk && status != kSessionStands) || page.Page().IsDestroyed()) {
-    // One that stood before may be another page's.
-    if (status == kSessionStands) page.sessionId = 0;
-    return;
-  }
+  if (status != kDisplayOk && status != kSessionStands) return;
+  page.sessionStoodBefore = status == kSessionStands;
+  if (page.Page().IsDestroyed()) return;
   page.Display().RegisterEvents(page.sessionId, DisplayEventCallback, window, call.result);
   if (StatusOf(call.result) != kDisplayOk) StorePluginCode(call.result, kDisplayEventsFailed);
 }

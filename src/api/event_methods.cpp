@@ -47,14 +47,21 @@ void RegisterEventCallback(ScriptCall& call) {
   if (!plugin.window || plugin.IsDestroyed()) return;
   call.page.agentEventCallback =
       std::make_shared<NPJSConverter::NPFuncBridge>(call.page.Instance(), call.page.Host(), function);
+  const uint32_t era = agentInitialisations.Era();
+  const auto isSameEra = [era] { return agentInitialisations.Era() == era; };
   try {
     StartEvents(call, name);
-    // The library may let the host run, and the host end the page: then nobody is left to hear.
-    if (plugin.IsDestroyed()) throw std::runtime_error("The page ended while it registered");
+    // The library may let the host run, and the host end the page or the library: then there is nothing to hear.
+    if (plugin.IsDestroyed() || !isSameEra()) throw std::runtime_error("The end came while the page registered");
   } catch (const CPluginException&) {
     throw;
   } catch (...) {
-    EventTemplate::UndoRegistration(name, &plugin, call.page.Agent(), call.result);
+    if (isSameEra()) {
+      EventTemplate::UndoRegistration(name, &plugin, call.page.Agent(), call.result);
+    } else {
+      plugin.instanceMap.Clear();
+      EventTemplate::ForgetPlugin(&plugin);
+    }
     throw;
   }
 }
@@ -62,7 +69,7 @@ void RegisterEventCallback(ScriptCall& call) {
 void UnRegisterEventCallback(ScriptCall& call) {
   const std::string name = DemandName(call);
   const auto stop =
-      call.page.IsInstanceGeneration() ? EventTemplate::UnRegisterInstanceEvent : EventTemplate::UnRegisterEvent;
+      call.IsInstanceGeneration() ? EventTemplate::UnRegisterInstanceEvent : EventTemplate::UnRegisterEvent;
   stop(name, &call.page.Page(), call.page.Agent(), call.result);
 }
 

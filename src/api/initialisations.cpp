@@ -6,8 +6,8 @@ namespace NorvoWebAPI::KSV {
 
 int32_t agentInitCount = 0;
 int32_t displayInitCount = 0;
-Initialisations agentInitialisations(agentInitCount, &Plugin::agentDebt);
-Initialisations displayInitialisations(displayInitCount, &Plugin::displayDebt);
+constinit Initialisations agentInitialisations(agentInitCount, &Plugin::agentDebt);
+constinit Initialisations displayInitialisations(displayInitCount, &Plugin::displayDebt);
 
 void Initialisations::Enter(Plugin& plugin) {
   plugin.initialised = true;
@@ -15,13 +15,17 @@ void Initialisations::Enter(Plugin& plugin) {
   ++count;
 }
 
+bool Initialisations::MayGiveBack(const Plugin& plugin) const {
+  return count > 1 || (count == 1 && plugin.initialised);
+}
+
 Initialisations::Returned Initialisations::GiveBack(Plugin& plugin) {
+  if (!MayGiveBack(plugin)) return Returned::Nothing;
   if (count > 1) {
     --count;
     (plugin.*debt).GiveBack();
     return Returned::OneOfMany;
   }
-  if (count != 1 || !plugin.initialised) return Returned::Nothing;
   count = 0;
   ++era;
   plugin.initialised = false;

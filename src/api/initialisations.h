@@ -35,9 +35,11 @@ class Initialisations {
  public:
   enum class Returned { Nothing, OneOfMany, Last };
 
-  Initialisations(int32_t& countOfAll, InitDebt Plugin::*debtOfPage) : count(countOfAll), debt(debtOfPage) {}
+  constexpr Initialisations(int32_t& countOfAll, InitDebt Plugin::*debtOfPage) : count(countOfAll), debt(debtOfPage) {}
 
   void Enter(Plugin& plugin);
+  /// Whether there is one that the page may give back.
+  [[nodiscard]] bool MayGiveBack(const Plugin& plugin) const;
   /// To be called before the library is: that may let the host run, and with it another page's initialisation.
   Returned GiveBack(Plugin& plugin);
   /// Whether the page owes the library anything; then it does not any more.

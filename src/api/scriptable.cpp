@@ -49,6 +49,7 @@ void Scriptable::EndDisplay() {
   const bool owed = displayInitialisations.Settle(*plugin);
   if (owed) plugin->initialised = true;
   if (displayActive == 1) {
+    // The count may stay above 0: the library is told of the end of this page's context alone.
     if (owed) displayInitialisations.GiveBack(*plugin);
     JSObject unread;
     display.RegisterEvents(sessionId, nullptr, nullptr, unread);
@@ -147,13 +148,13 @@ uint32_t Scriptable::ResolveInstance(const char* name, JSObject& result) {
   JSObject started;
   agent.StartInstance(name, nullptr, plugin, started);
   if (!WentThrough(started)) return answer(PluginCodeOf(started), StatusOf(started), 0);
+  // The library may have let the host run: it may have been taken down, and the instance with it; the page may have
+  // started the same applet, or have ended; then nobody else would stop this one.
+  if (agentInitialisations.Era() != era) return answer(kFailed, kAgentNotCalled, 0);
   const uint32_t instanceId = InstanceIdOf(started);
-  // The library may have let the host run: the page may have started the same applet, or have ended; then nobody else
-  // would stop this one.
   const std::optional<InstanceRecord> other = plugin->instanceMap.Find(name);
   if (other || (plugin->IsDestroyed() && !hadEnded)) {
-    const bool isSurplus = agentInitialisations.Era() == era && (!other || other->instanceId != instanceId);
-    if (isSurplus) {
+    if (!other || other->instanceId != instanceId) {
       const ReleaseScope releasing;
       agent.StopInstance(instanceId, started);
     }

@@ -13,6 +13,7 @@ DisplayState::DisplayState() {
 void DisplayState::ForgetSession() {
   displayActive = 0;
   sessionId = 0;
+  sessionStoodBefore = false;
   remoteImagePresent = 0;
   imageId = 0;
   buttonUpCount = 0;

@@ -39,6 +39,7 @@ struct DisplayState {
 
   uint32_t displayContext = 0;
   uint32_t sessionId = 0;
+  bool sessionStoodBefore = false;  ///< It may be another page's.
   uint32_t imageId = 0;             ///< As the page named it.
   uint32_t buttonUpCount = 0;       ///< Clicks that the page was told of to their end.
   uint32_t displayActive = 0;       ///< 1 while an image stands: the hooks act.

@@ -19,7 +19,7 @@ struct EventDestination {
 };
 
 /// Which page an event goes to, by a key of the library's generation: the applet's name or the instance's id. The
-/// browser's thread changes it, the library's threads ask for a window alone, and no page that has ended stands in it.
+/// browser's thread changes it, the library's threads ask for a window alone, and a page that ends is taken out.
 /// Each operation holds the lock for itself alone.
 template <typename Key>
 class EventRoutes {

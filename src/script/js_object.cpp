@@ -88,7 +88,8 @@ JSObject& JSObject::operator=(const JSObject& other) {
 }
 
 JSObject& JSObject::operator=(JSObject&& other) noexcept {
-  Swap(other);
+  JSObject taken(std::move(other));  // It may be a member of this one.
+  Swap(taken);
   return *this;
 }
 

@@ -26,7 +26,7 @@ JSObject fromNPVariant(NPP npp, const NPNetscapeFuncs* funcs, const NPVariant* v
 /// `funcs`, `std::runtime_error` when the host has no memory or makes no object.
 NPVariant toNPVariant(NPP npp, const NPNetscapeFuncs* funcs, JSObject value);
 
-/// The same for a text alone.
+/// The same for a text alone; `funcs` is not null.
 NPVariant TextVariant(const NPNetscapeFuncs* funcs, const std::string& text);
 
 }  // namespace NorvoWebAPI::NPJSConverter

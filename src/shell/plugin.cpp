@@ -94,11 +94,9 @@ void Plugin::ReleaseLibraries() {
   // The flag is one for both libraries. What a page owes one of them sets it for that one's release alone: the other
   // may have cleared it, or may be another page's by now.
   const bool stood = initialised;
-  const bool owesAgent = agentInitialisations.Settle(*this);
-  const bool owesDisplay = displayInitialisations.Settle(*this);
-  initialised = stood || owesAgent;
+  initialised = agentInitialisations.Settle(*this) || stood;
   if (agentInitCount != 0) scriptable->ReleaseAgent();
-  initialised = (stood && initialised) || owesDisplay;
+  initialised = displayInitialisations.Settle(*this) || (stood && initialised);
   if (displayInitCount != 0) scriptable->ReleaseDisplay();
 }
 
