@@ -1,17 +1,16 @@
 // The doctor against a healthy installation and against each link of it broken.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
 
-#include "foundation/settings.h"
 #include "installer/doctor/file_facts.h"
 #include "installer/doctor/report.h"
 #include "registration/registration.h"
 #include "tests/support/environment.h"
+#include "tests/support/paths.h"
 
 namespace fs = std::filesystem;
 namespace Doctor = NorvoWebAPI::KSV::Doctor;
@@ -22,20 +21,6 @@ using nlohmann::json;
 namespace {
 
 constexpr char kSettings[] = "Software\\Norvo\\Services\\KSV";
-
-void SetFolderValue(DWORD type, const std::string& bytes) {
-  HKEY key = nullptr;
-  ASSERT_EQ(RegOpenKeyExA(HKEY_LOCAL_MACHINE, kSettings, 0, KEY_SET_VALUE, &key), ERROR_SUCCESS);
-  EXPECT_EQ(RegSetValueExW(key, NorvoWebAPI::kLibraryFolderValue, 0, type, reinterpret_cast<const BYTE*>(bytes.data()),
-                           static_cast<DWORD>(bytes.size())),
-            ERROR_SUCCESS);
-  RegCloseKey(key);
-}
-
-std::string InBackslashes(std::string path) {
-  std::ranges::replace(path, '/', '\\');
-  return path;
-}
 
 // The first line of a JSON report's checks with this name; null for none.
 json CheckNamed(const json& report, const std::string& name) {
@@ -61,7 +46,7 @@ class DoctorTest : public testing::Test {
     environment.SetLibraryFolder(environment.Scratch() / "");
     Register(fs::path(KSV_MODULE).parent_path() / "");
   }
-  static void Register(const fs::path& folder) { Registration::RegisterModule(InBackslashes(folder.string())); }
+  static void Register(const fs::path& folder) { Registration::RegisterModule(PlatformPath(folder)); }
   [[nodiscard]] fs::path Scratch(const std::string& file) const { return environment.Scratch() / file; }
   void WriteScratch(const std::string& file, const std::string& bytes) const {
     std::ofstream(Scratch(file), std::ios::binary | std::ios::trunc) << bytes;
@@ -116,9 +101,10 @@ TEST_F(DoctorTest, NamesTheFirstBrokenLink) {
          RegDeleteKeyA(HKEY_LOCAL_MACHINE, kSettings);
          environment.SetLogLevel(0);
        }},
-      {"library folder in the settings", "FAIL", "is no text", 10, 10, [] { SetFolderValue(REG_DWORD, "four"); }},
+      {"library folder in the settings", "FAIL", "is no text", 10, 10,
+       [&] { environment.SetSetting("FILELOCALE", REG_DWORD, "four"); }},
       {"library folder in the settings", "FAIL", "longer than 127", 10, 10,
-       [] { SetFolderValue(REG_SZ, std::string(size_t{2} * 128, 'a')); }},
+       [&] { environment.SetSetting("FILELOCALE", REG_SZ, std::string(size_t{2} * 128, 'a')); }},
       {"library folder in the settings", "WARN", "no separator at its end", 0, 0,
        [&] { environment.SetLibraryFolder(environment.Scratch()); }},
       {"library folder", "FAIL", "none\\ is not there", 10, 10,
@@ -186,6 +172,7 @@ TEST_F(DoctorTest, NamesTheFirstBrokenLink) {
 
 TEST_F(DoctorTest, TellsWhatAFileIsMadeFor) {
   std::string windows = "MZ" + std::string(58, '\0') + std::string("\x40\0\0\0", 4) + std::string("PE\0\0", 4);
+  const std::string elf = "\177ELF";
   const struct {
     std::string bytes;
     const char* kind;
@@ -196,22 +183,16 @@ TEST_F(DoctorTest, TellsWhatAFileIsMadeFor) {
       {windows, ""},
       {windows.substr(0, 66), ""},
       {"MZ" + std::string(58, '\0') + "\xff\xff\xff\xff", ""},
-      {"\x7f"
-       "ELF\x01",
-       "32-bit Linux"},
-      {"\x7f"
-       "ELF\x02",
-       "64-bit Linux"},
-      {"\x7f"
-       "ELF",
-       ""},
+      {elf + "\x01", "32-bit Linux"},
+      {elf + "\x02", "64-bit Linux"},
+      {elf, ""},
       {"", ""},
   };
   for (const auto& [bytes, kind] : cases) {
     WriteScratch("file", bytes);
-    EXPECT_EQ(Doctor::ModuleKind(InBackslashes(Scratch("file").string())), kind);
+    EXPECT_EQ(Doctor::ModuleKind(PlatformPath(Scratch("file"))), kind);
   }
-  EXPECT_EQ(Doctor::ModuleKind(InBackslashes(environment.Scratch().string())), "") << "a folder";
+  EXPECT_EQ(Doctor::ModuleKind(PlatformPath(environment.Scratch())), "") << "a folder";
 }
 
 TEST_F(DoctorTest, TheProgram) {

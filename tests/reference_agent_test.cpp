@@ -14,6 +14,7 @@
 #include "kit/agent/agent_status.h"
 #include "platform/system_path.h"
 #include "platform/testing.h"
+#include "tests/support/paths.h"
 
 namespace fs = std::filesystem;
 using enum KsvAgent::Status;
@@ -40,12 +41,6 @@ Text AtTime(uint64_t seconds) {
 
 constexpr auto Data = [](const Text& text) { return reinterpret_cast<const uint8_t*>(text.data()); };
 constexpr auto Size = [](const Text& text) { return static_cast<int32_t>(text.size()); };
-
-auto HostPath(const fs::path& path) {
-  auto text = path.string<KsvKit::WideChar>();
-  std::replace(text.begin(), text.end(), KsvKit::WideChar('/'), KsvKit::WideChar('\\'));
-  return text;
-}
 
 // What came through callbacks, on whatever thread. The first generation hands no context to its callback.
 struct Recorder {
@@ -109,7 +104,7 @@ class AgentTest : public testing::TestWithParam<const char*> {
     const platform::ScopedVariable generation("KSV_AGENT_GENERATION", GetParam());
     fs::create_directories(folder_);
     fs::copy_file(SystemPath(KSV_AGENT_LIBRARY), folder_ / "agent.dll", fs::copy_options::skip_existing);
-    return LoadLibraryW(HostPath(folder_ / "agent.dll").c_str());
+    return LoadLibraryW(support::PlatformPath<KsvKit::WideChar>(folder_ / "agent.dll").c_str());
   }
   bool IsThird() const { return *GetParam() == '3'; }
 
@@ -161,7 +156,8 @@ class AgentTest : public testing::TestWithParam<const char*> {
   }
   Status Install(const char* id, const Text& package) const {
     std::ofstream(folder_ / "applet.trok", std::ios::binary) << package;
-    return static_cast<Status>(ENTRY(ZUB_Install)(id, HostPath(folder_ / "applet.trok").c_str()));
+    return static_cast<Status>(
+        ENTRY(ZUB_Install)(id, support::PlatformPath<KsvKit::WideChar>(folder_ / "applet.trok").c_str()));
   }
   // Registers for events under a name, by what the generation has for it.
   Status Register(const char* name, uint32_t* id) const {
@@ -327,7 +323,8 @@ TEST_P(AgentTest, AppletsComeAndGoByWholePackages) {
     EXPECT_EQ(Install(kTimeOnly, kPackage.substr(0, i)), kBadAppletPackage) << i;
   }
   EXPECT_EQ(Install(kOath, kPackage), kBadAppletPackage);
-  EXPECT_EQ(ENTRY(ZUB_Install)(kTimeOnly, HostPath(folder_).c_str()), static_cast<int32_t>(kAppletFileUnreadable));
+  EXPECT_EQ(ENTRY(ZUB_Install)(kTimeOnly, support::PlatformPath<KsvKit::WideChar>(folder_).c_str()),
+            static_cast<int32_t>(kAppletFileUnreadable));
   EXPECT_EQ(ENTRY(ZUB_Install)(kTimeOnly, nullptr), static_cast<int32_t>(kInvalidArgument));
   EXPECT_EQ(ENTRY(ZUB_Uninstall)(kTimeOnly), static_cast<int32_t>(kAppletNotInstalled));
   const auto list = [this] {

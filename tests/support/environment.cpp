@@ -10,6 +10,7 @@
 
 #include "foundation/platform_files.h"
 #include "platform/system_path.h"
+#include "tests/support/paths.h"
 
 namespace fs = std::filesystem;
 using NorvoWebAPI::Platform::GetBasePath;
@@ -21,13 +22,6 @@ using WideText = std::basic_string<WCHAR>;
 
 constexpr char kSettings[] = "Software\\Norvo\\Services\\KSV";
 
-// The form in which the environment and the settings hold paths.
-std::string PlatformText(const fs::path& path) {
-  std::string text = path.string();
-  std::ranges::replace(text, '/', '\\');
-  return text;
-}
-
 // Set before any test can ask for the base path, which is then kept: a test must never reach the user's own files.
 struct ProcessFolder {
   ~ProcessFolder() {
@@ -35,21 +29,12 @@ struct ProcessFolder {
     fs::remove_all(path, ignored);
   }
   fs::path path = fs::temp_directory_path() / ("ksv_tests_" + std::to_string(GetCurrentProcessId()));
-  platform::ScopedVariable appData{"AppData", (PlatformText(path) + "\\Roaming").c_str()};
+  platform::ScopedVariable appData{"AppData", (PlatformPath(path) + "\\Roaming").c_str()};
 };
 const ProcessFolder processFolder;
 
 fs::path Base() {
   return SystemPath(GetBasePath());
-}
-
-void SetSetting(const WCHAR* name, DWORD type, const void* data, size_t size) {
-  HKEY key = nullptr;
-  ASSERT_EQ(RegCreateKeyExA(HKEY_LOCAL_MACHINE, kSettings, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr),
-            ERROR_SUCCESS);
-  EXPECT_EQ(RegSetValueExW(key, name, 0, type, static_cast<const BYTE*>(data), static_cast<DWORD>(size)),
-            ERROR_SUCCESS);
-  RegCloseKey(key);
 }
 
 std::string ShowInput(const uint8_t* bytes, int32_t length) {
@@ -94,15 +79,24 @@ void Environment::SetLastUpdate(std::optional<int64_t> secondsAgo) const {
   }
 }
 
+void Environment::SetSetting(const std::string& name, DWORD type, std::string bytes) const {
+  const auto size = static_cast<DWORD>(bytes.size());
+  bytes += "##";  // Else the system may find a terminator behind the bytes and store it with them.
+  HKEY key = nullptr;
+  ASSERT_EQ(RegCreateKeyExA(HKEY_LOCAL_MACHINE, kSettings, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr), 0);
+  const WideText wide(name.begin(), name.end());
+  EXPECT_EQ(RegSetValueExW(key, wide.c_str(), 0, type, reinterpret_cast<const BYTE*>(bytes.data()), size), 0);
+  RegCloseKey(key);
+}
+
 void Environment::SetLogLevel(uint32_t level) const {
-  SetSetting(KSV_WIDE("KsvPluginLogLevel"), REG_DWORD, &level, sizeof level);
+  SetSetting("KsvPluginLogLevel", REG_DWORD, {reinterpret_cast<const char*>(&level), sizeof level});
 }
 
 void Environment::SetLibraryFolder(const fs::path& folder) const {
-  const std::string text = PlatformText(folder);
-  EXPECT_LE(text.size(), 127u) << "the settings can't hold this folder: build in a shorter one";
-  const WideText wide(text.begin(), text.end());
-  SetSetting(KSV_WIDE("FILELOCALE"), REG_SZ, wide.c_str(), (wide.size() + 1) * sizeof(WCHAR));
+  const auto wide = PlatformPath<WCHAR>(folder);
+  EXPECT_LE(wide.size(), 127u) << "the settings can't hold this folder: build in a shorter one";
+  SetSetting("FILELOCALE", REG_SZ, {reinterpret_cast<const char*>(wide.c_str()), (wide.size() + 1) * sizeof(WCHAR)});
 }
 
 void Environment::Write(const std::string& name, const std::string& bytes) const {
@@ -158,9 +152,8 @@ void Lie(DisplayCall& call) {
 
 HMODULE LoadStub(const Environment& environment, const fs::path& path) {
   environment.SetLibraryFolder(path.parent_path());
-  const std::string text = PlatformText(path);
-  const HMODULE library = LoadLibraryW(WideText(text.begin(), text.end()).c_str());
-  if (!library) throw std::runtime_error("no stub library at " + text);
+  const HMODULE library = LoadLibraryW(PlatformPath<WCHAR>(path).c_str());
+  if (!library) throw std::runtime_error("no stub library at " + path.string());
   return library;
 }
 

@@ -28,6 +28,8 @@ class Environment {
 
   /// Nothing: the updater's file is taken away.
   void SetLastUpdate(std::optional<int64_t> secondsAgo) const;
+  /// A value of the settings: these bytes and no more.
+  void SetSetting(const std::string& name, DWORD type, std::string bytes) const;
   void SetLogLevel(uint32_t level) const;
   /// The folder of the vendor's libraries, in the system's own form; at most 127 characters.
   void SetLibraryFolder(const std::filesystem::path& folder) const;

@@ -14,6 +14,7 @@
 #include "kit/display/display_entries.h"
 #include "platform/system_path.h"
 #include "platform/testing.h"
+#include "tests/support/paths.h"
 
 namespace support {
 
@@ -79,11 +80,7 @@ class ReferenceDisplayTest : public testing::Test {
     std::filesystem::create_directory(folder);
     return folder;
   }
-  static HMODULE Load() {
-    auto path = std::filesystem::path(KSV_DISPLAY_LIBRARY).string<KsvKit::WideChar>();
-    std::replace(path.begin(), path.end(), KsvKit::WideChar('/'), KsvKit::WideChar('\\'));
-    return LoadLibraryW(path.c_str());
-  }
+  static HMODULE Load() { return LoadLibraryW(PlatformPath<KsvKit::WideChar>(KSV_DISPLAY_LIBRARY).c_str()); }
   static uint32_t Word(HWND window) { return static_cast<uint32_t>(reinterpret_cast<uintptr_t>(window)); }
   uint32_t Establish() {
     const KsvDisplay::SessionRequest request{Word(window_.handle()), 0xFFFF, context_};

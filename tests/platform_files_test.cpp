@@ -1,0 +1,174 @@
+// The plug-in's files: its folder, what is refused outside of it, and the updater's time.
+#include "foundation/platform_files.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <functional>
+#include <memory>
+
+#include "foundation/update_gate.h"
+#include "tests/support/environment.h"
+#include "tests/support/outcomes.h"
+
+using namespace NorvoWebAPI;
+using std::string;
+using support::Data;
+using support::ErrorOf;
+namespace fs = std::filesystem;
+
+class PlatformFilesTest : public testing::Test {
+ protected:
+  string At(const string& name) const { return base + name; }
+
+  support::Environment world;
+  const string base = Platform::GetBasePath();
+};
+
+TEST_F(PlatformFilesTest, PathsAreHeldInsideTheBasePath) {
+  const string refused = "Platform operation attempted outside of base path";
+  const string bare = base.substr(0, base.size() - 1);
+  const string otherCase = bare.substr(0, bare.size() - 1) + "I\\a";
+  for (const string& path : {base, At("a"), At(".\\a\\..\\b"), At("..\\webapi\\a"), bare + "/a"}) {
+    EXPECT_EQ(ErrorOf([&] { Platform::CheckPath(path); }), "") << path;
+  }
+  for (const string& path :
+       {bare, bare + "2\\a", At(".."), At("a\\..\\..\\b"), At("a/../../b"), otherCase, string("a")}) {
+    EXPECT_EQ(ErrorOf([&] { Platform::CheckPath(path); }), refused) << path;
+  }
+  EXPECT_EQ(ErrorOf([] { Platform::CheckPath(""); }), "Failed to canonicalize path");
+
+  const fs::path there = world.Scratch() / "folder";
+  fs::create_directories(there);
+  const string folder = At("..\\..\\..\\scratch\\folder");
+  std::unique_ptr<uint8_t[]> buffer;
+  std::vector<string> names;
+  const std::function<void()> operations[] = {[&] { Platform::CreateDirectories(folder + "\\new"); },
+                                              [&] { Platform::WriteFile(folder + "\\new", nullptr, 0); },
+                                              [&] { Platform::DeleteFile(folder); },
+                                              [&] { Platform::ReadFile(folder, &buffer); },
+                                              [&] { Platform::FileExists(folder, "a"); },
+                                              [&] { Platform::ListDirectory(folder, names); }};
+  for (const auto& operation : operations) EXPECT_EQ(ErrorOf(operation), refused);
+  EXPECT_TRUE(fs::is_empty(there));
+}
+
+TEST_F(PlatformFilesTest, FoldersAreMadeFromTheTop) {
+  fs::remove_all(world.Scratch().parent_path() / "LocalLow");  // A profile's first time.
+  for (const char* path : {"a\\b\\c", "a\\b\\c", "a\\b\\c\\", "a\\\\d"}) {
+    EXPECT_EQ(ErrorOf([&] { Platform::CreateDirectories(At(path)); }), "") << path;
+  }
+  EXPECT_TRUE(fs::is_directory(world.Path("a/b/c")) && fs::is_directory(world.Path("a/d")));
+  world.Write("file", "");
+  EXPECT_EQ(ErrorOf([&] { Platform::CreateDirectories(At("file\\a")); }), "Failed to create directory");
+}
+
+TEST_F(PlatformFilesTest, FilesAreFoundByTheirExactName) {
+  for (const char* file : {"a.bin", "noend", ".hidden", "same/same", "deep/deep/deep", "other/below"}) {
+    world.Write(string("t/") + file, "");
+  }
+  fs::create_directories(world.Path("t/empty/empty"));
+  for (const char* name : {"a.bin", "noend", "same", "deep"}) EXPECT_TRUE(Platform::FileExists(At("t"), name)) << name;
+  for (const char* name :
+       {"A.bin", "SAME", "a.*", "*", ".hidden", "empty", "below", "other\\below", "..\\t\\a.bin", ""}) {
+    EXPECT_FALSE(Platform::FileExists(At("t"), name)) << name;
+  }
+  EXPECT_FALSE(Platform::FileExists(At("missing"), "a.bin"));
+
+  std::vector<string> names{"before"};
+  EXPECT_FALSE(Platform::ListDirectory(At("missing"), names));
+  EXPECT_TRUE(Platform::ListDirectory(At("t"), names));
+  EXPECT_EQ(names.front(), "before");
+  EXPECT_THAT(names, testing::UnorderedElementsAre("before", "a.bin", "noend", "same", "deep", "other", "empty"));
+}
+
+TEST_F(PlatformFilesTest, FilesKeepTheirBytes) {
+  std::unique_ptr<uint8_t[]> buffer;
+  for (const string& bytes : {string(65535, '\x1A'), string("a\0\r\n\n\x1A\xFF", 7), string()}) {
+    Platform::WriteFile(At("f"), Data(bytes), static_cast<uint16_t>(bytes.size()));
+    EXPECT_EQ(world.Read("f"), bytes);
+    const uint32_t length = Platform::ReadFile(At("f"), &buffer);
+    EXPECT_EQ(string(reinterpret_cast<const char*>(buffer.get()), length), bytes);
+  }
+  Platform::DeleteFile(At("f"));
+  EXPECT_FALSE(world.Read("f"));
+
+  fs::create_directories(world.Path("folder"));
+  EXPECT_EQ(ErrorOf([&] { Platform::DeleteFile(At("f")); }), "Failed to delete file");
+  for (const char* name : {"f", "folder"}) {
+    EXPECT_EQ(ErrorOf([&] { Platform::ReadFile(At(name), &buffer); }), "20") << name;
+  }
+  for (const char* name : {"missing\\f", "folder"}) {
+    EXPECT_EQ(ErrorOf([&] { Platform::WriteFile(At(name), nullptr, 0); }), "21") << name;
+  }
+  std::error_code noLinks;
+  fs::create_symlink("/dev/full", world.Path("full"), noLinks);
+  if (noLinks) return;
+  EXPECT_EQ(ErrorOf([&] { Platform::WriteFile(At("full"), Data("1"), 1); }), "13");
+}
+
+TEST_F(PlatformFilesTest, TemporaryFilesAreNewAndEmpty) {
+  const string first = Platform::GetTempFileName();
+  EXPECT_NE(first, Platform::GetTempFileName());
+  EXPECT_TRUE(first.starts_with(base + "NWA") && first.find('\\', base.size()) == string::npos) << first;
+  EXPECT_EQ(world.Read(first.substr(base.size())), "");
+  fs::remove_all(world.Scratch().parent_path() / "LocalLow");
+  EXPECT_EQ(ErrorOf([] { Platform::GetTempFileName(); }), "Unable to create temporary filename");
+}
+
+TEST_F(PlatformFilesTest, UpdateGateShutsAfter48Hours) {
+  const string file = "lastUpdatetest";
+  EXPECT_TRUE(Platform::IsUpdateOverdue("test")) << "without the file";
+  std::vector<string> wrong;
+  __time64_t now = 0;
+  do {  // Again when the second has changed meanwhile.
+    wrong.clear();
+    now = _time64(nullptr);
+    const auto ago = [now](int64_t seconds) { return std::to_string(now - seconds); };
+    const auto check = [&](const string& text, bool overdue) {
+      world.Write(file, text);
+      if (Platform::IsUpdateOverdue("test") != overdue) wrong.push_back(text);
+    };
+    for (const string& text : {ago(0), ago(172'799), ago(-1'000'000), " \t\r\n+" + ago(0) + ".9\nby x"}) {
+      check(text, false);
+    }
+    for (const string& text : {ago(172'800), "x" + ago(0), "0x" + ago(0), "-" + ago(0), "9999999999" + ago(0), string(),
+                               string("\n"), string("-9223372036854775808")}) {
+      check(text, true);
+    }
+  } while (_time64(nullptr) != now);
+  EXPECT_THAT(wrong, testing::IsEmpty());
+  fs::remove(world.Path(file));
+  fs::create_directories(world.Path(file));
+  EXPECT_TRUE(Platform::IsUpdateOverdue("test")) << "with a folder in its place";
+}
+
+// The base path is kept for the life of a process, so each form of the variable is read by one of its own.
+TEST(BasePathDeathTest, LiesBesideTheRoamingProfile) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  const std::pair<const char*, const char*> rows[] = {
+      {"\\p\\AppData\\Roaming", "\\p\\AppData\\LocalLow\\Norvo\\webapi\\|"},
+      {"\\p\\Roaming\\Roaming", "\\p\\Roaming\\LocalLow\\Norvo\\webapi\\|"},
+      {"\\p\\Roaming\\", "\\p\\Roaming\\LocalLow\\Norvo\\webapi\\|"},
+      {"\\p\\x\\..\\roaming", "\\p\\roaming\\LocalLow\\Norvo\\webapi\\|"},
+  };
+  const auto child = [](const char* appData) {
+    string without;
+    for (const char* none : {"", static_cast<const char*>(nullptr)}) {
+      const platform::ScopedVariable unset("AppData", none);
+      without = ErrorOf([] { Platform::GetBasePath(); }) + (Platform::IsUpdateOverdue("test") ? ", shut" : ", open");
+      if (without != "Failed to find AppData environment variable, shut") break;
+    }
+    const platform::ScopedVariable set("AppData", appData);
+    std::fprintf(stderr, "%s|%s|", without.c_str(), Platform::GetBasePath().c_str());
+    std::exit(0);
+  };
+  for (const auto& [appData, basePath] : rows) {
+    EXPECT_EXIT(child(appData), testing::ExitedWithCode(0),
+                testing::AllOf(testing::HasSubstr("Failed to find AppData environment variable, shut|"),
+                               testing::HasSubstr(basePath)));
+  }
+}

@@ -1,0 +1,127 @@
+// Texts and bytes: Base64, the code page, the log's lines, origins, and the memory they are copied to.
+#include "foundation/text.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <memory>
+
+#include "foundation/base64.h"
+#include "foundation/debug_log.h"
+#include "foundation/guarded_memory.h"
+#include "platform/testing.h"
+#include "tests/support/outcomes.h"
+
+using namespace NorvoWebAPI;
+using std::string;
+using support::Data;
+using support::ErrorOf;
+
+namespace {
+
+using WideText = std::basic_string<WCHAR>;
+
+string Encode(const string& bytes) {
+  return EncodeBase64(Data(bytes), bytes.size());
+}
+
+string Decode(const string& text) {
+  // Exactly as long as the text, so that a read behind it is noticed.
+  const auto exact = std::make_unique<char[]>(text.size());
+  std::ranges::copy(text, exact.get());
+  const ByteBuffer decoded = DecodeBase64(exact.get(), static_cast<int32_t>(text.size()));
+  return {reinterpret_cast<const char*>(decoded.bytes.get()), decoded.size};
+}
+
+}  // namespace
+
+TEST(TextTest, LogLineHasItsHeadAndItsLimit) {
+  const platform::DebugOutputCapture output;
+  DebugLog(false, "pZUB", "off\n");
+  DebugLog(true, "pZUB", "%s:%d, %d\n", "Init", 0, -1);
+  DebugLog(true, "pZUB", "%s", string(3000, 'x').c_str());
+  const string head = "[" + std::to_string(static_cast<int>(GetCurrentThreadId())) + "] [pZUB] ";
+  EXPECT_THAT(output.lines(), testing::ElementsAre(head + "Init:0, -1\n", head + string(2047 - head.size(), 'x')));
+}
+
+TEST(Base64Test, TextHasTheFormThatPagesRead) {
+  const char* const texts[] = {"", "Zg==", "Zm8=", "Zm9v", "Zm9vYg==", "Zm9vYmE=", "Zm9vYmFy"};
+  for (size_t size = 0; size < std::size(texts); ++size) {
+    EXPECT_EQ(Encode(string("foobar", size)), texts[size] + string("\n"));
+  }
+  string line;
+  for (int i = 0; i < 18; ++i) line += "+/+/";
+  string bytes;
+  for (int i = 0; i < 18; ++i) bytes += "\xFB\xFF\xBF";
+  EXPECT_EQ(Encode(bytes), line + "\n\n");
+  EXPECT_EQ(Encode(bytes + "f"), line + "\nZg==\n");
+  EXPECT_EQ(Encode(bytes + bytes + "f"), line + "\n" + line + "\nZg==\n");
+  for (bytes = ""; bytes.size() < 200; bytes += static_cast<char>(bytes.size() * 89)) {
+    EXPECT_EQ(Decode(Encode(bytes)), bytes);
+  }
+}
+
+TEST(Base64Test, DecodingSkipsWhatIsNotInTheAlphabet) {
+  for (const char* text : {"", "=", "Z", "=Z=", "-_"}) EXPECT_EQ(Decode(text), "") << text;
+  for (const char* text : {"Zg", "Zh", "Zg==\n", "Z\r\ng\r\n=\r\n=\r\n"}) EXPECT_EQ(Decode(text), "f") << text;
+  EXPECT_EQ(Decode("Zm8"), "fo");
+  EXPECT_EQ(Decode("Zg==Zg=="), "f\x06`");
+  const string alphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+  for (int byte = 0; byte < 256; ++byte) {
+    const auto c = static_cast<char>(byte);
+    if (alphabet.find(c) != string::npos) continue;
+    EXPECT_EQ(Decode({c, 'Z', c, 'm', c, c, '9', 'v', c}), "foo") << byte;
+  }
+  EXPECT_EQ(DecodeBase64(nullptr, 8).size, 0u);
+  EXPECT_THROW(DecodeBase64("Zm9v", -1), std::bad_alloc);
+}
+
+TEST(TextTest, ConversionKeepsTextAndTellsNullFromEmpty) {
+  EXPECT_FALSE(BstrFromNarrow(nullptr));
+  EXPECT_EQ(NarrowFromBstr(nullptr), std::nullopt);
+  const WCHAR accented[] = {'a', 0xE9, 0xDF, 0};  // One byte each or two, as the code page has it.
+  for (const WideText& text : {WideText(), WideText(KSV_WIDE("com.norvo.time")), WideText(accented)}) {
+    const Bstr wide(SysAllocString(text.c_str()));
+    const Bstr back = BstrFromNarrow(NarrowFromBstr(wide.Get()).value().c_str());
+    ASSERT_TRUE(back);
+    EXPECT_EQ(back.Get(), text);
+  }
+  const Bstr cut = BstrOfExactLength(string("a\0b", 3));
+  EXPECT_EQ(WideText(cut.Get(), SysStringLen(cut.Get())), WideText(KSV_WIDE("a\0b"), 3));
+  EXPECT_EQ(NarrowFromBstr(cut.Get()), "a");
+}
+
+TEST(TextTest, OriginIsSchemeHostAndPort) {
+  const std::pair<const char*, const char*> rows[] = {
+      {"https://norvo.example:8443/a/b?c=d:e", "https_norvo.example_8443"},
+      {"http://norvo.example?q=1", "http_norvo.example?q=1"},
+      {"https://a:b@c:1/", "https_a_b@c:1"},
+      {"file:///home/a.html", "file_"},
+      {"http://a://b/c", "http_a_"},
+      {"about:blank:x", "about_blank:x"},
+      {"a/b/c", "a/b/c"},
+      {"", ""},
+  };
+  for (const auto& [address, origin] : rows) {
+    string url = address;
+    NormalizeOrigin(url);
+    EXPECT_EQ(url, origin);
+  }
+}
+
+TEST(GuardedMemoryTest, CopiesOrClearsTheWholeRoom) {
+  const auto copy = [](size_t size, const char* source, size_t count) {
+    string room = "____";
+    const string error = ErrorOf([&] { Platform::memcpy(room.data(), size, source, count); });
+    std::ranges::replace(room, '\0', '0');
+    return room + error;
+  };
+  EXPECT_EQ(copy(4, "1234", 4), "1234");
+  EXPECT_EQ(copy(3, "1234", 2), "12__");
+  EXPECT_EQ(copy(2, nullptr, 0), "____");
+  EXPECT_EQ(copy(3, "1234", 4), "000_Platform::memcpy failed");
+  EXPECT_EQ(copy(2, nullptr, 1), "00__Platform::memcpy failed");
+  EXPECT_EQ(ErrorOf([] { Platform::memcpy(nullptr, 0, nullptr, 0); }), "");
+  EXPECT_EQ(ErrorOf([] { Platform::memcpy(nullptr, 4, "1", 1); }), "Platform::memcpy failed");
+}
