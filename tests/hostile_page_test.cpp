@@ -120,44 +120,6 @@ TEST_F(HostilePageTest, ResultsAreReadOnlyAndBounded) {
   EXPECT_EQ(result.Int("fnRetCode"), 0);
 }
 
-TEST_F(HostilePageTest, EndsInEveryOrderGiveTheCountBackOnce) {
-  using Ends = std::function<void(Page&)>;
-  const Ends orders[] = {
-      [](Page& ending) { ending.End(); },
-      [this](Page& ending) { host.EndInstance(ending.Instance(), ending.Object()), ending.Destroy(); },
-      [this](Page& ending) {
-        agent.On("ZUB_DeInit", [&](AgentCall&) { ending.End(); });
-        ending.Destroy();
-        agent.On("ZUB_DeInit", Refuses(0));
-      },
-  };
-  for (const Ends& end : orders) {
-    Page ending(host);
-    ending.Call("zubInit");
-    agent.TakeCalls();
-    end(ending);
-    EXPECT_EQ(agent.TakeCalls(), Calls{"ZUB_DeInit()"});
-    EXPECT_EQ(NorvoWebAPI::KSV::agentInitCount, 0);
-  }
-}
-
-TEST_F(HostilePageTest, AnEndedPageTakesNoLibraryDownThatOthersBroughtUp) {
-  for (const bool takesDownItself : {true, false}) {
-    NorvoWebAPI::KSV::agentInitCount = 0;
-    Page first(host);
-    first.Call("zubInit");
-    first.Call("zubInit");
-    { const Page idle(host); }
-    if (takesDownItself) first.Call("zubDeInit");
-    Page later(host);
-    later.Call("zubInit");
-    agent.TakeCalls();
-    first.End();
-    EXPECT_EQ(agent.TakeCalls(), Calls{});
-    EXPECT_EQ(NorvoWebAPI::KSV::agentInitCount, 1);
-  }
-}
-
 TEST_F(HostilePageTest, AStartInsideAStartLeavesOneInstance) {
   agent.SetVersion(3);
   const struct {
