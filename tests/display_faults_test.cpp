@@ -1,5 +1,4 @@
-// The display in bad company: a system that refuses, messages without end, a page that gives its initialisations back
-// in any order.
+// The display in bad company: a system that refuses, messages without end, a page that leaves from within.
 #include <algorithm>
 #include <thread>
 #include <utility>
@@ -8,7 +7,6 @@
 #include "tests/support/display_fixture.h"
 
 using namespace support;
-using NorvoWebAPI::KSV::agentInitCount;
 using NorvoWebAPI::KSV::displayInitCount;
 using platform::FailCall;
 using platform::PumpMessages;
@@ -19,47 +17,7 @@ constexpr UINT kHarmless = WM_USER + 5;
 
 }  // namespace
 
-class DisplayFaultsTest : public DisplayTest {
- protected:
-  DisplayFaultsTest() { agentInitCount = 0; }
-};
-
-TEST_F(DisplayFaultsTest, BothLibrariesAreGivenBackInAnyOrder) {
-  const std::vector<std::vector<const char*>> orders{
-      {}, {"zubDeInit"}, {"wysDeInit"}, {"zubDeInit", "wysDeInit"}, {"wysDeInit", "zubDeInit"},
-  };
-  AgentStub agent(environment);
-  for (const auto& order : orders) {
-    display.TakeCalls();
-    agent.TakeCalls();
-    {
-      Page going(host, "https://page.example/", window.handle());
-      going.Call("zubInit");
-      going.Call("wysInit", {0, ""});
-      for (const char* method : order) going.Call(method);
-    }
-    EXPECT_EQ(agentInitCount, 0);
-    EXPECT_EQ(displayInitCount, 0);
-    EXPECT_EQ(agent.TakeCalls().back(), "ZUB_DeInit()");
-    EXPECT_EQ(display.TakeCalls().back(), "WYSDeInit(70)");
-  }
-}
-
-TEST_F(DisplayFaultsTest, PageGivesBackNothingOfAnothers) {
-  AgentStub agent(environment);
-  Page first(host, "https://page.example/", window.handle());
-  Page third(host, "https://page.example/", window.handle());
-  first.Call("zubInit");
-  {
-    Page second(host, "https://page.example/", window.handle());
-    second.Call("zubInit");
-    second.Call("wysInit", {0, ""});
-    second.Call("wysDeInit");
-    third.Call("wysInit", {0, ""});
-  }
-  EXPECT_EQ(displayInitCount, 1);
-  EXPECT_EQ(third.Call("wysDeInit").Show(), kWentWell);
-}
+class DisplayFaultsTest : public DisplayTest {};
 
 TEST_F(DisplayFaultsTest, SessionOfAPageThatEndedInItIsTakenBack) {
   page.Call("wysInit", {0, ""});
@@ -77,9 +35,7 @@ TEST_F(DisplayFaultsTest, SessionOfAPageThatEndedInItIsTakenBack) {
     EXPECT_TRUE(ended) << entry;
     EXPECT_EQ(display.TakeCalls().back(), "WYSCloseSession(7)") << entry;
     EXPECT_EQ(displayInitCount, 1);
-    display.On(entry, [](DisplayCall& call) {
-      if (call.value) *call.value = 7;
-    });
+    display.On(entry, [](DisplayCall& call) { static_cast<void>(call.value && (*call.value = 7)); });
   }
 }
 
@@ -112,14 +68,18 @@ TEST_F(DisplayFaultsTest, PageIsFoundOnItsOwnThreadAlone) {
 TEST_F(DisplayFaultsTest, MessageCausesNoMoreThanSixteenRepaints) {
   ShowImage(page);
   size_t painted = 0;
-  display.On("WYSRepaintImage", [&](DisplayCall&) {
+  const auto paint = [&] {
     ++painted;
     for (int i = 0; i < 3; ++i) SendMessageA(window.handle(), kHarmless, 0, 0);
-  });
-  for (int i = 0; i < 2; ++i) {
+  };
+  display.On("WYSRepaintImage", [&](DisplayCall&) { paint(); });
+  for (const bool byThePage : {false, false, true}) {
+    if (byThePage) page.Call("setRepaintImageCallback", {Callback(paint)});
+    painted = 0;
     SendMessageA(window.handle(), kHarmless, 0, 0);
-    EXPECT_EQ(std::exchange(painted, 0), 16u);
+    EXPECT_EQ(painted, 16u);
   }
+  EXPECT_EQ(page.Call("wysCloseSession").Show(), kWentWell);
 }
 
 TEST_F(DisplayFaultsTest, EventsInsideEventsComeToAnEnd) {
@@ -138,9 +98,9 @@ TEST_F(DisplayFaultsTest, EventsInsideEventsComeToAnEnd) {
 }
 
 TEST_F(DisplayFaultsTest, PageThatLeavesInsideItsPressLeavesNoPressBehind) {
-  for (const bool deInit : {true, false}) {
+  for (const char* method : {"wysDeInit", "wysCloseSession", ""}) {
     Page leaving(host, "https://page.example/", window.handle());
-    leaving.Call("setMouseDownCallback", {Callback([&] { deInit ? void(leaving.Call("wysDeInit")) : leaving.End(); })});
+    leaving.Call("setMouseDownCallback", {Callback([&] { *method ? void(leaving.Call(method)) : leaving.End(); })});
     ShowImage(leaving);
     window.PressLeft(1, 1);
     EXPECT_TRUE(platform::PumpUntil([&] { return !TakeHeard().empty(); }));
@@ -173,8 +133,8 @@ TEST_F(DisplayFaultsTest, SystemThatRefusesCostsNoMoreThanItsPart) {
   }
   ShowImage(page);
   {
-    const FailCall noClearing("WaitForSingleObject", ERROR_GEN_FAILURE,
-                              3);  // Of the button, of busy's beginning and end.
+    // Of the button, of busy's beginning and end.
+    const FailCall noClearing("WaitForSingleObject", ERROR_GEN_FAILURE, 3);
     EXPECT_EQ(repaints(), 1u);
   }
   EXPECT_EQ(page.Call("wysCloseSession").Show(), "pluginRetCode=13") << "a repaint seems to run";

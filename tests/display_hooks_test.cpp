@@ -60,15 +60,6 @@ class DisplayHooksTest : public DisplayTest {
   DisplayEventEntry events = nullptr;
 };
 
-TEST_F(DisplayHooksTest, ClickReachesThePageInClientCoordinates) {
-  SetClickCallbacks(page);
-  ShowImage(page);
-  Press(window, 12, 34);
-  Release(window, 56, 7);
-  EXPECT_EQ(TakeHeard(), (Calls{"XCode=12 YCode=34 down", "XCode=56 YCode=7 up"}));
-  EXPECT_EQ(page.Call("wysGetButtonUpCount").Show(), "pluginRetCode=0 ButtonUpCount=1");
-}
-
 TEST_F(DisplayHooksTest, OnlyPairsOnTheImageReachThePage) {
   SetClickCallbacks(page);
   ShowImage(page);  // Of 100 by 50.
@@ -78,6 +69,8 @@ TEST_F(DisplayHooksTest, OnlyPairsOnTheImageReachThePage) {
     Calls heard;
     uint32_t held;
   } steps[] = {
+      {"a press", [&] { Press(window, 12, 34); }, {"XCode=12 YCode=34 down"}, 1},
+      {"its release", [&] { Release(window, 56, 7); }, {"XCode=56 YCode=7 up"}, 0},
       {"a release without a press", [&] { Release(window, 1, 1); }, {}, 0},
       {"a press to the right", [&] { Press(window, 100, 1); }, {}, 1},
       {"its release", [&] { Release(window, 1, 1); }, {}, 0},
@@ -93,6 +86,7 @@ TEST_F(DisplayHooksTest, OnlyPairsOnTheImageReachThePage) {
     EXPECT_EQ(TakeHeard(), expected) << what;
     EXPECT_EQ(State().buttonHeld, held) << what;
   }
+  EXPECT_EQ(page.Call("wysGetButtonUpCount").Show(), "pluginRetCode=0 ButtonUpCount=2");
 }
 
 TEST_F(DisplayHooksTest, ImageWithoutASizeHasItsCorner) {
@@ -120,17 +114,6 @@ TEST_F(DisplayHooksTest, ClicksAreHeardWhileTheImageStands) {
   ShowImage(page);
   page.Destroy();
   EXPECT_EQ(click(), 0u);
-}
-
-TEST_F(DisplayHooksTest, SessionClosedInsideAPressLeavesNothingBehind) {
-  page.Call("setMouseDownCallback", {Callback([&] { page.Call("wysCloseSession"); })});
-  page.Call("setMouseUpCallback", {Callback()});
-  ShowImage(page);
-  Press(window, 1, 1);
-  Release(window, 1, 1);
-  EXPECT_EQ(TakeHeard(), Calls{"XCode=1 YCode=1"});
-  ShowImage(page);
-  EXPECT_EQ(RepaintsOfOnePosted(window), 1u) << "no button is held";
 }
 
 TEST_F(DisplayHooksTest, EveryMessageOfTheWindowIsAPulse) {
@@ -166,22 +149,6 @@ TEST_F(DisplayHooksTest, SessionStaysOpenDuringARepaint) {
   });
   EXPECT_EQ(RepaintsOfOnePosted(window), 2u);
   EXPECT_EQ(answers, (Calls{"outer", "pluginRetCode=13", "pluginRetCode=13"}));
-  EXPECT_EQ(page.Call("wysCloseSession").Show(), kWentWell);
-}
-
-TEST_F(DisplayHooksTest, RepaintsThatCauseRepaintsComeToAnEnd) {
-  ShowImage(page);
-  size_t painted = 0;
-  const auto paint = [&] {
-    ++painted;
-    SendMessageA(window.handle(), kHarmless, 0, 0);
-  };
-  display.On("WYSRepaintImage", [&](DisplayCall&) { paint(); });
-  SendMessageA(window.handle(), kHarmless, 0, 0);
-  EXPECT_EQ(std::exchange(painted, 0), 16u);
-  page.Call("setRepaintImageCallback", {Callback(paint)});
-  SendMessageA(window.handle(), kHarmless, 0, 0);
-  EXPECT_EQ(painted, 16u);
   EXPECT_EQ(page.Call("wysCloseSession").Show(), kWentWell);
 }
 

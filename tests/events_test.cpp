@@ -13,35 +13,22 @@ namespace {
 constexpr UINT kAgentEvent = 1067;
 
 // What the page's function was told, as in "app 240 AQID".
-class Listener {
- public:
-  explicit Listener(TestHost& testHost) : host(testHost) {
-    function = host.NewFunction([this](const std::vector<Value>& args, Value&) {
-      heard.push_back(Member(args.at(0), "appName") + " " + Member(args.at(0), "dataSrc") + " " +
-                      Member(args.at(0), "b64Data"));
+struct Listener {
+  explicit Listener(TestHost& host) {
+    function = host.NewFunction([this, &host](const std::vector<Value>& args, Value&) {
+      const Result event(host, true, host.Make(args.at(0)));
+      std::string line =
+          event.Text("appName") + " " + std::to_string(event.Int("dataSrc")) + " " + event.Text("b64Data");
+      std::erase(line, '\n');
+      heard.push_back(line);
       if (then) std::exchange(then, nullptr)();
       return true;
     });
   }
 
-  std::vector<std::string> Take() { return std::exchange(heard, {}); }
-
-  TestHost& host;
   ScriptObject* function;
   std::function<void()> then;  // Runs inside the next delivery.
-  std::vector<std::string> heard;
-
- private:
-  std::string Member(const Value& object, const char* key) {
-    NPVariant variant{};
-    if (!host.Get(std::get<NPObject*>(object), key, &variant)) return "missing";
-    const Value value = TestHost::Read(variant);
-    host.Release(variant);
-    std::string text = std::holds_alternative<int32_t>(value) ? std::to_string(std::get<int32_t>(value))
-                                                              : std::get<std::string>(value);
-    std::erase(text, '\n');
-    return text;
-  }
+  Calls heard;
 };
 
 }  // namespace
@@ -76,6 +63,12 @@ class EventsTest : public testing::TestWithParam<uint32_t> {
   void Raise(const std::string& name, const std::string& data) const {
     std::thread([&] { Enter(name, data); }).join();
   }
+  // What came to be heard since the last time.
+  static Calls Heard(Listener& by) {
+    PumpMessages();
+    return std::exchange(by.heard, {});
+  }
+  Calls Heard() { return Heard(listener); }
 
   Environment environment;
   AgentStub agent{environment};
@@ -110,8 +103,7 @@ TEST_P(EventsTest, ReachThePagesFunctionWithNameSourceAndData) {
   for (const auto& row : cases) {
     Register(page, row.name, listener);
     Raise(row.name, row.data);
-    PumpMessages();
-    EXPECT_EQ(listener.Take(), ByInstance() ? row.instance : row.first) << row.name;
+    EXPECT_EQ(Heard(), ByInstance() ? row.instance : row.first) << row.name;
     page.Call("zubUnRegisterEventCallback", {row.name});
   }
 }
@@ -127,7 +119,7 @@ TEST_P(EventsTest, ReachNoScriptOnAnotherThreadThanThePages) {
     PumpMessages();
     EXPECT_TRUE(foreign.HasReceived(kAgentEvent));
   }).join();
-  EXPECT_EQ(listener.Take(), Calls{});
+  EXPECT_EQ(Heard(), Calls{});
 }
 
 TEST_P(EventsTest, AreDroppedInTheEntryWhenNobodyCanTakeThem) {
@@ -150,7 +142,7 @@ TEST_P(EventsTest, AreDroppedInTheEntryWhenNobodyCanTakeThem) {
   Raise("app", "late");
   PumpMessages();
   EXPECT_FALSE(window.HasReceived(kAgentEvent));
-  EXPECT_EQ(listener.Take(), Calls{});
+  EXPECT_EQ(Heard(), Calls{});
 }
 
 TEST_P(EventsTest, AMessageOfAStrangerPassesOnUnread) {
@@ -159,8 +151,7 @@ TEST_P(EventsTest, AMessageOfAStrangerPassesOnUnread) {
   Raise("app", "x");
   MSG message{};
   ASSERT_TRUE(PeekMessageA(&message, window.handle(), kAgentEvent, kAgentEvent, PM_NOREMOVE));
-  PumpMessages();
-  listener.Take();
+  Heard();
   for (const WPARAM word : {WPARAM{0}, WPARAM{1}, WPARAM{0xDEADBEEF}, message.wParam}) {
     ASSERT_TRUE(PostMessageA(window.handle(), kAgentEvent, word, 0));
   }
@@ -169,7 +160,7 @@ TEST_P(EventsTest, AMessageOfAStrangerPassesOnUnread) {
   ASSERT_TRUE(PostMessageA(other.handle(), kAgentEvent, message.wParam, 0));
   PumpMessages();
   EXPECT_TRUE(window.HasReceived(kAgentEvent));
-  EXPECT_EQ(listener.Take(), Calls{"app 240 eQ=="});
+  EXPECT_EQ(Heard(), Calls{"app 240 eQ=="});
 }
 
 TEST_P(EventsTest, APeekedOrRepeatedMessageIsDeliveredOnce) {
@@ -178,8 +169,7 @@ TEST_P(EventsTest, APeekedOrRepeatedMessageIsDeliveredOnce) {
   MSG message{};
   ASSERT_TRUE(PeekMessageA(&message, window.handle(), kAgentEvent, kAgentEvent, PM_NOREMOVE));
   ASSERT_TRUE(PostMessageA(window.handle(), kAgentEvent, message.wParam, 0));
-  PumpMessages();
-  EXPECT_EQ(listener.Take(), Calls{"app 240 eA=="});
+  EXPECT_EQ(Heard(), Calls{"app 240 eA=="});
 }
 
 TEST_P(EventsTest, OneThatMeetsADeliveryIsLost) {
@@ -187,15 +177,13 @@ TEST_P(EventsTest, OneThatMeetsADeliveryIsLost) {
   Raise("app", "first");
   Raise("app", "second");
   listener.then = [] { PumpMessages(); };
-  PumpMessages();
-  EXPECT_EQ(listener.Take().size(), 1U);
+  EXPECT_EQ(Heard().size(), 1U);
   // A library that calls back on the delivering thread itself must not wait for its own end.
   Raise("app", "third");
   listener.then = [this] { Enter("app", "inside"); };
   PumpMessages();
   Raise("app", "fourth");
-  PumpMessages();
-  EXPECT_EQ(listener.Take(), (Calls{"app 240 dGhpcmQ=", "app 240 Zm91cnRo"}));
+  EXPECT_EQ(Heard(), (Calls{"app 240 dGhpcmQ=", "app 240 Zm91cnRo"}));
 }
 
 TEST_P(EventsTest, ALibraryThreadWaitsOutADelivery) {
@@ -212,8 +200,7 @@ TEST_P(EventsTest, ALibraryThreadWaitsOutADelivery) {
   };
   PumpMessages();
   late.join();
-  PumpMessages();
-  EXPECT_EQ(listener.Take(), (Calls{"app 240 Zmlyc3Q=", "app 240 c2Vjb25k"}));
+  EXPECT_EQ(Heard(), (Calls{"app 240 Zmlyc3Q=", "app 240 c2Vjb25k"}));
 }
 
 TEST_P(EventsTest, ThePageMayDoAnythingInsideADelivery) {
@@ -228,12 +215,10 @@ TEST_P(EventsTest, ThePageMayDoAnythingInsideADelivery) {
     Register(busy, "busy", listener);
     Raise("busy", "x");
     listener.then = [&] { deed(busy); };
-    PumpMessages();
-    EXPECT_EQ(listener.Take().size(), 1U);
+    EXPECT_EQ(Heard().size(), 1U);
   }
   Raise("busy", "nobody hears it");
-  PumpMessages();
-  EXPECT_EQ(listener.Take(), Calls{});
+  EXPECT_EQ(Heard(), Calls{});
 }
 
 TEST_P(EventsTest, APageThatIsGoneRegistersNothing) {
@@ -255,8 +240,7 @@ TEST_P(EventsTest, OnTheirWayEndWithThePageOrItsWindow) {
   Raise("app", "x");
   window.Destroy();
   Raise("app", "y");
-  PumpMessages();
-  EXPECT_EQ(listener.Take(), Calls{});
+  EXPECT_EQ(Heard(), Calls{});
 }
 
 TEST_P(EventsTest, RegistrationRefusesWhatItCannotServe) {
@@ -278,8 +262,7 @@ TEST_P(EventsTest, RegistrationRefusesWhatItCannotServe) {
   EXPECT_EQ(Register(page, "app", second), "pluginRetCode=22");
   EXPECT_EQ(agent.TakeCalls(), Calls{});
   Raise("app", "x");
-  PumpMessages();
-  EXPECT_EQ(second.Take().size(), 1U) << "the function is replaced before the name is looked at";
+  EXPECT_EQ(Heard(second).size(), 1U) << "the function is replaced before the name is looked at";
 
   Page windowless(host);
   NPWindow none{};
@@ -292,8 +275,7 @@ TEST_P(EventsTest, RegistrationRefusesWhatItCannotServe) {
   agent.On(ByInstance() ? "ZUB3_StopInstance" : "ZUB_UnregisterEventCb", Refuses(77));
   EXPECT_EQ(page.Call("zubUnRegisterEventCallback", {"app"}).Int("fnRetCode"), 77);
   Raise("app", "still registered");
-  PumpMessages();
-  EXPECT_EQ(second.Take().size(), 1U);
+  EXPECT_EQ(Heard(second).size(), 1U);
 }
 
 TEST_P(EventsTest, RegistrationFailsWithoutAHook) {
@@ -327,13 +309,11 @@ TEST_P(EventsTest, AThousandFromEightThreadsComeOnceOrNotAtAll) {
     other.Call("zubUnRegisterEventCallback", {"other"});
   }
   for (std::thread& thread : library) thread.join();
-  PumpMessages();
-  const std::vector<std::string> heard = listener.Take();
+  const Calls heard = Heard();
   EXPECT_EQ(std::set<std::string>(heard.begin(), heard.end()).size(), heard.size()) << "one came twice";
 
   page.Call("zubUnRegisterEventCallback", {"app"});
   Register(page, "app", listener);
   Raise("app", "the road is free");
-  PumpMessages();
-  EXPECT_EQ(listener.Take().size(), 1U);
+  EXPECT_EQ(Heard().size(), 1U);
 }

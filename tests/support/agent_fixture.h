@@ -16,6 +16,4 @@ class AgentTest : public testing::Test {
   Page page{host};
 };
 
-using Calls = std::vector<std::string>;
-
 }  // namespace support

@@ -10,7 +10,6 @@
 
 namespace support {
 
-using Calls = std::vector<std::string>;
 using Arguments = std::vector<Value>;
 
 inline constexpr char kWentWell[] = "pluginRetCode=0 fnRetCode=0";
@@ -47,19 +46,7 @@ class DisplayTest : public testing::Test {
   /// A page function that runs `then` and notes what it was told.
   ScriptObject* Callback(std::function<void()> then = {}) {
     return host.NewFunction([this, then = std::move(then)](const std::vector<Value>& args, Value&) {
-      std::string shown;
-      for (const Value& arg : args) {
-        for (const char* key : {"XCode", "YCode", "callback"}) {
-          NPVariant member{};
-          if (!host.Get(std::get<NPObject*>(arg), key, &member)) continue;
-          const Value value = TestHost::Read(member);
-          if (const auto* const number = std::get_if<int32_t>(&value)) {
-            shown += (shown.empty() ? "" : " ") + (key + ("=" + std::to_string(*number)));
-          }
-          host.Release(member);
-        }
-      }
-      heard.push_back(shown);
+      heard.push_back(args.empty() ? "" : Result(host, true, host.Make(args[0])).Show());
       if (then) then();
       return true;
     });

@@ -8,6 +8,8 @@
 
 namespace support {
 
+using Calls = std::vector<std::string>;
+
 /// What a script call or a read gave; read as page script reads it, and released at the end.
 class Result {
  public:
