@@ -7,16 +7,17 @@ var test = (function () {
   var failures = 0, checks = 0;
 
   function equal(actual, expected, what) {
-    if (actual !== expected) {
+    if (actual !== expected && !(actual !== actual && expected !== expected)) {
       throw new Error((what ? what + " is " : "") + ksv.show(actual) + ", expected " + ksv.show(expected));
     }
   }
 
   // A new object element at the end of the page.
-  function embed(owner) {
-    var element = (owner || document).createElement("object");
+  function embed(owner, attributes) {
+    var element = (owner || document).createElement("object"), name;
     element.type = TYPE;
     element.width = element.height = 1;
+    for (name in attributes) element.setAttribute(name, attributes[name]);
     (owner || document).body.appendChild(element);
     return element;
   }
@@ -50,6 +51,17 @@ var test = (function () {
       equal(result && result.fnRetCode, fnRetCode, (what || "") + " fnRetCode");
     },
     keys: function (result, expected, what) { equal(Object.keys(result).join(" "), expected, (what || "") + " keys"); },
+    // What the deed throws, if anything.
+    attempt: function (deed) {
+      try {
+        deed();
+      } catch (error) {
+        return error.message;
+      }
+      return "nothing was thrown";
+    },
+    // An object with one member, whose reading runs the function.
+    reading: function (get) { return Object.defineProperty({}, "x", {enumerable: true, get: get}); },
     embed: embed,
     remove: function (element) { element.parentNode.removeChild(element); },
     start: function () {
