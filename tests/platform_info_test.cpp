@@ -10,12 +10,6 @@ using namespace support;
 
 class PlatformInfoTest : public AgentTest {};
 
-TEST_F(PlatformInfoTest, IdentityTakesNoArguments) {
-  for (const size_t count : {1, 5000}) {
-    EXPECT_EQ(page.Call("getPlatformInfo", std::vector<Value>(count, "x")).Show(), "pluginRetCode=12");
-  }
-}
-
 TEST_F(PlatformInfoTest, IdentityIsWholeOrNotThere) {
   const Result first = page.Call("getPlatformInfo");
   const std::string shown = first.Show();
