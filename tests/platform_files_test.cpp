@@ -5,8 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdio>
-#include <cstdlib>
 #include <functional>
 #include <memory>
 
@@ -144,31 +142,4 @@ TEST_F(PlatformFilesTest, UpdateGateShutsAfter48Hours) {
   fs::remove(world.Path(file));
   fs::create_directories(world.Path(file));
   EXPECT_TRUE(Platform::IsUpdateOverdue("test")) << "with a folder in its place";
-}
-
-// The base path is kept for the life of a process, so each form of the variable is read by one of its own.
-TEST(BasePathDeathTest, LiesBesideTheRoamingProfile) {
-  GTEST_FLAG_SET(death_test_style, "threadsafe");
-  const std::pair<const char*, const char*> rows[] = {
-      {"\\p\\AppData\\Roaming", "\\p\\AppData\\LocalLow\\Norvo\\webapi\\|"},
-      {"\\p\\Roaming\\Roaming", "\\p\\Roaming\\LocalLow\\Norvo\\webapi\\|"},
-      {"\\p\\Roaming\\", "\\p\\Roaming\\LocalLow\\Norvo\\webapi\\|"},
-      {"\\p\\x\\..\\roaming", "\\p\\roaming\\LocalLow\\Norvo\\webapi\\|"},
-  };
-  const auto child = [](const char* appData) {
-    string without;
-    for (const char* none : {"", static_cast<const char*>(nullptr)}) {
-      const platform::ScopedVariable unset("AppData", none);
-      without = ErrorOf([] { Platform::GetBasePath(); }) + (Platform::IsUpdateOverdue("test") ? ", shut" : ", open");
-      if (without != "Failed to find AppData environment variable, shut") break;
-    }
-    const platform::ScopedVariable set("AppData", appData);
-    std::fprintf(stderr, "%s|%s|", without.c_str(), Platform::GetBasePath().c_str());
-    std::exit(0);
-  };
-  for (const auto& [appData, basePath] : rows) {
-    EXPECT_EXIT(child(appData), testing::ExitedWithCode(0),
-                testing::AllOf(testing::HasSubstr("Failed to find AppData environment variable, shut|"),
-                               testing::HasSubstr(basePath)));
-  }
 }

@@ -4,9 +4,14 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "foundation/platform_files.h"
+#include "foundation/update_gate.h"
 #include "tests/support/agent_fixture.h"
+#include "tests/support/outcomes.h"
 
 using namespace support;
+using NorvoWebAPI::Platform::GetBasePath;
+using NorvoWebAPI::Platform::IsUpdateOverdue;
 
 class PlatformInfoTest : public AgentTest {};
 
@@ -51,21 +56,32 @@ TEST(PlatformInfoDeathTest, TheProfileMayBeInDisorder) {
     const platform::ScopedVariable variable("AppData", appData);
     TestHost host;
     const Page page(host);
-    std::fprintf(stderr, "%s|", page.Call("isUpdaterPromptRequired").Show().c_str());
+    std::string base;
+    const std::string error = ErrorOf([&] { base = GetBasePath(); });
+    std::fprintf(stderr, "%s|%s%s%s|", page.Call("isUpdaterPromptRequired").Show().c_str(), base.c_str(), error.c_str(),
+                 IsUpdateOverdue("none") ? ", shut" : ", open");
+    const platform::ScopedVariable found("AppData", "\\p\\Roaming");
+    std::fprintf(stderr, "%s|", GetBasePath().c_str());
     std::exit(0);
   };
-  const std::string unknown = "pluginRetCode=13 promptRequired=false|";
+  const std::string unknown =
+      "pluginRetCode=13 promptRequired=false|Failed to find AppData environment variable, shut|"
+      "\\p\\LocalLow\\Norvo\\webapi\\|";
   const std::string due = "pluginRetCode=0 fnRetCode=0 promptRequired=true|";
   const std::string longPath = "\\" + std::string(20'000, 'x');
   using testing::HasSubstr;
   const std::pair<const char*, testing::Matcher<const std::string&>> rows[] = {
       {nullptr, HasSubstr(unknown)},
       {"", HasSubstr(unknown)},
+      {"\\no\\AppData\\Roaming", HasSubstr("\\no\\AppData\\LocalLow\\Norvo\\webapi\\, shut|")},
+      {"\\no\\Roaming\\Roaming", HasSubstr("\\no\\Roaming\\LocalLow\\Norvo\\webapi\\, shut|")},
+      {"\\no\\Roaming\\", HasSubstr("\\no\\Roaming\\LocalLow\\Norvo\\webapi\\, shut|")},
+      {"\\no\\x\\..\\roaming", HasSubstr("\\no\\roaming\\LocalLow\\Norvo\\webapi\\, shut|")},
       {"\\no\\such\\folder\\Roaming", HasSubstr(due)},
       {"<|>?*", HasSubstr(due)},
       {"..\\..\\..\\..\\..\\..\\..\\..\\..", HasSubstr(due)},
       // Some systems make no full path of so long a one.
-      {longPath.c_str(), testing::AnyOf(HasSubstr(due), HasSubstr(unknown))},
+      {longPath.c_str(), testing::AnyOf(HasSubstr(due), HasSubstr("pluginRetCode=13 promptRequired=false|"))},
   };
   for (const auto& [appData, answer] : rows) {
     EXPECT_EXIT(child(appData), testing::ExitedWithCode(0), answer);
