@@ -21,8 +21,8 @@ class AgentTokensTest : public AgentTest {
     for (const char* entry : {"ZUB_EndProvisioning", "ZUB3_EndProvisioning"}) agent.On(entry, Gives("token"));
   }
 
-  std::string Bind(const Value& file, const Value& bind = true, const Value& second = "") const {
-    return bank.Call("zubEndProvisioningDomainBinding", {"app", 7, 64, file, bind, second}).Show();
+  static std::string Bind(const Page& on, const Value& file, const Value& bind = true, const Value& second = "") {
+    return on.Call("zubEndProvisioningDomainBinding", {"app", 7, 64, file, bind, second}).Show();
   }
   static std::string List(const Page& page) { return page.Call("zubEnumerateTokensDomainBinding").Show(); }
   /// What the library was given as token when a password was asked for.
@@ -42,14 +42,11 @@ TEST_F(AgentTokensTest, TokensAreFiledByPageAndName) {
     agent.SetVersion(version);
     Page page(host, "https://bank.example:8443/");
     const std::string name = "t" + std::to_string(version);
-    const auto bind = [&](const Value& file, const Value& flag, const Value& second) {
-      return page.Call("zubEndProvisioningDomainBinding", {"app", 7, 64, file, flag, second}).Show();
-    };
-    EXPECT_EQ(bind(name, true, "other.example:/x"), Codes(19));  // A colon goes, the slash behind it stays.
+    EXPECT_EQ(Bind(page, name, true, "other.example:/x"), Codes(19));  // A colon goes, the slash behind it stays.
     EXPECT_EQ(environment.Read(kOwn + name), "token");
-    EXPECT_EQ(bind(name + "b", true, "https://other.example/login"), Codes(0));
+    EXPECT_EQ(Bind(page, name + "b", true, "https://other.example/login"), Codes(0));
     EXPECT_EQ(environment.Read("KSV_tokens/https_other.example/" + name + "b"), "token");
-    EXPECT_EQ(bind(name, false, 5), Codes(0));
+    EXPECT_EQ(Bind(page, name, false, 5), Codes(0));
     EXPECT_EQ(environment.Read("KSV_tokens/" + name), "token");
     EXPECT_EQ(page.Call("zubEndProvisioning", {"app", 7, 64, name + "c"}).Show(), Codes(0));
     EXPECT_EQ(environment.Read("KSV_tokens/" + name + "c"), "token");
@@ -80,7 +77,7 @@ TEST_F(AgentTokensTest, FailuresOfTheStoreLeaveThePageItsToken) {
       {"..\\..\\..\\..\\..\\outside", "", 13},
       {"../../../../../outside", "", 13},
   };
-  for (const auto& [file, second, code] : cases) EXPECT_EQ(Bind(file, true, second), Codes(code));
+  for (const auto& [file, second, code] : cases) EXPECT_EQ(Bind(bank, file, true, second), Codes(code));
   EXPECT_EQ(environment.Read(std::string(kOwn) + "taken"), "old");
   EXPECT_EQ(environment.Read(std::string(kOther) + "taken2"), "old");
   for (const char* first : {"taken2", "a", "c", "e", "g"}) {
@@ -88,11 +85,11 @@ TEST_F(AgentTokensTest, FailuresOfTheStoreLeaveThePageItsToken) {
   }
   EXPECT_FALSE(fs::exists(environment.Path("../outside")));
 
-  EXPECT_EQ(Bind("h", true, 5), "pluginRetCode=13");
+  EXPECT_EQ(Bind(bank, "h", true, 5), "pluginRetCode=13");
   environment.Write("KSV_tokens", "");
   const std::string tooLong = "https://" + std::string(128, 'x') + "/";
   Page distant(host, tooLong);
-  EXPECT_EQ(distant.Call("zubEndProvisioningDomainBinding", {"app", 7, 64, "t", true, ""}).Show(), Codes(19));
+  EXPECT_EQ(Bind(distant, "t"), Codes(19));
 }
 
 TEST_F(AgentTokensTest, AnAddressOrANameLeadsIntoNoOtherFolder) {
@@ -102,25 +99,25 @@ TEST_F(AgentTokensTest, AnAddressOrANameLeadsIntoNoOtherFolder) {
   EXPECT_EQ(List(rootless), Codes(19, ""));
   EXPECT_EQ(List(Page(host, std::string("\0x", 2))), Codes(19, "")) << "the root is nobody's";
   EXPECT_EQ(rootless.Call("zubDeleteTokenDomainBinding", {"kept"}).Show(), Codes(19, ""));
-  EXPECT_EQ(rootless.Call("zubEndProvisioningDomainBinding", {"app", 7, 64, "new", true, ""}).Show(), Codes(19));
+  EXPECT_EQ(Bind(rootless, "new"), Codes(19));
   agent.TakeCalls();
   EXPECT_EQ(AskOTP(rootless, "", "kept"), "pluginRetCode=20 fnRetCode=10");
   EXPECT_EQ(AskOTP(rootless, "", "free"), "<'root'");
-  EXPECT_EQ(Bind("first", true, "."), Codes(19));
-  EXPECT_EQ(Bind("second", true, ".."), Codes(19));
+  EXPECT_EQ(Bind(bank, "first", true, "."), Codes(19));
+  EXPECT_EQ(Bind(bank, "second", true, ".."), Codes(19));
   const Page other(host, "https://other.example/");
   for (const char* name : {"..\\https_bank.example_8443\\kept", "..\\..\\lastUpdatewin32-npapi"}) {
-    EXPECT_EQ(other.Call("zubEndProvisioningDomainBinding", {"app", 7, 64, name, true, ""}).Show(), Codes(18));
+    EXPECT_EQ(Bind(other, name), Codes(18));
   }
   EXPECT_EQ(environment.Read(std::string(kOwn) + "kept"), "old");
 }
 
 TEST_F(AgentTokensTest, NothingIsFiledWithoutATokenOrAName) {
-  EXPECT_EQ(Bind(""), Codes(0));
+  EXPECT_EQ(Bind(bank, ""), Codes(0));
   agent.On("ZUB_EndProvisioning", Gives("", 0));
-  EXPECT_EQ(Bind("t"), Codes(0, ""));
+  EXPECT_EQ(Bind(bank, "t"), Codes(0, ""));
   agent.On("ZUB_EndProvisioning", Gives("token", 5, 11));
-  EXPECT_EQ(Bind("t"), "pluginRetCode=0 fnRetCode=11 requiredEncTokenLen=5");
+  EXPECT_EQ(Bind(bank, "t"), "pluginRetCode=0 fnRetCode=11 requiredEncTokenLen=5");
   EXPECT_FALSE(fs::exists(environment.Path("KSV_tokens")));
 }
 
@@ -208,7 +205,7 @@ TEST_F(AgentTokensTest, OriginIsReadAfreshAndEveryFailureTold) {
   }
   EXPECT_EQ(page.Call("zubDeleteTokenDomainBinding", {"t"}).Show(), "null");
   agent.On("ZUB_EndProvisioning", Gives("token"));
-  EXPECT_EQ(page.Call("zubEndProvisioningDomainBinding", {"app", 7, 64, "t", true, "two.example"}).Show(), Codes(0));
+  EXPECT_EQ(Bind(page, "t", true, "two.example"), Codes(0));
   EXPECT_EQ(environment.Read("KSV_tokens/t"), "token");
   EXPECT_FALSE(environment.Read("KSV_tokens/two.example/t"));
 }

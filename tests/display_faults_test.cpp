@@ -49,16 +49,6 @@ TEST_F(DisplayFaultsTest, WhatThePageDidInsideACallStands) {
   EXPECT_EQ(State().displayContext, 9u);
 }
 
-TEST_F(DisplayFaultsTest, FunctionsOfTheModulesOwnAreRefused) {
-  Result view = page.Call("wysGetButtonUpCount");
-  const Value answer = view.Get();
-  for (const char* setter : {"setMouseDownCallback", "setDisplayEventsCallback"}) {
-    EXPECT_FALSE(page.Call(setter, {page.Object()}).Answered());
-    EXPECT_FALSE(page.Call(setter, {answer}).Answered());
-  }
-  EXPECT_EQ(page.Call("zubRegisterEventCallback", {"app", page.Object()}).Show(), "pluginRetCode=13");
-}
-
 TEST_F(DisplayFaultsTest, PageIsFoundOnItsOwnThreadAlone) {
   using NorvoWebAPI::KSV::FindPluginByWindow;
   ASSERT_NE(FindPluginByWindow(window.handle()), nullptr);

@@ -251,12 +251,3 @@ TEST_F(DisplayHooksTest, WindowMayGoWhileItsImageStands) {
   EXPECT_EQ(on.Call("wysRepaintImage").Show(), kWentWell);
   EXPECT_EQ(on.Call("wysCloseSession").Show(), kWentWell);
 }
-
-TEST_F(DisplayHooksTest, FunctionThatThrowsHarmsNobody) {
-  page.Call("setMouseDownCallback", {host.NewFunction([](const std::vector<Value>&, Value&) { return false; })});
-  page.Call("setMouseUpCallback", {Callback()});
-  ShowImage(page);
-  Press(window, 1, 1);
-  Release(window, 2, 2);
-  EXPECT_EQ(TakeHeard(), Calls{"XCode=2 YCode=2"});
-}

@@ -251,7 +251,7 @@ TEST_P(EventsTest, RegistrationRefusesWhatItCannotServe) {
   } cases[] = {
       {{"app"}, "pluginRetCode=12"},        {{"app", function, 1}, "pluginRetCode=12"},
       {{"", function}, "pluginRetCode=12"}, {{"app", "text"}, "pluginRetCode=12"},
-      {{5, function}, "pluginRetCode=13"},
+      {{5, function}, "pluginRetCode=13"},  {{"app", page.Object()}, "pluginRetCode=13"},
   };
   for (const auto& row : cases) EXPECT_EQ(page.Call("zubRegisterEventCallback", row.arguments).Show(), row.answer);
   EXPECT_EQ(agent.TakeCalls(), Calls{});

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <sstream>
 #include <utility>
 
 #include "tests/support/module_exports.h"
@@ -11,34 +12,11 @@
 namespace support {
 namespace {
 
-constexpr const char* kShownKeys[] = {"pluginRetCode",
-                                      "fnRetCode",
-                                      "sessionHandle",
-                                      "version",
-                                      "instanceID",
-                                      "instanceId",
-                                      "requiredDataLen",
-                                      "requiredEncTokenLen",
-                                      "requiredOTPDataLen",
-                                      "requiredEncTokenDataLen",
-                                      "b64Data",
-                                      "b64OTP",
-                                      "OTP",
-                                      "b64EncToken",
-                                      "tokenFileNames",
-                                      "ImageId",
-                                      "ClientInput",
-                                      "b64WysData",
-                                      "Length",
-                                      "status",
-                                      "ButtonUpCount",
-                                      "manufacturer",
-                                      "model",
-                                      "serialNumber",
-                                      "promptRequired",
-                                      "XCode",
-                                      "YCode",
-                                      "callback"};
+constexpr char kShownKeys[] =
+    "pluginRetCode fnRetCode sessionHandle version instanceID instanceId requiredDataLen requiredEncTokenLen "
+    "requiredOTPDataLen requiredEncTokenDataLen b64Data b64OTP OTP b64EncToken tokenFileNames ImageId "
+    "ClientInput b64WysData Length status ButtonUpCount manufacturer model serialNumber promptRequired XCode "
+    "YCode callback";
 
 }  // namespace
 
@@ -100,8 +78,9 @@ std::string Result::Show() const {
     for (int32_t i = 0; count && i < *count; ++i) add(Member(i).Show());
     return "[" + shown + "]";
   }
-  for (const char* key : kShownKeys) {
-    if (Has(key)) add(std::string(key) + "=" + Member(key).Show());
+  std::istringstream keys(kShownKeys);
+  for (std::string key; keys >> key;) {
+    if (Has(key)) add(key + "=" + Member(key).Show());
   }
   return shown;
 }

@@ -250,30 +250,15 @@ NPError TestHost::GetURLNotify(NPP npp, const char* url, const char* target, voi
 
 NPVariant TestHost::Make(const Value& value) {
   NPVariant variant{NPVariantType_Void, {}};
-  const auto text = [&](const std::string& bytes) {
-    auto* const block = static_cast<char*>(Allocate(bytes.size()));
-    std::memcpy(block, bytes.data(), bytes.size());
-    variant.value.stringValue = {block, static_cast<uint32_t>(bytes.size())};
-  };
   variant.type = static_cast<NPVariantType>(value.index());
-  switch (variant.type) {
-    case NPVariantType_Bool:
-      variant.value.boolValue = std::get<bool>(value);
-      break;
-    case NPVariantType_Int32:
-      variant.value.intValue = std::get<int32_t>(value);
-      break;
-    case NPVariantType_Double:
-      variant.value.doubleValue = std::get<double>(value);
-      break;
-    case NPVariantType_String:
-      text(std::get<std::string>(value));
-      break;
-    case NPVariantType_Object:
-      variant.value.objectValue = Retain(std::get<NPObject*>(value));
-      break;
-    default:
-      break;
+  if (const auto* flag = std::get_if<bool>(&value)) variant.value.boolValue = *flag;
+  if (const auto* number = std::get_if<int32_t>(&value)) variant.value.intValue = *number;
+  if (const auto* number = std::get_if<double>(&value)) variant.value.doubleValue = *number;
+  if (const auto* object = std::get_if<NPObject*>(&value)) variant.value.objectValue = Retain(*object);
+  if (const auto* text = std::get_if<std::string>(&value)) {
+    auto* const block = static_cast<char*>(Allocate(text->size()));
+    std::memcpy(block, text->data(), text->size());
+    variant.value.stringValue = {block, static_cast<uint32_t>(text->size())};
   }
   return variant;
 }

@@ -9,41 +9,36 @@
 using namespace support;
 
 TEST(TestHostTest, EveryWrongFailsTheTest) {
-  const struct {
-    const char* told;
-    std::function<void(TestHost&, const NPNetscapeFuncs&)> wrong;
-  } cases[] = {
-      {"never freed", [](TestHost&, const NPNetscapeFuncs& funcs) { funcs.memalloc(8); }},
-      {"never freed", [](TestHost& host, const NPNetscapeFuncs&) { host.Make("text"); }},
+  const std::pair<const char*, std::function<void(TestHost&)>> cases[] = {
+      {"never freed", [](TestHost& host) { host.Funcs().memalloc(8); }},
+      {"never freed", [](TestHost& host) { host.Make("text"); }},
       {"didn't give, or twice",
-       [](TestHost&, const NPNetscapeFuncs& funcs) {
-         void* const block = funcs.memalloc(8);
-         funcs.memfree(block);
-         funcs.memfree(block);
+       [](TestHost& host) {
+         void* const block = host.Funcs().memalloc(8);
+         for (int i = 0; i < 2; ++i) host.Funcs().memfree(block);
        }},
-      {"didn't give, or twice", [](TestHost& host, const NPNetscapeFuncs& funcs) { funcs.memfree(&host); }},
-      {"never released", [](TestHost& host, const NPNetscapeFuncs& funcs) { funcs.retainobject(host.Object()); }},
-      {"the host's own", [](TestHost& host, const NPNetscapeFuncs& funcs) { funcs.releaseobject(host.Object()); }},
+      {"didn't give, or twice", [](TestHost& host) { host.Funcs().memfree(&host); }},
+      {"never released", [](TestHost& host) { host.Retain(host.Object()); }},
+      {"the host's own", [](TestHost& host) { host.Release(host.Object()); }},
       {"has ended",
-       [](TestHost& host, const NPNetscapeFuncs& funcs) {
-         NPObject* const object = funcs.retainobject(host.Temporary());
-         funcs.releaseobject(object);
-         funcs.releaseobject(object);
+       [](TestHost& host) {
+         NPObject* const object = host.Retain(host.Temporary());
+         for (int i = 0; i < 2; ++i) host.Release(object);
        }},
-      {"identifier", [](TestHost& host, const NPNetscapeFuncs& funcs) { funcs.identifierisstring(&host); }},
+      {"identifier", [](TestHost& host) { host.Funcs().identifierisstring(&host); }},
       {"instance that is gone",
-       [](TestHost& host, const NPNetscapeFuncs& funcs) {
+       [](TestHost& host) {
          const NPP npp = host.NewInstance();
          host.EndInstance(npp, nullptr);
-         funcs.hasproperty(npp, host.Object(), host.Id("a"));
+         host.Funcs().hasproperty(npp, host.Object(), host.Id("a"));
        }},
-      {"never came", [](TestHost& host, const NPNetscapeFuncs&) { host.Fail(Fault::Invoke); }},
+      {"never came", [](TestHost& host) { host.Fail(Fault::Invoke); }},
   };
   for (const auto& [told, wrong] : cases) {
     EXPECT_NONFATAL_FAILURE(
         {
           TestHost host;
-          wrong(host, host.Funcs());
+          wrong(host);
         },
         told);
   }
