@@ -55,6 +55,8 @@ TEST_F(ConversionTest, TextWithoutAPointerIsEmptyAndAFunctionHasNoForm) {
   variant.value.stringValue = {nullptr, 0};
   EXPECT_EQ(fromNPVariant(npp, &host.Funcs(), &variant).AsString(), "");
   EXPECT_THROW(Out(JSObject([](void*, auto*, auto*) { return true; }, nullptr)), std::invalid_argument);
+  EXPECT_THROW(fromNPVariant(npp, nullptr, &variant), std::bad_typeid);
+  EXPECT_THROW(toNPVariant(npp, nullptr, JSObject(1)), std::bad_typeid);
 }
 
 TEST_F(ConversionTest, ObjectsAreReadWhole) {

@@ -96,6 +96,7 @@ TEST_F(DisplayFaultsTest, PageThatLeavesInsideItsPressLeavesNoPressBehind) {
     EXPECT_TRUE(platform::PumpUntil([&] { return !TakeHeard().empty(); }));
     window.ReleaseLeft(1, 1);
     PumpMessages();
+    EXPECT_TRUE(!*method || StateOf(leaving).buttonHeld == 0) << method;
     leaving.End();
 
     Page next(host, "https://page.example/", window.handle());

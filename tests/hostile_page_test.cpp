@@ -154,5 +154,9 @@ TEST_F(HostilePageTest, CallOfAPageFunctionOutlivesItsBridge) {
   NPFuncBridge refusing(npp, &host.Funcs(), host.NewFunction([](const auto&, Value&) { return false; }));
   EXPECT_FALSE(refusing.Call(args, result));
   EXPECT_EQ(result.GetType(), JSObject::Type::Null);
+  const Function answersDeeply = [this](const auto&, Value& answer) { return answer = Tree(65, 1), true; };
+  NPFuncBridge deep(npp, &host.Funcs(), host.NewFunction(answersDeeply));
+  EXPECT_FALSE(deep.Call(args, result));
+  EXPECT_THROW(NPFuncBridge(npp, &host.Funcs(), nullptr), std::bad_typeid);
   EXPECT_THROW(NPFuncBridge(npp, nullptr, host.Object()), std::bad_typeid);
 }

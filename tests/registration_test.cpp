@@ -115,21 +115,23 @@ TEST_F(RegistrationTest, OnlyTheOwnTreeGoes) {
 
 TEST_F(RegistrationTest, AFailureStopsTheWritingAndTheDeletion) {
   if (!kHasLayerSettings) GTEST_SKIP() << "the system's registry doesn't fail when asked";
-  const auto eachFailureOf = [](const char* work, const std::function<uint32_t()>& done) {
+  const auto eachFailureOf = [](uint32_t told, const std::function<uint32_t()>& work) {
     int nth = 1;
     for (bool fired = true; fired; ++nth) {
       RegCloseKey(MakeKey(kScratch + "\\b\\c"));
       FailCall failing("*", ERROR_REGISTRY_IO_FAILED, nth);
-      const uint32_t result = done();
+      const uint32_t result = work();
       fired = failing.fired();
-      EXPECT_EQ(result != 0, fired) << work << ' ' << nth;
+      EXPECT_EQ(result, fired ? told : 0) << nth;
       EXPECT_TRUE(!fired || Show(kScratch) != "none") << nth;
       EXPECT_EQ(UnregisterNPAPIPluginNoParam(), 0u);
     }
     return nth;
   };
-  EXPECT_GT(eachFailureOf("writing", [] { return RegisterNPAPIPluginWithPath("C:\\"); }), 13);
-  EXPECT_GT(eachFailureOf("deletion", [] { return DeleteKeyTree(HKEY_LOCAL_MACHINE, kScratch.c_str()); }), 6);
+  EXPECT_GT(eachFailureOf(1, [] { return RegisterNPAPIPluginWithPath("C:\\"); }), 13);
+  EXPECT_GT(eachFailureOf(ERROR_REGISTRY_IO_FAILED,
+                          [] { return static_cast<uint32_t>(DeleteKeyTree(HKEY_LOCAL_MACHINE, kScratch.c_str())); }),
+            6);
 }
 
 TEST_F(RegistrationTest, TheInstallerNamesTheFolder) {
