@@ -270,22 +270,14 @@ void TestHost::Release(NPVariant& variant) {
 }
 
 Value TestHost::Read(const NPVariant& variant) {
-  switch (variant.type) {
-    case NPVariantType_Null:
-      return nullptr;
-    case NPVariantType_Bool:
-      return variant.value.boolValue;
-    case NPVariantType_Int32:
-      return variant.value.intValue;
-    case NPVariantType_Double:
-      return variant.value.doubleValue;
-    case NPVariantType_String:
-      return std::string(variant.value.stringValue.UTF8Characters, variant.value.stringValue.UTF8Length);
-    case NPVariantType_Object:
-      return variant.value.objectValue;
-    default:
-      return {};
-  }
+  const auto& [type, value] = variant;
+  if (type == NPVariantType_Null) return nullptr;
+  if (type == NPVariantType_Bool) return value.boolValue;
+  if (type == NPVariantType_Int32) return value.intValue;
+  if (type == NPVariantType_Double) return value.doubleValue;
+  if (type == NPVariantType_Object) return value.objectValue;
+  if (type != NPVariantType_String) return {};
+  return std::string(value.stringValue.UTF8Characters, value.stringValue.UTF8Length);
 }
 
 NPIdentifier TestHost::Id(const Key& key) {
