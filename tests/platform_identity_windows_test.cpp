@@ -9,6 +9,7 @@
 #include <thread>
 
 #include "foundation/system_identity.h"
+#include "foundation/text.h"
 
 // Needs the general header before it.
 #include <wbemidl.h>
