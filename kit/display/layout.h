@@ -18,7 +18,7 @@ struct Layout {
   /// Of the progress boxes, or of the field of a typed text.
   Rect progress;
   /// The ten places for digits first, if any.
-  std::vector<Key> keys;  ///< The digits' first.
+  std::vector<Key> keys;
 };
 
 constexpr size_t kDigitCount = 10;

@@ -37,11 +37,12 @@ void DeInit(ScriptCall& call) {
   const bool byInstance = agentInitialisations.MayGiveBack(plugin) && call.IsInstanceGeneration();
   switch (agentInitialisations.GiveBack(plugin)) {
     case Initialisations::Returned::OneOfMany:
-      byInstance ? EventTemplate::StopPluginInstances(&plugin, agent, call.result)
-                 : EventTemplate::UnRegisterPlugin(&plugin, agent, call.result);
+      if (byInstance) EventTemplate::StopPluginInstances(&plugin, agent, call.result);
+      if (!byInstance) EventTemplate::UnRegisterPlugin(&plugin, agent, call.result);
       break;
     case Initialisations::Returned::Last:
-      byInstance ? EventTemplate::ClearInstanceEvents(&plugin) : EventTemplate::ClearEvents();
+      if (byInstance) EventTemplate::ClearInstanceEvents(&plugin);
+      if (!byInstance) EventTemplate::ClearEvents();
       agent.Deinit(call.result);
       break;
     case Initialisations::Returned::Nothing:

@@ -30,7 +30,7 @@ void TakeNumber(uint32_t& number, const ScriptCall& call, Operation operation) {
 }
 
 // A page that ends inside a call of the library takes away only what stood then: its session is closed when the method
-// is over, unless the library was taken down meanwhile or the session may be another page's. The end of an object that
+// is over, unless the library was taken down since or the session may be another page's. The end of an object that
 // shows an image does it by itself.
 class TakesBack {
  public:
@@ -38,7 +38,8 @@ class TakesBack {
   TakesBack(const TakesBack&) = delete;
   TakesBack& operator=(const TakesBack&) = delete;
   ~TakesBack() {
-    const bool isOwn = page.sessionId != 0 && !page.sessionStoodBefore && displayInitialisations.Era() == era;
+    const bool stands = page.sessionId != 0 && page.sessionEra == displayInitialisations.Era();
+    const bool isOwn = stands && !page.sessionStoodBefore;
     if (!isOwn || !page.Page().IsDestroyed() || page.displayActive == 1) return;
     ReleaseQuietly([this] {
       JSObject unread;
@@ -50,7 +51,6 @@ class TakesBack {
 
  private:
   Scriptable& page;
-  const uint32_t era = displayInitialisations.Era();
 };
 
 // Whether the library has done what it was asked last, for a page that has not ended inside that call.
@@ -122,11 +122,13 @@ void EstablishSession(ScriptCall& call) {
   const HWND window = page.Page().window;
   if (!window || page.Page().IsDestroyed()) return;
   const TakesBack takesBack(page);
+  const uint32_t era = displayInitialisations.Era();
   TakeNumber(page.sessionId, call, [&](uint32_t* session) {
     page.Display().EstablishSession(window, session, page.displayContext, call.result);
   });
   const int32_t status = StatusOf(call.result);
   if (status != kDisplayOk && status != kSessionStands) return;
+  page.sessionEra = era;
   page.sessionStoodBefore = status == kSessionStands;
   if (page.Page().IsDestroyed()) return;
   page.Display().RegisterEvents(page.sessionId, DisplayEventCallback, window, call.result);

@@ -47,21 +47,14 @@ void RegisterEventCallback(ScriptCall& call) {
   if (!plugin.window || plugin.IsDestroyed()) return;
   call.page.agentEventCallback =
       std::make_shared<NPJSConverter::NPFuncBridge>(call.page.Instance(), call.page.Host(), function);
-  const uint32_t era = agentInitialisations.Era();
-  const auto isSameEra = [era] { return agentInitialisations.Era() == era; };
   try {
     StartEvents(call, name);
-    // The library may let the host run, and the host end the page or the library: then there is nothing to hear.
-    if (plugin.IsDestroyed() || !isSameEra()) throw std::runtime_error("The end came while the page registered");
+    // The library may let the host run, and the host end the page: then nobody is left to hear.
+    if (plugin.IsDestroyed()) throw std::runtime_error("The page ended while it registered");
   } catch (const CPluginException&) {
     throw;
   } catch (...) {
-    if (isSameEra()) {
-      EventTemplate::UndoRegistration(name, &plugin, call.page.Agent(), call.result);
-    } else {
-      plugin.instanceMap.Clear();
-      EventTemplate::ForgetPlugin(&plugin);
-    }
+    EventTemplate::UndoRegistration(name, &plugin, call.page.Agent(), call.result);
     throw;
   }
 }

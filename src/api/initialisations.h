@@ -40,7 +40,8 @@ class Initialisations {
   void Enter(Plugin& plugin);
   /// Whether there is one that the page may give back.
   [[nodiscard]] bool MayGiveBack(const Plugin& plugin) const;
-  /// To be called before the library is: that may let the host run, and with it another page's initialisation.
+  /// To be called before the library is told to release anything: that may let the host run, and with it another page's
+  /// initialisation.
   Returned GiveBack(Plugin& plugin);
   /// Whether the page owes the library anything; then it does not any more.
   bool Settle(Plugin& plugin) const;

@@ -148,10 +148,10 @@ uint32_t Scriptable::ResolveInstance(const char* name, JSObject& result) {
   JSObject started;
   agent.StartInstance(name, nullptr, plugin, started);
   if (!WentThrough(started)) return answer(PluginCodeOf(started), StatusOf(started), 0);
-  // The library may have let the host run: it may have been taken down, and the instance with it; the page may have
-  // started the same applet, or have ended; then nobody else would stop this one.
+  // The library may have let the host run, and the host have taken it down, and the instance with it.
   if (agentInitialisations.Era() != era) return answer(kFailed, kAgentNotCalled, 0);
   const uint32_t instanceId = InstanceIdOf(started);
+  // The page may have started the same applet meanwhile, or have ended: then nobody else would stop this one.
   const std::optional<InstanceRecord> other = plugin->instanceMap.Find(name);
   if (other || (plugin->IsDestroyed() && !hadEnded)) {
     if (!other || other->instanceId != instanceId) {

@@ -37,6 +37,15 @@ void Unregister(const std::string& name, const Plugin* plugin, CKSVPluginZUB& ag
   ReleaseEventMap(plugin);
 }
 
+// The library may let the host run, and with it the library's own end: what it has registered is gone then, and the key
+// may be another page's.
+template <typename Call>
+void InOneEra(Call call, JSObject& result) {
+  const uint32_t era = agentInitialisations.Era();
+  call();
+  if (agentInitialisations.Era() != era) StorePluginCode(result, kFailed);
+}
+
 }  // namespace
 
 void RegisterEvent(const std::string& name, Plugin* plugin, CKSVPluginZUB& agent, JSObject& result) {
@@ -45,7 +54,7 @@ void RegisterEvent(const std::string& name, Plugin* plugin, CKSVPluginZUB& agent
   InstallEventHook();
   if (eventMap.Has(name)) throw CPluginException{kEventRegistrationFailed};
   ClearEventBusy();
-  agent.RegisterCallback(name.c_str(), CallbackEvent, result);
+  InOneEra([&] { agent.RegisterCallback(name.c_str(), CallbackEvent, result); }, result);
   if (WentThrough(result)) {
     // The library may let the host run, and with it another page's registration of the name.
     if (eventMap.Has(name)) throw CPluginException{kEventRegistrationFailed};
@@ -59,7 +68,7 @@ void StartInstanceEvent(const std::string& name, Plugin* plugin, CKSVPluginZUB& 
   const RunningRegistration running;
   InstallEventHook();
   ClearEventBusy();
-  agent.StartInstance(name.c_str(), InstanceCallbackEvent, plugin, result);
+  InOneEra([&] { agent.StartInstance(name.c_str(), InstanceCallbackEvent, plugin, result); }, result);
   if (WentThrough(result)) instanceEventMap.Enter(InstanceIdOf(result), plugin);
   LogCodes(agent.LogEnabled(), kAgentLogTag, "StartInstance", result);
 }
@@ -98,7 +107,11 @@ void StopPluginInstances(Plugin* plugin, CKSVPluginZUB& agent, JSObject& result)
   LogEntry(agent, "UnRegisterEvent");
   try {
     const ReleaseScope releasing;
-    for (const uint32_t id : plugin->instanceMap.Ids()) agent.StopInstance(id, result);
+    const uint32_t era = agentInitialisations.Era();
+    for (const uint32_t id : plugin->instanceMap.Ids()) {
+      if (agentInitialisations.Era() != era) break;  // The numbers may be others' by now.
+      agent.StopInstance(id, result);
+    }
     ClearEventBusy();
     plugin->instanceMap.Clear();
     ReleaseEventMap(plugin);
