@@ -16,6 +16,12 @@ namespace {
 constexpr UINT kDisplayEvent = 1066;
 constexpr UINT kHarmless = WM_USER + 5;
 
+// A hook of somebody else's, which passes on a code that is no action, or an action without what it is about.
+template <int passed>
+LRESULT CALLBACK Careless(int /*code*/, WPARAM wParam, LPARAM lParam) {
+  return CallNextHookEx(nullptr, passed, wParam, passed == HC_ACTION ? 0 : lParam);
+}
+
 }  // namespace
 
 class DisplayHooksTest : public DisplayTest {
@@ -134,6 +140,25 @@ TEST_F(DisplayHooksTest, EveryMessageOfTheWindowIsAPulse) {
   page.Call("wysCloseSession");
   EXPECT_EQ(RepaintsOfOnePosted(window), 0u);
   EXPECT_EQ(TakeHeard(), Calls{});
+}
+
+TEST_F(DisplayHooksTest, WhatIsNoActionIsLeftUnread) {
+  const AgentStub agent(environment);
+  Page both(host, "https://page.example/", window.handle());
+  ShowImage(both);
+  SetClickCallbacks(both);
+  both.Call("zubRegisterEventCallback", {"app", Callback()});
+  for (const HOOKPROC careless : {Careless<-1>, Careless<HC_ACTION>}) {
+    std::vector<HHOOK> hooks;
+    for (const int type : {WH_GETMESSAGE, WH_CALLWNDPROC, WH_MOUSE}) {
+      hooks.push_back(SetWindowsHookExA(type, careless, nullptr, GetCurrentThreadId()));
+    }
+    EXPECT_EQ(RepaintsOf([&] { Press(window, 5, 6), Release(window, 5, 6); }), 0U);
+    EXPECT_EQ(RepaintsOfOnePosted(window), 0U);
+    for (const HHOOK hook : hooks) EXPECT_TRUE(UnhookWindowsHookEx(hook));
+  }
+  EXPECT_EQ(TakeHeard().size(), 0U);
+  EXPECT_GT(RepaintsOfOnePosted(window), 0U) << "as soon as the other hooks are gone";
 }
 
 TEST_F(DisplayHooksTest, SessionStaysOpenDuringARepaint) {
