@@ -39,12 +39,11 @@ struct DisplayState {
 
   uint32_t displayContext = 0;
   uint32_t sessionId = 0;
-  uint32_t sessionEra = 0;  ///< Of the library, when it was established.
-  bool sessionStoodBefore =
-      false;                   ///< It may be another page's, though it was this one's own that was asked for again.
-  uint32_t imageId = 0;        ///< As the page named it.
-  uint32_t buttonUpCount = 0;  ///< Clicks that the page was told of to their end.
-  uint32_t displayActive = 0;  ///< 1 while an image stands: the hooks act.
+  uint32_t sessionEra = 0;          ///< Of the library, when it was established.
+  bool sessionStoodBefore = false;  ///< Given as standing: it may be another page's.
+  uint32_t imageId = 0;             ///< As the page named it.
+  uint32_t buttonUpCount = 0;       ///< Clicks that the page was told of to their end.
+  uint32_t displayActive = 0;       ///< 1 while an image stands: the hooks act.
   uint32_t remoteImagePresent = 0;  ///< 1 when it came as a frame: the next frame has to release it.
   int32_t inputType = 0;            ///< What the page sends when the input is submitted.
   int32_t imageWidth = 0;           ///< In pixels, as far as clicks are the page's.
