@@ -102,6 +102,8 @@ class FailCall {
 
 /// False while the layer is in the hands of a library that can't do without memory.
 bool MemoryMayFail();
+/// The room of a block that `malloc` gave, as the run time keeps it.
+size_t BlockSize(void* block);
 
 /// Answers `IsWow64Process` for as long as it lives.
 class Wow64Answer {

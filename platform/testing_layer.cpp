@@ -1,3 +1,5 @@
+#include <malloc.h>
+
 #include <cstdlib>
 
 #include "platform/internal.h"
@@ -7,6 +9,10 @@
 namespace platform {
 
 const bool kHasLayerSettings = true;
+
+size_t BlockSize(void* block) {
+  return malloc_usable_size(block);
+}
 
 HWND MakeTestWindow(WNDPROC procedure, POINT clientOrigin, int, int) {
   return CreateLayerWindow(procedure, clientOrigin);

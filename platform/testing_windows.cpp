@@ -1,3 +1,5 @@
+#include <malloc.h>
+
 #include <cstdlib>
 #include <map>
 #include <memory>
@@ -100,6 +102,9 @@ void SetVariable(const char* name, const char* value) {
   _putenv((std::string(name) + "=" + (value == nullptr ? "" : value)).c_str());
 }
 
+size_t BlockSize(void* block) {
+  return _msize(block);
+}
 bool MemoryMayFail() {
   return true;
 }

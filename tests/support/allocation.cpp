@@ -1,13 +1,7 @@
 // The test program's own allocation: it counts what lives, and fails when a test wants it to.
-#include <malloc.h>
-
 #include <atomic>
 #include <cstdlib>
 #include <new>
-
-#ifdef _WIN32
-#define malloc_usable_size _msize
-#endif
 
 #include "tests/support/nth_failure.h"
 
@@ -26,7 +20,7 @@ void* Allocate(size_t size) noexcept {
   void* const block = std::malloc(size > 0 ? size : 1);
   if (block) {
     liveBlocks.fetch_add(1, std::memory_order_relaxed);
-    liveBytes.fetch_add(malloc_usable_size(block), std::memory_order_relaxed);
+    liveBytes.fetch_add(platform::BlockSize(block), std::memory_order_relaxed);
   }
   return block;
 }
@@ -40,7 +34,7 @@ void* AllocateOrThrow(size_t size) {
 void Free(void* block) noexcept {
   if (!block) return;
   liveBlocks.fetch_sub(1, std::memory_order_relaxed);
-  liveBytes.fetch_sub(malloc_usable_size(block), std::memory_order_relaxed);
+  liveBytes.fetch_sub(platform::BlockSize(block), std::memory_order_relaxed);
   std::free(block);
 }
 
