@@ -4,9 +4,9 @@
 #include <string>
 #include <vector>
 
+#include "base/base64.h"
 #include "benchmarks/floors.h"
 #include "benchmarks/pairs.h"
-#include "foundation/base64.h"
 
 extern "C" {
 #include <b64/cencode.h>

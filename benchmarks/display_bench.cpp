@@ -6,14 +6,14 @@
 #include <unordered_map>
 #include <vector>
 
-#include "api/scriptable.h"
+#include "base/base64.h"
 #include "benchmarks/bench_host.h"
 #include "benchmarks/floors.h"
 #include "benchmarks/pairs.h"
-#include "display/input_hooks.h"
-#include "foundation/base64.h"
+#include "hooks/input_hooks.h"
+#include "page/plugin.h"
+#include "page/scriptable.h"
 #include "platform/testing.h"
-#include "shell/plugin.h"
 
 namespace {
 

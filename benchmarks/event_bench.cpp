@@ -6,14 +6,14 @@
 #include <memory>
 #include <thread>
 
-#include "api/scriptable.h"
 #include "benchmarks/bench_host.h"
 #include "benchmarks/floors.h"
 #include "benchmarks/pairs.h"
-#include "events/event_delivery.h"
-#include "events/event_template.h"
+#include "hooks/event_delivery.h"
+#include "hooks/event_template.h"
+#include "page/plugin.h"
+#include "page/scriptable.h"
 #include "platform/testing.h"
-#include "shell/plugin.h"
 
 namespace {
 

@@ -7,15 +7,15 @@
 #include <unordered_map>
 #include <vector>
 
+#include "base/base64.h"
 #include "benchmarks/bench_host.h"
 #include "benchmarks/floors.h"
 #include "benchmarks/pairs.h"
-#include "foundation/base64.h"
-#include "foundation/platform_files.h"
-#include "foundation/update_gate.h"
 #include "platform/system_path.h"
 #include "script/js_object.h"
 #include "script/variant_conversion.h"
+#include "storage/platform_files.h"
+#include "storage/update_gate.h"
 
 namespace {
 

@@ -8,12 +8,12 @@
 #include <string>
 #include <vector>
 
-#include "agent/token_store.h"
 #include "benchmarks/bench_host.h"
 #include "benchmarks/floors.h"
 #include "benchmarks/pairs.h"
-#include "foundation/platform_files.h"
 #include "platform/system_path.h"
+#include "storage/platform_files.h"
+#include "tokens/token_store.h"
 
 namespace {
 

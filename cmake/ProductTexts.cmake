@@ -1,11 +1,11 @@
-# Reads src/foundation/product_texts.h, where the product's texts stand once: each of its macros is a variable then.
-file(STRINGS "${CMAKE_CURRENT_LIST_DIR}/../src/foundation/product_texts.h" ksv_texts REGEX "^#define KSV_[A-Z_]+ \"")
+# Reads src/base/product_texts.h, where the product's texts stand once: each of its macros is a variable then.
+file(STRINGS "${CMAKE_CURRENT_LIST_DIR}/../src/base/product_texts.h" ksv_texts REGEX "^#define KSV_[A-Z_]+ \"")
 foreach(line IN LISTS ksv_texts)
   string(REGEX MATCH "^#define (KSV_[A-Z_]+) \"(.*)\"$" found "${line}")
   set(${CMAKE_MATCH_1} "${CMAKE_MATCH_2}")
 endforeach()
 foreach(needed IN ITEMS KSV_DESCRIPTION KSV_VENDOR KSV_VERSION KSV_FILE_VERSION)
   if("${${needed}}" STREQUAL "")
-    message(FATAL_ERROR "src/foundation/product_texts.h does not define ${needed}")
+    message(FATAL_ERROR "src/base/product_texts.h does not define ${needed}")
   endif()
 endforeach()

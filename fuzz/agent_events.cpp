@@ -3,9 +3,9 @@
 #include <optional>
 #include <thread>
 
-#include "api/scriptable.h"
-#include "events/event_delivery.h"
 #include "fuzz/support/fuzzing.h"
+#include "hooks/event_delivery.h"
+#include "page/scriptable.h"
 #include "tests/support/page.h"
 
 using namespace NorvoWebAPI::KSV;

@@ -1,5 +1,5 @@
 // Base64 in both directions: what is written reads back, and no text is wrong.
-#include "foundation/base64.h"
+#include "base/base64.h"
 
 #include <algorithm>
 #include <vector>

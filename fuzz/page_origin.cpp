@@ -1,10 +1,10 @@
 // The page's address: any text, or a location that is none, throws, changes or ends the page while it is read.
 #include <stdexcept>
 
-#include "api/scriptable.h"
-#include "foundation/text.h"
+#include "base/text.h"
 #include "fuzz/support/fuzzing.h"
-#include "shell/plugin.h"
+#include "page/plugin.h"
+#include "page/scriptable.h"
 #include "tests/support/page.h"
 
 using namespace NorvoWebAPI::KSV;

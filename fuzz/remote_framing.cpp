@@ -1,9 +1,9 @@
 // Points and descriptions of images, and the set-up message of a remote image's channel, as a page may word them.
 #include <cstring>
 
+#include "base/base64.h"
 #include "display/image_descriptor.h"
 #include "display/wys_point.h"
-#include "foundation/base64.h"
 #include "fuzz/support/fuzzing.h"
 #include "kit/shared/hex.h"
 #include "tests/support/page.h"

@@ -3,11 +3,11 @@
 #include <list>
 #include <optional>
 
-#include "api/scriptable.h"
-#include "display/input_hooks.h"
-#include "events/event_delivery.h"
 #include "fuzz/support/hostile_libraries.h"
 #include "fuzz/support/hostile_values.h"
+#include "hooks/event_delivery.h"
+#include "hooks/input_hooks.h"
+#include "page/scriptable.h"
 #include "tests/support/page.h"
 
 using namespace NorvoWebAPI::KSV;

@@ -1,5 +1,5 @@
 // The settings: a registry file of any bytes, and values of any type, size and text in a sound one.
-#include "foundation/settings.h"
+#include "storage/settings.h"
 
 #include <algorithm>
 #include <cstdlib>

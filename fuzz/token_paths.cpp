@@ -4,10 +4,10 @@
 #include <stdexcept>
 #include <vector>
 
-#include "agent/token_store.h"
-#include "foundation/platform_files.h"
-#include "foundation/result_codes.h"
+#include "base/result_codes.h"
 #include "fuzz/support/fuzzing.h"
+#include "storage/platform_files.h"
+#include "tokens/token_store.h"
 
 namespace fs = std::filesystem;
 namespace Platform = NorvoWebAPI::Platform;

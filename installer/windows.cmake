@@ -17,6 +17,6 @@ add_custom_command(
   COMMAND "${CMAKE_COMMAND}" "-DMODULE=$<TARGET_FILE:npNorvoWebAPIKSV>" -DARCH=${arch} "-DOUTPUT=${package}"
           "-DSTRIP=${CMAKE_STRIP}" ${doctor_definition} -P "${CMAKE_CURRENT_LIST_DIR}/make_package.cmake"
   DEPENDS npNorvoWebAPIKSV ${doctor} ksv.wxs readme.txt make_package.cmake
-          "${CMAKE_SOURCE_DIR}/cmake/ProductTexts.cmake" "${CMAKE_SOURCE_DIR}/src/foundation/product_texts.h"
+          "${CMAKE_SOURCE_DIR}/cmake/ProductTexts.cmake" "${CMAKE_SOURCE_DIR}/src/base/product_texts.h"
   VERBATIM)
 add_custom_target(installer DEPENDS "${package}")

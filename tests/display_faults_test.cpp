@@ -3,7 +3,7 @@
 #include <thread>
 #include <utility>
 
-#include "shell/plugin_windows.h"
+#include "page/plugin_windows.h"
 #include "tests/support/display_fixture.h"
 
 using namespace support;

@@ -95,7 +95,7 @@ TEST(DocumentationTest, CodesAreThoseOfTheSource) {
     for (const std::smatch& match : AllMatches(text, pattern)) found.insert(std::stoi(match[1]));
     return found;
   };
-  std::set<int> source = codes("src/foundation/result_codes.h", regex(R"(\n  k\w+ = (\d+),)"));
+  std::set<int> source = codes("src/base/result_codes.h", regex(R"(\n  k\w+ = (\d+),)"));
   EXPECT_EQ(codes("docs/codes.md", regex(R"(\n\| (\d+) \|)")), source);
   source.erase(0);
   EXPECT_EQ(codes("kit/pages/ksv.js", regex(R"re(\n    (\d+): ")re")), source);

@@ -4,7 +4,7 @@
 #include <memory>
 #include <utility>
 
-#include "api/scriptable.h"
+#include "page/scriptable.h"
 #include "script/np_func_bridge.h"
 #include "tests/support/agent_fixture.h"
 

@@ -3,9 +3,9 @@
 
 #include <filesystem>
 
-#include "api/scriptable.h"
-#include "shell/plugin.h"
-#include "shell/plugin_windows.h"
+#include "page/plugin.h"
+#include "page/plugin_windows.h"
+#include "page/scriptable.h"
 #include "tests/support/agent_fixture.h"
 #include "tests/support/module_exports.h"
 #include "tests/support/paths.h"

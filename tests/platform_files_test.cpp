@@ -1,5 +1,5 @@
 // The plug-in's files: its folder, what is refused outside of it, and the updater's time.
-#include "foundation/platform_files.h"
+#include "storage/platform_files.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -8,7 +8,7 @@
 #include <functional>
 #include <memory>
 
-#include "foundation/update_gate.h"
+#include "storage/update_gate.h"
 #include "tests/support/environment.h"
 #include "tests/support/outcomes.h"
 

@@ -8,8 +8,8 @@
 #include <string>
 #include <thread>
 
-#include "foundation/system_identity.h"
-#include "foundation/text.h"
+#include "base/system_identity.h"
+#include "base/text.h"
 
 // Needs the general header before it.
 #include <wbemidl.h>

@@ -4,8 +4,8 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "foundation/platform_files.h"
-#include "foundation/update_gate.h"
+#include "storage/platform_files.h"
+#include "storage/update_gate.h"
 #include "tests/support/agent_fixture.h"
 #include "tests/support/outcomes.h"
 

@@ -1,5 +1,5 @@
 // The settings: the log's level, and the folder of the libraries on its way to a path.
-#include "foundation/settings.h"
+#include "storage/settings.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // Texts and bytes: Base64, the code page, the log's lines, origins, and the memory they are copied to.
-#include "foundation/text.h"
+#include "base/text.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -7,9 +7,9 @@
 #include <algorithm>
 #include <memory>
 
-#include "foundation/base64.h"
-#include "foundation/debug_log.h"
-#include "foundation/guarded_memory.h"
+#include "base/base64.h"
+#include "base/debug_log.h"
+#include "base/guarded_memory.h"
 #include "platform/testing.h"
 #include "tests/support/outcomes.h"
 

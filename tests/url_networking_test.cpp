@@ -1,6 +1,6 @@
 // Fetches through the host, as it serves them: stream entries in the module's table, in the published order and in
 // others.
-#include "shell/url_networking.h"
+#include "page/url_networking.h"
 
 #include <gtest/gtest.h>
 
@@ -8,7 +8,7 @@
 #include <filesystem>
 #include <numeric>
 
-#include "shell/plugin.h"
+#include "page/plugin.h"
 #include "tests/support/environment.h"
 #include "tests/support/page.h"
 

@@ -3,8 +3,8 @@
 
 #include <optional>
 
-#include "foundation/settings.h"
 #include "installer/doctor/report.h"
+#include "storage/settings.h"
 
 namespace NorvoWebAPI::KSV::Doctor {
 

@@ -4,9 +4,9 @@
 #include <fstream>
 #include <string_view>
 
-#include "foundation/platform_files.h"
-#include "foundation/text.h"
+#include "base/text.h"
 #include "installer/doctor/checks.h"
+#include "storage/platform_files.h"
 
 namespace NorvoWebAPI::KSV::Doctor {
 namespace {

@@ -1,11 +1,11 @@
 #include <span>
 
 #include "agent/cksv_plugin_zub.h"
+#include "base/product.h"
 #include "display/cksv_plugin_wys.h"
-#include "foundation/library_loader.h"
-#include "foundation/product.h"
 #include "installer/doctor/checks.h"
 #include "installer/doctor/file_facts.h"
+#include "library/library_loader.h"
 
 namespace NorvoWebAPI::KSV::Doctor {
 namespace {

@@ -1,7 +1,7 @@
-#include "foundation/library_loader.h"
-#include "foundation/text.h"
+#include "base/text.h"
 #include "installer/doctor/checks.h"
 #include "installer/doctor/file_facts.h"
+#include "library/library_loader.h"
 #include "registration/registration.h"
 
 namespace NorvoWebAPI::KSV::Doctor {

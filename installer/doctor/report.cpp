@@ -4,8 +4,8 @@
 #include <nlohmann/json.hpp>
 #include <utility>
 
-#include "foundation/product.h"
-#include "foundation/text.h"
+#include "base/product.h"
+#include "base/text.h"
 #include "installer/doctor/checks.h"
 
 namespace NorvoWebAPI::KSV::Doctor {

@@ -1,11 +1,11 @@
 #include <stdexcept>
 
-#include "foundation/platform_files.h"
-#include "foundation/product.h"
-#include "foundation/result_codes.h"
-#include "foundation/update_gate.h"
+#include "base/product.h"
+#include "base/result_codes.h"
 #include "installer/doctor/checks.h"
 #include "installer/doctor/file_facts.h"
+#include "storage/platform_files.h"
+#include "storage/update_gate.h"
 
 namespace NorvoWebAPI::KSV::Doctor {
 namespace {

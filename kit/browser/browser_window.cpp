@@ -6,7 +6,7 @@
 #include <QWebSettings>
 #include <cstdio>
 
-#include "foundation/product.h"
+#include "base/product.h"
 
 namespace Kit {
 

@@ -12,7 +12,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "foundation/product.h"
+#include "base/product.h"
 #include "kit/browser/browser_window.h"
 #include "kit/browser/options.h"
 #include "kit/browser/plugin_windows.h"

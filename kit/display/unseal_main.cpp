@@ -3,7 +3,7 @@
 #include <iterator>
 #include <string>
 
-#include "foundation/base64.h"
+#include "base/base64.h"
 #include "kit/display/sealed_input.h"
 #include "kit/display/visible_text.h"
 #include "kit/shared/key_store.h"

@@ -4,7 +4,7 @@
 #include <array>
 #include <stdexcept>
 
-#include "foundation/product.h"
+#include "base/product.h"
 #include "kit/host/host_table.h"
 #include "kit/host/paths.h"
 #include "shell/exports.h"

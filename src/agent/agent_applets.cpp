@@ -4,10 +4,10 @@
 
 #include "agent/agent_operation.h"
 #include "agent/cksv_plugin_zub.h"
-#include "foundation/platform_files.h"
-#include "foundation/settings.h"
-#include "foundation/text.h"
+#include "base/text.h"
 #include "platform/system_path.h"
+#include "storage/platform_files.h"
+#include "storage/settings.h"
 
 namespace NorvoWebAPI::KSV {
 namespace {

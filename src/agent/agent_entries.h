@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "foundation/entry_table.h"
+#include "library/entry_table.h"
 
 namespace NorvoWebAPI::KSV {
 

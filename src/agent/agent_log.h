@@ -1,7 +1,7 @@
 #pragma once
 
-#include "foundation/debug_log.h"
-#include "script/result_object.h"
+#include "base/debug_log.h"
+#include "library/result_object.h"
 
 namespace NorvoWebAPI::KSV {
 

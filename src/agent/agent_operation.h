@@ -7,10 +7,10 @@
 
 #include "agent/agent_log.h"
 #include "agent/cksv_plugin_zub.h"
-#include "foundation/base64.h"
-#include "foundation/byte_buffer.h"
-#include "script/library_operation.h"
-#include "script/output_buffer.h"
+#include "base/base64.h"
+#include "base/byte_buffer.h"
+#include "library/library_operation.h"
+#include "library/output_buffer.h"
 
 namespace NorvoWebAPI::KSV {
 

@@ -1,7 +1,7 @@
 // Provisioning: a session that a page opens, feeds and ends, and the operations that share its exchange of buffers.
 #include "agent/agent_operation.h"
 #include "agent/cksv_plugin_zub.h"
-#include "agent/token_store.h"
+#include "tokens/token_store.h"
 
 namespace NorvoWebAPI::KSV {
 namespace {

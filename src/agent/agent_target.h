@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "foundation/text.h"
+#include "base/text.h"
 
 namespace NorvoWebAPI::KSV {
 

@@ -3,7 +3,7 @@
 
 #include "agent/agent_operation.h"
 #include "agent/cksv_plugin_zub.h"
-#include "agent/token_store.h"
+#include "tokens/token_store.h"
 
 namespace NorvoWebAPI::KSV {
 namespace {

@@ -3,9 +3,9 @@
 #include <utility>
 
 #include "agent/agent_operation.h"
-#include "foundation/product.h"
-#include "foundation/settings.h"
-#include "foundation/update_gate.h"
+#include "base/product.h"
+#include "storage/settings.h"
+#include "storage/update_gate.h"
 
 namespace NorvoWebAPI::KSV {
 

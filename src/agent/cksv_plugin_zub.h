@@ -5,9 +5,9 @@
 
 #include "agent/agent_entries.h"
 #include "agent/agent_target.h"
-#include "foundation/library_loader.h"
+#include "library/library_loader.h"
+#include "library/library_operation.h"
 #include "script/js_object.h"
-#include "script/library_operation.h"
 
 namespace NorvoWebAPI::KSV {
 

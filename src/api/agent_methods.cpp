@@ -2,13 +2,13 @@
 
 #include <string>
 
-#include "api/script_call.h"
-#include "api/scriptable.h"
-#include "events/event_template.h"
-#include "foundation/debug_log.h"
-#include "foundation/result_codes.h"
-#include "foundation/text.h"
-#include "shell/plugin.h"
+#include "base/debug_log.h"
+#include "base/result_codes.h"
+#include "base/text.h"
+#include "hooks/event_template.h"
+#include "page/plugin.h"
+#include "page/script_call.h"
+#include "page/scriptable.h"
 
 namespace NorvoWebAPI::KSV::AgentMethods {
 namespace {

@@ -3,14 +3,14 @@
 #include <string>
 #include <utility>
 
-#include "api/script_call.h"
-#include "api/scriptable.h"
-#include "display/input_hooks.h"
-#include "foundation/result_codes.h"
-#include "foundation/text.h"
+#include "base/result_codes.h"
+#include "base/text.h"
+#include "hooks/input_hooks.h"
+#include "library/output_buffer.h"
+#include "page/plugin.h"
+#include "page/script_call.h"
+#include "page/scriptable.h"
 #include "script/host_values.h"
-#include "script/output_buffer.h"
-#include "shell/plugin.h"
 
 namespace NorvoWebAPI::KSV::DisplayMethods {
 namespace {

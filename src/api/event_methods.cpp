@@ -5,12 +5,12 @@
 #include <string>
 
 #include "api/agent_methods.h"
-#include "api/script_call.h"
-#include "api/scriptable.h"
-#include "events/event_delivery.h"
-#include "events/event_template.h"
-#include "foundation/result_codes.h"
-#include "shell/plugin.h"
+#include "base/result_codes.h"
+#include "hooks/event_delivery.h"
+#include "hooks/event_template.h"
+#include "page/plugin.h"
+#include "page/script_call.h"
+#include "page/scriptable.h"
 
 namespace NorvoWebAPI::KSV::AgentMethods {
 namespace {

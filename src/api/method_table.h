@@ -10,7 +10,7 @@
 #include "api/agent_methods.h"
 #include "api/display_methods.h"
 #include "api/platform_methods.h"
-#include "api/script_call.h"
+#include "page/script_call.h"
 
 namespace NorvoWebAPI::KSV {
 

@@ -2,11 +2,11 @@
 
 #include <string>
 
-#include "api/script_call.h"
-#include "foundation/platform_files.h"
-#include "foundation/result_codes.h"
-#include "foundation/system_identity.h"
-#include "script/result_object.h"
+#include "base/result_codes.h"
+#include "base/system_identity.h"
+#include "library/result_object.h"
+#include "page/script_call.h"
+#include "storage/platform_files.h"
 
 namespace NorvoWebAPI::KSV::PlatformMethods {
 namespace {

@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "display/display_operation.h"
-#include "foundation/settings.h"
+#include "storage/settings.h"
 
 namespace NorvoWebAPI::KSV {
 

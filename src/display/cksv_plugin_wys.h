@@ -4,13 +4,13 @@
 #include <memory>
 #include <string>
 
+#include "base/byte_buffer.h"
 #include "display/display_entries.h"
 #include "display/image_descriptor.h"
-#include "foundation/byte_buffer.h"
-#include "foundation/library_loader.h"
+#include "library/library_loader.h"
+#include "library/library_operation.h"
+#include "library/output_buffer.h"
 #include "script/js_object.h"
-#include "script/library_operation.h"
-#include "script/output_buffer.h"
 
 namespace NorvoWebAPI::KSV {
 

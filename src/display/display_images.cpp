@@ -1,10 +1,10 @@
 // Images: made from a page's description or from a frame, painted, released.
 #include <string>
 
+#include "base/base64.h"
 #include "display/cksv_plugin_wys.h"
 #include "display/display_operation.h"
 #include "display/wys_point.h"
-#include "foundation/base64.h"
 
 namespace NorvoWebAPI::KSV {
 namespace {

@@ -4,12 +4,12 @@
 #include <new>
 #include <utility>
 
-#include "agent/token_store.h"
+#include "base/base64.h"
 #include "display/cksv_plugin_wys.h"
 #include "display/display_operation.h"
 #include "display/wys_point.h"
-#include "foundation/base64.h"
-#include "script/output_buffer.h"
+#include "library/output_buffer.h"
+#include "tokens/token_store.h"
 
 namespace NorvoWebAPI::KSV {
 namespace {

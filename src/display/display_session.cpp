@@ -1,9 +1,9 @@
 // Sessions: opening and closing one, its events, its messages, and the input that the user makes in it.
+#include "base/base64.h"
 #include "display/cksv_plugin_wys.h"
 #include "display/display_operation.h"
 #include "display/wys_point.h"
-#include "foundation/base64.h"
-#include "script/output_buffer.h"
+#include "library/output_buffer.h"
 
 namespace NorvoWebAPI::KSV {
 namespace {

@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "foundation/byte_buffer.h"
+#include "base/byte_buffer.h"
 
 namespace NorvoWebAPI::KSV {
 

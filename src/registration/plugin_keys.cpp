@@ -2,8 +2,8 @@
 
 #include <stdexcept>
 
-#include "foundation/owner.h"
-#include "foundation/product.h"
+#include "base/owner.h"
+#include "base/product.h"
 
 namespace NorvoWebAPI::KSV::Registration {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <stdexcept>
 
-#include "foundation/product.h"
+#include "base/product.h"
 
 namespace NorvoWebAPI::KSV::Registration {
 

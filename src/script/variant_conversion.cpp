@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "foundation/guarded_memory.h"
+#include "base/guarded_memory.h"
 #include "script/errors.h"
 #include "script/host_values.h"
 #include "script/instance_watch.h"

@@ -1,6 +1,6 @@
 #include "shell/exports.h"
 
-#include "foundation/product.h"
+#include "base/product.h"
 #include "registration/registration.h"
 #include "shell/np_entries.h"
 

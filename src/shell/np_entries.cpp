@@ -1,6 +1,6 @@
 #include "shell/np_entries.h"
 
-#include "shell/plugin.h"
+#include "page/plugin.h"
 
 namespace NorvoWebAPI::KSV {
 namespace {

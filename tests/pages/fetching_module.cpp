@@ -9,8 +9,8 @@
 #include <list>
 
 #include "kit/browser/fronted_module.h"
+#include "page/url_networking.h"
 #include "platform/system_path.h"
-#include "shell/url_networking.h"
 
 namespace {
 

@@ -2,9 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include "api/scriptable.h"
+#include "page/plugin.h"
+#include "page/scriptable.h"
 #include "platform/testing.h"
-#include "shell/plugin.h"
 #include "tests/support/environment.h"
 #include "tests/support/page.h"
 

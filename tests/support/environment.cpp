@@ -8,8 +8,8 @@
 #include <sstream>
 #include <utility>
 
-#include "foundation/platform_files.h"
 #include "platform/system_path.h"
+#include "storage/platform_files.h"
 #include "tests/support/paths.h"
 
 namespace fs = std::filesystem;

@@ -9,7 +9,7 @@
 #include <string_view>
 
 #include "api/method_table.h"
-#include "api/scriptable.h"
+#include "page/scriptable.h"
 #include "tests/support/environment.h"
 #include "tests/support/page.h"
 

@@ -5,8 +5,8 @@
 #include <functional>
 #include <string>
 
-#include "foundation/result_codes.h"
-#include "foundation/text.h"
+#include "base/result_codes.h"
+#include "base/text.h"
 
 namespace support {
 

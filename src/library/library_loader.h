@@ -1,0 +1,30 @@
+/// Finding the vendor's libraries at run time.
+#pragma once
+
+#include <cstddef>
+#include <span>
+
+#include "base/owner.h"
+#include "platform/win32.h"
+#include "storage/settings.h"
+
+namespace NorvoWebAPI {
+
+using Library = Owner<HMODULE, FreeLibrary>;
+
+/// A loaded library and the place of the name that it was found under. Empty when none could be loaded: the place is
+/// then behind the last.
+struct FoundLibrary {
+  Library library;
+  size_t place = 0;
+
+  explicit operator bool() const { return static_cast<bool>(library); }
+};
+
+/// Where a library of this name lies in the folder, which is closed by a separator.
+LibraryPath PathInFolder(const LibraryPath& folder, const WCHAR* name);
+
+/// Loads the first of the names that can be loaded from the folder.
+FoundLibrary LoadFirst(const LibraryPath& folder, std::span<const WCHAR* const> names);
+
+}  // namespace NorvoWebAPI

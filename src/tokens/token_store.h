@@ -1,0 +1,35 @@
+/// Encrypted tokens on disk, one raw file each: `KSV_tokens` under the base path, and in it one folder a domain. A
+/// domain is one name (code 19 for one with a separator, or "." or ".."); a file name is taken as given. The file layer
+/// keeps every path inside the base path, and its failures pass on. Other failures are `CPluginException`.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "base/byte_buffer.h"
+
+namespace NorvoWebAPI::KSV::TokenStore {
+
+/// Writes into the domain's folder, or the root for a null domain, and then a copy for the second domain if it isn't
+/// null. A failure at the second leaves the first copy standing.
+/// Codes: 18 the name is taken, 19 a domain over 127 bytes or a second one of other characters than letters, digits,
+/// "_", "." and "-", 21 and 13 as the file layer gives them.
+void Write(const char* domain, const char* secondDomain, const char* fileName, const uint8_t* bytes, uint16_t length);
+
+/// Reads the domain's file of that name, else the root's, and gives its length; a domain that is no one name has no
+/// folder, and gets no code 19 here. Code 20: in neither.
+uint32_t Read(const char* domain, const char* fileName, std::unique_ptr<uint8_t[]>* buffer);
+
+/// A token from where a page may have it: the bytes of its Base64 `text`, else the domain's file of that name, which is
+/// not looked at when there is a text. With neither, no buffer.
+ByteBuffer Take(const char* text, int32_t length, const char* domain, const char* fileName);
+
+/// Appends the names in the domain's folder, as `Platform::ListDirectory`.
+bool Enumerate(const char* domain, std::vector<std::string>& names);
+
+/// Deletes the domain's file of that name. Code 20: it isn't there.
+bool Delete(const char* domain, const char* fileName);
+
+}  // namespace NorvoWebAPI::KSV::TokenStore
