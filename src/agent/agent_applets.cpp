@@ -1,4 +1,5 @@
-// Applets in and out of the host agent, which installs from a file: what a page sends goes through a temporary one.
+// Installing and uninstalling applets. The library installs from a file: an applet that a page sends is written to a
+// temporary one.
 #include <cstring>
 #include <fstream>
 
@@ -16,7 +17,7 @@ constexpr char kOathAppletId[] = "8D67D9DD2AF54717AFF2FF7EF19DFADB";
 constexpr size_t kMaxAppletIdBytes = 512;
 constexpr int32_t kMaxAppletCharacters = 1'000'000;
 
-// The applet as a file for the time of one call. Its name is fixed: one install at a time per user.
+// The applet as a file, for the duration of one call. The name is fixed: one install at a time per user.
 class TemporaryApplet {
  public:
   TemporaryApplet(bool isOtpLibrary, const ByteBuffer& applet)
@@ -46,7 +47,7 @@ class TemporaryApplet {
     try {
       Platform::DeleteFile(path);
     } catch (...) {
-      // The library has answered; a file that stays behind is written over by the next install.
+      // The library has answered, and the next install overwrites a file that stays.
     }
   }
 
@@ -56,35 +57,36 @@ class TemporaryApplet {
 
 }  // namespace
 
-bool CKSVPluginZUB::Install(const char* appletId, const char* b64Text, int32_t textLength, JSObject& result) {
-  const auto check = [&] {
+Outcome CKSVPluginZUB::Install(const char* appletId, const char* b64Text, int32_t textLength) {
+  const auto check = [&](Outcome& outcome) {
     if (!appletId || std::strlen(appletId) > kMaxAppletIdBytes || textLength > kMaxAppletCharacters) {
-      StorePluginCode(result, kBadArguments);
+      outcome.pluginCode = kBadArguments;
       return false;
     }
-    return CheckEither(entries.Install, entries.InstallOTPS, result);
+    return CheckEither(entries.Install, entries.InstallOTPS, outcome);
   };
-  return RunChecked("Install", kAgentNotCalled, check, TellsApart::BadAllocAndCode, result, [&] {
+  const auto work = [&](Outcome& outcome) {
     const auto& install = entries.Install ? entries.Install : entries.InstallOTPS;
     if (textLength <= 0 || !b64Text) {
       if (std::strcmp(appletId, kOathAppletId) != 0) throw CPluginException{kBadArguments};
       LibraryPath builtIn;
       if (!builtIn.ReadFolder()) throw CPluginException{kFailed};
       builtIn.Append(isOtpLibrary ? KSV_WIDE("oath.pack") : KSV_WIDE("oath.trok"));
-      StoreStatus(result, install(appletId, builtIn.c_str()));
+      outcome.status = install(appletId, builtIn.c_str());
       return;
     }
     const TemporaryApplet applet(isOtpLibrary, DecodeBase64(b64Text, textLength));
     const Bstr path = BstrOfExactLength(applet.Path());
-    StoreStatus(result, install(appletId, path.Get()));
-  });
+    outcome.status = install(appletId, path.Get());
+  };
+  return RunChecked("Install", kAgentNotCalled, CodedExceptions::All, check, work);
 }
 
-bool CKSVPluginZUB::Uninstall(const char* appletId, JSObject& result) {
-  const auto check = [&] { return CheckEither(entries.Uninstall, entries.UninstallOTPS, result); };
-  return RunChecked("Uninstall", kAgentNotCalled, check, TellsApart::Nothing, result, [&] {
+Outcome CKSVPluginZUB::Uninstall(const char* appletId) {
+  const auto check = [&](Outcome& outcome) { return CheckEither(entries.Uninstall, entries.UninstallOTPS, outcome); };
+  return RunChecked("Uninstall", kAgentNotCalled, CodedExceptions::None, check, [&](Outcome& outcome) {
     const auto& uninstall = entries.Uninstall ? entries.Uninstall : entries.UninstallOTPS;
-    StoreStatus(result, uninstall(appletId));
+    outcome.status = uninstall(appletId);
   });
 }
 

@@ -1,4 +1,4 @@
-// A page's view of the tokens that are kept for its origin.
+// The tokens that are kept for a page's origin.
 #include <vector>
 
 #include "agent/agent_operation.h"
@@ -8,27 +8,27 @@
 namespace NorvoWebAPI::KSV {
 namespace {
 
-constexpr auto kNoCheck = [] { return true; };
+constexpr auto kNoCheck = [](const Outcome&) { return true; };
 
 }  // namespace
 
-bool CKSVPluginZUB::EnumTokens(const char* domain, JSObject& result) {
-  return RunChecked("EnumTokens", kAgentOk, kNoCheck, TellsApart::BadAllocAndCode, result, [&] {
+Outcome CKSVPluginZUB::EnumTokens(const char* domain, JSObject& result) {
+  return RunChecked("EnumTokens", kAgentOk, CodedExceptions::All, kNoCheck, [&](Outcome& outcome) {
     std::vector<std::string> names;
-    // A folder that isn't there holds no tokens: that is no failure.
+    // A missing folder is an origin without tokens, not a failure.
     TokenStore::Enumerate(domain, names);
     JSObject& list = result["tokenFileNames"];
     list.ToArray();
     for (uint32_t i = 0; i < names.size(); ++i) list[i] = JSObject(names[i]);
-    StorePluginCode(result, kPluginOk);
+    outcome.pluginCode = kPluginOk;
   });
 }
 
-bool CKSVPluginZUB::DelTokens(const char* domain, const char* fileName, JSObject& result) {
-  return RunChecked("DelTokens", kAgentOk, kNoCheck, TellsApart::BadAllocAndCode, result, [&] {
+Outcome CKSVPluginZUB::DelTokens(const char* domain, const char* fileName) {
+  return RunChecked("DelTokens", kAgentOk, CodedExceptions::All, kNoCheck, [&](Outcome& outcome) {
     if (!fileName || !*fileName) return;
     TokenStore::Delete(domain, fileName);
-    StorePluginCode(result, kPluginOk);
+    outcome.pluginCode = kPluginOk;
   });
 }
 

@@ -14,7 +14,7 @@ CKSVPluginZUB::CKSVPluginZUB(std::string platform) : platformName(std::move(plat
     BindLibrary();
     logEnabled = GetLogLevel() > 0;
   } catch (...) {
-    // The object stands with what was done so far; its operations report what they find.
+    // The object stands with what was bound so far; its operations report what is missing.
   }
 }
 
@@ -27,33 +27,32 @@ void CKSVPluginZUB::BindLibrary() {
   if (library) entries.Bind(library.Get());
 }
 
-bool CKSVPluginZUB::CheckEntry(const EntryTable::Row& entryPoint, JSObject& result) const {
-  return CheckGate(static_cast<bool>(entryPoint), result);
+bool CKSVPluginZUB::CheckEntry(const EntryTable::Row& entryPoint, Outcome& outcome) const {
+  return CheckGate(static_cast<bool>(entryPoint), outcome);
 }
 
-bool CKSVPluginZUB::CheckEither(const EntryTable::Row& first, const EntryTable::Row& second, JSObject& result) const {
-  return CheckGate(first || second, result);
+bool CKSVPluginZUB::CheckEither(const EntryTable::Row& first, const EntryTable::Row& second, Outcome& outcome) const {
+  return CheckGate(first || second, outcome);
 }
 
-bool CKSVPluginZUB::CheckGate(bool hasEntryPoint, JSObject& result) const {
-  const int32_t code =
+bool CKSVPluginZUB::CheckGate(bool hasEntryPoint, Outcome& outcome) const {
+  outcome.pluginCode =
       Platform::IsUpdateOverdue(platformName) ? kUpdateOverdue : BindingCode(static_cast<bool>(library), hasEntryPoint);
-  StorePluginCode(result, code);
-  return code == kPluginOk;
+  return outcome.pluginCode == kPluginOk;
 }
 
-bool CKSVPluginZUB::Init(JSObject& result) {
-  return RunChecked(
-      "Init", kAgentNotCalled,
-      [&] {
-        DebugLog(logEnabled, kAgentLogTag, "%s: %s\n", "Running Norvo KSV Plugin version: ", kVersion);
-        return CheckEntry(entries.Init, result);
-      },
-      TellsApart::Nothing, result, [&] { StoreStatus(result, entries.Init()); });
+Outcome CKSVPluginZUB::Init() {
+  const auto check = [&](Outcome& outcome) {
+    DebugLog(logEnabled, kAgentLogTag, "%s: %s\n", "Running Norvo KSV Plugin version: ", kVersion);
+    return CheckEntry(entries.Init, outcome);
+  };
+  return RunChecked("Init", kAgentNotCalled, CodedExceptions::None, check,
+                    [&](Outcome& outcome) { outcome.status = entries.Init(); });
 }
 
-bool CKSVPluginZUB::Deinit(JSObject& result) {
-  return Run("Deinit", entries.DeInit, TellsApart::Nothing, result, [&] { StoreStatus(result, entries.DeInit()); });
+Outcome CKSVPluginZUB::Deinit() {
+  return Run("Deinit", entries.DeInit, CodedExceptions::None,
+             [&](Outcome& outcome) { outcome.status = entries.DeInit(); });
 }
 
 }  // namespace NorvoWebAPI::KSV

@@ -5,8 +5,9 @@
 
 #include "agent/agent_entries.h"
 #include "agent/agent_target.h"
+#include "base/debug_log.h"
 #include "library/library_loader.h"
-#include "library/library_operation.h"
+#include "library/operation.h"
 #include "script/js_object.h"
 
 namespace NorvoWebAPI::KSV {
@@ -14,17 +15,19 @@ namespace NorvoWebAPI::KSV {
 /// Values of "fnRetCode" that the plug-in itself gives or reads; all others are the library's own.
 enum AgentStatus : int32_t { kAgentOk = 0, kAgentNotCalled = 10, kAgentBufferTooSmall = 11 };
 
-/// Where `StartInstance` leaves the id.
+inline constexpr char kAgentLogTag[] = "pZUB";
+
+/// Under this key `StartInstance` stores the id, once the library has been called.
 inline constexpr char kInstanceIdKey[] = "instanceID";
-/// Where `StopInstance` does: pages know it by another spelling there.
-inline constexpr char kStoppedInstanceKey[] = "instanceId";
-inline uint32_t InstanceIdOf(JSObject& result) {
-  return static_cast<uint32_t>(result[kInstanceIdKey].ToInt());
+
+/// The log line at an operation's end: its name and its codes.
+inline void LogOutcome(bool enabled, const char* tag, const char* word, const Outcome& outcome) {
+  DebugLog(enabled, tag, "%s:%d, %d\n", word, outcome.pluginCode, outcome.status);
 }
 
-/// The host-agent library, found and bound at construction, and the operations on it. Each operation gives true and
-/// leaves its outcome in `result`: "pluginRetCode", "fnRetCode" and keys of its own. Texts are terminated; null stands
-/// for the empty one. The browser's thread only.
+/// The host-agent library, found and bound at construction, and the operations on it. Each operation returns its codes
+/// and adds the other keys of the page's result to `result`; none throws. Texts are terminated; null stands for the
+/// empty one. The browser's thread only.
 class CKSVPluginZUB {
  public:
   /// Never fails: without a library the operations answer 10. `platformName` names the updater's time file.
@@ -34,65 +37,65 @@ class CKSVPluginZUB {
 
   [[nodiscard]] bool LogEnabled() const { return logEnabled; }
 
-  /// The test before every library call: the update gate (17), a library (10), the entry point (11). True stores 0
-  /// under "pluginRetCode" and lets the call proceed.
-  bool CheckEntry(const EntryTable::Row& entryPoint, JSObject& result) const;
+  /// The test before every library call: the update gate (17), a library (10), the entry point (11). Sets the
+  /// plug-in's code; true lets the call proceed.
+  bool CheckEntry(const EntryTable::Row& entryPoint, Outcome& outcome) const;
 
-  bool Init(JSObject& result);
-  bool Deinit(JSObject& result);
+  Outcome Init();
+  Outcome Deinit();
 
-  bool StartProvisioning(const AgentTarget& target, JSObject& result);
+  Outcome StartProvisioning(const AgentTarget& target, JSObject& result);
   /// Stores the new token in the token store too, if a file name is given.
-  bool EndProvisioning(const AgentTarget& target, int32_t sessionHandle, int32_t capacity, const char* domain,
-                       const char* secondDomain, const char* tokenFileName, JSObject& result);
-  bool SendData(const AgentTarget& target, int32_t sessionHandle, int32_t dataType, int32_t textLength,
-                const char* b64Text, JSObject& result);
-  bool RecvData(const AgentTarget& target, int32_t sessionHandle, int32_t dataType, int32_t capacity, JSObject& result);
-  bool ProcessSVP(const char* name, int32_t sessionHandle, int32_t textLength, const char* b64Text, JSObject& result);
-  bool GetSVP(const char* name, int32_t sessionHandle, int32_t capacity, JSObject& result);
-  bool SendAndRecvData(const AgentTarget& target, int32_t sessionHandle, int32_t dataType, int32_t textLength,
-                       const char* b64Text, int32_t capacity, JSObject& result);
-  bool GetCaps(const char* name, int32_t selector, int32_t capacity, JSObject& result);
-  bool GetVersion(JSObject& result);
-  bool DoFWUpdate(JSObject& result);
+  Outcome EndProvisioning(const AgentTarget& target, int32_t sessionHandle, int32_t capacity, const char* domain,
+                          const char* secondDomain, const char* tokenFileName, JSObject& result);
+  Outcome SendData(const AgentTarget& target, int32_t sessionHandle, int32_t dataType, int32_t textLength,
+                   const char* b64Text);
+  Outcome RecvData(const AgentTarget& target, int32_t sessionHandle, int32_t dataType, int32_t capacity,
+                   JSObject& result);
+  Outcome ProcessSVP(const char* name, int32_t sessionHandle, int32_t textLength, const char* b64Text);
+  Outcome GetSVP(const char* name, int32_t sessionHandle, int32_t capacity, JSObject& result);
+  Outcome SendAndRecvData(const AgentTarget& target, int32_t sessionHandle, int32_t dataType, int32_t textLength,
+                          const char* b64Text, int32_t capacity, JSObject& result);
+  Outcome GetCaps(const char* name, int32_t selector, int32_t capacity, JSObject& result);
+  Outcome GetVersion(JSObject& result);
+  Outcome DoFWUpdate();
 
   /// The token comes from `tokenText` (Base64), else from the file of that name that the domain may read.
-  bool GetOTP(const AgentTarget& target, int32_t otpSelector, int32_t tokenTextLength, const char* tokenText,
-              int32_t extraTextLength, const char* extraText, int32_t otpCapacity, int32_t tokenCapacity,
-              const char* domain, const char* tokenFileName, JSObject& result);
+  Outcome GetOTP(const AgentTarget& target, int32_t otpSelector, int32_t tokenTextLength, const char* tokenText,
+                 int32_t extraTextLength, const char* extraText, int32_t otpCapacity, int32_t tokenCapacity,
+                 const char* domain, const char* tokenFileName, JSObject& result);
 
   /// These two work on files alone: they need no library and pass no gate.
-  bool EnumTokens(const char* domain, JSObject& result);
-  bool DelTokens(const char* domain, const char* fileName, JSObject& result);
+  Outcome EnumTokens(const char* domain, JSObject& result);
+  Outcome DelTokens(const char* domain, const char* fileName);
 
   /// Without data only the OATH applet can be installed, from the file that lies beside the library.
-  bool Install(const char* appletId, const char* b64Text, int32_t textLength, JSObject& result);
-  bool Uninstall(const char* appletId, JSObject& result);
+  Outcome Install(const char* appletId, const char* b64Text, int32_t textLength);
+  Outcome Uninstall(const char* appletId);
 
   /// `callback` may be null; the library hands `context` back to it, on threads of its own.
-  bool StartInstance(const char* name, InstanceEventCallback callback, void* context, JSObject& result);
-  bool StopInstance(uint32_t instanceId, JSObject& result);
-  bool RegisterCallback(const char* name, AgentEventCallback callback, JSObject& result);
-  bool UnregisterCallback(const char* name, JSObject& result);
+  Outcome StartInstance(const char* name, InstanceEventCallback callback, void* context, JSObject& result);
+  Outcome StopInstance(uint32_t instanceId, JSObject& result);
+  Outcome RegisterCallback(const char* name, AgentEventCallback callback);
+  Outcome UnregisterCallback(const char* name);
 
  private:
   void BindLibrary();
 
-  /// The frame of every operation: the start codes, the log lines, `check` outside the guard, `work` inside it.
+  /// `RunOperation` with the log lines at an operation's start and end.
   template <typename Check, typename Work>
-  bool RunChecked(const char* word, int32_t startStatus, Check check, TellsApart tellsApart, JSObject& result,
-                  Work work);
+  Outcome RunChecked(const char* word, int32_t startStatus, CodedExceptions coded, Check check, Work work);
   /// The frame of an operation on the library, with `CheckEntry` for its (first-generation) entry point.
   template <typename Work>
-  bool Run(const char* word, const EntryTable::Row& entryPoint, TellsApart tellsApart, JSObject& result, Work work);
-  /// Calls the library by the target's generation and stores its status, which it gives.
+  Outcome Run(const char* word, const EntryTable::Row& entryPoint, CodedExceptions coded, Work work);
+  /// Calls the library by the target's generation and stores its status. A target of another tag, and a library without
+  /// the instance generation's entry point, leave the start status.
   template <typename Named, typename Numbered, typename... Arguments>
-  int32_t CallTarget(const AgentTarget& target, const Named& named, const Numbered& numbered, JSObject& result,
-                     Arguments... arguments) const;
-
+  void CallTarget(const AgentTarget& target, const Named& named, const Numbered& numbered, Outcome& outcome,
+                  Arguments... arguments) const;
   /// As `CheckEntry`, for an operation that either of two entry points can serve.
-  bool CheckEither(const EntryTable::Row& first, const EntryTable::Row& second, JSObject& result) const;
-  bool CheckGate(bool hasEntryPoint, JSObject& result) const;
+  bool CheckEither(const EntryTable::Row& first, const EntryTable::Row& second, Outcome& outcome) const;
+  bool CheckGate(bool hasEntryPoint, Outcome& outcome) const;
 
   bool logEnabled = false;
   std::string platformName;

@@ -27,7 +27,7 @@ std::vector<uint32_t> InstanceMap::Ids() const {
   return ids;
 }
 
-void InstanceMap::Enter(const std::string& name, InstanceRecord record) {
+void InstanceMap::Insert(const std::string& name, InstanceRecord record) {
   const std::lock_guard lock(mutex);
   records[name] = record;
 }

@@ -23,7 +23,7 @@ class InstanceMap {
   /// The name of the first entry with this id, or the empty text.
   [[nodiscard]] std::string NameOf(uint32_t instanceId) const;
   [[nodiscard]] std::vector<uint32_t> Ids() const;
-  void Enter(const std::string& name, InstanceRecord record);
+  void Insert(const std::string& name, InstanceRecord record);
   /// Removes the first entry with this id. True when the map is then empty.
   bool Remove(uint32_t instanceId);
   void Clear();

@@ -1,147 +1,171 @@
 #include "api/agent_methods.h"
 
+#include <optional>
 #include <string>
 
 #include "base/debug_log.h"
 #include "base/result_codes.h"
 #include "base/text.h"
 #include "hooks/event_template.h"
-#include "page/plugin.h"
+#include "page/init_count.h"
 #include "page/script_call.h"
 #include "page/scriptable.h"
 
 namespace NorvoWebAPI::KSV::AgentMethods {
 namespace {
 
-// Marks the messages of the first generation's own entry points among the data of the instance generation.
+// The data type of SVP messages in the instance generation, which has no entry points of their own for them.
 constexpr int32_t kSVPMessage = 600;
 
 void LogInitCount(ScriptCall& call, const char* word) {
-  DebugLog(call.page.Agent().LogEnabled(), "pPlugin-refcount", "%s-%d\n", word, agentInitCount);
+  DebugLog(call.scriptable.Agent().LogEnabled(), "pPlugin-refcount", "%s-%d\n", word, agentInitCount.Total());
+}
+
+// Runs an operation on the target that the first argument names.
+template <typename Operation>
+void OnTarget(ScriptCall& call, Operation operation) {
+  if (const std::optional<AgentTarget> target = call.Target()) {
+    call.result.Set(operation(call.scriptable.Agent(), *target));
+  }
+}
+
+// Ends a provisioning session; the token is stored for the domains, or outside all domains without any.
+void EndSession(ScriptCall& call, const std::string& domain, const std::string& secondDomain) {
+  OnTarget(call, [&](CKSVPluginZUB& agent, const AgentTarget& target) {
+    return agent.EndProvisioning(target, call.Number(1), call.Number(2), TextOrNull(domain), TextOrNull(secondDomain),
+                                 call.Text(3), call.result.keys);
+  });
 }
 
 }  // namespace
 
 void Init(ScriptCall& call) {
-  call.page.Agent().Init(call.result);
-  if (StatusOf(call.result) == kAgentOk) {
-    agentInitialisations.Enter(call.page.Page());
-  }
+  call.result.Set(call.scriptable.Agent().Init());
+  if (call.result.status == kAgentOk) agentInitCount.Add(call.scriptable.Life());
   LogInitCount(call, "Init");
 }
 
 void DeInit(ScriptCall& call) {
-  Plugin& plugin = call.page.Page();
-  CKSVPluginZUB& agent = call.page.Agent();
-  // Asked before anything is given back: the library may let the host run for it.
-  const bool byInstance = agentInitialisations.MayGiveBack(plugin) && call.IsInstanceGeneration();
-  switch (agentInitialisations.GiveBack(plugin)) {
-    case Initialisations::Returned::OneOfMany:
-      if (byInstance) EventTemplate::StopPluginInstances(&plugin, agent, call.result);
-      if (!byInstance) EventTemplate::UnRegisterPlugin(&plugin, agent, call.result);
-      break;
-    case Initialisations::Returned::Last:
-      if (byInstance) EventTemplate::ClearInstanceEvents(&plugin);
-      if (!byInstance) EventTemplate::ClearEvents();
-      agent.Deinit(call.result);
-      break;
-    case Initialisations::Returned::Nothing:
-      break;
+  const EventTemplate::Page& page = call.scriptable.SharedLife();
+  CKSVPluginZUB& agent = call.scriptable.Agent();
+  if (agentInitCount.Total() > 1) {
+    if (call.scriptable.IsInstanceGeneration()) {
+      EventTemplate::StopPluginInstances(page, agent);
+    } else {
+      EventTemplate::UnRegisterPlugin(page, agent);
+    }
+    agentInitCount.GiveBackOne(*page);
+  } else if (agentInitCount.Total() == 1 && page->initialised) {
+    if (call.scriptable.IsInstanceGeneration()) {
+      EventTemplate::ClearInstanceEvents(page);
+    } else {
+      EventTemplate::ClearEvents();
+    }
+    agent.Deinit();
+    agentInitCount.Reset(*page);
   }
-  // A page learns nothing of how the release went: there is nothing that it could do.
-  StoreStatus(call.result, kAgentOk);
-  StorePluginCode(call.result, kPluginOk);
+  // The page learns nothing of a failed release: there is nothing that it could do about it.
+  call.result.Set({kPluginOk, kAgentOk});
   LogInitCount(call, "DeInit");
 }
 
 void StartProvisioning(ScriptCall& call) {
-  call.page.Agent().StartProvisioning(call.Target(), call.result);
+  OnTarget(call, [&](CKSVPluginZUB& agent, const AgentTarget& target) {
+    return agent.StartProvisioning(target, call.result.keys);
+  });
 }
 
 void EndProvisioning(ScriptCall& call) {
-  call.page.Agent().EndProvisioning(call.Target(), call.Number(1), call.Number(2), nullptr, nullptr, call.Text(3),
-                                    call.result);
+  EndSession(call, {}, {});
 }
 
 void EndProvisioningDomainBinding(ScriptCall& call) {
   std::string domain;
   std::string secondDomain;
   if (call.Flag(4) && call.Text(3)) {
-    domain = call.page.PageOrigin();
+    domain = call.scriptable.PageOrigin();
     secondDomain = call.String(5);
     NormalizeOrigin(secondDomain);
   }
-  call.page.Agent().EndProvisioning(call.Target(), call.Number(1), call.Number(2), TextOrNull(domain),
-                                    TextOrNull(secondDomain), call.Text(3), call.result);
+  EndSession(call, domain, secondDomain);
 }
 
 void SendData(ScriptCall& call) {
-  call.page.Agent().SendData(call.Target(), call.Number(1), call.Number(2), call.Length(3), call.Text(3), call.result);
+  OnTarget(call, [&](CKSVPluginZUB& agent, const AgentTarget& target) {
+    return agent.SendData(target, call.Number(1), call.Number(2), call.Length(3), call.Text(3));
+  });
 }
 
 void ReceiveData(ScriptCall& call) {
-  call.page.Agent().RecvData(call.Target(), call.Number(1), call.Number(2), call.Number(3), call.result);
+  OnTarget(call, [&](CKSVPluginZUB& agent, const AgentTarget& target) {
+    return agent.RecvData(target, call.Number(1), call.Number(2), call.Number(3), call.result.keys);
+  });
 }
 
 void ProcessSVPMessage(ScriptCall& call) {
-  const AgentTarget target = call.Target();
-  if (target.tag == AgentTarget::kInstance) {
-    call.page.Agent().SendData(target, call.Number(1), kSVPMessage, call.Length(2), call.Text(2), call.result);
-  } else {
-    call.page.Agent().ProcessSVP(call.Text(0), call.Number(1), call.Length(2), call.Text(2), call.result);
-  }
+  OnTarget(call, [&](CKSVPluginZUB& agent, const AgentTarget& target) {
+    if (target.tag == AgentTarget::kInstance) {
+      return agent.SendData(target, call.Number(1), kSVPMessage, call.Length(2), call.Text(2));
+    }
+    return agent.ProcessSVP(call.Text(0), call.Number(1), call.Length(2), call.Text(2));
+  });
 }
 
 void GetSVPMessage(ScriptCall& call) {
-  const AgentTarget target = call.Target();
-  if (target.tag == AgentTarget::kInstance) {
-    call.page.Agent().RecvData(target, call.Number(1), kSVPMessage, call.Number(2), call.result);
-  } else {
-    call.page.Agent().GetSVP(call.Text(0), call.Number(1), call.Number(2), call.result);
-  }
+  OnTarget(call, [&](CKSVPluginZUB& agent, const AgentTarget& target) {
+    if (target.tag == AgentTarget::kInstance) {
+      return agent.RecvData(target, call.Number(1), kSVPMessage, call.Number(2), call.result.keys);
+    }
+    return agent.GetSVP(call.Text(0), call.Number(1), call.Number(2), call.result.keys);
+  });
 }
 
 void SendAndReceiveData(ScriptCall& call) {
-  call.page.Agent().SendAndRecvData(call.Target(), call.Number(1), call.Number(2), call.Length(3), call.Text(3),
-                                    call.Number(4), call.result);
+  OnTarget(call, [&](CKSVPluginZUB& agent, const AgentTarget& target) {
+    return agent.SendAndRecvData(target, call.Number(1), call.Number(2), call.Length(3), call.Text(3), call.Number(4),
+                                 call.result.keys);
+  });
 }
 
 void GetCapabilities(ScriptCall& call) {
-  call.page.Agent().GetCaps(call.Text(0), call.Number(1), call.Number(2), call.result);
+  call.result.Set(call.scriptable.Agent().GetCaps(call.Text(0), call.Number(1), call.Number(2), call.result.keys));
 }
 
 void GetVersion(ScriptCall& call) {
-  call.page.Agent().GetVersion(call.result);
+  call.result.Set(call.scriptable.Agent().GetVersion(call.result.keys));
 }
 
 void Install(ScriptCall& call) {
-  call.page.Agent().Install(call.Text(0), call.Text(1), call.Length(1), call.result);
+  call.result.Set(call.scriptable.Agent().Install(call.Text(0), call.Text(1), call.Length(1)));
 }
 
 void Uninstall(ScriptCall& call) {
-  call.page.Agent().Uninstall(call.Text(0), call.result);
+  call.result.Set(call.scriptable.Agent().Uninstall(call.Text(0)));
 }
 
 void DoFWUpdate(ScriptCall& call) {
-  call.page.Agent().DoFWUpdate(call.result);
+  call.result.Set(call.scriptable.Agent().DoFWUpdate());
 }
 
 void GetOTP(ScriptCall& call) {
-  std::string domain = call.page.PageOrigin();
-  // Once more than the token store's other methods: it turns a further colon, such as in a host given by number.
+  std::string domain = call.scriptable.PageOrigin();
+  // A second time: it replaces a further colon, as in a host that is an IPv6 address.
   NormalizeOrigin(domain);
-  call.page.Agent().GetOTP(call.Target(), call.Number(1), call.Length(2), call.Text(2), call.Length(3), call.Text(3),
-                           call.Number(4), call.Number(5), TextOrNull(domain), call.Text(6), call.result);
+  OnTarget(call, [&](CKSVPluginZUB& agent, const AgentTarget& target) {
+    return agent.GetOTP(target, call.Number(1), call.Length(2), call.Text(2), call.Length(3), call.Text(3),
+                        call.Number(4), call.Number(5), TextOrNull(domain), call.Text(6), call.result.keys);
+  });
 }
 
+// Without an origin no operation runs, and the page gets null.
 void EnumerateTokensDomainBinding(ScriptCall& call) {
-  const std::string domain = call.page.PageOrigin();
-  if (!domain.empty()) call.page.Agent().EnumTokens(domain.c_str(), call.result);
+  const std::string domain = call.scriptable.PageOrigin();
+  if (!domain.empty()) call.result.Set(call.scriptable.Agent().EnumTokens(domain.c_str(), call.result.keys));
 }
 
 void DeleteTokenDomainBinding(ScriptCall& call) {
-  const std::string domain = call.page.PageOrigin();
-  if (!domain.empty()) call.page.Agent().DelTokens(domain.c_str(), call.Text(0), call.result);
+  const std::string domain = call.scriptable.PageOrigin();
+  if (!domain.empty()) call.result.Set(call.scriptable.Agent().DelTokens(domain.c_str(), call.Text(0)));
 }
 
 }  // namespace NorvoWebAPI::KSV::AgentMethods

@@ -4,8 +4,7 @@ namespace NorvoWebAPI::KSV {
 
 class ScriptCall;
 
-/// What the script methods of the host agent do once their arguments are in order. The last four are in
-/// event_methods.cpp.
+/// The operations of the agent's script methods. The last four are in event_methods.cpp.
 namespace AgentMethods {
 
 void Init(ScriptCall& call);

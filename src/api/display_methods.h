@@ -5,11 +5,11 @@ namespace NorvoWebAPI::KSV {
 class ScriptCall;
 class Scriptable;
 
-/// The script methods of the display; docs/page-api.md tells what each takes and gives.
+/// The operations of the display's script methods.
 namespace DisplayMethods {
 
 void Init(ScriptCall& call);
-/// The count of clicks starts anew, whatever becomes of the call.
+/// Resets the count of clicks, also when the call has wrong arguments.
 void EnterDeInit(Scriptable& page, bool accepted);
 void DeInit(ScriptCall& call);
 void EstablishSession(ScriptCall& call);
@@ -20,6 +20,7 @@ void StatusToString(ScriptCall& call);
 
 void CreateStdImage(ScriptCall& call);
 void SubmitFrame(ScriptCall& call);
+/// Writes the method's debug texts.
 void EnterProcessRemote(Scriptable& page, bool accepted);
 void ProcessRemoteWysMessage(ScriptCall& call);
 void RepaintImage(ScriptCall& call);

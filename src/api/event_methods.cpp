@@ -1,86 +1,87 @@
-// Events and instances: the script methods that a page has for them.
-#include <memory>
+// The script methods for events and instances.
 #include <optional>
-#include <stdexcept>
 #include <string>
 
 #include "api/agent_methods.h"
 #include "base/result_codes.h"
 #include "hooks/event_delivery.h"
 #include "hooks/event_template.h"
-#include "page/plugin.h"
 #include "page/script_call.h"
 #include "page/scriptable.h"
 
 namespace NorvoWebAPI::KSV::AgentMethods {
 namespace {
 
-// An applet's name for a registration, which is not made for none. The library takes it up to its first zero.
+// An applet's name, which may not be empty. The library reads it up to its first zero.
 std::string DemandName(const ScriptCall& call) {
   std::string name = call.String(0).c_str();
   if (name.empty()) throw CPluginException{kBadArguments};
   return name;
 }
 
-void StartEvents(ScriptCall& call, const std::string& name) {
-  Plugin& plugin = call.page.Page();
-  CKSVPluginZUB& agent = call.page.Agent();
-  if (!call.IsInstanceGeneration()) {
-    EventTemplate::RegisterEvent(name, &plugin, agent, call.result);
+void Register(ScriptCall& call, const std::string& name) {
+  const EventTemplate::Page& page = call.scriptable.SharedLife();
+  CKSVPluginZUB& agent = call.scriptable.Agent();
+  if (!call.scriptable.IsInstanceGeneration()) {
+    call.result.Set(EventTemplate::RegisterEvent(name, page, agent));
     return;
   }
-  if (plugin.instanceMap.Find(name)) throw CPluginException{kEventRegistrationFailed};
-  EventTemplate::StartInstanceEvent(name, &plugin, agent, call.result);
-  if (WentThrough(call.result)) {
-    // The library may let the host run, and with it another start of the same applet.
-    if (plugin.instanceMap.Find(name)) throw std::runtime_error("The applet was started meanwhile");
-    plugin.instanceMap.Enter(name, {InstanceIdOf(call.result), true});
+  const Outcome outcome = EventTemplate::StartInstanceEvent(name, page, agent, call.result.keys);
+  call.result.Set(outcome);
+  if (outcome.Succeeded()) {
+    page->instanceMap.Insert(name, {static_cast<uint32_t>(call.result.keys[kInstanceIdKey].ToInt()), true});
   }
+}
+
+void Unregister(ScriptCall& call, const std::string& name) {
+  const EventTemplate::Page& page = call.scriptable.SharedLife();
+  CKSVPluginZUB& agent = call.scriptable.Agent();
+  call.result.Set(call.scriptable.IsInstanceGeneration()
+                      ? EventTemplate::UnRegisterInstanceEvent(name, page, agent, call.result.keys)
+                      : EventTemplate::UnRegisterEvent(name, page, agent));
 }
 
 }  // namespace
 
 void RegisterEventCallback(ScriptCall& call) {
   const std::string name = DemandName(call);
-  NPObject* const function = call.Function(1);
-  Plugin& plugin = call.page.Page();
-  if (!plugin.window || plugin.IsDestroyed()) return;
-  call.page.agentEventCallback =
-      std::make_shared<NPJSConverter::NPFuncBridge>(call.page.Instance(), call.page.Host(), function);
+  NPObject* const function = call.ScriptObject(1);
+  if (!function) throw CPluginException{kBadArguments};
+  if (!call.scriptable.Life().window) return;
+  call.scriptable.agentEventCallback = call.scriptable.BridgeTo(function);
   try {
-    StartEvents(call, name);
-    // The library may let the host run, and the host end the page: then nobody is left to hear.
-    if (plugin.IsDestroyed()) throw std::runtime_error("The page ended while it registered");
+    Register(call, name);
   } catch (const CPluginException&) {
     throw;
   } catch (...) {
-    EventTemplate::UndoRegistration(name, &plugin, call.page.Agent(), call.result);
+    try {
+      Unregister(call, name);
+    } catch (const CPluginException&) {
+      // It was not registered.
+    }
     throw;
   }
 }
 
 void UnRegisterEventCallback(ScriptCall& call) {
-  const std::string name = DemandName(call);
-  const auto stop =
-      call.IsInstanceGeneration() ? EventTemplate::UnRegisterInstanceEvent : EventTemplate::UnRegisterEvent;
-  stop(name, &call.page.Page(), call.page.Agent(), call.result);
+  Unregister(call, DemandName(call));
 }
 
 void StopInstance(ScriptCall& call) {
   const auto instanceId = static_cast<uint32_t>(call.Number(0));
-  {
+  const Outcome outcome = [&] {
     const ReleaseScope releasing;
-    call.page.Agent().StopInstance(instanceId, call.result);
-  }
-  if (WentThrough(call.result)) EventTemplate::ReleaseInstance(&call.page.Page(), instanceId);
+    return call.scriptable.Agent().StopInstance(instanceId, call.result.keys);
+  }();
+  call.result.Set(outcome);
+  if (outcome.Succeeded()) EventTemplate::ReleaseInstance(call.scriptable.SharedLife(), instanceId);
 }
 
 void GetInstanceID(ScriptCall& call) {
-  StorePluginCode(call.result, kPluginOk);
-  StoreStatus(call.result, kAgentOk);
-  // Demanded here, not by the row: a name that is no text leaves the status above standing beside its code 13.
-  const std::optional<InstanceRecord> instance = call.page.Page().instanceMap.Find(call.String(0).c_str());
-  call.result[kInstanceIdKey] = JSObject(static_cast<int32_t>(instance ? instance->instanceId : 0));
+  call.result.Set({kPluginOk, kAgentOk});
+  // Demanded here, not by the row: a name that is no text leaves the status above beside its code 13.
+  const std::optional<InstanceRecord> instance = call.scriptable.Life().instanceMap.Find(call.String(0).c_str());
+  call.result.keys[kInstanceIdKey] = JSObject(static_cast<int32_t>(instance ? instance->instanceId : 0));
 }
 
 }  // namespace NorvoWebAPI::KSV::AgentMethods

@@ -4,36 +4,33 @@
 
 #include "base/result_codes.h"
 #include "base/system_identity.h"
-#include "library/result_object.h"
 #include "page/script_call.h"
 #include "storage/platform_files.h"
 
 namespace NorvoWebAPI::KSV::PlatformMethods {
 namespace {
 
-constexpr int32_t kNoLibraryAsked = 0;  // What stands for the status of a library that has no part in the call.
+constexpr int32_t kNoLibraryAsked = 0;  // The status where no library takes part.
 
 }  // namespace
 
 void GetPlatformInfo(ScriptCall& call) {
-  StorePluginCode(call.result, kPluginOk);
-  StoreStatus(call.result, kNoLibraryAsked);
+  call.result.Set({kPluginOk, kNoLibraryAsked});
   std::string manufacturer;
   std::string model;
   std::string serialNumber;
   if (!Platform::GetSystemIdentity(manufacturer, model, serialNumber)) throw CPluginException{kFailed};
-  call.result["manufacturer"] = JSObject(std::move(manufacturer));
-  call.result["model"] = JSObject(std::move(model));
-  call.result["serialNumber"] = JSObject(std::move(serialNumber));
+  call.result.keys["manufacturer"] = JSObject(std::move(manufacturer));
+  call.result.keys["model"] = JSObject(std::move(model));
+  call.result.keys["serialNumber"] = JSObject(std::move(serialNumber));
 }
 
 void IsUpdaterPromptRequired(ScriptCall& call) {
-  // Stands if the file's place can't be found: a user whose profile is in disorder is not asked.
-  call.result["promptRequired"] = JSObject(false);
+  // Stays when the base path can't be found: then no prompt is due.
+  call.result.keys["promptRequired"] = JSObject(false);
   const bool hasAnswered = Platform::OpenForReading(Platform::GetBasePath() + "updater\\update_optin_time").is_open();
-  StorePluginCode(call.result, kPluginOk);
-  StoreStatus(call.result, kNoLibraryAsked);
-  call.result["promptRequired"] = JSObject(!hasAnswered);
+  call.result.Set({kPluginOk, kNoLibraryAsked});
+  call.result.keys["promptRequired"] = JSObject(!hasAnswered);
 }
 
 }  // namespace NorvoWebAPI::KSV::PlatformMethods

@@ -4,7 +4,7 @@ namespace NorvoWebAPI::KSV {
 
 class ScriptCall;
 
-/// What the script methods do that tell a page of the machine, without a library.
+/// The operations of the script methods that need no library.
 namespace PlatformMethods {
 
 void GetPlatformInfo(ScriptCall& call);

@@ -22,50 +22,44 @@ void CKSVPluginWYS::BindLibrary() {
   LibraryPath folder;
   if (!folder.ReadLoadFolder()) return;
   library = LoadFirst(folder, kDisplayFiles).library;
-  // Half a library is none: the pages of this one know no other version than the whole.
+  // All entry points are required.
   if (library && !entries.Bind(library.Get()).empty()) library.Reset();
 }
 
-void CKSVPluginWYS::ForgetImage(const std::shared_ptr<const ImageDescriptor>& described) {
-  if (image == described) image.reset();
+bool CKSVPluginWYS::CheckEntry(const EntryTable::Row& entryPoint, Outcome& outcome) const {
+  outcome.pluginCode = BindingCode(static_cast<bool>(library), static_cast<bool>(entryPoint));
+  return outcome.pluginCode == kPluginOk;
 }
 
-bool CKSVPluginWYS::CheckEntry(const EntryTable::Row& entryPoint, JSObject& result) const {
-  const int32_t code = BindingCode(static_cast<bool>(library), static_cast<bool>(entryPoint));
-  StorePluginCode(result, code);
-  return code == kPluginOk;
-}
-
-bool CKSVPluginWYS::Init(int32_t initValue, const char* initText, uint32_t* displayContext, JSObject& result) {
-  return Run(entries.Init, result, [&] {
-    if (StoreStatus(result, entries.Init(initValue, initText, displayContext)) == kDisplayOk) hasImage = false;
+Outcome CKSVPluginWYS::Init(int32_t initValue, const char* initText, uint32_t* displayContext) {
+  return Run(entries.Init, [&](Outcome& outcome) {
+    outcome.status = entries.Init(initValue, initText, displayContext);
+    if (outcome.status == kDisplayOk) hasImage = false;
   });
 }
 
-bool CKSVPluginWYS::DeInit(uint32_t displayContext, JSObject& result) {
-  return Run(entries.DeInit, result, [&] {
+Outcome CKSVPluginWYS::DeInit(uint32_t displayContext) {
+  return Run(entries.DeInit, [&](Outcome& outcome) {
+    outcome.status = entries.DeInit(displayContext);
     hasImage = false;
-    const auto described = image;
-    if (StoreStatus(result, entries.DeInit(displayContext)) == kDisplayOk) ForgetImage(described);
   });
 }
 
-bool CKSVPluginWYS::GetVersion(JSObject& result) {
-  return Run(entries.GetVersion, result, [&] {
+Outcome CKSVPluginWYS::GetVersion(JSObject& result) {
+  return Run(entries.GetVersion, [&](Outcome& outcome) {
     uint32_t version = 0;
-    if (StoreStatus(result, entries.GetVersion(&version)) == kDisplayOk) {
-      result["version"] = JSObject(static_cast<int32_t>(version));
-    }
+    outcome.status = entries.GetVersion(&version);
+    if (outcome.status == kDisplayOk) result["version"] = JSObject(static_cast<int32_t>(version));
   });
 }
 
-bool CKSVPluginWYS::StatusToString(uint32_t statusCode, JSObject& result) {
-  return Run(entries.StatusToString, result, [&] {
+Outcome CKSVPluginWYS::StatusToString(uint32_t statusCode, JSObject& result) {
+  return Run(entries.StatusToString, [&](Outcome& outcome) {
     std::array<WCHAR, 256> wide{};
     std::array<char, 128> narrow{};
-    StoreStatus(result, entries.StatusToString(wide.data(), static_cast<uint32_t>(wide.size()), statusCode));
+    outcome.status = entries.StatusToString(wide.data(), static_cast<uint32_t>(wide.size()), statusCode);
     wide.back() = 0;
-    // Cut to what the buffer holds: without that wish, a longer text would end the process.
+    // _TRUNCATE: with any other count a longer text would end the process.
     size_t converted = 0;
     if (wcstombs_s(&converted, narrow.data(), narrow.size(), wide.data(), _TRUNCATE) == EILSEQ) narrow.front() = 0;
     result["status"] = JSObject(narrow.data());

@@ -1,9 +1,10 @@
-// Images: made from a page's description or from a frame, painted, released.
+// Creating an image from a page's description or from a frame, painting it, releasing it.
 #include <string>
 
 #include "base/base64.h"
 #include "display/cksv_plugin_wys.h"
 #include "display/display_operation.h"
+#include "display/image_descriptor.h"
 #include "display/wys_point.h"
 
 namespace NorvoWebAPI::KSV {
@@ -13,14 +14,14 @@ void DebugNumber(const char* text, size_t number) {
   OutputDebugStringA((text + std::to_string(number)).c_str());
 }
 
-// Pages count on zeros for a text that is no point.
+// A text that is no point counts as zeros.
 WysPoint PointOrZero(const char* text) {
   WysPoint point;
   ParsePoint(text, &point);
   return point;
 }
 
-// The pixels, or none when they are not as many as the size says.
+// The logo's pixels, or none when the size calls for another number of bytes.
 ByteBuffer TakeLogo(const char* text, int32_t length, WysPoint size) {
   DebugNumber("logo buffer len ", static_cast<size_t>(length));
   ByteBuffer logo = DecodeOptional(text, length);
@@ -34,62 +35,60 @@ ByteBuffer TakeLogo(const char* text, int32_t length, WysPoint size) {
 
 }  // namespace
 
-bool CKSVPluginWYS::CreateStdImage(uint32_t sessionId, int32_t inputType, uint32_t imageId, const char* originText,
-                                   const char* imageSizeText, int32_t valueA, const char* pointBText, int32_t valueC,
-                                   int32_t valueD, int32_t byteE, const char* logoSizeText, const char* logoText,
-                                   int32_t logoTextLength, int32_t* outWidth, int32_t* outHeight, JSObject& result) {
-  return Run(entries.CreateStdImage, result, [&] {
+Outcome CKSVPluginWYS::CreateStdImage(uint32_t sessionId, int32_t inputType, uint32_t imageId, const char* originText,
+                                      const char* imageSizeText, int32_t valueA, const char* pointBText, int32_t valueC,
+                                      int32_t valueD, int32_t byteE, const char* logoSizeText, const char* logoText,
+                                      int32_t logoTextLength, int32_t* outWidth, int32_t* outHeight, JSObject& result) {
+  return Run(entries.CreateStdImage, [&](Outcome& outcome) {
     const WysPoint origin = PointOrZero(originText);
     const WysPoint imageSize = PointOrZero(imageSizeText);
     const WysPoint pointB = PointOrZero(pointBText);
     const WysPoint logoSize = PointOrZero(logoSizeText);
 
     const ByteBuffer logo = TakeLogo(logoText, logoTextLength, logoSize);
-    const auto described = std::make_shared<ImageDescriptor>(logo);
-    described->Set(DescriptorLayout::kInputType, static_cast<uint32_t>(inputType));
-    described->Set(DescriptorLayout::kImageId, imageId);
-    described->Set(DescriptorLayout::kImageWidth, imageSize.x);
-    described->Set(DescriptorLayout::kImageHeight, imageSize.y);
-    described->Set(DescriptorLayout::kPointBX, pointB.x);
-    described->Set(DescriptorLayout::kPointBY, pointB.y);
-    described->Set(DescriptorLayout::kByteE, static_cast<uint32_t>(byteE));
-    described->Set(DescriptorLayout::kValueA, static_cast<uint32_t>(valueA));
-    described->Set(DescriptorLayout::kValueC, static_cast<uint32_t>(valueC));
-    described->Set(DescriptorLayout::kValueD, static_cast<uint32_t>(valueD));
-    described->Set(DescriptorLayout::kLogoWidth, logoSize.x);
-    described->Set(DescriptorLayout::kLogoHeight, logoSize.y);
+    ImageDescriptor descriptor(logo);
+    descriptor.Set(DescriptorLayout::kInputType, static_cast<uint32_t>(inputType));
+    descriptor.Set(DescriptorLayout::kImageId, imageId);
+    descriptor.Set(DescriptorLayout::kImageWidth, imageSize.x);
+    descriptor.Set(DescriptorLayout::kImageHeight, imageSize.y);
+    descriptor.Set(DescriptorLayout::kPointBX, pointB.x);
+    descriptor.Set(DescriptorLayout::kPointBY, pointB.y);
+    descriptor.Set(DescriptorLayout::kByteE, static_cast<uint32_t>(byteE));
+    descriptor.Set(DescriptorLayout::kValueA, static_cast<uint32_t>(valueA));
+    descriptor.Set(DescriptorLayout::kValueC, static_cast<uint32_t>(valueC));
+    descriptor.Set(DescriptorLayout::kValueD, static_cast<uint32_t>(valueD));
+    descriptor.Set(DescriptorLayout::kLogoWidth, logoSize.x);
+    descriptor.Set(DescriptorLayout::kLogoHeight, logoSize.y);
     if (logo.bytes) DebugNumber("Copying logo buffer ", logo.size);
 
-    const int32_t status = entries.CreateStdImage(sessionId, &origin, described->Bytes(), described->Size(), 0, 0);
-    if (StoreStatus(result, status) != kDisplayOk) return;
+    outcome.status = entries.CreateStdImage(sessionId, &origin, descriptor.Bytes(), descriptor.Size(), 0, 0);
+    if (outcome.status != kDisplayOk) return;
     hasImage = true;
-    image = described;
-    imageSession = sessionId;
-    *outWidth = static_cast<int32_t>(described->Get(DescriptorLayout::kImageWidth));
-    *outHeight = static_cast<int32_t>(described->Get(DescriptorLayout::kImageHeight));
-    result["ImageId"] = JSObject(static_cast<int32_t>(described->Get(DescriptorLayout::kImageId)));
+    *outWidth = static_cast<int32_t>(descriptor.Get(DescriptorLayout::kImageWidth));
+    *outHeight = static_cast<int32_t>(descriptor.Get(DescriptorLayout::kImageHeight));
+    result["ImageId"] = JSObject(static_cast<int32_t>(descriptor.Get(DescriptorLayout::kImageId)));
   });
 }
 
-bool CKSVPluginWYS::SubmitFrame(uint32_t sessionId, uint32_t imageId, const char* pointText, int32_t textLength,
-                                const char* b64Text, JSObject& result) {
-  return Run(entries.SubmitFrame, result, [&] {
+Outcome CKSVPluginWYS::SubmitFrame(uint32_t sessionId, uint32_t imageId, const char* pointText, int32_t textLength,
+                                   const char* b64Text) {
+  return Run(entries.SubmitFrame, [&](Outcome& outcome) {
     const ByteBuffer frame = DecodeOptional(b64Text, textLength);
     WysPoint point;
     if (!frame.bytes || !ParsePoint(pointText, &point)) return;
-    const int32_t status =
+    outcome.status =
         entries.SubmitFrame(sessionId, imageId, &point, static_cast<uint32_t>(frame.size), frame.bytes.get());
-    if (StoreStatus(result, status) == kDisplayOk) hasImage = true;
+    if (outcome.status == kDisplayOk) hasImage = true;
   });
 }
 
-bool CKSVPluginWYS::ReleaseImage(uint32_t sessionId, uint32_t imageId, JSObject& result) {
-  return RunCall(entries.ReleaseImage, result, sessionId, imageId);
+Outcome CKSVPluginWYS::ReleaseImage(uint32_t sessionId, uint32_t imageId) {
+  return RunCall(entries.ReleaseImage, sessionId, imageId);
 }
 
-bool CKSVPluginWYS::RepaintImage(uint32_t sessionId, uint32_t imageId, JSObject& result) {
-  return Run(entries.RepaintImage, result, [&] {
-    if (hasImage) StoreStatus(result, entries.RepaintImage(sessionId, imageId));
+Outcome CKSVPluginWYS::RepaintImage(uint32_t sessionId, uint32_t imageId) {
+  return Run(entries.RepaintImage, [&](Outcome& outcome) {
+    if (hasImage) outcome.status = entries.RepaintImage(sessionId, imageId);
   });
 }
 

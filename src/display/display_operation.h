@@ -6,16 +6,15 @@
 namespace NorvoWebAPI::KSV {
 
 template <typename Work>
-bool CKSVPluginWYS::Run(const EntryTable::Row& entryPoint, JSObject& result, Work work) {
-  RunOperation(
-      kDisplayNotCalled, [&] { return CheckEntry(entryPoint, result); }, TellsApart::Nothing, result, work);
-  return true;
+Outcome CKSVPluginWYS::Run(const EntryTable::Row& entryPoint, Work work) {
+  return RunOperation(
+      kDisplayNotCalled, CodedExceptions::None, [&](Outcome& outcome) { return CheckEntry(entryPoint, outcome); },
+      work);
 }
 
 template <typename... Parameters, typename... Arguments>
-bool CKSVPluginWYS::RunCall(const EntryTable::Entry<int32_t(Parameters...)>& entryPoint, JSObject& result,
-                            Arguments... arguments) {
-  return Run(entryPoint, result, [&] { StoreStatus(result, entryPoint(arguments...)); });
+Outcome CKSVPluginWYS::RunCall(const EntryTable::Entry<int32_t(Parameters...)>& entryPoint, Arguments... arguments) {
+  return Run(entryPoint, [&](Outcome& outcome) { outcome.status = entryPoint(arguments...); });
 }
 
 }  // namespace NorvoWebAPI::KSV

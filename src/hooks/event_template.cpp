@@ -1,167 +1,132 @@
 #include "hooks/event_template.h"
 
-#include "agent/agent_log.h"
+#include <optional>
+#include <vector>
+
+#include "base/debug_log.h"
 #include "base/result_codes.h"
 #include "hooks/event_delivery.h"
-#include "page/plugin.h"
 
 namespace NorvoWebAPI::KSV::EventTemplate {
 namespace {
 
-void LogEntry(const CKSVPluginZUB& agent, const char* word) {
+void LogStart(const CKSVPluginZUB& agent, const char* word) {
   DebugLog(agent.LogEnabled(), kEventLogTag, "%s\n", word);
 }
 
-// Goes by the window, so with two names on one page either one's entry may go.
-void ReleaseEventMap(const Plugin* plugin) {
+void ReleaseEventMap(const Page& page) {
   DebugLog(true, kEventLogTag, "%s\n", "Releasing event map");
-  if (eventMap.ReleaseWindow(plugin->window)) RemoveEventHook();
-  if (instanceEventMap.ReleaseWindow(plugin->window)) RemoveEventHook();
+  EventRoutes::ReleaseFirst(*page);
 }
 
-// A registration that runs: its hook must not go with another page, while its own page is in no map yet.
-int runningRegistrations = 0;
-
-struct RunningRegistration {
-  RunningRegistration() { ++runningRegistrations; }
-  RunningRegistration(const RunningRegistration&) = delete;
-  RunningRegistration& operator=(const RunningRegistration&) = delete;
-  ~RunningRegistration() { --runningRegistrations; }
-};
-
-void Unregister(const std::string& name, const Plugin* plugin, CKSVPluginZUB& agent, JSObject& result) {
+Outcome Unregister(const std::string& name, const Page& page, CKSVPluginZUB& agent) {
   const ReleaseScope releasing;
-  agent.UnregisterCallback(name.c_str(), result);
-  if (!WentThrough(result)) return;
-  ClearEventBusy();
-  ReleaseEventMap(plugin);
-}
-
-// The library may let the host run, and with it the library's own end: what it has registered is gone then, and the key
-// may be another page's.
-template <typename Call>
-void InOneEra(Call call, JSObject& result) {
-  const uint32_t era = agentInitialisations.Era();
-  call();
-  if (agentInitialisations.Era() != era) StorePluginCode(result, kFailed);
+  const Outcome outcome = agent.UnregisterCallback(name.c_str());
+  if (outcome.Succeeded()) {
+    ClearEventBusy();
+    ReleaseEventMap(page);
+  }
+  return outcome;
 }
 
 }  // namespace
 
-void RegisterEvent(const std::string& name, Plugin* plugin, CKSVPluginZUB& agent, JSObject& result) {
-  LogEntry(agent, "RegisterEvent");
-  const RunningRegistration running;
+Outcome RegisterEvent(const std::string& name, const Page& page, CKSVPluginZUB& agent) {
+  LogStart(agent, "RegisterEvent");
   InstallEventHook();
-  if (eventMap.Has(name)) throw CPluginException{kEventRegistrationFailed};
+  if (EventRoutes::HasName(name)) throw CPluginException{kEventRegistrationFailed};
   ClearEventBusy();
-  InOneEra([&] { agent.RegisterCallback(name.c_str(), CallbackEvent, result); }, result);
-  if (WentThrough(result)) {
-    // The library may let the host run, and with it another page's registration of the name.
-    if (eventMap.Has(name)) throw CPluginException{kEventRegistrationFailed};
-    eventMap.Enter(name, plugin);
+  const Outcome outcome = agent.RegisterCallback(name.c_str(), CallbackEvent);
+  if (outcome.Succeeded()) EventRoutes::InsertName(name, page);
+  LogOutcome(agent.LogEnabled(), kAgentLogTag, "RegisterEvent", outcome);
+  return outcome;
+}
+
+Outcome StartInstanceEvent(const std::string& name, const Page& page, CKSVPluginZUB& agent, JSObject& result) {
+  LogStart(agent, "StartInstance");
+  InstallEventHook();
+  if (page->instanceMap.Find(name)) throw CPluginException{kEventRegistrationFailed};
+  ClearEventBusy();
+  const Outcome outcome = agent.StartInstance(name.c_str(), InstanceCallbackEvent, page.get(), result);
+  if (outcome.Succeeded()) {
+    EventRoutes::InsertInstance(static_cast<uint32_t>(result[kInstanceIdKey].ToInt()), page);
   }
-  LogCodes(agent.LogEnabled(), kAgentLogTag, "RegisterEvent", result);
+  LogOutcome(agent.LogEnabled(), kAgentLogTag, "StartInstance", outcome);
+  return outcome;
 }
 
-void StartInstanceEvent(const std::string& name, Plugin* plugin, CKSVPluginZUB& agent, JSObject& result) {
-  LogEntry(agent, "StartInstance");
-  const RunningRegistration running;
-  InstallEventHook();
-  ClearEventBusy();
-  InOneEra([&] { agent.StartInstance(name.c_str(), InstanceCallbackEvent, plugin, result); }, result);
-  if (WentThrough(result)) instanceEventMap.Enter(InstanceIdOf(result), plugin);
-  LogCodes(agent.LogEnabled(), kAgentLogTag, "StartInstance", result);
+Outcome UnRegisterEvent(const std::string& name, const Page& page, CKSVPluginZUB& agent) {
+  LogStart(agent, "UnRegisterEvent");
+  if (!EventRoutes::HasName(name)) throw CPluginException{kBadArguments};
+  const Outcome outcome = Unregister(name, page, agent);
+  LogOutcome(agent.LogEnabled(), kEventLogTag, "UnRegisterEvent", outcome);
+  return outcome;
 }
 
-void UnRegisterEvent(const std::string& name, Plugin* plugin, CKSVPluginZUB& agent, JSObject& result) {
-  LogEntry(agent, "UnRegisterEvent");
-  if (!eventMap.Has(name)) throw CPluginException{kBadArguments};
-  Unregister(name, plugin, agent, result);
-  LogCodes(agent.LogEnabled(), kEventLogTag, "UnRegisterEvent", result);
-}
-
-void UnRegisterInstanceEvent(const std::string& name, Plugin* plugin, CKSVPluginZUB& agent, JSObject& result) {
-  LogEntry(agent, "UnRegisterEvent");
-  const std::optional<InstanceRecord> instance = plugin->instanceMap.Find(name);
+Outcome UnRegisterInstanceEvent(const std::string& name, const Page& page, CKSVPluginZUB& agent, JSObject& result) {
+  LogStart(agent, "UnRegisterEvent");
+  const std::optional<InstanceRecord> instance = page->instanceMap.Find(name);
   if (!instance || !instance->hasEventCallback) throw CPluginException{kEventRegistrationFailed};
   const ReleaseScope releasing;
-  agent.StopInstance(instance->instanceId, result);
-  if (WentThrough(result)) {
+  const Outcome outcome = agent.StopInstance(instance->instanceId, result);
+  if (outcome.Succeeded()) {
     ClearEventBusy();
-    ReleaseInstance(plugin, instance->instanceId);
-    ReleaseEventMap(plugin);
+    ReleaseInstance(page, instance->instanceId);
+    ReleaseEventMap(page);
   }
-  LogCodes(agent.LogEnabled(), kEventLogTag, "UnRegisterEvent", result);
+  LogOutcome(agent.LogEnabled(), kEventLogTag, "UnRegisterEvent", outcome);
+  return outcome;
 }
 
-void UnRegisterPlugin(Plugin* plugin, CKSVPluginZUB& agent, JSObject& result) {
-  LogEntry(agent, "UnRegisterEvent");
-  if (eventMap.Empty()) return;
-  if (const std::string name = eventMap.KeyOfWindow(plugin->window); !name.empty()) {
-    Unregister(name, plugin, agent, result);
-  }
-  LogCodes(agent.LogEnabled(), kEventLogTag, "UnRegisterEvent", result);
+void UnRegisterPlugin(const Page& page, CKSVPluginZUB& agent) {
+  LogStart(agent, "UnRegisterEvent");
+  if (!EventRoutes::HasNames()) return;
+  Outcome outcome{kPluginOk, kAgentOk};
+  const std::vector<std::string> names = EventRoutes::NamesOf(*page);
+  if (!names.empty()) outcome = Unregister(names.front(), page, agent);
+  LogOutcome(agent.LogEnabled(), kEventLogTag, "UnRegisterEvent", outcome);
 }
 
-void StopPluginInstances(Plugin* plugin, CKSVPluginZUB& agent, JSObject& result) {
-  LogEntry(agent, "UnRegisterEvent");
+void StopPluginInstances(const Page& page, CKSVPluginZUB& agent) {
+  LogStart(agent, "UnRegisterEvent");
+  Outcome outcome{kPluginOk, kAgentOk};
   try {
     const ReleaseScope releasing;
-    const uint32_t era = agentInitialisations.Era();
-    for (const uint32_t id : plugin->instanceMap.Ids()) {
-      if (agentInitialisations.Era() != era) break;  // The numbers may be others' by now.
-      agent.StopInstance(id, result);
+    for (const uint32_t instanceId : page->instanceMap.Ids()) {
+      JSObject ignored;
+      outcome = agent.StopInstance(instanceId, ignored);
     }
-    ClearEventBusy();
-    plugin->instanceMap.Clear();
-    ReleaseEventMap(plugin);
-    LogCodes(agent.LogEnabled(), kEventLogTag, "UnRegisterEvent", result);
+    page->instanceMap.Clear();
+    ReleaseEventMap(page);
   } catch (...) {
-    ClearEventBusy();
-    StorePluginCode(result, kEventRegistrationFailed);
-    StoreStatus(result, kAgentOk);
+    outcome = {kEventRegistrationFailed, kAgentOk};
   }
+  ClearEventBusy();
+  LogOutcome(agent.LogEnabled(), kEventLogTag, "UnRegisterEvent", outcome);
 }
 
 void ClearEvents() {
   DebugLog(true, kEventLogTag, "%s\n", "ClearEvents");
-  eventMap.Clear();
+  EventRoutes::ClearNames();
   RemoveEventHook();
 }
 
-void ClearInstanceEvents(Plugin* plugin) {
+void ClearInstanceEvents(const Page& page) {
   DebugLog(true, kEventLogTag, "%s\n", "ClearEvents");
-  plugin->instanceMap.Clear();
-  instanceEventMap.Clear();
+  page->instanceMap.Clear();
+  EventRoutes::ClearInstances();
   RemoveEventHook();
 }
 
-void ReleaseInstance(Plugin* plugin, uint32_t instanceId) {
+void ReleaseInstance(const Page& page, uint32_t instanceId) {
   DebugLog(true, kEventLogTag, "%s\n", "Releasing event map");
-  if (plugin->instanceMap.Remove(instanceId)) RemoveEventHook();
+  if (page->instanceMap.Remove(instanceId)) RemoveEventHook();
 }
 
-void UndoRegistration(const std::string& name, Plugin* plugin, CKSVPluginZUB& agent, JSObject& result) {
-  if (!result.HasKey(kFnRetCodeKey) || !WentThrough(result)) return;
+void ForgetPage(const Page& page, CKSVPluginZUB& agent) {
   const ReleaseScope releasing;
-  JSObject ignored;
-  if (!result.HasKey(kInstanceIdKey)) {
-    agent.UnregisterCallback(name.c_str(), ignored);
-    eventMap.Erase(name);
-    return;
-  }
-  const uint32_t instanceId = InstanceIdOf(result);
-  agent.StopInstance(instanceId, ignored);
-  instanceEventMap.Erase(instanceId);
-  plugin->instanceMap.Remove(instanceId);
-}
-
-void ForgetPlugin(const Plugin* plugin) {
-  eventMap.Forget(plugin);
-  instanceEventMap.Forget(plugin);
-  DropEventsOf(plugin);
-  // With nobody left to hear, a hook would stay in the way of all messages, and of the module's end.
-  if (runningRegistrations == 0 && eventMap.Empty() && instanceEventMap.Empty()) RemoveEventHook();
+  for (const std::string& name : EventRoutes::NamesOf(*page)) agent.UnregisterCallback(name.c_str());
+  EventRoutes::ForgetPage(*page);
 }
 
 }  // namespace NorvoWebAPI::KSV::EventTemplate

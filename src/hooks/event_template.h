@@ -1,51 +1,48 @@
-/// Agent events on their way from the library's threads to page script: who is registered for what, and the delivery
-/// through the page's window. Registering and releasing run on the browser's thread; failures are `CPluginException`.
-/// All pages share one hook. A release that leaves the map it looks at empty takes the hook away, though the other map
-/// or another page may still have entries.
+/// Registering pages for agent events and releasing them. Failures are `CPluginException`; an operation whose library
+/// call went through or was refused gives the codes. The browser's thread only.
+///
+/// All pages share one hook. A release that leaves the map it looks at empty takes the hook away, also when another
+/// page or the other map still has entries: their events reach no page until the next registration.
 #pragma once
 
 #include <cstdint>
+#include <memory>
+#include <optional>
 #include <string>
 
 #include "agent/cksv_plugin_zub.h"
+#include "page/page_life.h"
 #include "script/js_object.h"
 
-namespace NorvoWebAPI::KSV {
+namespace NorvoWebAPI::KSV::EventTemplate {
 
-class Plugin;
+using Page = std::shared_ptr<PageLife>;
 
-namespace EventTemplate {
-
-/// Registers a page for an applet's events, in a library of the first generation. Code 22: the hook can't be
-/// installed, or any page has the name already.
-void RegisterEvent(const std::string& name, Plugin* plugin, CKSVPluginZUB& agent, JSObject& result);
-/// The same in the instance generation: starts the instance. The caller has looked for the name in the page's
-/// `instanceMap`, and enters it there.
-void StartInstanceEvent(const std::string& name, Plugin* plugin, CKSVPluginZUB& agent, JSObject& result);
+/// Registers a page for an applet's events, in a library of the first generation. Code 22: the hook can't be installed,
+/// or a page has the name already.
+Outcome RegisterEvent(const std::string& name, const Page& page, CKSVPluginZUB& agent);
+/// The same in the instance generation: starts the instance. The caller enters it in the page's `instanceMap`. Code 22:
+/// the hook can't be installed, or the page has an instance of that name.
+Outcome StartInstanceEvent(const std::string& name, const Page& page, CKSVPluginZUB& agent, JSObject& result);
 
 /// Code 12: the name isn't registered.
-void UnRegisterEvent(const std::string& name, Plugin* plugin, CKSVPluginZUB& agent, JSObject& result);
+Outcome UnRegisterEvent(const std::string& name, const Page& page, CKSVPluginZUB& agent);
 /// Code 22: the page has no instance of that name that was started for events.
-void UnRegisterInstanceEvent(const std::string& name, Plugin* plugin, CKSVPluginZUB& agent, JSObject& result);
+Outcome UnRegisterInstanceEvent(const std::string& name, const Page& page, CKSVPluginZUB& agent, JSObject& result);
 
-/// Releases what a page has while other initialisations stand.
-void UnRegisterPlugin(Plugin* plugin, CKSVPluginZUB& agent, JSObject& result);
-void StopPluginInstances(Plugin* plugin, CKSVPluginZUB& agent, JSObject& result);
+/// Release one registration, or all instances, of a page while other initialisations stand. The outcome is only logged.
+void UnRegisterPlugin(const Page& page, CKSVPluginZUB& agent);
+void StopPluginInstances(const Page& page, CKSVPluginZUB& agent);
 
-/// Forgets what the library holds before it is taken down: the names of every page; the instances that every page
-/// started for events, and this one's others.
+/// Forget what the library holds before it is taken down: the names of every page; the instances that any page started
+/// for events, and this page's others.
 void ClearEvents();
-void ClearInstanceEvents(Plugin* plugin);
+void ClearInstanceEvents(const Page& page);
 
-/// Takes an instance that was stopped out of its page's map.
-void ReleaseInstance(Plugin* plugin, uint32_t instanceId);
+/// Removes a stopped instance from its page's map.
+void ReleaseInstance(const Page& page, uint32_t instanceId);
 
-/// Takes back a registration of which `result` tells that the library made it, however far it was entered.
-void UndoRegistration(const std::string& name, Plugin* plugin, CKSVPluginZUB& agent, JSObject& result);
+/// The page ends: unregisters the names that are left and forgets its registrations and events.
+void ForgetPage(const Page& page, CKSVPluginZUB& agent);
 
-/// No event reaches a page that has ended.
-void ForgetPlugin(const Plugin* plugin);
-
-}  // namespace EventTemplate
-
-}  // namespace NorvoWebAPI::KSV
+}  // namespace NorvoWebAPI::KSV::EventTemplate

@@ -10,10 +10,9 @@ DisplayState::DisplayState() {
   }
 }
 
-void DisplayState::ForgetSession() {
+void DisplayState::ClearSession() {
   displayActive = 0;
   sessionId = 0;
-  sessionStoodBefore = false;
   remoteImagePresent = 0;
   imageId = 0;
   buttonUpCount = 0;

@@ -23,7 +23,7 @@ bool CreateFlagMutex(MutexOwner* mutex, uint32_t* flag) {
 bool TakeMutex(HANDLE mutex, DWORD milliseconds) {
   if (!mutex) return false;
   const DWORD taken = WaitForSingleObject(mutex, milliseconds);
-  // One that its owner's thread left behind is ours all the same.
+  // An abandoned mutex, whose thread ended, is taken as well.
   return taken == WAIT_OBJECT_0 || taken == WAIT_ABANDONED;
 }
 

@@ -1,14 +1,14 @@
 #pragma once
 
+#include <memory>
 #include <stdexcept>
 
 #include "page/url_networking.h"
-#include "script/host_values.h"
 
 namespace NorvoWebAPI {
 
-/// One embedded object as the host's instance calls see it: `P` is the class itself, `S` the class that its page
-/// scripts. Every operation runs on the browser's thread, behind the guard of its entry.
+/// One embedded object as the host's instance calls see it: `P` is the class itself, `S` the class of its scriptable
+/// object. Every operation runs on the browser's thread, behind the guard of its entry.
 template <typename P, typename S>
 class NPPlugin : public URLNetworking {
  public:
@@ -17,7 +17,7 @@ class NPPlugin : public URLNetworking {
     if (!funcs) throw std::runtime_error("Null NPN functions passed to NPPlugin\n");
   }
   ~NPPlugin() override {
-    if (scriptableObject) ReleaseQuietly([this] { npnFuncs->releaseobject(scriptableObject); });
+    if (scriptableObject) npnFuncs->releaseobject(scriptableObject);
   }
 
   virtual NPError Destroy(NPSavedData** /*saved*/) {
@@ -32,14 +32,11 @@ class NPPlugin : public URLNetworking {
   virtual NPError SetValue(NPNVariable /*variable*/, void* /*value*/) { return NPERR_NO_ERROR; }
   virtual const char* GetPluginName() = 0;
   virtual const char* GetPluginDescription() = 0;
-  virtual S* GetScriptable() { return nullptr; }
+  virtual std::shared_ptr<S> GetScriptable() { return nullptr; }
 
  protected:
-  /// Null until the host asks for it; one reference is held.
+  /// The host's object for the scriptable; null until the host asks for it. One reference is held.
   NPObject* scriptableObject = nullptr;
-  /// The host's record has the scriptable, or is being made for it. It is made once, also when the host then gives no
-  /// object.
-  bool handedOver = false;
 
  private:
   NPError GetScriptableObject(NPObject** out);
@@ -68,17 +65,13 @@ NPError NPPlugin<P, S>::GetValue(NPPVariable variable, void* out) {
 template <typename P, typename S>
 NPError NPPlugin<P, S>::GetScriptableObject(NPObject** out) {
   if (!scriptableObject) {
-    S* const scriptable = GetScriptable();
-    if (!scriptable || handedOver) return NPERR_GENERIC_ERROR;
-    handedOver = true;
-    NPObject* const made = S::CreateObject(npp, npnFuncs, scriptable, &handedOver);
-    // The host may have ended it again while it made it.
-    if (!made || !GetScriptable() || GetScriptable()->IsDeallocated()) return NPERR_GENERIC_ERROR;
-    scriptableObject = made;
+    if (const std::shared_ptr<S> scriptable = GetScriptable()) {
+      scriptableObject = S::CreateObject(npp, npnFuncs, scriptable);
+    }
+    if (!scriptableObject) return NPERR_GENERIC_ERROR;
   }
-  NPObject* const object = scriptableObject;
-  npnFuncs->retainobject(object);
-  *out = object;
+  npnFuncs->retainobject(scriptableObject);
+  *out = scriptableObject;
   return NPERR_NO_ERROR;
 }
 

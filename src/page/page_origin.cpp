@@ -1,18 +1,14 @@
 #include <stdexcept>
 
 #include "base/text.h"
-#include "page/plugin.h"
 #include "page/scriptable.h"
 #include "script/host_values.h"
-#include "script/instance_watch.h"
 
 namespace NorvoWebAPI::KSV {
 
 const std::string& Scriptable::PageOrigin() {
   static std::string origin;
-  // The host's instance is gone: it can't be asked, and another page's origin must not stand in for this one's.
-  if (plugin->IsDestroyed()) throw std::runtime_error("The page is gone");
-  const InstanceWatch watch(npp);
+  life->DemandAlive();
   NPObject* windowObject = nullptr;
   if (npnFuncs->getvalue(npp, NPNVWindowNPObject, &windowObject) != NPERR_NO_ERROR) return origin;
   const HostObject window(npnFuncs, windowObject);
@@ -20,12 +16,12 @@ const std::string& Scriptable::PageOrigin() {
   if (!window.Get() || !npnFuncs->hasproperty(npp, window.Get(), locationId)) {
     throw std::runtime_error("Failed to get requesting url");
   }
-  watch.DemandAlive();
+  life->DemandAlive();
   HostVariant location(npnFuncs);
   if (!npnFuncs->getproperty(npp, window.Get(), locationId, location.Out())) {
     throw std::runtime_error("Failed to get url property");
   }
-  watch.DemandAlive();
+  life->DemandAlive();
   if (location.Get().type != NPVariantType_Object || !location.Get().value.objectValue) {
     throw std::runtime_error("NP Variant not an object");
   }
@@ -34,7 +30,7 @@ const std::string& Scriptable::PageOrigin() {
   if (!npnFuncs->invoke(npp, location.Get().value.objectValue, toStringId, nullptr, 0, text.Out())) {
     throw std::runtime_error("Failed to invoke requesting url");
   }
-  watch.DemandAlive();
+  life->DemandAlive();
   if (text.Get().type != NPVariantType_String) throw std::runtime_error("Failed to get page domain string");
   origin = TextOf(text.Get().value.stringValue);
   NormalizeOrigin(origin);

@@ -3,44 +3,52 @@
 #include <mutex>
 #include <unordered_map>
 
+#include "base/never_destroyed.h"
+
 namespace NorvoWebAPI::KSV {
 namespace {
 
-struct WindowEntry {
-  Plugin* plugin;
-  DWORD thread;
-};
-
 struct Windows {
   std::mutex mutex;
-  std::unordered_map<HWND, WindowEntry> entries;
+  std::unordered_map<HWND, std::weak_ptr<PageLife>> pages;
 };
 
-// Never ended: a late object or another thread's hook may still look.
-Windows& pluginWindows = *new Windows;
+NeverDestroyed<Windows> pluginWindows;
 
 }  // namespace
 
-void EnterPluginWindow(HWND window, Plugin* plugin) {
-  const std::lock_guard lock(pluginWindows.mutex);
-  pluginWindows.entries.insert_or_assign(window, WindowEntry{plugin, GetCurrentThreadId()});
+DisplayHooks displayHooks;
+
+void InsertPluginWindow(HWND window, const std::shared_ptr<PageLife>& page) {
+  const std::lock_guard lock(pluginWindows->mutex);
+  pluginWindows->pages.insert_or_assign(window, page);
 }
 
-Plugin* FindPluginByWindow(HWND window) {
-  const std::lock_guard lock(pluginWindows.mutex);
-  const auto found = pluginWindows.entries.find(window);
-  if (found == pluginWindows.entries.end() || found->second.thread != GetCurrentThreadId()) return nullptr;
-  return found->second.plugin;
+std::shared_ptr<Scriptable> FindPageByWindow(HWND window) {
+  std::shared_ptr<PageLife> page;
+  {
+    const std::lock_guard lock(pluginWindows->mutex);
+    const auto found = pluginWindows->pages.find(window);
+    if (found != pluginWindows->pages.end()) page = found->second.lock();
+  }
+  if (!page || page->HasEnded() || page->thread != GetCurrentThreadId()) return nullptr;
+  return page->scriptable.lock();
 }
 
-void RemovePluginWindows(const Plugin* plugin) {
-  const std::lock_guard lock(pluginWindows.mutex);
-  std::erase_if(pluginWindows.entries, [plugin](const auto& entry) { return entry.second.plugin == plugin; });
+void LeavePluginWindows(const PageLife& page) {
+  bool isEmpty = false;
+  {
+    const std::lock_guard lock(pluginWindows->mutex);
+    std::erase_if(pluginWindows->pages, [&](const auto& entry) { return entry.second.lock().get() == &page; });
+    isEmpty = pluginWindows->pages.empty();
+  }
+  if (isEmpty) displayHooks.Remove();
 }
 
-bool HasPluginWindows() {
-  const std::lock_guard lock(pluginWindows.mutex);
-  return !pluginWindows.entries.empty();
+void DisplayHooks::Remove() {
+  for (std::atomic<HHOOK>* const hook : {&getMessage, &callWnd, &mouse}) {
+    if (const HHOOK installed = hook->exchange(nullptr)) UnhookWindowsHookEx(installed);
+  }
 }
 
 }  // namespace NorvoWebAPI::KSV

@@ -1,20 +1,35 @@
-/// `pluginWindows`: which page is in which window. Window hooks ask on whatever thread they run.
+/// `pluginWindows`: the registry of the pages' windows, and the display's hooks, which stand as long as it isn't empty.
 #pragma once
 
+#include <array>
+#include <atomic>
+#include <memory>
+
+#include "page/page_life.h"
 #include "platform/win32.h"
 
 namespace NorvoWebAPI::KSV {
 
-class Plugin;
+/// Enters the window of a page; a later page replaces an earlier one. The entry stays until the page's object ends,
+/// also when the page gets another window.
+void InsertPluginWindow(HWND window, const std::shared_ptr<PageLife>& page);
 
-/// On the page's thread. A later page replaces an earlier one. An entry under a window that a page has left stays until
-/// the page ends.
-void EnterPluginWindow(HWND window, Plugin* plugin);
-/// Null for a window of no page, and on any other thread than the page's: a handle may be another window's by now.
-Plugin* FindPluginByWindow(HWND window);
-/// Takes away all windows of a page that ends.
-void RemovePluginWindows(const Plugin* plugin);
-/// Whether any page has a window.
-bool HasPluginWindows();
+/// The page in a window, held for the caller. Null for any other window, for a page that has ended, and on any other
+/// thread than the page's, where a hook may see the handle of another window. Any thread.
+std::shared_ptr<Scriptable> FindPageByWindow(HWND window);
+
+/// Removes all windows of a page whose object ends; without windows left, the display's hooks too.
+void LeavePluginWindows(const PageLife& page);
+
+/// The handles of the display's window hooks. The procedures read them on whatever thread they run; the browser's
+/// thread alone writes.
+struct DisplayHooks {
+  std::atomic<HHOOK> getMessage;
+  std::atomic<HHOOK> callWnd;
+  std::atomic<HHOOK> mouse;
+
+  void Remove();
+};
+extern DisplayHooks displayHooks;
 
 }  // namespace NorvoWebAPI::KSV

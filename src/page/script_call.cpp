@@ -1,36 +1,35 @@
 #include "page/script_call.h"
 
 #include <cmath>
-#include <stdexcept>
+#include <utility>
 
-#include "api/method_table.h"
-#include "base/result_codes.h"
-#include "page/plugin.h"
 #include "page/scriptable.h"
 #include "script/variant_conversion.h"
 
 namespace NorvoWebAPI::KSV {
 
-ScriptCall::ScriptCall(Scriptable& calledPage, const MethodRow& method, const NPVariant* args, JSObject& answer,
-                       const InstanceWatch& instanceWatch)
-    : page(calledPage), result(answer), variants(args), watch(instanceWatch) {
-  values.reserve(method.argumentCount);
-  for (size_t i = 0; i < method.argumentCount; ++i) {
-    const Demand demand = method.arguments[i].demand;
-    values.push_back(demand == Demand::Function || demand == Demand::Unread ? JSObject() : Read(i));
+JSObject MethodResult::Take() {
+  if (pluginCode) keys["pluginRetCode"] = JSObject(*pluginCode);
+  if (status) keys["fnRetCode"] = JSObject(*status);
+  return std::move(keys);
+}
+
+ScriptCall::ScriptCall(Scriptable& called, const MethodRow& method, const NPVariant* args, MethodResult& toFill)
+    : scriptable(called), result(toFill), variants(args) {
+  const size_t count = method.ArgumentCount();
+  values.reserve(count);
+  for (size_t i = 0; i < count; ++i) {
+    const ArgumentKind kind = method.arguments[i].kind;
+    const bool isConverted = kind != ArgumentKind::Function && kind != ArgumentKind::Unread;
+    values.push_back(isConverted ? Read(i) : JSObject());
   }
-  for (size_t i = 0; i < method.argumentCount; ++i) {
-    if (method.arguments[i].demand == Demand::Text) static_cast<void>(String(i));
+  for (size_t i = 0; i < count; ++i) {
+    if (method.arguments[i].kind == ArgumentKind::Text) static_cast<void>(String(i));
   }
 }
 
 JSObject ScriptCall::Read(size_t index) const {
-  // To read an object the host is asked in the name of the instance.
-  if (ScriptObject(index) && page.Page().IsDestroyed()) throw std::runtime_error("The page has ended");
-  JSObject value = NPJSConverter::fromNPVariant(page.Instance(), page.Host(), &variants[index]);
-  // Reading a getter of the page's may have ended it.
-  watch.DemandAlive();
-  return value;
+  return NPJSConverter::fromNPVariant(scriptable.Npp(), scriptable.Host(), &variants[index], &scriptable.Life());
 }
 
 uint32_t ScriptCall::Unsigned(size_t index) const {
@@ -44,24 +43,12 @@ NPObject* ScriptCall::ScriptObject(size_t index) const {
   return variant.type == NPVariantType_Object ? variant.value.objectValue : nullptr;
 }
 
-NPObject* ScriptCall::Function(size_t index) const {
-  NPObject* const function = ScriptObject(index);
-  if (!function) throw CPluginException{kBadArguments};
-  return function;
-}
-
-bool ScriptCall::IsInstanceGeneration() const {
-  const bool answer = page.IsInstanceGeneration();
-  // The library may let the host run, and the host end the page: nothing more is asked for it then.
-  watch.DemandAlive();
-  return answer;
-}
-
-AgentTarget ScriptCall::Target() const {
-  if (!IsInstanceGeneration()) return AgentTarget::Applet(Text(0));
-  const uint32_t instanceId = page.ResolveInstance(Text(0), result);
-  watch.DemandAlive();
-  if (!WentThrough(result)) throw Answered{};
+std::optional<AgentTarget> ScriptCall::Target() {
+  if (!scriptable.IsInstanceGeneration()) return AgentTarget::Applet(Text(0));
+  uint32_t instanceId = 0;
+  const Outcome resolved = scriptable.ResolveInstance(Text(0), instanceId);
+  result.Set(resolved);
+  if (!resolved.Succeeded()) return std::nullopt;
   return AgentTarget::Instance(instanceId);
 }
 

@@ -3,119 +3,69 @@
 #include <optional>
 #include <utility>
 
-#include "api/method_table.h"
 #include "base/debug_log.h"
 #include "base/product.h"
 #include "base/result_codes.h"
-#include "hooks/event_delivery.h"
-#include "hooks/input_hooks.h"
-#include "page/plugin.h"
-#include "script/host_values.h"
-#include "script/instance_watch.h"
+#include "page/plugin_windows.h"
+#include "page/script_call.h"
 #include "script/variant_conversion.h"
 
 namespace NorvoWebAPI::KSV {
 
-Scriptable::Scriptable(NPP instance, const NPNetscapeFuncs* funcs, Plugin* owner)
+Scriptable::Scriptable(NPP instance, const NPNetscapeFuncs* funcs, std::shared_ptr<PageLife> pageLife,
+                       const ScriptApi& scriptApi)
     : NPScriptable(funcs),
       npp(instance),
       npnFuncs(funcs),
+      life(std::move(pageLife)),
+      api(scriptApi),
       version(kVersion),
       agent(kPlatformTag),
-      display(kPlatformTag),
-      plugin(owner) {
-  RegisterProperty("version", &Scriptable::GetVersionProperty, nullptr);
-  RegisterMethods(std::make_index_sequence<kMethods.size()>());
-  LeaveDisplayHooks();
+      display(kPlatformTag) {
+  RegisterProperty(
+      "version", [this](NPVariant* result) { return GetVersionProperty(result); }, nullptr);
+  for (const MethodRow& method : api.methods) {
+    RegisterMethod(method.name, [this, &method](const NPVariant* args, uint32_t argCount, NPVariant* result) {
+      return RunMethod(method, args, argCount, result);
+    });
+  }
 }
 
 Scriptable::~Scriptable() {
   DebugLog(agent.LogEnabled(), "pPlugin", "%s-%p\n", "Destructor", static_cast<void*>(this));
-  // Told first: the release lets the library run, and the host may end the page in there.
-  const Plugin::Entry running(*plugin);
-  plugin->ScriptableEnded();
-  if (agentInitialisations.Settle(*plugin)) {
-    plugin->initialised = true;
-    ReleaseQuietly([this] { ReleaseAgent(); });
-  }
-  ReleaseQuietly([this] { EndDisplay(); });
-  mouseDownCallback.reset();
-  mouseUpCallback.reset();
-  plugin->LeaveWindows();
-}
-
-void Scriptable::EndDisplay() {
-  ForgetPress(*this);
-  const bool owed = displayInitialisations.Settle(*plugin);
-  if (owed) plugin->initialised = true;
   if (displayActive == 1) {
-    // The count may stay above 0: the library is told of the end of this page's context alone.
-    if (owed) displayInitialisations.GiveBack(*plugin);
-    JSObject unread;
-    display.RegisterEvents(sessionId, nullptr, nullptr, unread);
-    display.CloseSession(sessionId, unread);
-    display.DeInit(displayContext, unread);
-  } else if (owed) {
-    ReleaseDisplay();
+    display.RegisterEvents(sessionId, nullptr, nullptr);
+    display.CloseSession(sessionId);
+    display.DeInit(displayContext);
   }
-}
-
-void Scriptable::Deallocate() {
-  plugin->ObjectEnded();
-  NPScriptable::Deallocate();
-}
-
-template <size_t row>
-bool Scriptable::HandleMethod(const NPVariant* args, uint32_t argCount, NPVariant* result) {
-  return RunMethod(kMethods[row], args, argCount, result);
-}
-
-template <size_t... rows>
-void Scriptable::RegisterMethods(std::index_sequence<rows...> /*all*/) {
-  (RegisterMethod(kMethods[rows].name, &Scriptable::HandleMethod<rows>), ...);
+  LeavePluginWindows(*life);
 }
 
 bool Scriptable::RunMethod(const MethodRow& method, const NPVariant* args, uint32_t argCount, NPVariant* result) {
   const bool accepted = method.Accepts(argCount);
-  if (method.entered) method.entered(*this, accepted);
-  if (method.answers == Answers::Nothing) return accepted && RunSetter(method, args);
-  const InstanceWatch watch(npp);
-  JSObject answer;
+  if (method.atEntry) method.atEntry(*this, accepted);
+  MethodResult answer;
+  if (method.answer == Answer::None) {
+    if (!accepted) return false;
+    ScriptCall call(*this, method, args, answer);
+    method.operation(call);
+    return true;
+  }
   if (!accepted) {
-    StorePluginCode(answer, kBadArguments);
+    answer.pluginCode = kBadArguments;
   } else {
+    if (method.answer == Answer::ResultStartingFailed) answer.pluginCode = kFailed;
     try {
-      if (method.answers == Answers::FailedAtFirst) StorePluginCode(answer, kFailed);
-      ScriptCall call(*this, method, args, answer, watch);
+      ScriptCall call(*this, method, args, answer);
       method.operation(call);
-    } catch (const Answered&) {
-      // The result says all there is to say.
     } catch (const CPluginException& failure) {
-      StorePluginCode(answer, failure.pluginRetCode);
+      answer.pluginCode = failure.pluginRetCode;
     } catch (...) {
-      StorePluginCode(answer, kFailed);
+      answer.pluginCode = kFailed;
     }
   }
-  // A page that has ended meanwhile has nobody left to answer.
-  if (IsDeallocated() || watch.HasEnded()) return false;
-  if (result) *result = NPJSConverter::toNPVariant(npp, npnFuncs, std::move(answer));
+  if (result) *result = NPJSConverter::toNPVariant(npp, npnFuncs, answer.Take());
   return true;
-}
-
-bool Scriptable::RunSetter(const MethodRow& method, const NPVariant* args) {
-  const InstanceWatch watch(npp);
-  JSObject unused;
-  ScriptCall call(*this, method, args, unused, watch);
-  method.operation(call);
-  return true;
-}
-
-void Scriptable::ReleaseAgent() {
-  RunMethod(RowOf("zubDeInit"), nullptr, 0, nullptr);
-}
-
-void Scriptable::ReleaseDisplay() {
-  RunMethod(RowOf("wysDeInit"), nullptr, 0, nullptr);
 }
 
 bool Scriptable::GetVersionProperty(NPVariant* result) {
@@ -124,44 +74,32 @@ bool Scriptable::GetVersionProperty(NPVariant* result) {
 }
 
 bool Scriptable::IsInstanceGeneration() {
-  if (plugin->agentMajorVersion == 0) {
+  if (life->agentMajorVersion == 0) {
     JSObject answer;
-    agent.GetVersion(answer);
-    if (!WentThrough(answer)) return false;
-    plugin->agentMajorVersion = static_cast<uint8_t>(answer["version"].ToInt());
+    if (!agent.GetVersion(answer).Succeeded()) return false;
+    life->agentMajorVersion = static_cast<uint8_t>(answer["version"].ToInt());
   }
-  return plugin->agentMajorVersion >= 3;
+  return life->agentMajorVersion >= 3;
 }
 
-uint32_t Scriptable::ResolveInstance(const char* name, JSObject& result) {
-  const auto answer = [&](int32_t pluginCode, int32_t status, uint32_t instanceId) {
-    StorePluginCode(result, pluginCode);
-    StoreStatus(result, status);
-    return instanceId;
-  };
-  if (!name) return answer(kBadArguments, kAgentNotCalled, 0);
-  if (const std::optional<InstanceRecord> known = plugin->instanceMap.Find(name)) {
-    return answer(kPluginOk, kAgentOk, known->instanceId);
+Outcome Scriptable::ResolveInstance(const char* name, uint32_t& instanceId) {
+  instanceId = 0;
+  if (!name) return {kBadArguments, kAgentNotCalled};
+  if (const std::optional<InstanceRecord> known = life->instanceMap.Find(name)) {
+    instanceId = known->instanceId;
+    return {kPluginOk, kAgentOk};
   }
-  const bool hadEnded = plugin->IsDestroyed();
-  const uint32_t era = agentInitialisations.Era();
   JSObject started;
-  agent.StartInstance(name, nullptr, plugin, started);
-  if (!WentThrough(started)) return answer(PluginCodeOf(started), StatusOf(started), 0);
-  // The library may have let the host run, and the host have taken it down, and the instance with it.
-  if (agentInitialisations.Era() != era) return answer(kFailed, kAgentNotCalled, 0);
-  const uint32_t instanceId = InstanceIdOf(started);
-  // The page may have started the same applet meanwhile, or have ended: then nobody else would stop this one.
-  const std::optional<InstanceRecord> other = plugin->instanceMap.Find(name);
-  if (other || (plugin->IsDestroyed() && !hadEnded)) {
-    if (!other || other->instanceId != instanceId) {
-      const ReleaseScope releasing;
-      agent.StopInstance(instanceId, started);
-    }
-    return other ? answer(kPluginOk, kAgentOk, other->instanceId) : answer(kFailed, kAgentNotCalled, 0);
+  const Outcome outcome = agent.StartInstance(name, nullptr, life.get(), started);
+  if (outcome.Succeeded()) {
+    instanceId = static_cast<uint32_t>(started[kInstanceIdKey].ToInt());
+    life->instanceMap.Insert(name, {instanceId, false});
   }
-  plugin->instanceMap.Enter(name, {instanceId, false});
-  return answer(kPluginOk, kAgentOk, instanceId);
+  return outcome;
+}
+
+Scriptable::Callback Scriptable::BridgeTo(NPObject* function) const {
+  return std::make_shared<NPJSConverter::NPFuncBridge>(npp, npnFuncs, function, life);
 }
 
 }  // namespace NorvoWebAPI::KSV

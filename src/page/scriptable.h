@@ -1,75 +1,66 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
-#include <utility>
 
 #include "agent/cksv_plugin_zub.h"
 #include "display/cksv_plugin_wys.h"
 #include "page/display_state.h"
-#include "page/initialisations.h"
-#include "script/js_object.h"
+#include "page/method.h"
+#include "page/page_life.h"
 #include "script/np_scriptable.h"
 
 namespace NorvoWebAPI::KSV {
 
-class Plugin;
-struct MethodRow;
-
-/// The object that page script holds: one property and the methods of the table in method_table.h. Every method but
-/// the setters of page functions gives the page a result object with the outcome, whatever went wrong inside; only a
-/// result that can't be handed over fails the script call. It lives by the host's reference count.
+/// The object that page script holds: one property and the methods of api/method_table.h. Every method but the setters
+/// of callbacks gives the page a result object, whatever went wrong inside; a script call fails only when its result
+/// can't be converted. The object lives by the host's reference count, also past the end of its instance: what needs
+/// the page's script then fails, all other work goes on. The browser's thread only.
 class Scriptable : public NPScriptable<Scriptable>, public DisplayState {
  public:
-  /// `plugin` has to outlive the object. Throws what the bases throw.
-  Scriptable(NPP npp, const NPNetscapeFuncs* npnFuncs, Plugin* plugin);
+  /// Throws what the bases throw. `api` must outlive the object.
+  Scriptable(NPP npp, const NPNetscapeFuncs* npnFuncs, std::shared_ptr<PageLife> life, const ScriptApi& api);
   ~Scriptable() override;
 
-  void Deallocate() override;
-
-  /// Runs one method's row. A null `result` gives no value back.
+  /// Runs one method. A null `result` gives no value back.
   bool RunMethod(const MethodRow& method, const NPVariant* args, uint32_t argCount, NPVariant* result);
-  /// Runs `zubDeInit` for a page that goes away; and `wysDeInit`.
-  void ReleaseAgent();
-  void ReleaseDisplay();
 
   /// Scheme, host and port of the page, as the name of its folder in the token store. Asked of the host at each call;
-  /// when the host has no page to tell of, the last origin that any instance found, empty at first. Throws
-  /// `std::runtime_error` when the page's address can't be read, and for a page that is gone.
+  /// when the host has no window object to give, the last origin that any page asked for, empty at first. Throws
+  /// `std::runtime_error` when the address can't be read or the instance has ended.
   const std::string& PageOrigin();
 
-  /// Whether the library serves instances, not applets by name. Asked of the library until it answers.
+  /// Whether the agent library serves instances instead of applets by name. Asked of the library until it answers.
   bool IsInstanceGeneration();
-  /// The id of the page's instance for an applet, started on first use. The codes of the start stand in `result`, the
-  /// id is 0 unless both are 0. A null name gives code 12.
-  uint32_t ResolveInstance(const char* name, JSObject& result);
+  /// The id of the page's instance for an applet, which is started on first use. Gives the codes of the start; without
+  /// success the id is 0. A null name gives 12.
+  Outcome ResolveInstance(const char* name, uint32_t& instanceId);
 
-  [[nodiscard]] NPP Instance() const { return npp; }
+  /// The page's function behind an argument, for one of the callback slots. Throws as `NPFuncBridge` does.
+  [[nodiscard]] Callback BridgeTo(NPObject* function) const;
+
+  [[nodiscard]] NPP Npp() const { return npp; }
   [[nodiscard]] const NPNetscapeFuncs* Host() const { return npnFuncs; }
+  [[nodiscard]] PageLife& Life() const { return *life; }
+  [[nodiscard]] const std::shared_ptr<PageLife>& SharedLife() const { return life; }
   CKSVPluginZUB& Agent() { return agent; }
   CKSVPluginWYS& Display() { return display; }
-  Plugin& Page() { return *plugin; }
+  [[nodiscard]] const ScriptApi& Api() const { return api; }
 
-  /// The page's function for agent events; a new registration replaces it whole.
+  /// The page's function for agent events; a new registration replaces it.
   Callback agentEventCallback;
 
  private:
-  /// A method that stores the page's function, and gives nothing back.
-  bool RunSetter(const MethodRow& method, const NPVariant* args);
-  template <size_t row>
-  bool HandleMethod(const NPVariant* args, uint32_t argCount, NPVariant* result);
-  template <size_t... rows>
-  void RegisterMethods(std::index_sequence<rows...> all);
   bool GetVersionProperty(NPVariant* result);
-  /// The display ends with the page: its session while an image stands in it, else what it owes.
-  void EndDisplay();
 
   NPP npp;
   const NPNetscapeFuncs* npnFuncs;
+  std::shared_ptr<PageLife> life;
+  const ScriptApi& api;
   std::string version;
   CKSVPluginZUB agent;
   CKSVPluginWYS display;
-  Plugin* plugin;
 };
 
 }  // namespace NorvoWebAPI::KSV

@@ -51,17 +51,8 @@ class JSToNPBridge : public NPScriptable<JSToNPBridge> {
 }  // namespace
 
 NPObject* MakeScriptView(JSObject value, NPP npp, const NPNetscapeFuncs* npnFuncs) {
-  auto bridge = std::make_unique<JSToNPBridge>(std::move(value), npp, npnFuncs);
-  JSToNPBridge* const native = bridge.get();
-  // The host's record owns the bridge once it has taken it, whatever becomes of the record or of the call.
-  struct Release {
-    ~Release() {
-      if (adopted) static_cast<void>(bridge.release());
-    }
-    std::unique_ptr<JSToNPBridge>& bridge;
-    bool adopted = false;
-  } release{bridge};
-  NPObject* const object = JSToNPBridge::CreateObject(npp, npnFuncs, native, &release.adopted);
+  const auto bridge = std::make_shared<JSToNPBridge>(std::move(value), npp, npnFuncs);
+  NPObject* const object = JSToNPBridge::CreateObject(npp, npnFuncs, bridge);
   if (!object) throw std::runtime_error("The host made no object");
   return object;
 }

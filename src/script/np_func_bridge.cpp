@@ -1,8 +1,9 @@
 #include "script/np_func_bridge.h"
 
+#include <utility>
+
 #include "script/errors.h"
 #include "script/host_values.h"
-#include "script/instance_watch.h"
 #include "script/np_scriptable.h"
 #include "script/variant_conversion.h"
 
@@ -31,11 +32,13 @@ class ArgumentList {
 
 }  // namespace
 
-NPFuncBridge::NPFuncBridge(NPP instance, const NPNetscapeFuncs* funcs, NPObject* called)
-    : npp(instance), npnFuncs(funcs), object(called) {
+NPFuncBridge::NPFuncBridge(NPP instance, const NPNetscapeFuncs* funcs, NPObject* called,
+                           std::shared_ptr<const InstanceLife> instanceLife)
+    : npp(instance), npnFuncs(funcs), object(called), life(std::move(instanceLife)) {
   if (!npnFuncs || !object) throw BadTypeid();
-  // None of ours is a function, and one may end before the bridge does: the host ends them whoever refers to them.
+  // The host ends the module's own objects with their instance, whoever holds a reference: one kept here would dangle.
   if (IsOwnObject(object)) throw BadTypeid();
+  if (life) life->DemandAlive();
   npnFuncs->retainobject(object);
   function = JSObject(CallEntry, this);
 }
@@ -46,27 +49,22 @@ NPFuncBridge::~NPFuncBridge() {
 
 bool NPFuncBridge::CallEntry(void* context, std::vector<JSObject>* args, JSObject* result) {
   if (!context) return false;
-  // The page may set another function, and so drop this one, from inside the call.
   const auto kept = static_cast<NPFuncBridge*>(context)->weak_from_this().lock();
   try {
-    return static_cast<NPFuncBridge*>(context)->CallHost(*args, result);
+    return static_cast<NPFuncBridge*>(context)->CallHost(*args, *result);
   } catch (...) {
     return false;
   }
 }
 
-bool NPFuncBridge::CallHost(const std::vector<JSObject>& args, JSObject* result) {
-  const InstanceWatch watch(npp);
+bool NPFuncBridge::CallHost(const std::vector<JSObject>& args, JSObject& result) {
+  if (life) life->DemandAlive();
   HostVariant answer(npnFuncs);
   ArgumentList variants(npnFuncs);
   variants.Reserve(args.size());
   for (const JSObject& arg : args) variants.Add(toNPVariant(npp, npnFuncs, arg));
-  watch.DemandAlive();
   const bool called = npnFuncs->invokeDefault(npp, object, variants.Data(), variants.Count(), answer.Out());
-  if (result) {
-    watch.DemandAlive();
-    *result = fromNPVariant(npp, npnFuncs, &answer.Get());
-  }
+  result = fromNPVariant(npp, npnFuncs, &answer.Get(), life.get());
   return called;
 }
 

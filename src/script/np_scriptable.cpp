@@ -1,45 +1,43 @@
 #include "script/np_scriptable.h"
 
 #include <new>
-#include <utility>
+
+#include "base/scope_exit.h"
 
 namespace NorvoWebAPI {
 namespace {
 
 // The record that the host holds. It counts the references; only the class is ours to write.
 struct ScriptObject : NPObject {
-  ScriptDispatch* object;
+  std::shared_ptr<ScriptDispatch> object;
 };
 
-// The guard of every entry that is given an object: whatever is thrown becomes the entry's own failure.
+// The guard of every entry that is given an object: whatever is thrown becomes the entry's own failure. The share keeps
+// the object alive through the call.
 template <typename Entry>
 bool Enter(NPObject* obj, Entry entry) noexcept {
   if (!obj) return false;
-  ScriptDispatch& object = *static_cast<ScriptObject*>(obj)->object;
-  const ScriptDispatch::Call running(object);
+  const std::shared_ptr<ScriptDispatch> object = static_cast<ScriptObject*>(obj)->object;
   try {
-    return entry(object);
+    return entry(*object);
   } catch (...) {
     return false;
   }
 }
 
 NPObject* Allocate(NPP /*npp*/, NPClass* aClass) noexcept {
-  PendingObject* const pending = reinterpret_cast<ScriptClass*>(aClass)->pendingObject;
-  if (!pending || pending->taken) return nullptr;
+  const auto* const pending = reinterpret_cast<ScriptClass*>(aClass)->pendingObject;
+  if (!pending) return nullptr;
   // The host owns the record until it calls Deallocate.
   auto* const record = new (std::nothrow) ScriptObject;
   if (!record) return nullptr;
   record->_class = aClass;
-  record->object = pending->object;
-  pending->taken = true;
+  record->object = *pending;
   return record;
 }
 
 void Deallocate(NPObject* obj) {
-  auto* const record = static_cast<ScriptObject*>(obj);
-  record->object->Deallocate();
-  delete record;
+  delete static_cast<ScriptObject*>(obj);
 }
 
 void Invalidate(NPObject* obj) {
@@ -87,15 +85,6 @@ bool Construct(NPObject* obj, const NPVariant* args, uint32_t argCount, NPVarian
 
 }  // namespace
 
-void ScriptDispatch::Deallocate() {
-  deallocated = true;
-  if (runningCalls == 0) delete this;
-}
-
-ScriptDispatch::Call::~Call() {
-  if (--object.runningCalls == 0 && object.deallocated) delete &object;
-}
-
 bool ScriptDispatch::InvokeDefault(const NPVariant* /*args*/, uint32_t /*argCount*/, NPVariant* /*result*/) {
   return false;
 }
@@ -122,25 +111,10 @@ bool IsOwnObject(const NPObject* object) {
   return object->_class && object->_class->allocate == Allocate;
 }
 
-NPObject* CreateScriptObject(NPP npp, const NPNetscapeFuncs* npnFuncs, ScriptClass& scriptClass, ScriptDispatch& native,
-                             bool* adopted) {
-  // Undone on every way out: a host may throw, and one that failed before it asked for the record has taken nothing.
-  struct Handover {
-    Handover(ScriptClass& table, ScriptDispatch& native, bool* took)
-        : scriptClass(table), pending{&native}, outer(std::exchange(table.pendingObject, &pending)), adopted(took) {}
-    Handover(const Handover&) = delete;
-    Handover& operator=(const Handover&) = delete;
-    ~Handover() {
-      scriptClass.pendingObject = outer;
-      *adopted = pending.taken;
-    }
-
-    ScriptClass& scriptClass;
-    PendingObject pending;
-    PendingObject* outer;
-    bool* adopted;
-  };
-  const Handover handover(scriptClass, native, adopted);
+NPObject* CreateScriptObject(NPP npp, const NPNetscapeFuncs* npnFuncs, ScriptClass& scriptClass,
+                             const std::shared_ptr<ScriptDispatch>& native) {
+  scriptClass.pendingObject = &native;
+  const ScopeExit clear([&] { scriptClass.pendingObject = nullptr; });
   return npnFuncs->createobject(npp, &scriptClass.table);
 }
 

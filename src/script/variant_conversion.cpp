@@ -1,18 +1,15 @@
 #include "script/variant_conversion.h"
 
-#include <algorithm>
 #include <cstring>
 #include <limits>
 #include <new>
 #include <stdexcept>
 #include <string>
 #include <utility>
-#include <vector>
 
 #include "base/guarded_memory.h"
 #include "script/errors.h"
 #include "script/host_values.h"
-#include "script/instance_watch.h"
 #include "script/js_to_np_bridge.h"
 
 namespace NorvoWebAPI::NPJSConverter {
@@ -21,7 +18,8 @@ namespace {
 // Reads one variant with all that hangs on it.
 class VariantReader {
  public:
-  VariantReader(NPP instance, const NPNetscapeFuncs* npnFuncs) : npp(instance), funcs(npnFuncs), watch(instance) {}
+  VariantReader(NPP instance, const NPNetscapeFuncs* npnFuncs, const InstanceLife* instanceLife)
+      : npp(instance), funcs(npnFuncs), life(instanceLife) {}
 
   JSObject Read(const NPVariant& variant) {
     Spend(valuesLeft, 1);
@@ -52,16 +50,16 @@ class VariantReader {
 
   JSObject ReadObject(NPObject* object) {
     if (!object) return {};
-    if (path.size() == kMaxDepth) throw std::runtime_error("Script value too deep");
-    if (std::ranges::find(path, object) != path.end()) throw std::runtime_error("Script value reaches itself");
-    path.push_back(object);
+    if (depth == kMaxDepth) throw std::runtime_error("Script value too deep");
+    ++depth;
+    DemandAlive();
     NPIdentifier* list = nullptr;
     uint32_t count = 0;
     if (!funcs->enumerate(npp, object, &list, &count)) {
       throw std::runtime_error("Unable to enumerate NPObject properties");
     }
     const HostMemory<NPIdentifier> ids(funcs, list);
-    watch.DemandAlive();
+    DemandAlive();
     JSObject members;
     for (uint32_t i = 0; list && i < count; ++i) {
       std::string key = KeyOf(list[i]);
@@ -69,12 +67,16 @@ class VariantReader {
       if (!funcs->getproperty(npp, object, list[i], element.Out())) {
         throw std::runtime_error("Failed to get propertly value");
       }
-      // The read may have run a getter of the page's.
-      watch.DemandAlive();
+      DemandAlive();
       members[key] = Read(element.Get());
     }
-    path.pop_back();
+    --depth;
     return members;
+  }
+
+  // A getter of the page's may have ended the instance.
+  void DemandAlive() const {
+    if (life) life->DemandAlive();
   }
 
   std::string KeyOf(NPIdentifier id) {
@@ -86,17 +88,17 @@ class VariantReader {
 
   NPP npp;
   const NPNetscapeFuncs* funcs;
-  InstanceWatch watch;
-  std::vector<NPObject*> path;  // The objects whose members are being read.
+  const InstanceLife* life;
+  size_t depth = 0;  // Objects whose members are being read.
   size_t valuesLeft = kMaxValues;
   size_t textBytesLeft = kMaxTextBytes;
 };
 
 }  // namespace
 
-JSObject fromNPVariant(NPP npp, const NPNetscapeFuncs* funcs, const NPVariant* value) {
+JSObject fromNPVariant(NPP npp, const NPNetscapeFuncs* funcs, const NPVariant* value, const InstanceLife* life) {
   if (!funcs) throw BadTypeid();
-  return VariantReader(npp, funcs).Read(*value);
+  return VariantReader(npp, funcs, life).Read(*value);
 }
 
 NPVariant TextVariant(const NPNetscapeFuncs* funcs, const std::string& text) {

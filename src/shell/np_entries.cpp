@@ -1,5 +1,6 @@
 #include "shell/np_entries.h"
 
+#include "api/method_table.h"
 #include "page/plugin.h"
 
 namespace NorvoWebAPI::KSV {
@@ -10,14 +11,13 @@ bool npnInitialized = false;
 
 constexpr uint16_t kInterfaceVersion = 19;
 
-// The guard of every entry on an instance: `missing` answers for an instance that is none, `failed` for an exception.
+// The guard of every entry on an instance: `missing` answers for an instance without a plug-in, `failed` for an
+// exception.
 template <typename Result, typename Operation>
 Result OnPlugin(NPP instance, Result missing, Result failed, Operation operation) noexcept {
   try {
-    Plugin* const plugin = instance ? Plugin::Of(instance) : nullptr;
-    if (!plugin) return missing;
-    const Plugin::Entry running(*plugin);
-    return static_cast<Result>(operation(*plugin));
+    auto* const plugin = instance ? static_cast<Plugin*>(instance->pdata) : nullptr;
+    return plugin ? static_cast<Result>(operation(*plugin)) : missing;
   } catch (...) {
     return failed;
   }
@@ -41,7 +41,7 @@ NPError NPP_New(NPMIMEType /*type*/, NPP instance, uint16_t /*mode*/, int16_t /*
   if (!instance) return NPERR_INVALID_INSTANCE_ERROR;
   if (!npnInitialized) return NPERR_GENERIC_ERROR;
   try {
-    instance->pdata = new Plugin(instance, &npnFuncs);  // It ends itself: see Plugin.
+    instance->pdata = new Plugin(instance, &npnFuncs, kScriptApi);  // Owned by the host until NPP_Destroy.
     return NPERR_NO_ERROR;
   } catch (...) {
     return NPERR_OUT_OF_MEMORY_ERROR;
@@ -51,6 +51,7 @@ NPError NPP_New(NPMIMEType /*type*/, NPP instance, uint16_t /*mode*/, int16_t /*
 NPError NPP_Destroy(NPP instance, NPSavedData** saved) {
   if (!instance) return NPERR_INVALID_INSTANCE_ERROR;
   return OnPlugin<NPError>(instance, NPERR_NO_ERROR, NPERR_NO_ERROR, [&](Plugin& plugin) {
+    instance->pdata = nullptr;
     plugin.Destroy(saved);
     return NPERR_NO_ERROR;
   });

@@ -1,0 +1,59 @@
+/// How a script method is described: the types of a row in api/method_table.h.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+namespace NorvoWebAPI::KSV {
+
+class ScriptCall;
+class Scriptable;
+
+/// What is demanded of an argument. Numbers and flags are made of any value; only text has to be text. Functions and
+/// unread arguments are not converted.
+enum class ArgumentKind : uint8_t { Any, Text, Number, Unsigned, Flag, Function, Unread };
+
+struct Argument {
+  ArgumentKind kind = ArgumentKind::Any;
+  const char* name = nullptr;
+};
+
+/// How many arguments a method accepts: those of its row, further ones too (which are ignored), or any number.
+enum class Arity : uint8_t { Exact, AllowsExtraArguments, IgnoresArguments };
+
+/// What the page gets: a result object; the same, with code 13 in it until the operation has another; or no value,
+/// where a call with wrong arguments fails.
+enum class Answer : uint8_t { Result, ResultStartingFailed, None };
+
+struct MethodRow {
+  static constexpr size_t kMaxArguments = 14;
+
+  const char* name;
+  void (*operation)(ScriptCall& call);
+  Argument arguments[kMaxArguments] = {};
+  Arity arity = Arity::Exact;
+  Answer answer = Answer::Result;
+  /// Runs first at every call, also when the number of arguments is wrong.
+  void (*atEntry)(Scriptable& scriptable, bool accepted) = nullptr;
+
+  [[nodiscard]] constexpr size_t ArgumentCount() const {
+    size_t count = 0;
+    while (count < kMaxArguments && arguments[count].name) ++count;
+    return count;
+  }
+  [[nodiscard]] constexpr bool Accepts(size_t count) const {
+    if (arity == Arity::IgnoresArguments) return true;
+    const size_t expected = ArgumentCount();
+    return count == expected || (arity == Arity::AllowsExtraArguments && count > expected);
+  }
+};
+
+/// What the page's object does, given to it by those who know the libraries' operations.
+struct ScriptApi {
+  std::span<const MethodRow> methods;
+  /// The host destroys the instance: gives back what the page has initialised and registered. Must not throw.
+  void (*onPageEnd)(Scriptable& scriptable);
+};
+
+}  // namespace NorvoWebAPI::KSV

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+
+#include "agent/instance_map.h"
+#include "platform/win32.h"
+#include "script/instance_life.h"
+
+namespace NorvoWebAPI::KSV {
+
+class Scriptable;
+
+/// What a page shares with those who may outlive it. The plug-in objects own it; the window registry, the event routes
+/// and the records on their way hold it weakly. Any thread may hold it for a moment: nothing in it needs the browser's
+/// thread to end.
+struct PageLife : InstanceLife {
+  /// The browser's thread, which made the page. The page's script runs there alone.
+  const DWORD thread = GetCurrentThreadId();
+  /// The latest one that the host gave, or null. Any thread.
+  std::atomic<HWND> window = nullptr;
+  /// The page's instances in the agent library. Any thread.
+  InstanceMap instanceMap;
+
+  // The browser's thread only.
+  std::weak_ptr<Scriptable> scriptable;
+  bool initialised = false;        ///< A successful `zubInit` or `wysInit` of this page stands.
+  uint32_t agentMajorVersion = 0;  ///< One byte; 0 until the agent library has told it.
+};
+
+}  // namespace NorvoWebAPI::KSV
