@@ -18,7 +18,7 @@ constexpr const char* kNames[] = {"app", "other", "", "a\xFF"};
 class Events {
  public:
   Events(fuzz::Input& given, AgentStub& agent) : input(given) {
-    agentInitCount = 0;
+    agentInitCount = {};
     agent.On("ZUB_GetVersion", [version = given.ConsumeBool() ? 3U : 2U](AgentCall& call) { *call.value = version; });
     agent.OnOthers([this](AgentCall& call) {
       if (call.instanceCallback) context = call.context;

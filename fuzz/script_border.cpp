@@ -20,7 +20,7 @@ constexpr UINT kMessages[] = {WM_AGENT_EVENT, WM_DISPLAY_EVENT, WM_PAINT, WM_LBU
 class Attack {
  public:
   explicit Attack(fuzz::Input& given) : input(given) {
-    agentInitCount = displayInitCount = 0;
+    agentInitCount = displayInitCount = {};
     for (auto& page : pages) Open(page);
     if (input.ConsumeBool()) ShowImage();
   }
@@ -98,14 +98,14 @@ class Attack {
       case 6:
         return EndSomething(page);
       default:
-        if (page->Object()) Call(*page, kMethods[input.ConsumeIntegralInRange<size_t>(0, kMethods.size() - 1)]);
+        if (page->Object()) Call(*page, kMethods[input.ConsumeIntegralInRange<size_t>(0, std::size(kMethods) - 1)]);
     }
   }
 
   void Call(Page& page, const MethodRow& method) {
     std::vector<Value> arguments;
-    const size_t count = method.argumentCount - (method.argumentCount > 0 && input.OnceIn(16));
-    for (size_t i = 0; i < count; ++i) arguments.push_back(values.Wanted(method.arguments[i].demand));
+    const size_t count = method.ArgumentCount() - (method.ArgumentCount() > 0 && input.OnceIn(16));
+    for (size_t i = 0; i < count; ++i) arguments.push_back(values.Wanted(method.arguments[i].kind));
     if (input.OnceIn(16)) arguments.push_back(values.AnyValue());
     Result result = page.Call(method.name, arguments);
     if (kept.size() < 8 && page.Object()) kept.push_back(std::move(result));
@@ -153,7 +153,7 @@ class Attack {
     if (!ended.contains(object)) host.Release(object);
   }
   std::string Name() {
-    return input.ConsumeBool() ? kMethods[input.ConsumeIntegralInRange<size_t>(0, kMethods.size() - 1)].name
+    return input.ConsumeBool() ? kMethods[input.ConsumeIntegralInRange<size_t>(0, std::size(kMethods) - 1)].name
                                : input.Text();
   }
 

@@ -7,9 +7,9 @@
 #include "tests/support/method_calls.h"
 
 using namespace support;
-using NorvoWebAPI::KSV::Answers;
+using NorvoWebAPI::KSV::Answer;
+using NorvoWebAPI::KSV::ArgumentKind;
 using NorvoWebAPI::KSV::Arity;
-using NorvoWebAPI::KSV::Demand;
 using NorvoWebAPI::KSV::kMethods;
 
 namespace {
@@ -18,8 +18,7 @@ namespace {
 std::vector<MethodRow> Rows(std::string_view start) {
   std::vector<MethodRow> rows;
   std::ranges::copy_if(kMethods, std::back_inserter(rows), [start](const MethodRow& row) {
-    return std::string_view(row.name).starts_with(start) && row.arity == Arity::Exact &&
-           row.answers != Answers::Nothing;
+    return std::string_view(row.name).starts_with(start) && row.arity == Arity::Exact && row.answer != Answer::None;
   });
   return rows;
 }
@@ -46,9 +45,9 @@ class MethodTableTest : public AgentTest {
 TEST_F(MethodTableTest, WrongCountsGiveTwelveAlone) {
   for (const MethodRow& row : Rows("")) {
     std::vector<Value> arguments = GoodArguments(row, host);
-    arguments.resize(row.argumentCount + 1);
-    for (size_t count = 0; count <= row.argumentCount + 1; ++count) {
-      if (count == row.argumentCount) continue;
+    arguments.resize(row.ArgumentCount() + 1);
+    for (size_t count = 0; count <= row.ArgumentCount() + 1; ++count) {
+      if (count == row.ArgumentCount()) continue;
       const std::vector<Value> given(arguments.begin(), arguments.begin() + static_cast<std::ptrdiff_t>(count));
       EXPECT_EQ(page.Call(row.name, given).Show(), "pluginRetCode=12") << row.name << " with " << count;
     }
@@ -62,8 +61,8 @@ TEST_F(MethodTableTest, OnlyTextWillDoForText) {
   const Value wrong[] = {Value(7), Value(1.5), Value(true), Value(nullptr), Value(), Value(host.Object({{"a", 1}}))};
   for (const MethodRow& row : Rows("")) {
     if (IsEventMethod(row.name)) continue;
-    for (size_t i = 0; i < row.argumentCount; ++i) {
-      if (row.arguments[i].demand != Demand::Text) continue;
+    for (size_t i = 0; i < row.ArgumentCount(); ++i) {
+      if (row.arguments[i].kind != ArgumentKind::Text) continue;
       for (const Value& value : wrong) {
         std::vector<Value> arguments = GoodArguments(row, host);
         arguments[i] = value;
@@ -84,9 +83,9 @@ TEST_F(AgentMethodsTest, NumbersArriveAsScriptTextOrNumberSays) {
   environment.Write("KSV_tokens/token", "1");
   for (const MethodRow& row : Rows("zub")) {
     std::string before = "'app'";  // What the library is given ahead of the argument.
-    for (size_t i = 0; i < row.argumentCount; ++i) {
+    for (size_t i = 0; i < row.ArgumentCount(); ++i) {
       const std::string name = row.arguments[i].name;
-      if (row.arguments[i].demand != Demand::Number || name.ends_with("apacity")) continue;
+      if (row.arguments[i].kind != ArgumentKind::Number || name.ends_with("apacity")) continue;
       for (const auto& [value, expected] : conversions) {
         std::vector<Value> arguments = GoodArguments(row, host);
         arguments[i] = value;

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <stdexcept>
 
 #include "script/np_scriptable.h"
@@ -15,16 +16,16 @@ class Probe : public NorvoWebAPI::NPScriptable<Probe> {
  public:
   explicit Probe(const NPNetscapeFuncs* funcs) : NPScriptable(funcs) {
     ++living;
-    RegisterMethod("kept", &Probe::Kept);
+    RegisterMethod("kept", Call(&Probe::Kept));
     RegisterMethod("kept", nullptr);
     RegisterMethod("none", nullptr);
-    RegisterMethod("replaced", &Probe::Throw);
-    RegisterMethod("replaced", &Probe::Kept);
-    RegisterMethod("throws", &Probe::Throw);
-    RegisterProperty("both", &Probe::Read, &Probe::Write);
-    RegisterProperty("readOnly", &Probe::Read, nullptr);
-    RegisterProperty("writeOnly", nullptr, &Probe::Write);
-    RegisterProperty("throws", &Probe::ReadThrows, &Probe::WriteThrows);
+    RegisterMethod("replaced", Call(&Probe::Throw));
+    RegisterMethod("replaced", Call(&Probe::Kept));
+    RegisterMethod("throws", Call(&Probe::Throw));
+    RegisterProperty("both", Get(&Probe::Read), Set(&Probe::Write));
+    RegisterProperty("readOnly", Get(&Probe::Read), nullptr);
+    RegisterProperty("writeOnly", nullptr, Set(&Probe::Write));
+    RegisterProperty("throws", Get(&Probe::ReadThrows), Set(&Probe::WriteThrows));
   }
   ~Probe() override { --living; }
 
@@ -37,6 +38,15 @@ class Probe : public NorvoWebAPI::NPScriptable<Probe> {
   int32_t value = 7;
 
  private:
+  Method Call(bool (Probe::*method)(const NPVariant*, uint32_t, NPVariant*)) {
+    return [this, method](auto... arguments) { return (this->*method)(arguments...); };
+  }
+  Getter Get(bool (Probe::*getter)(NPVariant*)) {
+    return [this, getter](NPVariant* result) { return (this->*getter)(result); };
+  }
+  Setter Set(bool (Probe::*setter)(const NPVariant*)) {
+    return [this, setter](const NPVariant* given) { return (this->*setter)(given); };
+  }
   bool Kept(const NPVariant* /*args*/, uint32_t count, NPVariant* result) {
     *result = {NPVariantType_Int32, {}};
     result->value.intValue = static_cast<int32_t>(count) + 100;
@@ -61,6 +71,8 @@ class Probe : public NorvoWebAPI::NPScriptable<Probe> {
 class DispatchTest : public testing::Test {
  protected:
   ~DispatchTest() override {
+    probe.reset();
+    EXPECT_EQ(living, 1) << "the host's record shares the object";
     host.Release(object);
     EXPECT_EQ(living, 0);
   }
@@ -82,13 +94,11 @@ class DispatchTest : public testing::Test {
 
   TestHost host;
   NPP npp = host.NewInstance();
-  Probe* probe = new Probe(&host.Funcs());  // The host's record owns it.
-  bool adopted = false;
-  NPObject* object = Probe::CreateObject(npp, &host.Funcs(), probe, &adopted);
+  std::shared_ptr<Probe> probe = std::make_shared<Probe>(&host.Funcs());
+  NPObject* object = Probe::CreateObject(npp, &host.Funcs(), probe);
 };
 
 TEST_F(DispatchTest, NamesLeadToTheirFunctions) {
-  EXPECT_TRUE(adopted);
   for (const char* method : {"none", "both", "gone", "Kept", "", "throws"}) EXPECT_EQ(Call(method), "failed") << method;
   for (const char* method : {"kept", "replaced"}) EXPECT_EQ(Call(method), "102") << method;
   EXPECT_EQ(Read("both"), "7");

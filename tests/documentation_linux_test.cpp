@@ -14,8 +14,8 @@
 
 namespace {
 
+using NorvoWebAPI::KSV::ArgumentKind;
 using NorvoWebAPI::KSV::Arity;
-using NorvoWebAPI::KSV::Demand;
 using NorvoWebAPI::KSV::kMethods;
 using std::regex;
 using std::string;
@@ -42,15 +42,15 @@ std::map<string, string> Signatures(const string& text, const regex& pattern) {
 
 // How editors are told of an argument. What any value will do for is the author's choice.
 string TypeOf(const NorvoWebAPI::KSV::Argument& argument) {
-  switch (argument.demand) {
-    case Demand::Text:
+  switch (argument.kind) {
+    case ArgumentKind::Text:
       return "string";
-    case Demand::Number:
-    case Demand::Unsigned:
+    case ArgumentKind::Number:
+    case ArgumentKind::Unsigned:
       return "number";
-    case Demand::Flag:
+    case ArgumentKind::Flag:
       return "boolean";
-    case Demand::Function:
+    case ArgumentKind::Function:
       return "function";
     default:
       return "value";
@@ -63,7 +63,7 @@ TEST(DocumentationTest, MethodsAreThoseOfTheTable) {
   for (const auto& row : kMethods) {
     string names;
     string types;
-    for (size_t i = 0; i < row.argumentCount; ++i) {
+    for (size_t i = 0; i < row.ArgumentCount(); ++i) {
       const string separator = i > 0 ? ", " : "";
       names += separator + row.arguments[i].name;
       types += separator + row.arguments[i].name + ": " + TypeOf(row.arguments[i]);

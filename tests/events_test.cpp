@@ -108,28 +108,6 @@ TEST_P(EventsTest, ReachThePagesFunctionWithNameSourceAndData) {
   }
 }
 
-TEST_P(EventsTest, RegistrationThatOutlivesItsLibraryTakesNothingFromAnother) {
-  page.Call("zubInit");
-  TestWindow otherWindow;
-  Page other(host, "https://other.example/", otherWindow.handle());
-  Listener others{host};
-  bool inside = false;
-  agent.On(ByInstance() ? "ZUB3_StartInstance" : "ZUB_RegisterEventCb", [&](AgentCall& call) {
-    if (call.value) *call.value = lastInstance = 101;
-    applet = call.appletCallback;
-    instance = call.instanceCallback;
-    context = call.context;
-    if (std::exchange(inside, true)) return;
-    page.Call("zubDeInit");
-    other.Call("zubInit");
-    Register(other, "app", others);
-  });
-  EXPECT_TRUE(Register(page, "app", listener).starts_with("pluginRetCode=13"));
-  Raise("app", "x");
-  EXPECT_EQ(Heard(others).size(), 1U);
-  EXPECT_EQ(Heard(), Calls{});
-}
-
 TEST_P(EventsTest, ReachNoScriptOnAnotherThreadThanThePages) {
   std::thread([&] {
     TestWindow foreign;
@@ -243,9 +221,9 @@ TEST_P(EventsTest, ThePageMayDoAnythingInsideADelivery) {
   EXPECT_EQ(Heard(), Calls{});
 }
 
-TEST_P(EventsTest, APageThatIsGoneRegistersNothing) {
+TEST_P(EventsTest, CannotBeRegisteredByAPageThatHasEnded) {
   page.Destroy();
-  EXPECT_EQ(Register(page, "app", listener), "null");
+  EXPECT_EQ(Register(page, "app", listener), "pluginRetCode=13");
 }
 
 TEST_P(EventsTest, OnTheirWayEndWithThePageOrItsWindow) {

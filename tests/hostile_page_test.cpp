@@ -120,19 +120,6 @@ TEST_F(HostilePageTest, ResultsAreReadOnlyAndBounded) {
   EXPECT_EQ(result.Int("fnRetCode"), 0);
 }
 
-TEST_F(HostilePageTest, AStartInsideAStartLeavesOneInstance) {
-  agent.SetVersion(3);
-  uint32_t lastId = 100;
-  agent.On("ZUB3_StartInstance", [&](AgentCall& call) {
-    *call.value = ++lastId;
-    if (lastId == 101) page.Call("zubStartProvisioning", {"app"});
-  });
-  page.Call("zubStartProvisioning", {"app"});
-  const std::string start = "ZUB3_StartInstance('app')";
-  EXPECT_EQ(agent.TakeCalls(), (Calls{start, start, "ZUB3_StartProvisioning(#102)", "ZUB3_StopInstance(#101)",
-                                      "ZUB3_StartProvisioning(#102)"}));
-}
-
 TEST_F(HostilePageTest, CallOfAPageFunctionOutlivesItsBridge) {
   const NPP npp = page.Instance();
   std::shared_ptr<NPFuncBridge> slot;

@@ -1,4 +1,5 @@
 // The account of initialisations: each library is brought up and taken down by all pages together.
+#include <algorithm>
 #include <sstream>
 
 #include "tests/support/display_fixture.h"
@@ -9,7 +10,7 @@ using NorvoWebAPI::KSV::displayInitCount;
 
 class InitialisationsTest : public DisplayTest {
  protected:
-  InitialisationsTest() { agentInitCount = 0; }
+  InitialisationsTest() { agentInitCount = {}; }
 
   /// What the libraries are asked for by "PAGE METHOD, PAGE METHOD…", and every answer that is no success. A page
   /// begins where it is first named; "destroyed" and "gone" are the halves of its end.
@@ -79,8 +80,8 @@ TEST_F(InitialisationsTest, AreCountedOverAllPages) {
   };
   for (const auto& [deeds, outcome, agents, displays] : rows) {
     EXPECT_EQ(Play(deeds), outcome) << deeds;
-    EXPECT_EQ(agentInitCount, agents) << deeds;
-    EXPECT_EQ(displayInitCount, displays) << deeds;
+    EXPECT_EQ(agentInitCount.Total(), agents) << deeds;
+    EXPECT_EQ(displayInitCount.Total(), displays) << deeds;
   }
 }
 
@@ -90,20 +91,15 @@ TEST_F(InitialisationsTest, RefusalsCountAsTheLibraryIsLeft) {
   agent.On("ZUB_Init", Refuses(5));
   for (const char* entry : {"WYSInit", "WYSDeInit"}) display.Refuse(entry, 6);
   EXPECT_EQ(Play("a zubDeInit, b wysDeInit"), "ZUB_DeInit() pluginRetCode=0 fnRetCode=6 WYSDeInit(70)");
-  EXPECT_EQ(agentInitCount + displayInitCount, 0);
+  EXPECT_EQ(agentInitCount.Total() + displayInitCount.Total(), 0);
   EXPECT_EQ(Play("a zubInit, a wysInit"),
             "pluginRetCode=0 fnRetCode=5 ZUB_Init() pluginRetCode=0 fnRetCode=6 WYSInit(1, null)");
-  EXPECT_EQ(agentInitCount + displayInitCount, 0);
+  EXPECT_EQ(agentInitCount.Total() + displayInitCount.Total(), 0);
 }
 
-TEST_F(InitialisationsTest, AreGivenBackOnceInWhateverOrderTheHalvesOfAPageEnd) {
-  Play("a zubInit, b zubInit, b zubInit");
-  Page& first = *pages["a"];
-  host.EndInstance(first.Instance(), first.Object());
-  EXPECT_EQ(Play("a destroyed, a gone"), "");
-  EXPECT_EQ(agentInitCount, 2);
-  Play("b zubDeInit");
+TEST_F(InitialisationsTest, ObjectThatIsDeallocatedInsideTheReleaseIsStillReleasedOnce) {
+  Play("b zubInit");
   agent.On("ZUB_DeInit", [&](AgentCall&) { pages["b"]->End(); });
   EXPECT_EQ(Play("b destroyed"), "ZUB_DeInit()");
-  EXPECT_EQ(agentInitCount, 0);
+  EXPECT_EQ(agentInitCount.Total(), 0);
 }

@@ -1,6 +1,7 @@
 // Pages that come and go and call every method, as often as KSV_SOAK_CALLS says: what they leave behind must not grow.
 #include <cstdlib>
 
+#include "page/init_count.h"
 #include "tests/support/method_calls.h"
 #include "tests/support/nth_failure.h"
 
@@ -28,7 +29,7 @@ class SoakTest : public MethodCallsTest {
   // A page that calls all methods over and over, hears of events and clicks, and ends in one way or another.
   size_t Live(size_t number) {
     SetGeneration(number % 2 == 0 ? 2 : 3);
-    agentInitCount = displayInitCount = 0;  // A page gives back one initialisation, however many it made.
+    agentInitCount = displayInitCount = {};  // A page gives back one initialisation, however many it made.
     const platform::TestWindow own({400, 90});
     TestHost host;
     Page page(host, "https://page.example/", own.handle());

@@ -77,7 +77,7 @@ void Notify(const Fetch& fetch, NPReason reason) {
 class URLNetworkingTest : public testing::TestWithParam<bool> {
  protected:
   Fetch Start(const std::string& url = "http://host.example/a") {
-    URLNetworking* const network = Plugin::Of(page.Instance());
+    URLNetworking* const network = static_cast<Plugin*>(page.Instance()->pdata);
     EXPECT_TRUE(GetParam() ? network->GetURLToFile(url, &listener, &listener)
                            : network->GetURLToMemory(url, &listener, &listener));
     const auto fetches = host.TakeFetches();
@@ -219,7 +219,7 @@ TEST_P(URLNetworkingTest, AFetchWithoutAStreamEndsByItsNotification) {
     EXPECT_EQ(Stream(fetch).Open(), NPERR_GENERIC_ERROR) << "it is over";
   }
   host.Fail(Fault::GetURLNotify);
-  URLNetworking* const network = Plugin::Of(page.Instance());
+  URLNetworking* const network = static_cast<Plugin*>(page.Instance()->pdata);
   EXPECT_FALSE(GetParam() ? network->GetURLToFile("u", &listener, &listener)
                           : network->GetURLToMemory("u", &listener, &listener));
   EXPECT_EQ(listener.Take(), "");

@@ -22,9 +22,9 @@ class HostileValues {
   support::Value Wanted(NorvoWebAPI::KSV::Demand demand) {
     if (input.OnceIn(8)) return AnyValue();
     using NorvoWebAPI::KSV::Demand;
-    if (demand == Demand::Text) return input.Text();
-    if (demand == Demand::Function) return PageFunction();
-    if (demand == Demand::Any || demand == Demand::Unread) return AnyValue();
+    if (demand == ArgumentKind::Text) return input.Text();
+    if (demand == ArgumentKind::Function) return PageFunction();
+    if (demand == ArgumentKind::Any || demand == ArgumentKind::Unread) return AnyValue();
     return input.Number();
   }
   support::Value AnyValue() {

@@ -65,9 +65,9 @@ FoundLibrary ExamineFile(Report& report, const std::string& name, const LibraryP
 // The plug-in's own verdict on a call of this entry.
 template <typename Wrapper>
 int32_t AnswerOf(const EntryTable::Row& entry) {
-  JSObject result;
-  Wrapper(kPlatformTag).CheckEntry(entry, result);
-  return PluginCodeOf(result);
+  Outcome outcome;
+  Wrapper(kPlatformTag).CheckEntry(entry, outcome);
+  return outcome.pluginCode;
 }
 
 }  // namespace

@@ -41,7 +41,9 @@ void EndSession(ScriptCall& call, const std::string& domain, const std::string& 
 
 void Init(ScriptCall& call) {
   call.result.Set(call.scriptable.Agent().Init());
-  if (call.result.status == kAgentOk) agentInitCount.Add(call.scriptable.Life());
+  if (call.result.status == kAgentOk) {
+    agentInitCount.Add(call.scriptable.Life(), [&] { call.scriptable.Agent().Deinit(); });
+  }
   LogInitCount(call, "Init");
 }
 

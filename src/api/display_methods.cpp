@@ -56,7 +56,7 @@ void Init(ScriptCall& call) {
     page.displayContext = 0;
   }
   if (Done(call, page.Display().Init(call.Number(0), call.Text(1), &page.displayContext))) {
-    displayInitCount.Add(page.Life());
+    displayInitCount.Add(page.Life(), [&] { page.Display().DeInit(page.displayContext); });
   }
 }
 

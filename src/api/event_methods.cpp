@@ -51,6 +51,8 @@ void RegisterEventCallback(ScriptCall& call) {
   call.scriptable.agentEventCallback = call.scriptable.BridgeTo(function);
   try {
     Register(call, name);
+    // The library may have let the host end the page.
+    call.scriptable.Life().DemandAlive();
   } catch (const CPluginException&) {
     throw;
   } catch (...) {

@@ -5,12 +5,6 @@ namespace NorvoWebAPI::KSV {
 InitCount agentInitCount;
 InitCount displayInitCount;
 
-void InitCount::Add(PageLife& page) {
-  page.initialised = true;
-  ++total;
-  if (!page.HasEnded()) ++ofPages[&page];
-}
-
 void InitCount::GiveBackOne(const PageLife& page) {
   --total;
   const auto found = ofPages.find(&page);

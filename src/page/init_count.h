@@ -15,8 +15,18 @@ class InitCount {
  public:
   /// The successful initialisations of all pages that have not been given back.
   [[nodiscard]] int32_t Total() const { return total; }
-  /// Counts a successful initialisation and sets the page's flag.
-  void Add(PageLife& page);
+  /// Counts a successful initialisation and sets the page's flag; or, for a page that has ended and so would never give
+  /// it back, takes it back by `deInit` unless another page uses the library.
+  template <typename DeInit>
+  void Add(PageLife& page, DeInit deInit) {
+    if (!page.HasEnded()) {
+      page.initialised = true;
+      ++total;
+      ++ofPages[&page];
+    } else if (total == 0) {
+      deInit();
+    }
+  }
   /// Gives one of several initialisations back.
   void GiveBackOne(const PageLife& page);
   /// The library has been taken down by this page.

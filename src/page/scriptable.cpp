@@ -64,6 +64,7 @@ bool Scriptable::RunMethod(const MethodRow& method, const NPVariant* args, uint3
       answer.pluginCode = kFailed;
     }
   }
+  if (IsDeallocated()) return false;
   if (result) *result = NPJSConverter::toNPVariant(npp, npnFuncs, answer.Take());
   return true;
 }

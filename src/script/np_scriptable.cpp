@@ -37,7 +37,8 @@ NPObject* Allocate(NPP /*npp*/, NPClass* aClass) noexcept {
 }
 
 void Deallocate(NPObject* obj) {
-  delete static_cast<ScriptObject*>(obj);
+  const std::unique_ptr<ScriptObject> record(static_cast<ScriptObject*>(obj));
+  record->object->Deallocate();
 }
 
 void Invalidate(NPObject* obj) {

@@ -22,6 +22,11 @@ class ScriptDispatch {
   ScriptDispatch& operator=(const ScriptDispatch&) = delete;
   virtual ~ScriptDispatch() = default;
 
+  /// The host ends its record of the object, and with it the record's share.
+  void Deallocate() { deallocated = true; }
+  /// True in a call that is still running after that: the instance may be gone too, and nobody is left to answer.
+  [[nodiscard]] bool IsDeallocated() const { return deallocated; }
+
   virtual void Invalidate() {}
   virtual bool HasMethod(NPIdentifier id) = 0;
   virtual bool Invoke(NPIdentifier id, const NPVariant* args, uint32_t argCount, NPVariant* result) = 0;
@@ -32,6 +37,9 @@ class ScriptDispatch {
   virtual bool RemoveProperty(NPIdentifier id);
   virtual bool Enumerate(NPIdentifier** ids, uint32_t* count);
   virtual bool Construct(const NPVariant* args, uint32_t argCount, NPVariant* result);
+
+ private:
+  bool deallocated = false;
 };
 
 /// A published class table and the word behind it that carries the native object into `allocate`, which has no

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "page/init_count.h"
 #include "page/plugin.h"
 #include "page/scriptable.h"
 #include "platform/testing.h"
@@ -18,13 +19,13 @@ inline constexpr char kWentWell[] = "pluginRetCode=0 fnRetCode=0";
 class DisplayTest : public testing::Test {
  protected:
   DisplayTest() {
-    NorvoWebAPI::KSV::displayInitCount = 0;  // A page gives back one initialisation, however many it made.
+    NorvoWebAPI::KSV::displayInitCount = {};
     display.On("WYSInit", [](DisplayCall& call) { *call.value = 70; });
     display.On("WYSEstablishSession", [](DisplayCall& call) { *call.value = 7; });
   }
 
   static NorvoWebAPI::KSV::Scriptable& StateOf(const Page& page) {
-    return *NorvoWebAPI::KSV::Plugin::Of(page.Instance())->GetScriptable();
+    return *static_cast<NorvoWebAPI::KSV::Plugin*>(page.Instance()->pdata)->GetScriptable();
   }
   NorvoWebAPI::KSV::Scriptable& State() { return StateOf(page); }
 

@@ -19,16 +19,16 @@ using NorvoWebAPI::KSV::MethodRow;
 
 /// What goes well, by the argument's demand and name.
 inline Value GoodArgument(const NorvoWebAPI::KSV::Argument& argument, TestHost& host, const Function& function) {
-  using NorvoWebAPI::KSV::Demand;
+  using NorvoWebAPI::KSV::ArgumentKind;
   const std::string_view name = argument.name;
-  switch (argument.demand) {
-    case Demand::Number:
-    case Demand::Unsigned:
+  switch (argument.kind) {
+    case ArgumentKind::Number:
+    case ArgumentKind::Unsigned:
       if (name == "sessionHandle") return host.Object({{"read", 1}, {"out", "whole"}});  // Counts as 1.
       return name.ends_with("apacity") ? 64 : 3;
-    case Demand::Flag:
+    case ArgumentKind::Flag:
       return true;
-    case Demand::Function:
+    case ArgumentKind::Function:
       return host.NewFunction(function);
     default:
       if (name == "tokenFileName") return "token";
@@ -40,7 +40,7 @@ inline Value GoodArgument(const NorvoWebAPI::KSV::Argument& argument, TestHost& 
 
 inline std::vector<Value> GoodArguments(const MethodRow& row, TestHost& host, const Function& function = {}) {
   std::vector<Value> arguments;
-  for (size_t i = 0; i < row.argumentCount; ++i) {
+  for (size_t i = 0; i < row.ArgumentCount(); ++i) {
     arguments.push_back(GoodArgument(row.arguments[i], host, function));
   }
   return arguments;
