@@ -27,7 +27,6 @@ const Kind kKinds[] = {
     {Source::PageIsDestroyed, "end of the page's first half"},
 };
 
-// All that a page which is gone may still have asked of the libraries.
 // The answer as script reads it, which may fail as well; its code is one that pages know.
 std::string Read(const Result& result) {
   static_cast<void>(result.Show());

@@ -71,10 +71,8 @@ void UnRegisterEventCallback(ScriptCall& call) {
 
 void StopInstance(ScriptCall& call) {
   const auto instanceId = static_cast<uint32_t>(call.Number(0));
-  const Outcome outcome = [&] {
-    const ReleaseScope releasing;
-    return call.scriptable.Agent().StopInstance(instanceId, call.result.keys);
-  }();
+  const ReleaseScope releasing;
+  const Outcome outcome = call.scriptable.Agent().StopInstance(instanceId, call.result.keys);
   call.result.Set(outcome);
   if (outcome.Succeeded()) EventTemplate::ReleaseInstance(call.scriptable.SharedLife(), instanceId);
 }
