@@ -243,6 +243,57 @@ TEST_P(EventsTest, OnTheirWayEndWithThePageOrItsWindow) {
   EXPECT_EQ(Heard(), Calls{});
 }
 
+TEST_P(EventsTest, OfOnePageStayOnTheirWayWhenAnotherReleasesItsOwn) {
+  const struct {
+    const char* what;
+    std::function<void(Page&, int32_t instanceId)> release;
+  } rows[] = {
+      {"unregisters", [](Page& other, int32_t) { other.Call("zubUnRegisterEventCallback", {"other"}); }},
+      {"gives its initialisation back", [](Page& other, int32_t) { other.Call("zubDeInit"); }},
+      {"stops its instance", [](Page& other, int32_t id) { other.Call("zubStopInstance", {id}); }},
+      {"ends", [](Page& other, int32_t) { other.End(); }},
+  };
+  page.Call("zubInit");
+  for (const auto& [what, release] : rows) {
+    const Page third(host, "https://third.example/");
+    third.Call("zubInit");
+    TestWindow otherWindow;
+    Page other(host, "https://other.example/", otherWindow.handle());
+    other.Call("zubInit");
+    Listener others{host};
+    Register(other, "other", others);
+    const auto otherId = static_cast<int32_t>(lastInstance);
+    Register(page, "app", listener);
+    Raise("app", what);
+    release(other, otherId);
+    Listener again{host};
+    Page late(host, "https://late.example/", otherWindow.handle());
+    Register(late, "late", again);  // Installs the hook again where the release took it away.
+    EXPECT_EQ(Heard().size(), 1U) << what;
+    page.Call("zubUnRegisterEventCallback", {"app"});
+  }
+}
+
+TEST_P(EventsTest, NamesOfAPageThatEndsAreUnregisteredOnce) {
+  if (ByInstance()) GTEST_SKIP() << "instances are stopped by their id";
+  page.Call("zubInit");
+  for (const bool initialises : {false, true}) {
+    Page ending(host, "https://ending.example/", window.handle());
+    if (initialises) ending.Call("zubInit");
+    for (const char* name : {"one", "two", "three"}) Register(ending, name, listener);
+    agent.TakeCalls();
+    ending.End();
+    Calls calls = agent.TakeCalls();
+    std::erase_if(calls, [](const std::string& call) { return !call.starts_with("ZUB_Unregister"); });
+    EXPECT_EQ(std::set<std::string>(calls.begin(), calls.end()).size(), 3U);
+    EXPECT_EQ(calls.size(), 3U);
+    for (const char* name : {"one", "two", "three"}) {
+      EXPECT_EQ(Register(page, name, listener), "pluginRetCode=0 fnRetCode=0");
+      page.Call("zubUnRegisterEventCallback", {name});
+    }
+  }
+}
+
 TEST_P(EventsTest, RegistrationRefusesWhatItCannotServe) {
   NPObject* const function = listener.function;
   const struct {
