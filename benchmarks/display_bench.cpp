@@ -14,6 +14,7 @@
 #include "page/plugin.h"
 #include "page/scriptable.h"
 #include "platform/testing.h"
+#include "vendor/ksvwys.h"
 
 namespace {
 
@@ -78,7 +79,7 @@ Signature* DisplayEntry(const char* name) {
 
 // --- A method with an argument, of a library that does nothing --------------------------------------------------
 
-using MouseEntry = int32_t(uint32_t session, uint32_t image, const WysPoint* point);
+using MouseEntry = decltype(WYSMouseDown);
 
 void FloorMouseDown(benchmark::State& state) {
   MouseEntry* const mouseDown = DisplayEntry<MouseEntry>("WYSMouseDown");
@@ -129,7 +130,7 @@ void TouchFlag() {
 
 // The button's flag is read, the repaint's set and cleared.
 void FloorRepaintPulse(benchmark::State& state) {
-  auto* const repaint = DisplayEntry<int32_t(uint32_t, uint32_t)>("WYSRepaintImage");
+  auto* const repaint = DisplayEntry<decltype(WYSRepaintImage)>("WYSRepaintImage");
   const Bench::BareHook hook(WH_CALLWNDPROC);
   const platform::TestWindow window;
   for (auto _ : state) {

@@ -16,6 +16,7 @@
 #include "script/variant_conversion.h"
 #include "storage/platform_files.h"
 #include "storage/update_gate.h"
+#include "vendor/zub.h"
 
 namespace {
 
@@ -71,7 +72,7 @@ void UpdateGate(benchmark::State& state) {
 }
 
 void FloorZubGetVersion(benchmark::State& state) {
-  auto* const getVersion = Bench::LibraryEntry<int32_t(uint32_t*)>("zub.dll", "ZUB_GetVersion");
+  auto* const getVersion = Bench::LibraryEntry<decltype(ZUB_GetVersion)>("zub.dll", "ZUB_GetVersion");
   const Bench::MethodNames names;
   const std::string path = TimeFile();
   for (auto _ : state) {

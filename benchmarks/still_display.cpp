@@ -1,9 +1,5 @@
 // A display library that does nothing: what is measured around it is the plug-in.
-#include "display/display_entries.h"
-
-using NorvoWebAPI::KSV::DisplayEventEntry;
-using NorvoWebAPI::KSV::WysPoint;
-using NorvoWebAPI::KSV::WysSessionRequest;
+#include "vendor/ksvwys.h"
 
 extern "C" {
 

@@ -7,6 +7,8 @@
 /// backslashes in place of slashes. Wide text has 16-bit units on every system.
 #pragma once
 
+#include "platform/wide_text.h"
+
 #ifdef _WIN32
 
 #ifndef NOMINMAX
@@ -38,18 +40,12 @@
 #undef PostMessage
 #undef SendMessage
 
-/// A wide literal in the platform's own unit.
-#define KSV_WIDE(text) L##text
-
 #else
 
 #include <arpa/inet.h>
 
 #include <cstddef>
 #include <cstdint>
-
-/// A wide literal in the platform's own unit.
-#define KSV_WIDE(text) u##text
 
 // A program that exports its own copy of the layer shares it with the modules that it loads: they then see one set of
 // windows, hooks and test settings.
@@ -82,7 +78,6 @@ using errno_t = int;
 using __time64_t = long long;
 
 using CHAR = char;
-using WCHAR = char16_t;
 using OLECHAR = WCHAR;
 using LPSTR = char*;
 using LPCSTR = const char*;

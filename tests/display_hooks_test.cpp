@@ -5,8 +5,6 @@
 #include "tests/support/display_fixture.h"
 
 using namespace support;
-using NorvoWebAPI::KSV::DisplayEventEntry;
-using NorvoWebAPI::KSV::DisplayEventRecord;
 using platform::PumpMessages;
 using platform::PumpUntil;
 using platform::TestWindow;

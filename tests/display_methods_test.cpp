@@ -7,7 +7,6 @@
 using namespace support;
 using NorvoWebAPI::KSV::displayInitCount;
 using NorvoWebAPI::KSV::ParsePoint;
-using NorvoWebAPI::KSV::WysPoint;
 
 namespace {
 

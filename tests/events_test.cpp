@@ -76,8 +76,8 @@ class EventsTest : public testing::TestWithParam<uint32_t> {
   TestWindow window;
   Page page{host, "https://page.example/", window.handle()};
   Listener listener{host};
-  StubAppletCallback applet = nullptr;
-  StubInstanceCallback instance = nullptr;
+  AgentEventCallback applet = nullptr;
+  InstanceEventCallback instance = nullptr;
   void* context = nullptr;
   uint32_t lastInstance = 100;
 };

@@ -10,11 +10,11 @@
 #include <random>
 #include <sstream>
 
-#include "kit/agent/agent_entries.h"
 #include "kit/agent/agent_status.h"
 #include "platform/system_path.h"
 #include "platform/testing.h"
 #include "tests/support/paths.h"
+#include "vendor/zub.h"
 
 namespace fs = std::filesystem;
 using enum KsvAgent::Status;
@@ -104,7 +104,7 @@ class AgentTest : public testing::TestWithParam<const char*> {
     const platform::ScopedVariable generation("KSV_AGENT_GENERATION", GetParam());
     fs::create_directories(folder_);
     fs::copy_file(SystemPath(KSV_AGENT_LIBRARY), folder_ / "agent.dll", fs::copy_options::skip_existing);
-    return LoadLibraryW(support::PlatformPath<KsvKit::WideChar>(folder_ / "agent.dll").c_str());
+    return LoadLibraryW(support::PlatformPath<WCHAR>(folder_ / "agent.dll").c_str());
   }
   bool IsThird() const { return *GetParam() == '3'; }
 
@@ -157,7 +157,7 @@ class AgentTest : public testing::TestWithParam<const char*> {
   Status Install(const char* id, const Text& package) const {
     std::ofstream(folder_ / "applet.trok", std::ios::binary) << package;
     return static_cast<Status>(
-        ENTRY(ZUB_Install)(id, support::PlatformPath<KsvKit::WideChar>(folder_ / "applet.trok").c_str()));
+        ENTRY(ZUB_Install)(id, support::PlatformPath<WCHAR>(folder_ / "applet.trok").c_str()));
   }
   // Registers for events under a name, by what the generation has for it.
   Status Register(const char* name, uint32_t* id) const {
@@ -323,7 +323,7 @@ TEST_P(AgentTest, AppletsComeAndGoByWholePackages) {
     EXPECT_EQ(Install(kTimeOnly, kPackage.substr(0, i)), kBadAppletPackage) << i;
   }
   EXPECT_EQ(Install(kOath, kPackage), kBadAppletPackage);
-  EXPECT_EQ(ENTRY(ZUB_Install)(kTimeOnly, support::PlatformPath<KsvKit::WideChar>(folder_).c_str()),
+  EXPECT_EQ(ENTRY(ZUB_Install)(kTimeOnly, support::PlatformPath<WCHAR>(folder_).c_str()),
             static_cast<int32_t>(kAppletFileUnreadable));
   EXPECT_EQ(ENTRY(ZUB_Install)(kTimeOnly, nullptr), static_cast<int32_t>(kInvalidArgument));
   EXPECT_EQ(ENTRY(ZUB_Uninstall)(kTimeOnly), static_cast<int32_t>(kAppletNotInstalled));

@@ -11,7 +11,6 @@
 
 namespace {
 
-using KsvDisplay::Point;
 using KsvDisplay::Status;
 using support::Code;
 using support::FrameBytes;
@@ -21,13 +20,13 @@ using support::ImageRequest;
 struct Recorder {
   std::mutex mutex;
   std::condition_variable added;
-  std::vector<KsvDisplay::EventRecord> records;
-  KsvDisplay::EventRecord last{};
+  std::vector<DisplayEventRecord> records;
+  DisplayEventRecord last{};
   std::thread::id thread;
   std::function<void()> inside = [] {};
 }* recorder = nullptr;
 
-uint32_t Record(KsvDisplay::EventRecord* record) {
+uint32_t Record(DisplayEventRecord* record) {
   {
     const std::scoped_lock lock(recorder->mutex);
     recorder->records.push_back(recorder->last = *record);
@@ -41,14 +40,14 @@ uint32_t Record(KsvDisplay::EventRecord* record) {
 class ReferenceDisplayEvents : public support::ReferenceDisplayTest {
  protected:
   ReferenceDisplayEvents() { recorder = &events_; }
-  uint32_t Register(uint32_t mask) {
+  int32_t Register(uint32_t mask) {
     return wys_.RegisterEvents(session_, &mask, Record, reinterpret_cast<void*>(uintptr_t{0x1234}));
   }
-  uint32_t EstablishFor(const platform::TestWindow& window) {
-    const KsvDisplay::SessionRequest request{Word(window.handle()), 0xFFFF, context_};
+  int32_t EstablishFor(const platform::TestWindow& window) {
+    const WysSessionRequest request{Word(window.handle()), 0xFFFF, context_};
     return wys_.EstablishSession(&request, &session_);
   }
-  uint32_t Withdraw() { return wys_.RegisterEvents(session_, nullptr, nullptr, nullptr); }
+  int32_t Withdraw() { return wys_.RegisterEvents(session_, nullptr, nullptr, nullptr); }
   // The bits of the events up to one with `last` among them.
   std::vector<uint32_t> AwaitUpTo(uint32_t last) {
     std::unique_lock lock(events_.mutex);
@@ -63,25 +62,25 @@ class ReferenceDisplayEvents : public support::ReferenceDisplayTest {
 
 TEST_F(ReferenceDisplayEvents, TellOfChangesOnAThreadOfTheirOwn) {
   EXPECT_EQ(Withdraw(), Code(Status::kNotRegistered));
-  ASSERT_EQ(Register(2), 0U);
-  ASSERT_EQ(Create(ImageRequest{.type = 2, .least = 0, .greatest = 0}), 0U);
+  ASSERT_EQ(Register(2), 0);
+  ASSERT_EQ(Create(ImageRequest{.type = 2, .least = 0, .greatest = 0}), 0);
   EXPECT_EQ(AwaitUpTo(2), std::vector<uint32_t>{2});
   EXPECT_NE(events_.thread, std::this_thread::get_id());
   Tap("OK");
   EXPECT_EQ(AwaitUpTo(4), (std::vector<uint32_t>{2, 6}));
-  const auto& [bits, session, image, status, context] = events_.last;
-  EXPECT_EQ(std::tuple(bits, session, image, status, context), std::tuple(6U, session_, 77U, 36U, 0x1234U));
+  const auto& [bits, ids, status, context] = events_.last;
+  EXPECT_EQ(std::tuple(bits, ids[0], ids[1], status, context), std::tuple(6U, session_, 77U, 36U, 0x1234U));
 
   // Another mask, in the old registration's place.
-  ASSERT_EQ(Register(8), 0U);
-  ASSERT_EQ(Create(ImageRequest{}), 0U);
-  ASSERT_EQ(Frame(FrameBytes(2, 2)), 0U);
+  ASSERT_EQ(Register(8), 0);
+  ASSERT_EQ(Create(ImageRequest{}), 0);
+  ASSERT_EQ(Frame(FrameBytes(2, 2)), 0);
   EXPECT_EQ(AwaitUpTo(8), std::vector<uint32_t>{10});
-  EXPECT_EQ(Withdraw(), 0U);
+  EXPECT_EQ(Withdraw(), 0);
 }
 
 TEST_F(ReferenceDisplayEvents, NoneComesAfterTheirEnd) {
-  const std::pair<const char*, std::function<uint32_t()>> kEnds[] = {
+  const std::pair<const char*, std::function<int32_t()>> kEnds[] = {
       {"withdrawal", [this] { return Withdraw(); }},
       {"close", [this] { return wys_.CloseSession(session_); }},
       {"end of the context", [this] { return wys_.DeInit(context_); }},
@@ -98,8 +97,8 @@ TEST_F(ReferenceDisplayEvents, NoneComesAfterTheirEnd) {
         leave.get_future().wait();
       }
     };
-    ASSERT_EQ(Register(2), 0U);
-    ASSERT_EQ(Create(ImageRequest{}), 0U);
+    ASSERT_EQ(Register(2), 0);
+    ASSERT_EQ(Create(ImageRequest{}), 0);
     entered.get_future().wait();
     for (int i = 0; i < 300; ++i) wys_.ClearInput(session_, 0);
     std::promise<void> asked;
@@ -109,29 +108,29 @@ TEST_F(ReferenceDisplayEvents, NoneComesAfterTheirEnd) {
     });
     asked.get_future().wait();
     leave.set_value();
-    ASSERT_EQ(ending.get(), 0U);
+    ASSERT_EQ(ending.get(), 0);
     const int seen = calls;
     wys_.ClearInput(session_, 0);
     EXPECT_EQ(calls, seen);
     if (wys_.SendRecv(context_, 0, 0, 0, nullptr, &session_, nullptr, 0) != 0) {
-      ASSERT_EQ(wys_.Init(0, nullptr, &context_), 0U);
+      ASSERT_EQ(wys_.Init(0, nullptr, &context_), 0);
     }
     Establish();
   }
 }
 
 TEST_F(ReferenceDisplayEvents, CallbackMayCallButNotEndItself) {
-  std::promise<std::vector<uint32_t>> statuses;
+  std::promise<std::vector<int32_t>> statuses;
   events_.inside = [&, done = false]() mutable {
     if (std::exchange(done, true)) return;
     statuses.set_value({wys_.RepaintImage(session_, 0), wys_.ClearInput(session_, 0), Withdraw(),
                         wys_.CloseSession(session_), wys_.DeInit(context_), Register(2)});
   };
-  ASSERT_EQ(Register(2), 0U);
-  ASSERT_EQ(Create(ImageRequest{}), 0U);
-  const uint32_t running = Code(Status::kCallbackRunning);
-  EXPECT_EQ(statuses.get_future().get(), (std::vector<uint32_t>{0, 0, running, running, running, running}));
-  EXPECT_EQ(Withdraw(), 0U);
+  ASSERT_EQ(Register(2), 0);
+  ASSERT_EQ(Create(ImageRequest{}), 0);
+  const int32_t running = Code(Status::kCallbackRunning);
+  EXPECT_EQ(statuses.get_future().get(), (std::vector<int32_t>{0, 0, running, running, running, running}));
+  EXPECT_EQ(Withdraw(), 0);
 }
 
 TEST_F(ReferenceDisplayEvents, ContextEndsWithAllItsSessionsOrNone) {
@@ -140,44 +139,44 @@ TEST_F(ReferenceDisplayEvents, ContextEndsWithAllItsSessionsOrNone) {
   const platform::TestWindow third{{20, 20}, 40, 40};
   std::vector<uint32_t> sessions{first};
   for (const auto* window : {&second, &third}) {
-    ASSERT_EQ(EstablishFor(*window), 0U);
+    ASSERT_EQ(EstablishFor(*window), 0);
     sessions.push_back(session_);
   }
-  std::promise<std::pair<uint32_t, std::vector<uint32_t>>> outcome;
+  std::promise<std::pair<int32_t, std::vector<int32_t>>> outcome;
   std::atomic<bool> done = false;  // Each session has a thread of its own.
   events_.inside = [&] {
     if (done.exchange(true)) return;
-    const uint32_t status = wys_.DeInit(context_);
-    std::vector<uint32_t> images;
+    const int32_t status = wys_.DeInit(context_);
+    std::vector<int32_t> images;
     for (const uint32_t session : sessions) images.push_back(wys_.RepaintImage(session, 0));
     outcome.set_value({status, images});
   };
   for (const uint32_t session : sessions) {
     session_ = session;
-    ASSERT_EQ(Create(ImageRequest{}), 0U);
-    ASSERT_EQ(Register(8), 0U);
+    ASSERT_EQ(Create(ImageRequest{}), 0);
+    ASSERT_EQ(Register(8), 0);
   }
   // Sessions are gone through by their ids, which are drawn: the others come before this one.
   session_ = *std::max_element(sessions.begin(), sessions.end());
-  ASSERT_EQ(Frame(FrameBytes(2, 2)), 0U);
+  ASSERT_EQ(Frame(FrameBytes(2, 2)), 0);
   const auto [status, images] = outcome.get_future().get();
   EXPECT_EQ(status, Code(Status::kCallbackRunning));
-  EXPECT_EQ(images, std::vector<uint32_t>(3, 0));
+  EXPECT_EQ(images, std::vector<int32_t>(3, 0));
   events_.records.clear();
   for (const uint32_t session : sessions) {
     session_ = session;
-    ASSERT_EQ(Frame(FrameBytes(2, 2)), 0U);
+    ASSERT_EQ(Frame(FrameBytes(2, 2)), 0);
     AwaitUpTo(8);
   }
-  EXPECT_EQ(wys_.DeInit(context_), 0U);
+  EXPECT_EQ(wys_.DeInit(context_), 0);
 }
 
 // A page that makes and removes many objects leaves as many contexts, sessions and registrations.
 TEST_F(ReferenceDisplayEvents, WhatHostsForgetDoesNotUseAllUp) {
   const uint32_t shown = session_;
-  ASSERT_EQ(Create(ImageRequest{}), 0U);
+  ASSERT_EQ(Create(ImageRequest{}), 0);
   const platform::TestWindow busyWindow{{20, 20}, 40, 40};
-  ASSERT_EQ(EstablishFor(busyWindow), 0U);
+  ASSERT_EQ(EstablishFor(busyWindow), 0);
   const uint32_t busy = session_;
   std::promise<void> entered;
   std::promise<void> leave;
@@ -185,22 +184,22 @@ TEST_F(ReferenceDisplayEvents, WhatHostsForgetDoesNotUseAllUp) {
     entered.set_value();
     leave.get_future().wait();
   };
-  ASSERT_EQ(Register(8), 0U);
-  ASSERT_EQ(Frame(FrameBytes(2, 2)), 0U);
+  ASSERT_EQ(Register(8), 0);
+  ASSERT_EQ(Frame(FrameBytes(2, 2)), 0);
   entered.get_future().wait();
-  ASSERT_EQ(wys_.ReleaseImage(busy, 0), 0U);
+  ASSERT_EQ(wys_.ReleaseImage(busy, 0), 0);
 
   const uint32_t first = context_;
   std::vector<std::unique_ptr<platform::TestWindow>> windows;
   std::vector<uint32_t> contexts;
   for (int i = 0; i < 70; ++i) {
     windows.push_back(std::make_unique<platform::TestWindow>(POINT{20, 20}, 40, 40));
-    ASSERT_EQ(wys_.Init(0, "", &context_), 0U) << i;
-    ASSERT_EQ(EstablishFor(*windows.back()), 0U) << i;
-    ASSERT_EQ(Register(2), 0U);
+    ASSERT_EQ(wys_.Init(0, "", &context_), 0) << i;
+    ASSERT_EQ(EstablishFor(*windows.back()), 0) << i;
+    ASSERT_EQ(Register(2), 0);
     contexts.push_back(context_);
   }
-  EXPECT_EQ(wys_.RepaintImage(shown, 0), 0U);
+  EXPECT_EQ(wys_.RepaintImage(shown, 0), 0);
   EXPECT_EQ(wys_.RepaintImage(busy, 0), Code(Status::kUnknownImage));
   leave.set_value();
   for (const uint32_t context : contexts) wys_.DeInit(context);
@@ -208,32 +207,32 @@ TEST_F(ReferenceDisplayEvents, WhatHostsForgetDoesNotUseAllUp) {
 }
 
 TEST_F(ReferenceDisplayEvents, EndGivesUpOnACallbackThatWaitsForIt) {
-  std::promise<uint32_t> answer;
+  std::promise<int32_t> answer;
   std::promise<void> done;
   events_.inside = [&, first = true]() mutable {
     if (!std::exchange(first, false)) return;
     answer.set_value(std::async(std::launch::async, [this] { return Withdraw(); }).get());
     done.set_value();
   };
-  ASSERT_EQ(Register(2), 0U);
-  ASSERT_EQ(Create(ImageRequest{}), 0U);
+  ASSERT_EQ(Register(2), 0);
+  ASSERT_EQ(Create(ImageRequest{}), 0);
   EXPECT_EQ(answer.get_future().get(), Code(Status::kCallbackRunning));
   done.get_future().wait();
   // The registration stands as it was.
   events_.records.clear();
-  ASSERT_EQ(Frame(FrameBytes(2, 2)), 0U);
+  ASSERT_EQ(Frame(FrameBytes(2, 2)), 0);
   AwaitUpTo(8);
-  EXPECT_EQ(Withdraw(), 0U);
+  EXPECT_EQ(Withdraw(), 0);
 }
 
 TEST_F(ReferenceDisplayEvents, ManyThreadsMayUseOneSession) {
   const auto misuse = [this](int turn) {
     for (int i = 0; i < 40; ++i) {
-      const Point at{static_cast<uint16_t>(i * 9), static_cast<uint16_t>(i * 11)};
+      const WysPoint at{static_cast<uint16_t>(i * 9), static_cast<uint16_t>(i * 11)};
       uint32_t length = 0;
       uint32_t id = 0;
       const uint32_t mask = 2;
-      const KsvDisplay::SessionRequest request{Word(window_.handle()), 0xFFFF, context_};
+      const WysSessionRequest request{Word(window_.handle()), 0xFFFF, context_};
       wys_.MouseDown(session_, 0, &at);
       wys_.MouseUp(session_, 0, &at);
       wys_.SubmitInputAndGetResponse(session_, 0, &length, nullptr);
@@ -244,13 +243,13 @@ TEST_F(ReferenceDisplayEvents, ManyThreadsMayUseOneSession) {
       if (i == 35 && turn == 0) wys_.CloseSession(session_);
     }
   };
-  ASSERT_EQ(Create(ImageRequest{}), 0U);
+  ASSERT_EQ(Create(ImageRequest{}), 0);
   std::vector<std::future<void>> threads;
   for (int turn = 0; turn < 4; ++turn) threads.push_back(std::async(std::launch::async, misuse, turn));
   for (auto& thread : threads) thread.get();
   EXPECT_EQ(wys_.CloseSession(session_), Code(Status::kUnknownSession));
-  EXPECT_EQ(Establish() % 42, 0U);
-  EXPECT_EQ(Create(ImageRequest{}), 0U);
+  EXPECT_EQ(Establish() % 42, 0);
+  EXPECT_EQ(Create(ImageRequest{}), 0);
 }
 
 }  // namespace

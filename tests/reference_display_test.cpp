@@ -3,6 +3,7 @@
 #include <set>
 
 #include "kit/display/channel.h"
+#include "kit/display/sealed_input.h"
 #include "kit/display/visible_text.h"
 #include "kit/shared/crypto.h"
 #include "kit/shared/key_store.h"
@@ -10,7 +11,6 @@
 
 namespace {
 
-using KsvDisplay::Point;
 using KsvDisplay::Status;
 using support::ImageRequest;
 using Text = std::string;
@@ -32,27 +32,27 @@ class ReferenceDisplay : public support::ReferenceDisplayTest {
     const auto tag = KsvKit::Crypto::Hmac(KsvKit::Crypto::Hash::kSha256, key, KsvKit::AsBytes(frame));
     return frame + Text(KsvKit::AsText(tag));
   }
-  std::pair<uint32_t, Text> Exchange(int32_t type, const Text& sent, uint32_t capacity = 32, int32_t flag = 1) const {
+  std::pair<int32_t, Text> Exchange(int32_t type, const Text& sent, uint32_t capacity = 32, int32_t flag = 1) const {
     Text received(capacity, '\0');
     uint32_t length = capacity;
-    const uint32_t status = wys_.SendRecv(context_, session_, type, static_cast<uint32_t>(sent.size()), Data(sent),
-                                          &length, reinterpret_cast<uint8_t*>(received.data()), flag);
+    const int32_t status = wys_.SendRecv(context_, session_, type, static_cast<uint32_t>(sent.size()), Data(sent),
+                                         &length, reinterpret_cast<uint8_t*>(received.data()), flag);
     return {status, status == 0 ? received.substr(0, length) : std::to_string(length)};
   }
   void EnterPin(const Text& pin) {
-    for (const char digit : pin) EXPECT_EQ(Tap(Text(1, digit)), 0U);
+    for (const char digit : pin) EXPECT_EQ(Tap(Text(1, digit)), 0);
   }
 };
 
 TEST_F(ReferenceDisplay, PinComesBackSealedOnceAndOnlyWhole) {
-  ASSERT_EQ(Create(ImageRequest{}), 0U);
+  ASSERT_EQ(Create(ImageRequest{}), 0);
   EnterPin("20");
   EXPECT_EQ(wys_.SubmitInput(session_, 77, 0, nullptr), Code(Status::kInputIncomplete));
   EXPECT_EQ(Respond(), std::pair(Code(Status::kInputIncomplete), Text()));
   EnterPin("77319");  // the seventh is one too many
   Tap("OK");
   const auto [status, sealed] = Respond();
-  EXPECT_EQ(status, 0U);
+  EXPECT_EQ(status, 0);
   EXPECT_EQ(Open(sealed), "77:207731");
   EXPECT_EQ(Open(sealed, "stream"), "sealed");
   Text altered = sealed;
@@ -69,18 +69,18 @@ TEST_F(ReferenceDisplay, PinComesBackSealedOnceAndOnlyWhole) {
 }
 
 TEST_F(ReferenceDisplay, KeyCountsWhenPressAndReleaseFallOnIt) {
-  ASSERT_EQ(Create(ImageRequest{}), 0U);
+  ASSERT_EQ(Create(ImageRequest{}), 0);
   EnterPin("1234");
   auto keys = Keys();
-  const Point one = MiddleOf(keys["1"]);
-  const Point two = MiddleOf(keys["2"]);
-  const Point corner{static_cast<uint16_t>(keys["1"].x), static_cast<uint16_t>(keys["1"].y)};
-  const Point beside{static_cast<uint16_t>(keys["1"].x - 1), static_cast<uint16_t>(keys["1"].y)};
-  EXPECT_EQ(Click(one, two), 0U);
-  EXPECT_EQ(Click(beside, one), 0U);
-  EXPECT_EQ(Click({0, 0}, {65535, 65535}), 0U);
-  EXPECT_EQ(wys_.MouseUp(session_, 0, &one), 0U);
-  EXPECT_EQ(Click(corner, one), 0U);
+  const WysPoint one = MiddleOf(keys["1"]);
+  const WysPoint two = MiddleOf(keys["2"]);
+  const WysPoint corner{static_cast<uint16_t>(keys["1"].x), static_cast<uint16_t>(keys["1"].y)};
+  const WysPoint beside{static_cast<uint16_t>(keys["1"].x - 1), static_cast<uint16_t>(keys["1"].y)};
+  EXPECT_EQ(Click(one, two), 0);
+  EXPECT_EQ(Click(beside, one), 0);
+  EXPECT_EQ(Click({0, 0}, {65535, 65535}), 0);
+  EXPECT_EQ(wys_.MouseUp(session_, 0, &one), 0);
+  EXPECT_EQ(Click(corner, one), 0);
   EXPECT_EQ(Open(Respond().second), "77:12341");
 
   EnterPin("5555");
@@ -88,10 +88,10 @@ TEST_F(ReferenceDisplay, KeyCountsWhenPressAndReleaseFallOnIt) {
   EnterPin("678");
   EXPECT_EQ(Respond().first, Code(Status::kInputIncomplete));
   EnterPin("9");
-  EXPECT_EQ(wys_.SubmitInput(session_, 0, 0, nullptr), 0U);
+  EXPECT_EQ(wys_.SubmitInput(session_, 0, 0, nullptr), 0);
   EXPECT_EQ(Click(one, one), Code(Status::kInputClosed));
   EXPECT_EQ(Open(Respond().second), "77:6789");
-  EXPECT_EQ(Click(one, one), 0U);
+  EXPECT_EQ(Click(one, one), 0);
 }
 
 TEST_F(ReferenceDisplay, PadIsShuffledForEachImageAndInput) {
@@ -104,11 +104,11 @@ TEST_F(ReferenceDisplay, PadIsShuffledForEachImageAndInput) {
   };
   std::set<Text> orders;
   for (int i = 0; i < 4; ++i) {
-    ASSERT_EQ(Create(ImageRequest{}), 0U);
+    ASSERT_EQ(Create(ImageRequest{}), 0);
     orders.insert(order());
     EnterPin("1");
     orders.insert(order());
-    EXPECT_EQ(wys_.ClearInput(session_, 0), 0U);
+    EXPECT_EQ(wys_.ClearInput(session_, 0), 0);
     orders.insert(order());
   }
   // 3 in 10! that two of eight meet by chance, a few times over.
@@ -117,24 +117,24 @@ TEST_F(ReferenceDisplay, PadIsShuffledForEachImageAndInput) {
     std::sort(digits.begin(), digits.end());
     EXPECT_EQ(digits, "0123456789");
   }
-  ASSERT_EQ(Create(ImageRequest{.options = 1}), 0U);
+  ASSERT_EQ(Create(ImageRequest{.options = 1}), 0);
   const Text before = order();
   EnterPin("11");
   EXPECT_NE(order(), before);
 }
 
 TEST_F(ReferenceDisplay, ConfirmationAndTextAreInputsToo) {
-  ASSERT_EQ(Create(ImageRequest{.type = 2, .id = 5, .size = {}, .least = 0, .greatest = 0}), 0U);
+  ASSERT_EQ(Create(ImageRequest{.type = 2, .id = 5, .size = {}, .least = 0, .greatest = 0}), 0);
   EXPECT_EQ(Respond().first, Code(Status::kInputIncomplete));
   Tap("OK");
   EXPECT_EQ(Open(Respond().second), "5:OK");
 
-  ASSERT_EQ(Create(ImageRequest{.type = 3, .id = 6, .size = {}, .least = 2, .greatest = 4}), 0U);
+  ASSERT_EQ(Create(ImageRequest{.type = 3, .id = 6, .size = {}, .least = 2, .greatest = 4}), 0);
   EXPECT_EQ(Keys().size(), 0U);
-  constexpr KsvKit::WideChar kText[] = {'a', 0x20AC, 0xD83D, 0xDE00, 'b', 0};
-  constexpr KsvKit::WideChar kHalf[] = {'a', 0xD83D, 0};
+  constexpr WCHAR kText[] = {'a', 0x20AC, 0xD83D, 0xDE00, 'b', 0};
+  constexpr WCHAR kHalf[] = {'a', 0xD83D, 0};
   const struct {
-    const KsvKit::WideChar* text;
+    const WCHAR* text;
     uint32_t length;
     Status status;
   } kCases[] = {
@@ -146,7 +146,7 @@ TEST_F(ReferenceDisplay, ConfirmationAndTextAreInputsToo) {
   };
   for (const auto& row : kCases) EXPECT_EQ(wys_.SubmitInput(session_, 6, row.length, row.text), Code(row.status));
   EXPECT_EQ(Open(Respond().second), "6:a\u20AC\U0001F600b");
-  ASSERT_EQ(Create(ImageRequest{}), 0U);
+  ASSERT_EQ(Create(ImageRequest{}), 0);
   EXPECT_EQ(wys_.SubmitInput(session_, 0, 9, kText), Code(Status::kWrongInputType));
 }
 
@@ -190,7 +190,7 @@ TEST_F(ReferenceDisplay, DescriptionsAreChecked) {
     SCOPED_TRACE(&row - kCases);
     EXPECT_EQ(Create(row.block), Code(row.status));
     if (row.status == Status::kOk) {
-      EXPECT_EQ(wys_.RepaintImage(session_, 0), 0U);
+      EXPECT_EQ(wys_.RepaintImage(session_, 0), 0);
     }
   }
   // What the page left open comes back in the block.
@@ -219,12 +219,12 @@ TEST_F(ReferenceDisplay, FramesAreCheckedAndClicksOnThemAreTheInput) {
       {good, Status::kOk},
   };
   for (const auto& row : kCases) EXPECT_EQ(Frame(row.bytes), Code(row.status)) << &row - kCases;
-  EXPECT_EQ(wys_.RepaintImage(session_, 9), 0U);
+  EXPECT_EQ(wys_.RepaintImage(session_, 9), 0);
   EXPECT_EQ(Respond().first, Code(Status::kInputIncomplete));
-  EXPECT_EQ(Click({10, 5}, {29, 14}), 0U);
-  EXPECT_EQ(Click({9, 5}, {12, 7}), 0U);
-  EXPECT_EQ(Click({12, 7}, {30, 14}), 0U);
-  EXPECT_EQ(Click({12, 7}, {12, 7}), 0U);
+  EXPECT_EQ(Click({10, 5}, {29, 14}), 0);
+  EXPECT_EQ(Click({9, 5}, {12, 7}), 0);
+  EXPECT_EQ(Click({12, 7}, {30, 14}), 0);
+  EXPECT_EQ(Click({12, 7}, {12, 7}), 0);
   EXPECT_EQ(Open(Respond().second), "9:" + Text("\0\x13\0\x9\0\x2\0\x2", 8));
 }
 
@@ -252,14 +252,14 @@ TEST_F(ReferenceDisplay, ChannelBindsFramesAndInputsToItsKey) {
   for (const uint32_t length : {0U, 33U}) {
     EXPECT_EQ(wys_.SetStreamKey(session_, length, Data(Text(33, 'k'))), Code(Status::kInvalidArgument));
   }
-  ASSERT_EQ(wys_.SetStreamKey(session_, 32, Data(stream)), 0U);
+  ASSERT_EQ(wys_.SetStreamKey(session_, 32, Data(stream)), 0);
   const Text frame = FrameBytes(20, 10, 1);
   EXPECT_EQ(Frame(FrameBytes(20, 10)), Code(Status::kFrameNotAuthentic));
   EXPECT_EQ(Frame(Tagged(frame, "another stream")), Code(Status::kFrameNotAuthentic));
   Text altered = Tagged(frame, stream);
   altered[20] ^= 1;
   EXPECT_EQ(Frame(altered), Code(Status::kFrameNotAuthentic));
-  EXPECT_EQ(Frame(Tagged(frame, stream)), 0U);
+  EXPECT_EQ(Frame(Tagged(frame, stream)), 0);
   Click({11, 6}, {11, 6});
   const Text sealed = Respond().second;
   EXPECT_EQ(Open(sealed), "sealed");
@@ -291,10 +291,10 @@ TEST(ReferenceDisplayText, ReachesATerminalWithoutCommands) {
 }
 
 TEST_F(ReferenceDisplay, MessagesHonourTheBuffer) {
-  EXPECT_EQ(Exchange(0, "echo"), std::pair(0U, Text("echo")));
-  EXPECT_EQ(Exchange(0, "echo", 3), std::pair(11U, Text("4")));
-  EXPECT_EQ(Exchange(0, "echo", 3, 0), std::pair(0U, Text()));
-  EXPECT_EQ(Exchange(250, Text(4, '\0'), 31), std::pair(11U, Text("32")));
+  EXPECT_EQ(Exchange(0, "echo"), std::pair(0, Text("echo")));
+  EXPECT_EQ(Exchange(0, "echo", 3), std::pair(11, Text("4")));
+  EXPECT_EQ(Exchange(0, "echo", 3, 0), std::pair(0, Text()));
+  EXPECT_EQ(Exchange(250, Text(4, '\0'), 31), std::pair(11, Text("32")));
   EXPECT_EQ(Exchange(1, "", 500).second.front(), '{');
   EXPECT_EQ(Exchange(2, "").first, Code(Status::kUnknownMessageType));
   EXPECT_EQ(Exchange(0, "", 32, 2).first, Code(Status::kInvalidArgument));
@@ -302,40 +302,40 @@ TEST_F(ReferenceDisplay, MessagesHonourTheBuffer) {
 }
 
 TEST_F(ReferenceDisplay, NothingIsTakenOnTrust) {
-  const uint32_t invalid = Code(Status::kInvalidArgument);
-  const Point point{};
+  const int32_t invalid = Code(Status::kInvalidArgument);
+  const WysPoint point{};
   uint8_t byte = 0;
   uint32_t word = 0;
-  KsvKit::WideChar unit = 'x';
-  const KsvDisplay::SessionRequest noWindow{0, 0xFFFF, context_};
-  const KsvDisplay::SessionRequest otherFeatures{1, 0xFFFE, context_};
+  WCHAR unit = 'x';
+  const WysSessionRequest noWindow{0, 0xFFFF, context_};
+  const WysSessionRequest otherFeatures{1, 0xFFFE, context_};
   EXPECT_EQ(wys_.Init(0, "Norvo Bank", nullptr), invalid);
   for (const Text& caption : {Text(65, 'x'), Text("line\nfeed"), Text("\xC3"), Text("\xC0\x80"), Text("\xED\xA0\x80"),
                               Text("a\u202Eb"), Text("a\u200Bb"), Text("a\u00ADb"), Text("a\U000E0041b")}) {
     EXPECT_EQ(wys_.Init(0, caption.c_str(), &word), invalid) << caption;
   }
-  for (const auto* request : {static_cast<const KsvDisplay::SessionRequest*>(nullptr), &noWindow, &otherFeatures}) {
+  for (const auto* request : {static_cast<const WysSessionRequest*>(nullptr), &noWindow, &otherFeatures}) {
     EXPECT_EQ(wys_.EstablishSession(request, &word), invalid);
   }
-  const uint32_t refusals[] = {wys_.CreateStdImage(session_, nullptr, &byte, 1, 0, 0),
-                               wys_.CreateStdImage(session_, &point, nullptr, 50, 0, 0),
-                               wys_.CreateStdImage(session_, &point, &byte, 1, 0, 1),
-                               wys_.MouseDown(session_, 0, nullptr),
-                               wys_.MouseUp(session_, 0, nullptr),
-                               wys_.SubmitInputAndGetResponse(session_, 0, nullptr, &byte),
-                               wys_.SetStreamKey(session_, 5, nullptr),
-                               wys_.SubmitFrame(session_, 0, &point, 5, nullptr),
-                               wys_.SubmitFrame(session_, 0, nullptr, 0, nullptr),
-                               wys_.SendRecv(context_, 0, 0, 1, nullptr, &word, &byte, 1),
-                               wys_.SendRecv(context_, 0, 0, 0, nullptr, nullptr, &byte, 1),
-                               wys_.GetVersion(nullptr),
-                               wys_.StatusToString(nullptr, 9, 0),
-                               wys_.RegisterEvents(
-                                   session_, nullptr, [](KsvDisplay::EventRecord*) { return 0U; }, nullptr)};
+  const int32_t refusals[] = {wys_.CreateStdImage(session_, nullptr, &byte, 1, 0, 0),
+                              wys_.CreateStdImage(session_, &point, nullptr, 50, 0, 0),
+                              wys_.CreateStdImage(session_, &point, &byte, 1, 0, 1),
+                              wys_.MouseDown(session_, 0, nullptr),
+                              wys_.MouseUp(session_, 0, nullptr),
+                              wys_.SubmitInputAndGetResponse(session_, 0, nullptr, &byte),
+                              wys_.SetStreamKey(session_, 5, nullptr),
+                              wys_.SubmitFrame(session_, 0, &point, 5, nullptr),
+                              wys_.SubmitFrame(session_, 0, nullptr, 0, nullptr),
+                              wys_.SendRecv(context_, 0, 0, 1, nullptr, &word, &byte, 1),
+                              wys_.SendRecv(context_, 0, 0, 0, nullptr, nullptr, &byte, 1),
+                              wys_.GetVersion(nullptr),
+                              wys_.StatusToString(nullptr, 9, 0),
+                              wys_.RegisterEvents(
+                                  session_, nullptr, [](DisplayEventRecord*) { return 0U; }, nullptr)};
   EXPECT_THAT(refusals, testing::Each(invalid));
 
   for (const uint32_t id : {uint32_t{0}, session_ + 1}) {
-    const uint32_t unknown = Code(Status::kUnknownSession);
+    const int32_t unknown = Code(Status::kUnknownSession);
     EXPECT_EQ(wys_.CloseSession(id), unknown);
     EXPECT_EQ(wys_.RepaintImage(id, 0), unknown);
     EXPECT_EQ(wys_.SetStreamKey(id, 1, &byte), unknown);
@@ -345,11 +345,11 @@ TEST_F(ReferenceDisplay, NothingIsTakenOnTrust) {
   EXPECT_EQ(wys_.DeInit(context_ + 1), Code(Status::kUnknownContext));
   EXPECT_EQ(wys_.SendRecv(0, 0, 0, 0, nullptr, &word, &byte, 1), Code(Status::kUnknownContext));
   EXPECT_EQ(wys_.RepaintImage(session_, 0), Code(Status::kUnknownImage));
-  ASSERT_EQ(Create(ImageRequest{}), 0U);
+  ASSERT_EQ(Create(ImageRequest{}), 0);
   EXPECT_EQ(wys_.ReleaseImage(session_, 78), Code(Status::kUnknownImage));
-  EXPECT_EQ(wys_.ReleaseImage(session_, 77), 0U);
+  EXPECT_EQ(wys_.ReleaseImage(session_, 77), 0);
   EXPECT_EQ(wys_.ReleaseImage(session_, 77), Code(Status::kUnknownImage));
-  EXPECT_EQ(wys_.StatusToString(&unit, 1, 0), 11U);
+  EXPECT_EQ(wys_.StatusToString(&unit, 1, 0), 11);
   EXPECT_EQ(unit, 0);
 }
 
@@ -357,30 +357,30 @@ TEST_F(ReferenceDisplay, WindowHasOneSession) {
   const uint32_t first = session_;
   session_ = 0;
   ASSERT_EQ(Create(ImageRequest{}), Code(Status::kUnknownSession));
-  EXPECT_EQ(Establish(), 42U);
+  EXPECT_EQ(Establish(), 42);
   EXPECT_EQ(session_, first);
-  ASSERT_EQ(Create(ImageRequest{}), 0U);
+  ASSERT_EQ(Create(ImageRequest{}), 0);
 
   // Another page in the same window gets the session, but not what the first one left in it.
   const uint32_t earlier = context_;
-  ASSERT_EQ(wys_.Init(7, nullptr, &context_), 0U);
-  EXPECT_EQ(Establish(), 42U);
+  ASSERT_EQ(wys_.Init(7, nullptr, &context_), 0);
+  EXPECT_EQ(Establish(), 42);
   EXPECT_EQ(session_, first);
   EXPECT_EQ(wys_.RepaintImage(session_, 0), Code(Status::kUnknownImage));
-  EXPECT_EQ(wys_.DeInit(earlier), 0U);
-  EXPECT_EQ(wys_.CloseSession(session_), 0U);
-  EXPECT_EQ(Establish(), 0U);
-  EXPECT_EQ(wys_.DeInit(context_), 0U);
+  EXPECT_EQ(wys_.DeInit(earlier), 0);
+  EXPECT_EQ(wys_.CloseSession(session_), 0);
+  EXPECT_EQ(Establish(), 0);
+  EXPECT_EQ(wys_.DeInit(context_), 0);
   EXPECT_EQ(wys_.CloseSession(session_), Code(Status::kUnknownSession));
 }
 
 TEST_F(ReferenceDisplay, EveryStatusHasItsText) {
-  std::set<std::basic_string<KsvKit::WideChar>> texts;
+  std::set<std::basic_string<WCHAR>> texts;
   size_t known = 0;
   for (uint32_t code = 0; code < 400; ++code) {
-    KsvKit::WideChar text[256] = {'x'};
-    const uint32_t status = wys_.StatusToString(text, 256, code);
-    const size_t length = std::char_traits<KsvKit::WideChar>::length(text);
+    WCHAR text[256] = {'x'};
+    const int32_t status = wys_.StatusToString(text, 256, code);
+    const size_t length = std::char_traits<WCHAR>::length(text);
     ASSERT_TRUE(status == 0 ? length > 0 && length < 128 : status == Code(Status::kUnknownStatus) && length == 0);
     if (status != 0) continue;
     ++known;
@@ -388,7 +388,7 @@ TEST_F(ReferenceDisplay, EveryStatusHasItsText) {
   }
   EXPECT_EQ(texts.size(), known) << "two have the same";
   uint32_t version = 0;
-  EXPECT_EQ(wys_.GetVersion(&version), 0U);
+  EXPECT_EQ(wys_.GetVersion(&version), 0);
   EXPECT_EQ(version, 0x00010000U);
 }
 

@@ -1,8 +1,7 @@
-#include "kit/agent/agent_entries.h"
-
 #include <memory>
 
 #include "kit/agent/agent.h"
+#include "vendor/zub.h"
 
 namespace KsvAgent {
 namespace {
@@ -49,13 +48,13 @@ void StoreIn(uint32_t* out, Make make) {
   *out = make();
 }
 
-EventHub::Sink ByName(const char* name, KsvAgentEventCallback callback) {
+EventHub::Sink ByName(const char* name, AgentEventCallback callback) {
   return [name = std::string(name), callback](ByteView data, uint8_t source) {
     callback(name.c_str(), static_cast<uint32_t>(data.size()), data.data(), source);
   };
 }
 
-std::function<EventHub::Sink(uint32_t)> ByInstance(KsvAgentInstanceCallback callback, void* context) {
+std::function<EventHub::Sink(uint32_t)> ByInstance(InstanceEventCallback callback, void* context) {
   if (callback == nullptr) return nullptr;
   return [callback, context](uint32_t id) -> EventHub::Sink {
     return [callback, context, id](ByteView data, uint8_t source) {
@@ -98,11 +97,11 @@ int32_t ZUB_DoFWUpdate() {
   return Guarded([](Agent& agent) { agent.RequireInitialised(); });
 }
 
-int32_t ZUB_Install(const char* name, const WideChar* path) {
+int32_t ZUB_Install(const char* name, const WCHAR* path) {
   return Guarded([=](Agent& agent) { agent.Install(name, path); });
 }
 
-int32_t ZUB_InstallOTPS(const char* name, const WideChar* path) {
+int32_t ZUB_InstallOTPS(const char* name, const WCHAR* path) {
   return ZUB_Install(name, path);
 }
 
@@ -188,7 +187,7 @@ int32_t ZUB3_GetOTP(uint32_t instanceId, int32_t otpSelector, int32_t tokenLengt
   });
 }
 
-int32_t ZUB_RegisterEventCb(const char* name, KsvAgentEventCallback callback) {
+int32_t ZUB_RegisterEventCb(const char* name, AgentEventCallback callback) {
   return Guarded([=](Agent& agent) { agent.RegisterEvents(name, ByName(Given(name), Given(callback))); });
 }
 
@@ -196,7 +195,7 @@ int32_t ZUB_UnregisterEventCb(const char* name) {
   return Guarded([=](Agent& agent) { agent.UnregisterEvents(name); });
 }
 
-int32_t ZUB3_StartInstance(const char* name, KsvAgentInstanceCallback callback, void* context, uint32_t* instanceId) {
+int32_t ZUB3_StartInstance(const char* name, InstanceEventCallback callback, void* context, uint32_t* instanceId) {
   return Guarded([=](Agent& agent) { agent.StartInstance(name, ByInstance(callback, context), *Given(instanceId)); });
 }
 

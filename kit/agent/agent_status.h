@@ -1,18 +1,17 @@
 #pragma once
 
-#include <cstdint>
+#include "vendor/zub.h"
 
 namespace KsvAgent {
 
-/// What every entry point answers. 0 and 11 mean the same to every caller of these entry points; the others are this
-/// agent's own. 10 is left free, because the plug-in reports it for a library that it did not reach. A status never
-/// moves: pages compare these numbers.
+/// What every entry point answers: the contract's statuses, without `kAgentNotCalled`, and this agent's own. A status
+/// never moves: pages compare these numbers.
 enum class Status : int32_t {
   /// Done.
-  kOk = 0,
+  kOk = kAgentOk,
   /// An output buffer is absent or too short. The lengths that are needed have been stored; nothing else has changed,
   /// so the same call can be made again.
-  kBufferTooSmall = 11,
+  kBufferTooSmall = kAgentBufferTooSmall,
 
   /// A null pointer, a negative length or an empty name where a value is needed.
   kInvalidArgument = 101,

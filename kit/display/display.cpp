@@ -18,7 +18,7 @@ constexpr size_t kMaxCaption = 64;
 constexpr size_t kMaxMessage = size_t{1024} * 1024;
 constexpr size_t kMaxText = 4096;
 /// The one set of features that hosts ask for.
-constexpr uint32_t kFeatures = 0xFFFF;
+constexpr uint32_t kWindowKind = 0xFFFF;
 
 enum MessageType : int32_t { kEcho = 0, kCapabilities = 1, kChannelSetup = 250 };
 constexpr std::string_view kCapabilitiesText =
@@ -131,17 +131,17 @@ Image& Display::ImageAt(Session& session, uint32_t imageId) {
   return *session.image;
 }
 
-void Display::EstablishSession(SessionRequest request, uint32_t& sessionId) {
-  Require(request.window != 0 && request.features == kFeatures, Status::kInvalidArgument);
+void Display::EstablishSession(WysSessionRequest request, uint32_t& sessionId) {
+  Require(request.window != 0 && request.windowKind == kWindowKind, Status::kInvalidArgument);
   Require(Painter::WindowStands(request.window), Status::kWindowGone);
   const std::scoped_lock lock(mutex_);
-  Require(contexts_.contains(request.context), Status::kUnknownContext);
+  Require(contexts_.contains(request.displayContext), Status::kUnknownContext);
   for (auto& [id, session] : sessions_) {
     if (session.window != request.window) continue;
-    if (session.context != request.context) {
+    if (session.context != request.displayContext) {
       // Another page has come to this window: what the earlier one left is none of its business.
       if (session.image) Painter::Uncover(session.window, session.image->area());
-      session.context = request.context;
+      session.context = request.displayContext;
       session.image.reset();
       session.streamKey.clear();
     }
@@ -153,7 +153,7 @@ void Display::EstablishSession(SessionRequest request, uint32_t& sessionId) {
   Require(sessions_.size() < kMaxSessions || ForgetOldestSession(), Status::kTooManySessions);
   const uint32_t id = DrawHandle(sessions_);
   Session& session = sessions_[id];
-  session.context = request.context;
+  session.context = request.displayContext;
   session.window = request.window;
   session.age = nextAge_++;
   sessionId = id;

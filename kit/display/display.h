@@ -8,14 +8,6 @@
 
 namespace KsvDisplay {
 
-/// What a host asks a session with: three 32-bit words.
-struct SessionRequest {
-  uint32_t window;
-  uint32_t features;
-  uint32_t context;
-};
-static_assert(sizeof(SessionRequest) == 12);
-
 /// A caller's buffer with its length, which goes in as the capacity. A null buffer has no capacity.
 struct OutputBuffer {
   uint32_t* length;
@@ -32,7 +24,7 @@ class Display {
   void DeInit(uint32_t context);
 
   /// Stores the session's id also when it throws kSessionStands.
-  void EstablishSession(SessionRequest request, uint32_t& sessionId);
+  void EstablishSession(WysSessionRequest request, uint32_t& sessionId);
   /// Throws kCallbackRunning with the session as it was.
   void CloseSession(uint32_t sessionId);
   /// Takes the place of an earlier registration, which has ended then. Throws kCallbackRunning with that as it was.

@@ -1,6 +1,7 @@
-#include "kit/display/display_entries.h"
-
 #include <memory>
+
+#include "kit/display/display.h"
+#include "vendor/ksvwys.h"
 
 namespace KsvDisplay {
 namespace {
@@ -22,8 +23,8 @@ Display& TheDisplay() {
 
 /// The one way into the display.
 template <class Operation>
-uint32_t Guarded(Operation&& operation) noexcept {
-  return static_cast<uint32_t>(StatusOf<Status>([&] { operation(TheDisplay()); }));
+int32_t Guarded(Operation&& operation) noexcept {
+  return static_cast<int32_t>(StatusOf<Status>([&] { operation(TheDisplay()); }));
 }
 
 template <class Pointer>
@@ -38,7 +39,7 @@ ByteView Sent(uint32_t length, const uint8_t* data) {
 }
 
 /// Stores the text with its end mark, or an empty one where it does not fit.
-void StoreText(WideChar* buffer, uint32_t capacity, std::string_view text) {
+void StoreText(WCHAR* buffer, uint32_t capacity, std::string_view text) {
   Require(capacity > 0, Status::kBufferTooSmall);
   Given(buffer)[0] = 0;
   Require(text.size() < capacity, Status::kBufferTooSmall);
@@ -51,66 +52,66 @@ void StoreText(WideChar* buffer, uint32_t capacity, std::string_view text) {
 
 using namespace KsvDisplay;
 
-uint32_t WYSInit(int32_t, const char* caption, uint32_t* context) {
+int32_t WYSInit(int32_t, const char* caption, uint32_t* context) {
   return Guarded([=](Display& display) { *Given(context) = display.Init(caption); });
 }
 
-uint32_t WYSDeInit(uint32_t context) {
+int32_t WYSDeInit(uint32_t context) {
   return Guarded([=](Display& display) { display.DeInit(context); });
 }
 
-uint32_t WYSEstablishSession(const SessionRequest* request, uint32_t* sessionId) {
+int32_t WYSEstablishSession(const WysSessionRequest* request, uint32_t* sessionId) {
   return Guarded([=](Display& display) { display.EstablishSession(*Given(request), *Given(sessionId)); });
 }
 
-uint32_t WYSCloseSession(uint32_t sessionId) {
+int32_t WYSCloseSession(uint32_t sessionId) {
   return Guarded([=](Display& display) { display.CloseSession(sessionId); });
 }
 
-uint32_t WYSCreateStdImage(uint32_t sessionId, const Point* origin, uint8_t* descriptor, uint32_t descriptorLength,
-                           uint32_t reserved1, uint32_t reserved2) {
+int32_t WYSCreateStdImage(uint32_t sessionId, const WysPoint* origin, uint8_t* descriptor, uint32_t descriptorLength,
+                          int32_t reserved1, int32_t reserved2) {
   return Guarded([=](Display& display) {
     Require(reserved1 == 0 && reserved2 == 0, Status::kInvalidArgument);
     display.CreateStdImage(sessionId, *Given(origin), {Given(descriptor), descriptorLength});
   });
 }
 
-uint32_t WYSMouseDown(uint32_t sessionId, uint32_t imageId, const Point* point) {
+int32_t WYSMouseDown(uint32_t sessionId, uint32_t imageId, const WysPoint* point) {
   return Guarded([=](Display& display) { display.MouseDown(sessionId, imageId, *Given(point)); });
 }
 
-uint32_t WYSMouseUp(uint32_t sessionId, uint32_t imageId, const Point* point) {
+int32_t WYSMouseUp(uint32_t sessionId, uint32_t imageId, const WysPoint* point) {
   return Guarded([=](Display& display) { display.MouseUp(sessionId, imageId, *Given(point)); });
 }
 
-uint32_t WYSSubmitInput(uint32_t sessionId, uint32_t imageId, uint32_t length, const WideChar* text) {
+int32_t WYSSubmitInput(uint32_t sessionId, uint32_t imageId, uint32_t length, const WCHAR* text) {
   return Guarded([=](Display& display) { display.SubmitInput(sessionId, imageId, length, text); });
 }
 
-uint32_t WYSSubmitInputAndGetResponse(uint32_t sessionId, uint32_t imageId, uint32_t* length, uint8_t* buffer) {
+int32_t WYSSubmitInputAndGetResponse(uint32_t sessionId, uint32_t imageId, uint32_t* length, uint8_t* buffer) {
   return Guarded([=](Display& display) { display.GetResponse(sessionId, imageId, {Given(length), buffer}); });
 }
 
-uint32_t WYSReleaseImage(uint32_t sessionId, uint32_t imageId) {
+int32_t WYSReleaseImage(uint32_t sessionId, uint32_t imageId) {
   return Guarded([=](Display& display) { display.ReleaseImage(sessionId, imageId); });
 }
 
-uint32_t WYSClearInput(uint32_t sessionId, uint32_t imageId) {
+int32_t WYSClearInput(uint32_t sessionId, uint32_t imageId) {
   return Guarded([=](Display& display) { display.ClearInput(sessionId, imageId); });
 }
 
-uint32_t WYSSetStreamKey(uint32_t sessionId, uint32_t length, const uint8_t* key) {
+int32_t WYSSetStreamKey(uint32_t sessionId, uint32_t length, const uint8_t* key) {
   return Guarded([=](Display& display) { display.SetStreamKey(sessionId, Sent(length, key)); });
 }
 
-uint32_t WYSSubmitFrame(uint32_t sessionId, uint32_t imageId, const Point* point, uint32_t length,
-                        const uint8_t* frame) {
+int32_t WYSSubmitFrame(uint32_t sessionId, uint32_t imageId, const WysPoint* point, uint32_t length,
+                       const uint8_t* frame) {
   return Guarded(
       [=](Display& display) { display.SubmitFrame(sessionId, imageId, *Given(point), Sent(length, frame)); });
 }
 
-uint32_t WYSSendRecv(uint32_t context, uint32_t sessionId, int32_t messageType, uint32_t sendLength,
-                     const uint8_t* send, uint32_t* receiveLength, uint8_t* receive, int32_t flag) {
+int32_t WYSSendRecv(uint32_t context, uint32_t sessionId, int32_t messageType, uint32_t sendLength, const uint8_t* send,
+                    uint32_t* receiveLength, uint8_t* receive, int32_t flag) {
   return Guarded([=](Display& display) {
     Require(flag == 0 || flag == 1, Status::kInvalidArgument);
     display.SendRecv(context, sessionId, messageType, Sent(sendLength, send), {Given(receiveLength), receive},
@@ -118,15 +119,15 @@ uint32_t WYSSendRecv(uint32_t context, uint32_t sessionId, int32_t messageType, 
   });
 }
 
-uint32_t WYSRepaintImage(uint32_t sessionId, uint32_t imageId) {
+int32_t WYSRepaintImage(uint32_t sessionId, uint32_t imageId) {
   return Guarded([=](Display& display) { display.RepaintImage(sessionId, imageId); });
 }
 
-uint32_t WYSGetVersion(uint32_t* version) {
+int32_t WYSGetVersion(uint32_t* version) {
   return Guarded([=](Display&) { *Given(version) = kVersion; });
 }
 
-uint32_t WYSStatusToString(WideChar* buffer, uint32_t capacity, uint32_t statusCode) {
+int32_t WYSStatusToString(WCHAR* buffer, uint32_t capacity, uint32_t statusCode) {
   return Guarded([=](Display&) {
     const std::string_view text = TextOf(statusCode);
     StoreText(Given(buffer), capacity, text);
@@ -134,7 +135,7 @@ uint32_t WYSStatusToString(WideChar* buffer, uint32_t capacity, uint32_t statusC
   });
 }
 
-uint32_t WYSRegisterEvents(uint32_t sessionId, const uint32_t* eventMask, EventCallback callback, void* context) {
+int32_t WYSRegisterEvents(uint32_t sessionId, const uint32_t* eventMask, DisplayEventEntry callback, void* context) {
   return Guarded([=](Display& display) {
     if (callback == nullptr) return display.WithdrawEvents(sessionId);
     // Window handles, which hosts give here, have 32 significant bits on every system.

@@ -1,22 +1,22 @@
 #pragma once
 
-#include <cstdint>
 #include <string_view>
 
 #include "kit/shared/bytes.h"
+#include "vendor/ksvwys.h"
 
 namespace KsvDisplay {
 
 using namespace KsvKit;
 
-/// What every entry point answers; `TextOf` says what each means. 34 is left free, because the plug-in reports it for a
-/// library that it did not reach. A status never moves: pages compare these numbers.
-enum class Status : uint32_t {
-  kOk = 0,
+/// What every entry point answers: the contract's statuses, without `kDisplayNotCalled`, and this display's own;
+/// `TextOf` says what each means. A status never moves: pages compare these numbers.
+enum class Status : int32_t {
+  kOk = kDisplayOk,
   kBufferTooSmall = 11,
   /// In event records only.
   kInputComplete = 36,
-  kSessionStands = 42,
+  kSessionStands = ::kSessionStands,
 
   kInvalidArgument = 201,
   kUnknownContext = 202,

@@ -32,7 +32,7 @@ void EventThread::Post(uint32_t eventBits, uint32_t sessionId, uint32_t imageId)
   const std::scoped_lock lock(mutex_);
   if (ended_ || queue_.size() >= kMaxQueued) return;
   queue_.push_back(
-      {eventBits, sessionId, imageId, complete ? static_cast<uint32_t>(Status::kInputComplete) : 0, context_});
+      {eventBits, {sessionId, imageId}, complete ? static_cast<uint32_t>(Status::kInputComplete) : 0, context_});
   changed_.notify_all();
 }
 

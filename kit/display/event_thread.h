@@ -9,20 +9,13 @@
 
 #include "kit/display/display_status.h"
 #include "kit/shared/system.h"
+#include "vendor/ksvwys.h"
 
 namespace KsvDisplay {
 
-/// What a callback is given: five 32-bit words.
-struct EventRecord {
-  uint32_t eventBits;
-  uint32_t sessionId;
-  uint32_t imageId;
-  uint32_t eventStatus;
-  uint32_t context;
-};
-static_assert(sizeof(EventRecord) == 20);
-
-using EventCallback = uint32_t (*)(EventRecord* record);
+/// What a callback is given; the library's own words are the ids of session and image.
+using EventRecord = DisplayEventRecord;
+using EventCallback = DisplayEventEntry;
 
 constexpr uint32_t kImageChanged = 2;
 constexpr uint32_t kInputCompleted = 4;

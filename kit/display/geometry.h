@@ -1,16 +1,14 @@
 #pragma once
 
-#include <cstdint>
+#include "vendor/ksvwys.h"
 
 namespace KsvDisplay {
 
-/// A position or a size as hosts hand it over: in pixels, from the upper left corner.
-struct Point {
-  uint16_t x = 0;
-  uint16_t y = 0;
+using Point = WysPoint;
 
-  bool operator==(const Point&) const = default;
-};
+inline bool operator==(Point one, Point other) {
+  return one.x == other.x && one.y == other.y;
+}
 
 struct Rect {
   int x = 0;

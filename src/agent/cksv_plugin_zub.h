@@ -12,9 +12,6 @@
 
 namespace NorvoWebAPI::KSV {
 
-/// Values of "fnRetCode" that the plug-in itself gives or reads; all others are the library's own.
-enum AgentStatus : int32_t { kAgentOk = 0, kAgentNotCalled = 10, kAgentBufferTooSmall = 11 };
-
 inline constexpr char kAgentLogTag[] = "pZUB";
 
 /// Under this key `StartInstance` stores the id, once the library has been called.

@@ -10,9 +10,6 @@
 
 namespace NorvoWebAPI::KSV {
 
-/// Values of "fnRetCode" that the plug-in itself gives or reads; all others are the library's own.
-enum DisplayStatus : int32_t { kDisplayOk = 0, kDisplayNotCalled = 34, kSessionStands = 42 };
-
 /// The display library, found and bound at construction, and the operations on it. Each operation returns its codes and
 /// adds the other keys of the page's result to `result`; none throws. Texts are terminated; null stands for the empty
 /// one. Points are texts, as `ParsePoint` reads them. The browser's thread only.

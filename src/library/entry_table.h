@@ -6,9 +6,12 @@
 
 namespace NorvoWebAPI {
 
-/// The entry points of a library found at run time. A table derives from this and describes each entry in one line,
-/// name and signature together: `Entry<int32_t(uint32_t* version)> GetVersion{*this, "XYZ_GetVersion"};`. All entry
-/// points are plain C functions.
+/// One row of an entry table: the member that calls the entry point which `vendor/` declares as `prototype`. The name
+/// to look up and the signature both come from that one word.
+#define KSV_ENTRY(member, prototype) Entry<decltype(::prototype)> member = {*this, #prototype}
+
+/// The entry points of a library found at run time, which are plain C functions. A table derives from this and has one
+/// `KSV_ENTRY` for each.
 class EntryTable {
  public:
   /// One row without its signature.

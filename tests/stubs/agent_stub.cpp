@@ -1,47 +1,45 @@
 // Which names a variant exports is said by its compile definitions; all else is the test's to tell.
 #include "tests/stubs/agent_stub.h"
 
-#include "platform/win32.h"
-
 namespace {
 
 AgentStubControl control;
 
-class Told {
+class StubCall {
  public:
-  explicit Told(const char* entry) { call.entry = entry; }
-  Told(const char* entry, const char* name) : Told(entry) {
+  explicit StubCall(const char* entry) { call.entry = entry; }
+  StubCall(const char* entry, const char* name) : StubCall(entry) {
     call.hasTarget = true;
     call.name = name;
   }
-  Told(const char* entry, uint32_t instance) : Told(entry) {
+  StubCall(const char* entry, uint32_t instance) : StubCall(entry) {
     call.hasTarget = call.byInstance = true;
     call.instance = instance;
   }
 
-  Told& Number(int32_t number) {
+  StubCall& Number(int32_t number) {
     call.numbers[call.numberCount++] = number;
     return *this;
   }
-  Told& In(int32_t length, const uint8_t* bytes) {
+  StubCall& In(int32_t length, const uint8_t* bytes) {
     call.inputLength[call.inputCount] = length;
     call.input[call.inputCount++] = bytes;
     return *this;
   }
-  Told& Out(uint16_t* length, uint8_t* bytes) {
+  StubCall& Out(uint16_t* length, uint8_t* bytes) {
     call.outputLength[call.outputCount] = length;
     call.output[call.outputCount++] = bytes;
     return *this;
   }
-  Told& Value(uint32_t* value) {
+  StubCall& Value(uint32_t* value) {
     call.value = value;
     return *this;
   }
-  Told& Callback(StubAppletCallback callback) {
+  StubCall& Callback(AgentEventCallback callback) {
     call.appletCallback = callback;
     return *this;
   }
-  Told& Callback(StubInstanceCallback callback, void* context) {
+  StubCall& Callback(InstanceEventCallback callback, void* context) {
     call.instanceCallback = callback;
     call.context = context;
     return *this;
@@ -59,30 +57,25 @@ class Told {
 
 #define WORK_ENTRIES(generation, Target)                                                                              \
   int32_t generation##_StartProvisioning(Target target, uint32_t* session) {                                          \
-    return Told(#generation "_StartProvisioning", target).Value(session).Answer();                                    \
+    return StubCall(__func__, target).Value(session).Answer();                                                        \
   }                                                                                                                   \
   int32_t generation##_EndProvisioning(Target target, int32_t session, uint16_t* length, uint8_t* buffer) {           \
-    return Told(#generation "_EndProvisioning", target).Number(session).Out(length, buffer).Answer();                 \
+    return StubCall(__func__, target).Number(session).Out(length, buffer).Answer();                                   \
   }                                                                                                                   \
   int32_t generation##_SendData(Target target, int32_t session, int32_t type, int32_t length, const uint8_t* data) {  \
-    return Told(#generation "_SendData", target).Number(session).Number(type).In(length, data).Answer();              \
+    return StubCall(__func__, target).Number(session).Number(type).In(length, data).Answer();                         \
   }                                                                                                                   \
   int32_t generation##_ReceiveData(Target target, int32_t session, int32_t type, uint16_t* length, uint8_t* buffer) { \
-    return Told(#generation "_ReceiveData", target).Number(session).Number(type).Out(length, buffer).Answer();        \
+    return StubCall(__func__, target).Number(session).Number(type).Out(length, buffer).Answer();                      \
   }                                                                                                                   \
   int32_t generation##_SendAndReceiveData(Target target, int32_t session, int32_t type, int32_t sent,                 \
                                           const uint8_t* data, uint16_t* length, uint8_t* buffer) {                   \
-    return Told(#generation "_SendAndReceiveData", target)                                                            \
-        .Number(session)                                                                                              \
-        .Number(type)                                                                                                 \
-        .In(sent, data)                                                                                               \
-        .Out(length, buffer)                                                                                          \
-        .Answer();                                                                                                    \
+    return StubCall(__func__, target).Number(session).Number(type).In(sent, data).Out(length, buffer).Answer();       \
   }                                                                                                                   \
   int32_t generation##_GetOTP(Target target, int32_t selector, int32_t tokenLength, const uint8_t* token,             \
                               int32_t extraLength, const uint8_t* extra, uint16_t* otpLength, uint8_t* otp,           \
                               uint16_t* newLength, uint8_t* newToken) {                                               \
-    return Told(#generation "_GetOTP", target)                                                                        \
+    return StubCall(__func__, target)                                                                                 \
         .Number(selector)                                                                                             \
         .In(tokenLength, token)                                                                                       \
         .In(extraLength, extra)                                                                                       \
@@ -92,17 +85,17 @@ class Told {
   }
 
 // The wide path is handed on as bytes, its terminator not counted.
-#define APPLET_ENTRIES(capabilities, install, uninstall)                                        \
-  int32_t capabilities(const char* name, int32_t selector, uint16_t* length, uint8_t* buffer) { \
-    return Told(#capabilities, name).Number(selector).Out(length, buffer).Answer();             \
-  }                                                                                             \
-  int32_t install(const char* name, const WCHAR* path) {                                        \
-    int32_t units = 0;                                                                          \
-    while (path && path[units]) ++units;                                                        \
-    return Told(#install, name).In(units * 2, reinterpret_cast<const uint8_t*>(path)).Answer(); \
-  }                                                                                             \
-  int32_t uninstall(const char* name) {                                                         \
-    return Told(#uninstall, name).Answer();                                                     \
+#define APPLET_ENTRIES(capabilities, install, uninstall)                                            \
+  int32_t capabilities(const char* name, int32_t selector, uint16_t* length, uint8_t* buffer) {     \
+    return StubCall(__func__, name).Number(selector).Out(length, buffer).Answer();                  \
+  }                                                                                                 \
+  int32_t install(const char* name, const WCHAR* path) {                                            \
+    int32_t units = 0;                                                                              \
+    while (path && path[units]) ++units;                                                            \
+    return StubCall(__func__, name).In(units * 2, reinterpret_cast<const uint8_t*>(path)).Answer(); \
+  }                                                                                                 \
+  int32_t uninstall(const char* name) {                                                             \
+    return StubCall(__func__, name).Answer();                                                       \
   }
 
 extern "C" {
@@ -113,42 +106,42 @@ AgentStubControl* AgentStub_Control() {
 
 #ifdef STUB_VERSION
 int32_t ZUB_GetVersion(uint32_t* version) {
-  return Told("ZUB_GetVersion").Value(version).Answer();
+  return StubCall(__func__).Value(version).Answer();
 }
 #endif
 
 #ifdef STUB_FIRST_GENERATION
 int32_t ZUB_Init() {
-  return Told("ZUB_Init").Answer();
+  return StubCall(__func__).Answer();
 }
 int32_t ZUB_DeInit() {
-  return Told("ZUB_DeInit").Answer();
+  return StubCall(__func__).Answer();
 }
 WORK_ENTRIES(ZUB, const char*)
 APPLET_ENTRIES(ZUB_GetCapabilities, ZUB_Install, ZUB_Uninstall)
 int32_t ZUB_ProcessSVPMessage(const char* name, int32_t session, int32_t length, const uint8_t* data) {
-  return Told("ZUB_ProcessSVPMessage", name).Number(session).In(length, data).Answer();
+  return StubCall(__func__, name).Number(session).In(length, data).Answer();
 }
 int32_t ZUB_GetSVPMessage(const char* name, int32_t session, uint16_t* length, uint8_t* buffer) {
-  return Told("ZUB_GetSVPMessage", name).Number(session).Out(length, buffer).Answer();
+  return StubCall(__func__, name).Number(session).Out(length, buffer).Answer();
 }
 int32_t ZUB_DoFWUpdate() {
-  return Told("ZUB_DoFWUpdate").Answer();
+  return StubCall(__func__).Answer();
 }
-int32_t ZUB_RegisterEventCb(const char* name, StubAppletCallback callback) {
-  return Told("ZUB_RegisterEventCb", name).Callback(callback).Answer();
+int32_t ZUB_RegisterEventCb(const char* name, AgentEventCallback callback) {
+  return StubCall(__func__, name).Callback(callback).Answer();
 }
 int32_t ZUB_UnregisterEventCb(const char* name) {
-  return Told("ZUB_UnregisterEventCb", name).Answer();
+  return StubCall(__func__, name).Answer();
 }
 #endif
 
 #ifdef STUB_INSTANCES
-int32_t ZUB3_StartInstance(const char* name, StubInstanceCallback callback, void* context, uint32_t* instance) {
-  return Told("ZUB3_StartInstance", name).Callback(callback, context).Value(instance).Answer();
+int32_t ZUB3_StartInstance(const char* name, InstanceEventCallback callback, void* context, uint32_t* instance) {
+  return StubCall(__func__, name).Callback(callback, context).Value(instance).Answer();
 }
 int32_t ZUB3_StopInstance(uint32_t instance) {
-  return Told("ZUB3_StopInstance", instance).Answer();
+  return StubCall(__func__, instance).Answer();
 }
 #endif
 
@@ -158,7 +151,7 @@ WORK_ENTRIES(ZUB3, uint32_t)
 
 #ifdef STUB_OTPS
 int32_t ZUB_GetOTPSStatus() {
-  return Told("ZUB_GetOTPSStatus").Answer();
+  return StubCall(__func__).Answer();
 }
 APPLET_ENTRIES(ZUB_GetOTPCapabilities, ZUB_InstallOTPS, ZUB_UninstallOTPS)
 #endif

@@ -2,14 +2,9 @@
 /// function of the test, which answers it.
 #pragma once
 
-#include <cstdint>
+#include "vendor/zub.h"
 
 extern "C" {
-
-/// What the library calls back: for an applet by its name, for an instance with the context given at its start.
-using StubAppletCallback = void (*)(const char* name, uint32_t size, const void* data, uint8_t source);
-using StubInstanceCallback = void (*)(uint32_t instance, uint32_t size, const void* data, uint8_t source,
-                                      void* context);
 
 /// One call as it reached the library. The pointers are the caller's own and end with the call.
 struct AgentCall {
@@ -26,17 +21,19 @@ struct AgentCall {
   uint8_t* output[2];
   uint16_t* outputLength[2];  ///< The capacity on entry.
   int32_t outputCount;
-  uint32_t* value;                        ///< Session handle, version or instance id, where the entry gives one.
-  StubAppletCallback appletCallback;      ///< What a registration was given.
-  StubInstanceCallback instanceCallback;  ///< What an instance's start was given, with its context.
+  uint32_t* value;                         ///< Session handle, version or instance id, where the entry gives one.
+  AgentEventCallback appletCallback;       ///< What a registration was given.
+  InstanceEventCallback instanceCallback;  ///< What an instance's start was given, with its context.
   void* context;
   int32_t status;  ///< The answer, 0 unless told otherwise.
 };
 
-/// Shared by the library and the test; the library exports it through `AgentStub_Control`.
+/// Shared by the library and the test.
 struct AgentStubControl {
   void (*answer)(void* context, AgentCall* call);  ///< Null: every call succeeds and gives nothing.
   void* context;
 };
+
+AgentStubControl* AgentStub_Control();
 
 }  // extern "C"

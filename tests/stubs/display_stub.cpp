@@ -4,59 +4,55 @@
 #include <sstream>
 #include <string>
 
-#include "platform/win32.h"
-
-using namespace NorvoWebAPI::KSV;
-
 namespace {
 
 DisplayStubControl control;
 
-class Told {
+class StubCall {
  public:
-  explicit Told(const char* entry) : shown(entry) { call.entry = entry; }
+  explicit StubCall(const char* entry) : shown(entry) { call.entry = entry; }
 
   template <typename Number>
-  Told& Plain(Number number) {
+  StubCall& Plain(Number number) {
     return Part(std::to_string(number));
   }
-  Told& Point(const WysPoint* point) {
+  StubCall& Point(const WysPoint* point) {
     if (!point) return Part("no point");
     return Part("{" + std::to_string(point->x) + "," + std::to_string(point->y) + "}");
   }
-  Told& Text(const char* text) { return Part(text ? "'" + std::string(text) + "'" : "null"); }
-  Told& Input(const WCHAR* text) {
+  StubCall& Text(const char* text) { return Part(text ? "'" + std::string(text) + "'" : "null"); }
+  StubCall& Input(const WCHAR* text) {
     std::string narrow;
     for (const WCHAR* next = text; next && *next; ++next) narrow += static_cast<char>(*next);
     return Text(text ? narrow.c_str() : nullptr);
   }
-  Told& Bytes(const uint8_t* bytes, uint32_t length) {
+  StubCall& Bytes(const uint8_t* bytes, uint32_t length) {
     if (!bytes) return Part(length == 0 ? "null" : "null of a length");
     std::ostringstream hex;
     for (uint32_t i = 0; i < length; ++i) hex << "0123456789abcdef"[bytes[i] >> 4] << "0123456789abcdef"[bytes[i] & 15];
     return Part("<" + hex.str());
   }
-  Told& Fill(uint32_t* length, uint8_t* bytes) {
+  StubCall& Fill(uint32_t* length, uint8_t* bytes) {
     call.length = length;
     call.size = *length;
     call.bytes = bytes;
     return Part(">" + std::to_string(*length) + (bytes ? "" : "/null"));
   }
-  Told& Value(uint32_t* value) {
+  StubCall& Value(uint32_t* value) {
     call.value = value;
     return *this;
   }
-  Told& Descriptor(uint8_t* bytes, uint32_t size) {
+  StubCall& Descriptor(uint8_t* bytes, uint32_t size) {
     call.bytes = bytes;
     call.size = size;
     return Part("descriptor of " + std::to_string(size));
   }
-  Told& Wide(WCHAR* text, uint32_t capacity) {
+  StubCall& Wide(WCHAR* text, uint32_t capacity) {
     call.text = text;
     call.size = capacity;
     return *this;
   }
-  Told& Callback(DisplayEventEntry callback, void* context) {
+  StubCall& Callback(DisplayEventEntry callback, void* context) {
     call.callback = callback;
     call.context = context;
     return Part(callback && context ? "callback" : callback || context ? "half a callback" : "no callback");
@@ -69,7 +65,7 @@ class Told {
   }
 
  private:
-  Told& Part(const std::string& part) {
+  StubCall& Part(const std::string& part) {
     shown += (first ? "(" : ", ") + part;
     first = false;
     return *this;
@@ -89,13 +85,13 @@ DisplayStubControl* DisplayStub_Control() {
 }
 
 int32_t WYSInit(int32_t value, const char* text, uint32_t* context) {
-  return Told("WYSInit").Plain(value).Text(text).Value(context).Answer();
+  return StubCall(__func__).Plain(value).Text(text).Value(context).Answer();
 }
 int32_t WYSDeInit(uint32_t context) {
-  return Told("WYSDeInit").Plain(context).Answer();
+  return StubCall(__func__).Plain(context).Answer();
 }
 int32_t WYSEstablishSession(const WysSessionRequest* request, uint32_t* session) {
-  return Told("WYSEstablishSession")
+  return StubCall(__func__)
       .Plain(request->window)
       .Plain(request->windowKind)
       .Plain(request->displayContext)
@@ -103,11 +99,11 @@ int32_t WYSEstablishSession(const WysSessionRequest* request, uint32_t* session)
       .Answer();
 }
 int32_t WYSCloseSession(uint32_t session) {
-  return Told("WYSCloseSession").Plain(session).Answer();
+  return StubCall(__func__).Plain(session).Answer();
 }
 int32_t WYSCreateStdImage(uint32_t session, const WysPoint* origin, uint8_t* descriptor, uint32_t size, int32_t zero,
                           int32_t alsoZero) {
-  return Told("WYSCreateStdImage")
+  return StubCall(__func__)
       .Plain(session)
       .Point(origin)
       .Descriptor(descriptor, size)
@@ -116,32 +112,32 @@ int32_t WYSCreateStdImage(uint32_t session, const WysPoint* origin, uint8_t* des
       .Answer();
 }
 int32_t WYSMouseDown(uint32_t session, uint32_t image, const WysPoint* point) {
-  return Told("WYSMouseDown").Plain(session).Plain(image).Point(point).Answer();
+  return StubCall(__func__).Plain(session).Plain(image).Point(point).Answer();
 }
 int32_t WYSMouseUp(uint32_t session, uint32_t image, const WysPoint* point) {
-  return Told("WYSMouseUp").Plain(session).Plain(image).Point(point).Answer();
+  return StubCall(__func__).Plain(session).Plain(image).Point(point).Answer();
 }
 int32_t WYSSubmitInput(uint32_t session, uint32_t image, uint32_t length, const WCHAR* text) {
-  return Told("WYSSubmitInput").Plain(session).Plain(image).Input(text).Plain(length).Answer();
+  return StubCall(__func__).Plain(session).Plain(image).Input(text).Plain(length).Answer();
 }
 int32_t WYSSubmitInputAndGetResponse(uint32_t session, uint32_t image, uint32_t* length, uint8_t* bytes) {
-  return Told("WYSSubmitInputAndGetResponse").Plain(session).Plain(image).Fill(length, bytes).Answer();
+  return StubCall(__func__).Plain(session).Plain(image).Fill(length, bytes).Answer();
 }
 int32_t WYSReleaseImage(uint32_t session, uint32_t image) {
-  return Told("WYSReleaseImage").Plain(session).Plain(image).Answer();
+  return StubCall(__func__).Plain(session).Plain(image).Answer();
 }
 int32_t WYSClearInput(uint32_t session, uint32_t image) {
-  return Told("WYSClearInput").Plain(session).Plain(image).Answer();
+  return StubCall(__func__).Plain(session).Plain(image).Answer();
 }
 int32_t WYSSetStreamKey(uint32_t session, uint32_t length, const uint8_t* key) {
-  return Told("WYSSetStreamKey").Plain(session).Bytes(key, length).Answer();
+  return StubCall(__func__).Plain(session).Bytes(key, length).Answer();
 }
 int32_t WYSSubmitFrame(uint32_t session, uint32_t image, const WysPoint* point, uint32_t length, const uint8_t* frame) {
-  return Told("WYSSubmitFrame").Plain(session).Plain(image).Point(point).Bytes(frame, length).Answer();
+  return StubCall(__func__).Plain(session).Plain(image).Point(point).Bytes(frame, length).Answer();
 }
 int32_t WYSSendRecv(uint32_t context, uint32_t session, int32_t type, uint32_t length, const uint8_t* bytes,
                     uint32_t* room, uint8_t* received, int32_t flag) {
-  return Told("WYSSendRecv")
+  return StubCall(__func__)
       .Plain(context)
       .Plain(session)
       .Plain(type)
@@ -151,17 +147,17 @@ int32_t WYSSendRecv(uint32_t context, uint32_t session, int32_t type, uint32_t l
       .Answer();
 }
 int32_t WYSRepaintImage(uint32_t session, uint32_t image) {
-  return Told("WYSRepaintImage").Plain(session).Plain(image).Answer();
+  return StubCall(__func__).Plain(session).Plain(image).Answer();
 }
 int32_t WYSGetVersion(uint32_t* version) {
-  return Told("WYSGetVersion").Value(version).Answer();
+  return StubCall(__func__).Value(version).Answer();
 }
 int32_t WYSStatusToString(WCHAR* text, uint32_t capacity, uint32_t status) {
-  return Told("WYSStatusToString").Plain(capacity).Plain(status).Wide(text, capacity).Answer();
+  return StubCall(__func__).Plain(capacity).Plain(status).Wide(text, capacity).Answer();
 }
 #ifndef STUB_WITHOUT_EVENTS
 int32_t WYSRegisterEvents(uint32_t session, const uint32_t* mask, DisplayEventEntry callback, void* context) {
-  return Told("WYSRegisterEvents").Plain(session).Plain(*mask).Callback(callback, context).Answer();
+  return StubCall(__func__).Plain(session).Plain(*mask).Callback(callback, context).Answer();
 }
 #endif
 

@@ -2,9 +2,7 @@
 /// was given to one function of the test, and gives the status that this one leaves.
 #pragma once
 
-#include <cstdint>
-
-#include "display/display_entries.h"
+#include "vendor/ksvwys.h"
 
 extern "C" {
 
@@ -18,15 +16,17 @@ struct DisplayCall {
   uint32_t size;      ///< Of the descriptor, or the room in the buffer.
   uint32_t* length;   ///< Of a buffer: how much was put in.
   WCHAR* text;        ///< `size` characters to fill.
-  NorvoWebAPI::KSV::DisplayEventEntry callback;
+  DisplayEventEntry callback;
   void* context;
   int32_t status;  ///< The answer, 0 unless told otherwise.
 };
 
-/// Shared by the library and the test; the library exports it through `DisplayStub_Control`.
+/// Shared by the library and the test.
 struct DisplayStubControl {
   void (*answer)(void* context, DisplayCall* call);  ///< Null: every call succeeds and gives nothing.
   void* context;
 };
+
+DisplayStubControl* DisplayStub_Control();
 
 }  // extern "C"

@@ -114,8 +114,8 @@ class MethodCallsTest : public testing::Test {
   DisplayStub display{environment};
   platform::TestWindow window;
   uint32_t generation = 2;
-  StubAppletCallback registered = nullptr;
-  StubInstanceCallback started = nullptr;
+  AgentEventCallback registered = nullptr;
+  InstanceEventCallback started = nullptr;
   void* context = nullptr;
   int running = 0;   ///< Instances and registrations that the library was left with.
   size_t heard = 0;  ///< Calls of the functions among the arguments.

@@ -11,7 +11,9 @@
 #include <utility>
 #include <vector>
 
-#include "kit/display/display_entries.h"
+#include "display/display_entries.h"
+#include "kit/display/display_status.h"
+#include "kit/display/geometry.h"
 #include "platform/system_path.h"
 #include "platform/testing.h"
 #include "tests/support/paths.h"
@@ -22,13 +24,13 @@ namespace support {
 struct ImageRequest {
   uint8_t type = 1;
   uint32_t id = 77;
-  KsvDisplay::Point size{320, 420};
-  KsvDisplay::Point logoAt{};
+  WysPoint size{320, 420};
+  WysPoint logoAt{};
   uint8_t theme = 0;
   uint32_t least = 4;
   uint32_t greatest = 6;
   uint32_t options = 0;
-  KsvDisplay::Point logo{};
+  WysPoint logo{};
   size_t logoBytes = 0;
 
   [[nodiscard]] std::string Block() const {
@@ -45,8 +47,8 @@ struct ImageRequest {
   }
 };
 
-inline uint32_t Code(KsvDisplay::Status status) {
-  return static_cast<uint32_t>(status);
+inline int32_t Code(KsvDisplay::Status status) {
+  return static_cast<int32_t>(status);
 }
 
 inline std::string BigEndian(uint64_t value, int bytes) {
@@ -65,8 +67,9 @@ inline std::string FrameBytes(uint16_t width, uint16_t height, char tag = 0) {
 class ReferenceDisplayTest : public testing::Test {
  protected:
   ReferenceDisplayTest() {
-    EXPECT_EQ(wys_.Init(0, "Norvo Bank", &context_), 0U);
-    EXPECT_EQ(Establish(), 0U);
+    EXPECT_TRUE(wys_.Bind(library_).empty());
+    EXPECT_EQ(wys_.Init(0, "Norvo Bank", &context_), 0);
+    EXPECT_EQ(Establish(), 0);
   }
   ~ReferenceDisplayTest() override {
     wys_.DeInit(context_);
@@ -80,22 +83,22 @@ class ReferenceDisplayTest : public testing::Test {
     std::filesystem::create_directory(folder);
     return folder;
   }
-  static HMODULE Load() { return LoadLibraryW(PlatformPath<KsvKit::WideChar>(KSV_DISPLAY_LIBRARY).c_str()); }
+  static HMODULE Load() { return LoadLibraryW(PlatformPath<WCHAR>(KSV_DISPLAY_LIBRARY).c_str()); }
   static uint32_t Word(HWND window) { return static_cast<uint32_t>(reinterpret_cast<uintptr_t>(window)); }
-  uint32_t Establish() {
-    const KsvDisplay::SessionRequest request{Word(window_.handle()), 0xFFFF, context_};
+  int32_t Establish() {
+    const WysSessionRequest request{Word(window_.handle()), 0xFFFF, context_};
     return wys_.EstablishSession(&request, &session_);
   }
-  uint32_t Create(std::string block) {
-    const KsvDisplay::Point origin{10, 5};
-    const uint32_t status = wys_.CreateStdImage(session_, &origin, reinterpret_cast<uint8_t*>(block.data()),
-                                                static_cast<uint32_t>(block.size()), 0, 0);
+  int32_t Create(std::string block) {
+    const WysPoint origin{10, 5};
+    const int32_t status = wys_.CreateStdImage(session_, &origin, reinterpret_cast<uint8_t*>(block.data()),
+                                               static_cast<uint32_t>(block.size()), 0, 0);
     block_ = block;
     return status;
   }
-  uint32_t Create(const ImageRequest& image) { return Create(image.Block()); }
-  uint32_t Frame(const std::string& bytes, uint32_t id = 9) {
-    const KsvDisplay::Point at{10, 5};
+  int32_t Create(const ImageRequest& image) { return Create(image.Block()); }
+  int32_t Frame(const std::string& bytes, uint32_t id = 9) {
+    const WysPoint at{10, 5};
     return wys_.SubmitFrame(session_, id, &at, static_cast<uint32_t>(bytes.size()), Data(bytes));
   }
 
@@ -103,32 +106,32 @@ class ReferenceDisplayTest : public testing::Test {
   std::map<std::string, KsvDisplay::Rect> Keys() {
     const auto file = folder_ / "keys";
     const platform::ScopedVariable variable("KSV_DISPLAY_LAYOUT", file.string().c_str());
-    EXPECT_EQ(wys_.RepaintImage(session_, 0), 0U);
+    EXPECT_EQ(wys_.RepaintImage(session_, 0), 0);
     std::ifstream lines(file);
     std::map<std::string, KsvDisplay::Rect> keys;
     std::string label;
     for (KsvDisplay::Rect area; lines >> label >> area.x >> area.y >> area.width >> area.height;) keys[label] = area;
     return keys;
   }
-  static KsvDisplay::Point MiddleOf(const KsvDisplay::Rect& area) {
+  static WysPoint MiddleOf(const KsvDisplay::Rect& area) {
     return {static_cast<uint16_t>(area.x + area.width / 2), static_cast<uint16_t>(area.y + area.height / 2)};
   }
-  uint32_t Click(KsvDisplay::Point down, KsvDisplay::Point up) {
-    const uint32_t status = wys_.MouseDown(session_, 0, &down);
-    const uint32_t second = wys_.MouseUp(session_, 0, &up);
+  int32_t Click(WysPoint down, WysPoint up) {
+    const int32_t status = wys_.MouseDown(session_, 0, &down);
+    const int32_t second = wys_.MouseUp(session_, 0, &up);
     return status != 0 ? status : second;
   }
-  uint32_t Tap(const std::string& key) {
-    const KsvDisplay::Point at = MiddleOf(Keys().at(key));
+  int32_t Tap(const std::string& key) {
+    const WysPoint at = MiddleOf(Keys().at(key));
     return Click(at, at);
   }
   /// The sealed input, or nothing and the status.
-  std::pair<uint32_t, std::string> Respond() {
+  std::pair<int32_t, std::string> Respond() {
     uint32_t length = 0;
-    const uint32_t first = wys_.SubmitInputAndGetResponse(session_, 0, &length, nullptr);
+    const int32_t first = wys_.SubmitInputAndGetResponse(session_, 0, &length, nullptr);
     if (length == 0) return {first, {}};
     std::string sealed(length, '\0');
-    const uint32_t status =
+    const int32_t status =
         wys_.SubmitInputAndGetResponse(session_, 0, &length, reinterpret_cast<uint8_t*>(sealed.data()));
     return {status, sealed};
   }
@@ -137,33 +140,7 @@ class ReferenceDisplayTest : public testing::Test {
   const std::filesystem::path folder_ = MakeFolder();
   const platform::ScopedVariable home_{"KSV_DISPLAY_HOME", folder_.string().c_str()};
   const HMODULE library_ = Load();
-
-#define KSV_ENTRY(name)             \
-  const decltype(&WYS##name) name = \
-      reinterpret_cast<decltype(&WYS##name)>(reinterpret_cast<void*>(GetProcAddress(library, "WYS" #name)))
-  struct Entries {
-    HMODULE library;
-    KSV_ENTRY(Init);
-    KSV_ENTRY(DeInit);
-    KSV_ENTRY(EstablishSession);
-    KSV_ENTRY(CloseSession);
-    KSV_ENTRY(CreateStdImage);
-    KSV_ENTRY(MouseDown);
-    KSV_ENTRY(MouseUp);
-    KSV_ENTRY(SubmitInput);
-    KSV_ENTRY(SubmitInputAndGetResponse);
-    KSV_ENTRY(ReleaseImage);
-    KSV_ENTRY(ClearInput);
-    KSV_ENTRY(SetStreamKey);
-    KSV_ENTRY(SubmitFrame);
-    KSV_ENTRY(SendRecv);
-    KSV_ENTRY(RepaintImage);
-    KSV_ENTRY(GetVersion);
-    KSV_ENTRY(StatusToString);
-    KSV_ENTRY(RegisterEvents);
-  };
-#undef KSV_ENTRY
-  const Entries wys_{library_};
+  NorvoWebAPI::KSV::DisplayEntries wys_;
   platform::TestWindow window_{{20, 20}, 400, 460};
   uint32_t context_ = 0;
   uint32_t session_ = 0;
