@@ -12,8 +12,9 @@
 #include <vector>
 
 #include "kit/display/display_entries.h"
+#include "platform/desktop.h"
+#include "platform/faults.h"
 #include "platform/system_path.h"
-#include "platform/testing.h"
 #include "tests/support/paths.h"
 
 namespace support {
