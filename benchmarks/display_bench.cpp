@@ -13,7 +13,7 @@
 #include "hooks/input_hooks.h"
 #include "page/plugin.h"
 #include "page/scriptable.h"
-#include "platform/testing.h"
+#include "platform/desktop.h"
 #include "vendor/ksvwys.h"
 
 namespace {

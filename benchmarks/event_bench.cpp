@@ -13,7 +13,7 @@
 #include "hooks/event_template.h"
 #include "page/plugin.h"
 #include "page/scriptable.h"
-#include "platform/testing.h"
+#include "platform/desktop.h"
 
 namespace {
 

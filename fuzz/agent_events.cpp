@@ -6,6 +6,7 @@
 #include "fuzz/support/fuzzing.h"
 #include "hooks/event_delivery.h"
 #include "page/scriptable.h"
+#include "platform/desktop.h"
 #include "tests/support/page.h"
 
 using namespace NorvoWebAPI::KSV;

@@ -6,6 +6,7 @@
 #include "display/wys_point.h"
 #include "fuzz/support/fuzzing.h"
 #include "kit/shared/hex.h"
+#include "platform/desktop.h"
 #include "tests/support/page.h"
 
 using namespace NorvoWebAPI;

@@ -8,6 +8,7 @@
 #include "hooks/event_delivery.h"
 #include "hooks/input_hooks.h"
 #include "page/scriptable.h"
+#include "platform/desktop.h"
 #include "tests/support/page.h"
 
 using namespace NorvoWebAPI::KSV;

@@ -1,5 +1,6 @@
 #include <dirent.h>
 #include <fcntl.h>
+#include <fnmatch.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -10,7 +11,7 @@
 #include <filesystem>
 #include <memory>
 #include <random>
-#include <string_view>
+#include <string>
 #include <vector>
 
 #include "platform/internal.h"
@@ -22,7 +23,7 @@ using platform::InjectedError;
 
 namespace {
 
-// The layer's error for a system error at a path. That a name is missing and that its folder is are two errors.
+// The layer's error for a system error at a path. A missing name and a missing folder are different errors.
 LONG ErrorAt(int systemError, const std::string& systemPath) {
   switch (systemError) {
     case ENOENT: {
@@ -38,18 +39,6 @@ LONG ErrorAt(int systemError, const std::string& systemPath) {
       return ERROR_ACCESS_DENIED;
     case EEXIST:
       return ERROR_ALREADY_EXISTS;
-    case ENAMETOOLONG:
-      return ERROR_FILENAME_EXCED_RANGE;
-    case ENOSPC:
-    case EDQUOT:
-      return ERROR_DISK_FULL;
-    case EROFS:
-      return ERROR_WRITE_PROTECT;
-    case EMFILE:
-    case ENFILE:
-      return ERROR_TOO_MANY_OPEN_FILES;
-    case ENOMEM:
-      return ERROR_NOT_ENOUGH_MEMORY;
     default:
       return ERROR_GEN_FAILURE;
   }
@@ -59,7 +48,7 @@ bool IsSeparator(char c) {
   return c == '\\' || c == '/';
 }
 
-// By the text alone. Names keep what they have at their ends: a blank or a full stop there tells two files apart here.
+// Works on the text alone. Names keep a blank or a full stop at their end, where it belongs to the file's name here.
 std::string FullPath(std::string path) {
   if (!IsSeparator(path.front())) path = fs::current_path().string() + '\\' + path;
   const bool namesFolder = IsSeparator(path.back());
@@ -81,30 +70,14 @@ std::string FullPath(std::string path) {
   return full;
 }
 
-char16_t Fold(char16_t unit) {
-  return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + (u'a' - u'A')) : unit;
-}
-
-bool MatchesPattern(const std::u16string& name, const std::u16string& pattern) {
-  size_t at = 0;
-  size_t in = 0;
-  size_t afterStar = std::u16string::npos;  // Where to take the pattern up again, one unit further on in the name.
-  size_t starTook = 0;
-  while (at < name.size()) {
-    if (in < pattern.size() && pattern[in] == u'*') {
-      afterStar = ++in;
-      starTook = at;
-    } else if (in < pattern.size() && (pattern[in] == u'?' || Fold(pattern[in]) == Fold(name[at]))) {
-      ++in;
-      ++at;
-    } else if (afterStar != std::u16string::npos) {
-      in = afterStar;
-      at = ++starTook;
-    } else {
-      return false;
-    }
+// `*` and `?` are special, and nothing else. Ignores case.
+bool MatchesPattern(const std::string& name, const std::string& pattern) {
+  std::string escaped;
+  for (const char c : pattern) {
+    if (c == '[') escaped += '\\';
+    escaped += c;
   }
-  return pattern.find_first_not_of(u'*', in) == std::u16string::npos;
+  return fnmatch(escaped.c_str(), name.c_str(), FNM_CASEFOLD) == 0;
 }
 
 struct Found {
@@ -112,25 +85,23 @@ struct Found {
   DWORD attributes;
 };
 
-// A search is a snapshot of the folder: what happens to its files meanwhile doesn't disturb it.
+// A search lists the folder once: later changes of the folder don't disturb it.
 struct Search {
   std::vector<Found> entries;
   size_t next = 0;
 };
 
 auto& Searches() {
-  return platform::Immortal<platform::HandleTable<Search, 0x20000004>>();
+  static platform::NeverDestroyed<platform::HandleTable<Search, 0x20000004>> searches;
+  return *searches;
 }
 
 DWORD Attributes(const std::string& folder, const dirent& entry) {
   if (entry.d_type == DT_REG) return FILE_ATTRIBUTE_NORMAL;
   if (entry.d_type == DT_DIR) return FILE_ATTRIBUTE_DIRECTORY;
-  // A link, or a file system that does not tell with the name.
-  const fs::path path = fs::path(folder) / entry.d_name;
+  // A link, or a file system that gives no type.
   std::error_code ignored;
-  const DWORD kind = fs::is_directory(path, ignored) ? FILE_ATTRIBUTE_DIRECTORY : FILE_ATTRIBUTE_NORMAL;
-  if (!fs::is_symlink(path, ignored)) return kind;
-  return FILE_ATTRIBUTE_REPARSE_POINT | (kind & FILE_ATTRIBUTE_DIRECTORY);
+  return fs::is_directory(fs::path(folder) / entry.d_name, ignored) ? FILE_ATTRIBUTE_DIRECTORY : FILE_ATTRIBUTE_NORMAL;
 }
 
 struct CloseListing {
@@ -138,22 +109,21 @@ struct CloseListing {
 };
 
 LONG ListFolder(const std::string& folder, const std::string& pattern, std::vector<Found>& entries) {
-  const std::u16string widePattern = pattern == "*.*" ? u"*" : platform::Widen(pattern);
   const std::unique_ptr<DIR, CloseListing> listing(opendir(folder.c_str()));
   if (!listing) return errno == ENOENT ? ERROR_PATH_NOT_FOUND : ErrorAt(errno, folder);
   for (errno = 0; const dirent* const entry = readdir(listing.get()); errno = 0) {
-    const std::string_view name = entry->d_name;
-    // A name that the record can't hold can't be told to the caller.
-    if (name.size() < MAX_PATH && MatchesPattern(platform::Widen(name), widePattern)) {
-      entries.push_back({std::string(name), Attributes(folder, *entry)});
+    const std::string name = entry->d_name;
+    // A longer name has no room in the caller's record.
+    if (name.size() < MAX_PATH && (pattern == "*.*" || MatchesPattern(name, pattern))) {
+      entries.push_back({name, Attributes(folder, *entry)});
     }
   }
-  if (errno != 0) return ErrorAt(errno, folder);  // Not the end of the listing, but of the reading.
+  if (errno != 0) return ErrorAt(errno, folder);
   std::sort(entries.begin(), entries.end(), [](const Found& a, const Found& b) { return a.name < b.name; });
   return entries.empty() ? ERROR_FILE_NOT_FOUND : ERROR_SUCCESS;
 }
 
-// Gives the next entry, or false at the end.
+// Writes the next entry to `found`. Returns false at the end.
 bool TakeEntry(Search& search, WIN32_FIND_DATAA* found) {
   if (search.next == search.entries.size()) return false;
   const Found& entry = search.entries[search.next++];
@@ -167,7 +137,8 @@ bool TakeEntry(Search& search, WIN32_FIND_DATAA* found) {
 
 DWORD GetFullPathNameA(LPCSTR path, DWORD size, LPSTR buffer, LPSTR* filePart) {
   if (InjectedError("GetFullPathNameA")) return 0;
-  if (path == nullptr || *path == '\0') return Fail(ERROR_INVALID_NAME, DWORD{0});
+  if (!path || *path == '\0') return Fail(ERROR_INVALID_NAME, DWORD{0});
+  if (filePart) return Fail(ERROR_CALL_NOT_IMPLEMENTED, DWORD{0});
   std::string full;
   try {
     full = FullPath(path);
@@ -175,23 +146,22 @@ DWORD GetFullPathNameA(LPCSTR path, DWORD size, LPSTR buffer, LPSTR* filePart) {
     return Fail(ErrorAt(error.code().value(), "."), DWORD{0});
   }
   const auto length = static_cast<DWORD>(full.size());
-  if (buffer == nullptr || size <= length) return length + 1;
+  if (!buffer || size <= length) return length + 1;
   std::memcpy(buffer, full.c_str(), full.size() + 1);
-  if (filePart != nullptr) *filePart = full.back() == '\\' ? nullptr : buffer + full.rfind('\\') + 1;
   return length;
 }
 
 UINT GetTempFileNameA(LPCSTR folder, LPCSTR prefix, UINT unique, LPSTR path) {
   if (InjectedError("GetTempFileNameA")) return 0;
-  if (folder == nullptr || prefix == nullptr || path == nullptr) return Fail(ERROR_INVALID_PARAMETER, 0u);
+  if (!folder || !prefix || !path) return Fail(ERROR_INVALID_PARAMETER, 0u);
   if (unique != 0) return Fail(ERROR_CALL_NOT_IMPLEMENTED, 0u);
   std::string start = folder;
   std::error_code ignored;
-  if (!fs::is_directory(SystemPath(start), ignored)) return Fail(ERROR_DIRECTORY, 0u);
+  if (!fs::is_directory(SystemPath(start), ignored)) return Fail(ERROR_PATH_NOT_FOUND, 0u);
   if (!IsSeparator(start.back())) start += '\\';
   start.append(prefix, strnlen(prefix, 3));
   constexpr size_t kRest = sizeof("FFFF.tmp");
-  if (start.size() + kRest > MAX_PATH) return Fail(ERROR_BUFFER_OVERFLOW, 0u);
+  if (start.size() + kRest > MAX_PATH) return Fail(ERROR_INVALID_NAME, 0u);
   constexpr unsigned kNumbers = 0xFFFF;
   const unsigned first = std::random_device{}();
   for (unsigned attempt = 0; attempt < kNumbers; ++attempt) {
@@ -213,24 +183,24 @@ UINT GetTempFileNameA(LPCSTR folder, LPCSTR prefix, UINT unique, LPSTR path) {
 
 BOOL CreateDirectoryA(LPCSTR path, LPSECURITY_ATTRIBUTES) {
   if (InjectedError("CreateDirectoryA")) return FALSE;
-  if (path == nullptr || *path == '\0') return Fail(ERROR_PATH_NOT_FOUND, FALSE);
-  // Folders of a user's profile are that user's alone.
+  if (!path || *path == '\0') return Fail(ERROR_PATH_NOT_FOUND, FALSE);
+  // Folders in a user's profile are private to the user.
   const std::string systemPath = SystemPath(path);
   if (mkdir(systemPath.c_str(), 0700) == 0) return TRUE;
-  // What is missing is always the folder above.
+  // The folder above is missing, never the path itself.
   return Fail(errno == ENOENT ? ERROR_PATH_NOT_FOUND : ErrorAt(errno, systemPath), FALSE);
 }
 
 BOOL DeleteFileA(LPCSTR path) {
   if (InjectedError("DeleteFileA")) return FALSE;
-  if (path == nullptr || *path == '\0') return Fail(ERROR_PATH_NOT_FOUND, FALSE);
+  if (!path || *path == '\0') return Fail(ERROR_PATH_NOT_FOUND, FALSE);
   const std::string systemPath = SystemPath(path);
   return unlink(systemPath.c_str()) == 0 ? TRUE : Fail(ErrorAt(errno, systemPath), FALSE);
 }
 
 DWORD GetFileAttributesA(LPCSTR path) {
   if (InjectedError("GetFileAttributesA")) return INVALID_FILE_ATTRIBUTES;
-  if (path == nullptr || *path == '\0') return Fail(ERROR_PATH_NOT_FOUND, INVALID_FILE_ATTRIBUTES);
+  if (!path || *path == '\0') return Fail(ERROR_PATH_NOT_FOUND, INVALID_FILE_ATTRIBUTES);
   const std::string systemPath = SystemPath(path);
   struct stat status {};
   if (stat(systemPath.c_str(), &status) != 0) return Fail(ErrorAt(errno, systemPath), INVALID_FILE_ATTRIBUTES);
@@ -240,9 +210,9 @@ DWORD GetFileAttributesA(LPCSTR path) {
 
 HANDLE FindFirstFileA(LPCSTR pattern, WIN32_FIND_DATAA* found) {
   if (InjectedError("FindFirstFileA")) return INVALID_HANDLE_VALUE;
-  if (pattern == nullptr || found == nullptr) return Fail(ERROR_INVALID_PARAMETER, INVALID_HANDLE_VALUE);
+  if (!pattern || !found) return Fail(ERROR_INVALID_PARAMETER, INVALID_HANDLE_VALUE);
   const std::string systemPattern = SystemPath(pattern);
-  const size_t nameAt = systemPattern.rfind('/') + 1;  // 0 without a folder, since "nothing" is one below 0.
+  const size_t nameAt = systemPattern.rfind('/') + 1;  // 0 without a folder, since npos + 1 is 0.
   const std::string folder = nameAt == 0 ? "." : systemPattern.substr(0, nameAt);
   const auto search = std::make_shared<Search>();
   if (const LONG error = ListFolder(folder, systemPattern.substr(nameAt), search->entries)) {
@@ -255,7 +225,7 @@ HANDLE FindFirstFileA(LPCSTR pattern, WIN32_FIND_DATAA* found) {
 BOOL FindNextFileA(HANDLE handle, WIN32_FIND_DATAA* found) {
   if (InjectedError("FindNextFileA")) return FALSE;
   const auto search = Searches().Find(handle);
-  if (!search || found == nullptr) return Fail(ERROR_INVALID_HANDLE, FALSE);
+  if (!search || !found) return Fail(ERROR_INVALID_HANDLE, FALSE);
   return TakeEntry(*search, found) ? TRUE : Fail(ERROR_NO_MORE_FILES, FALSE);
 }
 

@@ -4,8 +4,9 @@
 #include <deque>
 #include <limits>
 
+#include "platform/desktop.h"
+#include "platform/desktop_system.h"
 #include "platform/internal.h"
-#include "platform/testing_backend.h"
 
 using platform::Fail;
 using platform::InjectedError;
@@ -23,7 +24,7 @@ struct Window {
 
 struct Queued {
   MSG message;
-  bool fromUser;    // Only what the user's hand makes passes the mouse hooks.
+  bool fromUser;    // Only these pass the mouse hooks.
   uint64_t number;  // Finds the message again after a hook procedure has run.
 };
 
@@ -39,8 +40,8 @@ struct Hook {
   DWORD owner;
 };
 
-// Hooks are numbered in the order of their making, so the chain, newest first, is the way down the numbers; it stays
-// right when hooks come and go during a procedure.
+// Hooks are numbered as they are made. The chain runs from the newest to the oldest, so it goes down the numbers, also
+// when a procedure adds or removes hooks.
 using HookNumber = uintptr_t;
 
 struct State {
@@ -54,31 +55,31 @@ struct State {
 };
 
 State& Messages() {
-  return platform::Immortal<State>();
+  static platform::NeverDestroyed<State> state;
+  return *state;
 }
 
-// Takes a thread's windows, queue and hooks away when it ends.
+// Removes a thread's windows, queue and hooks when the thread ends.
 class ThreadEnd {
  public:
-  // Has to be called before the thread comes to own any of these.
+  // Has to be called before the thread owns any of these.
   static void Arm() { thread_local const ThreadEnd end; }
 
  private:
-  ThreadEnd() : thread_(GetCurrentThreadId()) {}
+  ThreadEnd() : thread(GetCurrentThreadId()) {}
   ~ThreadEnd() {
     State& state = Messages();
     const std::lock_guard lock(state.mutex);
-    std::erase_if(state.windows, [this](const auto& entry) { return entry.second.thread == thread_; });
-    std::erase_if(state.hooks, [this](const auto& entry) {
-      return entry.second.owner == thread_ || entry.second.thread == thread_;
-    });
-    state.queues.erase(thread_);
+    std::erase_if(state.windows, [this](const auto& entry) { return entry.second.thread == thread; });
+    std::erase_if(state.hooks,
+                  [this](const auto& entry) { return entry.second.owner == thread || entry.second.thread == thread; });
+    state.queues.erase(thread);
   }
 
-  DWORD thread_;
+  DWORD thread;
 };
 
-// What a thread is in: a hook of the type below `number` is next.
+// The hook procedure that a thread runs. The next in its chain has the same type and a number below this one.
 struct HookFrame {
   int type;
   HookNumber number;
@@ -87,13 +88,13 @@ thread_local const HookFrame* currentFrame = nullptr;
 
 class FrameScope {
  public:
-  explicit FrameScope(const HookFrame& frame) : outer_(currentFrame) { currentFrame = &frame; }
-  ~FrameScope() { currentFrame = outer_; }
+  explicit FrameScope(const HookFrame& frame) : outer(currentFrame) { currentFrame = &frame; }
+  ~FrameScope() { currentFrame = outer; }
   FrameScope(const FrameScope&) = delete;
   FrameScope& operator=(const FrameScope&) = delete;
 
  private:
-  const HookFrame* outer_;
+  const HookFrame* outer;
 };
 
 LRESULT CallHookBelow(HookFrame frame, int code, WPARAM wParam, LPARAM lParam) {
@@ -110,7 +111,7 @@ LRESULT CallHookBelow(HookFrame frame, int code, WPARAM wParam, LPARAM lParam) {
       break;
     }
   }
-  if (procedure == nullptr) return 0;
+  if (!procedure) return 0;
   const FrameScope scope(frame);
   return procedure(code, wParam, lParam);
 }
@@ -119,24 +120,22 @@ LRESULT RunHooks(int type, int code, WPARAM wParam, LPARAM lParam) {
   return CallHookBelow({type, std::numeric_limits<HookNumber>::max()}, code, wParam, lParam);
 }
 
-// The window's entry, or null. Under the lock.
+// The window's entry, or null. The caller holds the lock.
 Window* FindWindowEntry(State& state, HWND window) {
   const auto value = reinterpret_cast<uintptr_t>(window);
   const auto found = value <= UINT32_MAX ? state.windows.find(static_cast<uint32_t>(value)) : state.windows.end();
   return found == state.windows.end() ? nullptr : &found->second;
 }
 
-// Under the lock.
-void Enqueue(State& state, DWORD thread, MSG message, bool fromUser) {
-  const auto now = std::chrono::steady_clock::now().time_since_epoch();
-  message.time = static_cast<DWORD>(std::chrono::duration_cast<std::chrono::milliseconds>(now).count());
+// The caller holds the lock.
+void Enqueue(State& state, DWORD thread, const MSG& message, bool fromUser) {
   Queue& queue = state.queues[thread];
   queue.messages.push_back({message, fromUser, ++state.lastMessage});
   queue.arrived.notify_all();
 }
 
 bool Matches(const MSG& message, HWND window, UINT first, UINT last) {
-  if (window != nullptr && message.hwnd != window) return false;
+  if (window && message.hwnd != window) return false;
   return (first == 0 && last == 0) || (message.message >= first && message.message <= last);
 }
 
@@ -144,7 +143,7 @@ void RemoveNumber(Queue& queue, uint64_t number) {
   std::erase_if(queue.messages, [number](const Queued& queued) { return queued.number == number; });
 }
 
-// Gives the calling thread's next matching message, after its hooks have seen it; false if there is none.
+// Takes the calling thread's next matching message and runs the hooks on it. Returns false if there is none.
 bool TakeMessage(MSG* message, HWND window, UINT first, UINT last, UINT remove) {
   State& state = Messages();
   const DWORD self = GetCurrentThreadId();
@@ -160,7 +159,7 @@ bool TakeMessage(MSG* message, HWND window, UINT first, UINT last, UINT remove) 
 
     *message = taken.message;
     if (taken.fromUser) {
-      MOUSEHOOKSTRUCT mouse{message->pt, message->hwnd, HTCLIENT, 0};
+      MOUSEHOOKSTRUCT mouse{message->pt, message->hwnd, 0, 0};
       if (RunHooks(WH_MOUSE, (remove & PM_REMOVE) != 0 ? HC_ACTION : HC_NOREMOVE, message->message,
                    reinterpret_cast<LPARAM>(&mouse)) != 0) {
         lock.lock();
@@ -177,11 +176,8 @@ bool TakeMessage(MSG* message, HWND window, UINT first, UINT last, UINT remove) 
 
 HHOOK SetWindowsHookExA(int type, HOOKPROC procedure, HINSTANCE module, DWORD thread) {
   if (InjectedError("SetWindowsHookExA")) return nullptr;
-  if (procedure == nullptr) return Fail<HHOOK>(ERROR_INVALID_FILTER_PROC, nullptr);
-  if (type != WH_GETMESSAGE && type != WH_CALLWNDPROC && type != WH_MOUSE) {
-    return Fail<HHOOK>(ERROR_INVALID_HOOK_FILTER, nullptr);
-  }
-  if (thread == 0 && module == nullptr) return Fail<HHOOK>(ERROR_HOOK_NEEDS_HMOD, nullptr);
+  const bool isKnownType = type == WH_GETMESSAGE || type == WH_CALLWNDPROC || type == WH_MOUSE;
+  if (!isKnownType || !procedure || (thread == 0 && !module)) return Fail<HHOOK>(ERROR_INVALID_PARAMETER, nullptr);
   ThreadEnd::Arm();
   State& state = Messages();
   const std::lock_guard lock(state.mutex);
@@ -197,20 +193,20 @@ BOOL UnhookWindowsHookEx(HHOOK hook) {
 }
 
 LRESULT CallNextHookEx(HHOOK, int code, WPARAM wParam, LPARAM lParam) {
-  return currentFrame == nullptr ? 0 : CallHookBelow(*currentFrame, code, wParam, lParam);
+  return currentFrame ? CallHookBelow(*currentFrame, code, wParam, lParam) : 0;
 }
 
 BOOL IsWindow(HWND window) {
   State& state = Messages();
   const std::lock_guard lock(state.mutex);
-  return FindWindowEntry(state, window) != nullptr ? TRUE : FALSE;
+  return FindWindowEntry(state, window) ? TRUE : FALSE;
 }
 
 BOOL DestroyWindow(HWND window) {
   State& state = Messages();
   const std::lock_guard lock(state.mutex);
   const Window* entry = FindWindowEntry(state, window);
-  if (entry == nullptr) return Fail(ERROR_INVALID_WINDOW_HANDLE, FALSE);
+  if (!entry) return Fail(ERROR_INVALID_WINDOW_HANDLE, FALSE);
   if (entry->thread != GetCurrentThreadId()) return Fail(ERROR_ACCESS_DENIED, FALSE);
   std::erase_if(state.queues[entry->thread].messages,
                 [window](const Queued& queued) { return queued.message.hwnd == window; });
@@ -223,33 +219,20 @@ BOOL ScreenToClient(HWND window, POINT* point) {
   State& state = Messages();
   const std::lock_guard lock(state.mutex);
   const Window* entry = FindWindowEntry(state, window);
-  if (entry == nullptr) return Fail(ERROR_INVALID_WINDOW_HANDLE, FALSE);
+  if (!entry) return Fail(ERROR_INVALID_WINDOW_HANDLE, FALSE);
   point->x -= entry->clientOrigin.x;
   point->y -= entry->clientOrigin.y;
   return TRUE;
 }
 
-BOOL ClientToScreen(HWND window, POINT* point) {
-  POINT origin{0, 0};
-  if (!ScreenToClient(window, &origin)) return FALSE;
-  point->x -= origin.x;
-  point->y -= origin.y;
-  return TRUE;
-}
-
 BOOL PostMessageA(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
   if (InjectedError("PostMessageA")) return FALSE;
-  if (window == nullptr) ThreadEnd::Arm();
   State& state = Messages();
   const std::lock_guard lock(state.mutex);
-  DWORD thread = GetCurrentThreadId();
-  if (window != nullptr) {
-    const Window* entry = FindWindowEntry(state, window);
-    if (entry == nullptr) return Fail(ERROR_INVALID_WINDOW_HANDLE, FALSE);
-    thread = entry->thread;
-  }
-  if (state.queues[thread].messages.size() >= kMostQueued) return Fail(ERROR_NOT_ENOUGH_QUOTA, FALSE);
-  Enqueue(state, thread, MSG{window, message, wParam, lParam, 0, {0, 0}}, false);
+  const Window* entry = FindWindowEntry(state, window);
+  if (!entry) return Fail(ERROR_INVALID_WINDOW_HANDLE, FALSE);
+  if (state.queues[entry->thread].messages.size() >= kMostQueued) return Fail(ERROR_NOT_ENOUGH_QUOTA, FALSE);
+  Enqueue(state, entry->thread, MSG{window, message, wParam, lParam, 0, {0, 0}}, false);
   return TRUE;
 }
 
@@ -259,7 +242,7 @@ LRESULT SendMessageA(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
     State& state = Messages();
     const std::lock_guard lock(state.mutex);
     const Window* entry = FindWindowEntry(state, window);
-    if (entry == nullptr) return Fail(ERROR_INVALID_WINDOW_HANDLE, LRESULT{0});
+    if (!entry) return Fail(ERROR_INVALID_WINDOW_HANDLE, LRESULT{0});
     if (entry->thread != GetCurrentThreadId()) return Fail(ERROR_CALL_NOT_IMPLEMENTED, LRESULT{0});
     procedure = entry->procedure;
   }
@@ -280,12 +263,12 @@ LRESULT DispatchMessageA(const MSG* message) {
     const std::lock_guard lock(state.mutex);
     if (const Window* entry = FindWindowEntry(state, message->hwnd)) procedure = entry->procedure;
   }
-  return procedure == nullptr ? 0 : procedure(message->hwnd, message->message, message->wParam, message->lParam);
+  return procedure ? procedure(message->hwnd, message->message, message->wParam, message->lParam) : 0;
 }
 
 namespace platform {
 
-HWND CreateLayerWindow(WNDPROC procedure, POINT clientOrigin) {
+HWND MakeTestWindow(WNDPROC procedure, POINT clientOrigin, int, int) {
   ThreadEnd::Arm();
   State& state = Messages();
   const std::lock_guard lock(state.mutex);
@@ -294,15 +277,19 @@ HWND CreateLayerWindow(WNDPROC procedure, POINT clientOrigin) {
   return reinterpret_cast<HWND>(static_cast<uintptr_t>(state.lastWindow));
 }
 
-void QueueMouseInput(HWND window, UINT message, POINT client, WPARAM keys) {
+LRESULT DefaultProcedure(HWND, UINT, WPARAM, LPARAM) {
+  return 0;
+}
+
+void MakeMouseInput(HWND window, UINT message, POINT client) {
   State& state = Messages();
   const std::lock_guard lock(state.mutex);
   const Window* entry = FindWindowEntry(state, window);
-  if (entry == nullptr) return;
+  if (!entry) return;
   const POINT screen{client.x + entry->clientOrigin.x, client.y + entry->clientOrigin.y};
   const auto packed =
       static_cast<LPARAM>((static_cast<uint32_t>(client.y) << 16) | (static_cast<uint32_t>(client.x) & 0xFFFFu));
-  Enqueue(state, entry->thread, MSG{window, message, keys, packed, 0, screen}, true);
+  Enqueue(state, entry->thread, MSG{window, message, 0, packed, 0, screen}, true);
 }
 
 bool WaitForQueuedMessage(DWORD milliseconds) {

@@ -10,7 +10,7 @@ using platform::InjectedError;
 
 namespace {
 
-// Stands for the system's own module, which has no file here.
+// Its address is the handle of "kernel32", which has no file here.
 char kernelModule;
 HMODULE KernelModule() {
   return reinterpret_cast<HMODULE>(&kernelModule);
@@ -21,36 +21,16 @@ FARPROC KernelEntry(std::string_view name) {
   return reinterpret_cast<FARPROC>(reinterpret_cast<void*>(&IsWow64Process));
 }
 
-BOOL ModuleFromAddress(DWORD flags, const void* address, HMODULE* module) {
-  if (module == nullptr) return Fail(ERROR_INVALID_PARAMETER, FALSE);
-  *module = nullptr;
-  if (InjectedError("GetModuleHandleEx")) return FALSE;
-  if (flags != (GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT)) {
-    return Fail(ERROR_CALL_NOT_IMPLEMENTED, FALSE);
-  }
-  Dl_info info{};
-  link_map* map = nullptr;
-  if (dladdr1(address, &info, reinterpret_cast<void**>(&map), RTLD_DL_LINKMAP) == 0 || map == nullptr) {
-    return Fail(ERROR_MOD_NOT_FOUND, FALSE);
-  }
-  // The program itself has an empty name there. The reference that this takes is given back at once.
-  void* handle = dlopen(*map->l_name == '\0' ? nullptr : map->l_name, RTLD_NOW | RTLD_NOLOAD);
-  if (handle == nullptr) return Fail(ERROR_MOD_NOT_FOUND, FALSE);
-  dlclose(handle);
-  *module = static_cast<HMODULE>(handle);
-  return TRUE;
-}
-
 }  // namespace
 
 HMODULE LoadLibraryW(LPCWSTR path) {
   if (InjectedError("LoadLibraryW")) return nullptr;
-  if (path == nullptr) return Fail<HMODULE>(ERROR_INVALID_PARAMETER, nullptr);
+  if (!path) return Fail<HMODULE>(ERROR_INVALID_PARAMETER, nullptr);
   const std::string file = SystemPath(platform::Narrow(path));
-  // A bare name would be searched for along the loader's own path.
+  // The loader would search its own path for a bare name.
   if (!file.starts_with('/')) return Fail<HMODULE>(ERROR_MOD_NOT_FOUND, nullptr);
   void* handle = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
-  if (handle == nullptr) {
+  if (!handle) {
     return Fail<HMODULE>(access(file.c_str(), F_OK) == 0 ? ERROR_BAD_EXE_FORMAT : ERROR_MOD_NOT_FOUND, nullptr);
   }
   return static_cast<HMODULE>(handle);
@@ -58,32 +38,43 @@ HMODULE LoadLibraryW(LPCWSTR path) {
 
 FARPROC GetProcAddress(HMODULE module, LPCSTR name) {
   if (InjectedError("GetProcAddress")) return nullptr;
-  if (module == nullptr || name == nullptr) return Fail<FARPROC>(ERROR_PROC_NOT_FOUND, nullptr);
+  if (!module || !name) return Fail<FARPROC>(ERROR_PROC_NOT_FOUND, nullptr);
   const FARPROC entry = module == KernelModule() ? KernelEntry(name) : reinterpret_cast<FARPROC>(dlsym(module, name));
-  return entry != nullptr ? entry : Fail<FARPROC>(ERROR_PROC_NOT_FOUND, nullptr);
+  return entry ? entry : Fail<FARPROC>(ERROR_PROC_NOT_FOUND, nullptr);
 }
 
 BOOL FreeLibrary(HMODULE module) {
-  if (module == nullptr || module == KernelModule() || dlclose(module) != 0) return Fail(ERROR_INVALID_HANDLE, FALSE);
+  if (!module || module == KernelModule() || dlclose(module) != 0) return Fail(ERROR_INVALID_HANDLE, FALSE);
   return TRUE;
 }
 
 HMODULE GetModuleHandleA(LPCSTR name) {
   if (InjectedError("GetModuleHandleA")) return nullptr;
-  if (name == nullptr) {
+  if (!name) {
     void* program = dlopen(nullptr, RTLD_NOW);
     dlclose(program);
     return static_cast<HMODULE>(program);
   }
-  using platform::EqualIgnoringCase;
-  if (EqualIgnoringCase(name, "kernel32") || EqualIgnoringCase(name, "kernel32.dll")) return KernelModule();
+  if (platform::EqualIgnoringCase(name, "kernel32")) return KernelModule();
   return Fail<HMODULE>(ERROR_MOD_NOT_FOUND, nullptr);
 }
 
 BOOL GetModuleHandleExA(DWORD flags, LPCSTR address, HMODULE* module) {
-  return ModuleFromAddress(flags, address, module);
-}
-
-BOOL GetModuleHandleExW(DWORD flags, LPCWSTR address, HMODULE* module) {
-  return ModuleFromAddress(flags, address, module);
+  if (!module) return Fail(ERROR_INVALID_PARAMETER, FALSE);
+  *module = nullptr;
+  if (InjectedError("GetModuleHandleEx")) return FALSE;
+  if (flags != (GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT)) {
+    return Fail(ERROR_CALL_NOT_IMPLEMENTED, FALSE);
+  }
+  Dl_info info{};
+  link_map* map = nullptr;
+  if (dladdr1(address, &info, reinterpret_cast<void**>(&map), RTLD_DL_LINKMAP) == 0 || !map) {
+    return Fail(ERROR_MOD_NOT_FOUND, FALSE);
+  }
+  // The program itself has an empty name. No reference is kept: the caller asked for an unchanged count.
+  void* handle = dlopen(*map->l_name == '\0' ? nullptr : map->l_name, RTLD_NOW | RTLD_NOLOAD);
+  if (!handle) return Fail(ERROR_MOD_NOT_FOUND, FALSE);
+  dlclose(handle);
+  *module = static_cast<HMODULE>(handle);
+  return TRUE;
 }

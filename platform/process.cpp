@@ -3,14 +3,13 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
 
+#include "platform/desktop.h"
 #include "platform/internal.h"
-#include "platform/testing_backend.h"
 
 using platform::Fail;
 using platform::InjectedError;
@@ -19,35 +18,39 @@ namespace {
 
 thread_local DWORD lastError = ERROR_SUCCESS;
 
-std::atomic<bool> wow64Answer{false};
+using DebugListener = std::function<void(const char*)>;
 
 struct DebugListeners {
   std::mutex mutex;
-  std::map<int, std::shared_ptr<std::function<void(const char*)>>> byNumber;
+  std::map<int, std::shared_ptr<DebugListener>> byNumber;
   int lastNumber = 0;
 };
 
-void TellListeners(const char* text) {
-  auto& listeners = platform::Immortal<DebugListeners>();
-  std::unique_lock lock(listeners.mutex);
-  if (listeners.byNumber.empty()) return;
-  const auto told = listeners.byNumber;
-  lock.unlock();
-  for (const auto& [number, listener] : told) (*listener)(text);
+DebugListeners& Listeners() {
+  static platform::NeverDestroyed<DebugListeners> listeners;
+  return *listeners;
 }
 
-// One write a text, so that lines of several threads and processes don't run into each other.
+void CallListeners(const char* text) {
+  std::unique_lock lock(Listeners().mutex);
+  if (Listeners().byNumber.empty()) return;
+  const auto called = Listeners().byNumber;
+  lock.unlock();
+  for (const auto& [number, listener] : called) (*listener)(text);
+}
+
+// One write for each text, so that the lines of several threads and processes don't mix.
 void WriteDebugText(int file, const char* text) {
   const size_t length = std::strlen(text);
-  // Nothing depends on this output: a text that can't be written is lost.
+  // Nothing depends on this output, so a failure is ignored.
   [[maybe_unused]] const ssize_t written = write(file, text, length);
 }
 
-// Variables are found by any spelling of the name; the exact one wins.
+// Ignores the case of the name, but an exact match wins.
 const char* FindVariable(const char* name) {
   if (const char* value = std::getenv(name)) return value;
   const size_t length = std::strlen(name);
-  for (char** entry = environ; entry != nullptr && *entry != nullptr; ++entry) {
+  for (char** entry = environ; entry && *entry; ++entry) {
     if (strncasecmp(*entry, name, length) == 0 && (*entry)[length] == '=') return *entry + length + 1;
   }
   return nullptr;
@@ -63,7 +66,7 @@ void SetLastError(DWORD error) {
 }
 
 DWORD GetCurrentThreadId() {
-  // Asked several times a message, and the system is slow to answer. No thread goes on here as a forked child.
+  // Asked several times for each message, and the system call is slow. The product never forks.
   thread_local const auto id = static_cast<DWORD>(syscall(SYS_gettid));
   return id;
 }
@@ -76,16 +79,17 @@ HANDLE GetCurrentProcess() {
 
 BOOL IsWow64Process(HANDLE process, BOOL* answer) {
   if (InjectedError("IsWow64Process")) return FALSE;
-  if (process != GetCurrentProcess() || answer == nullptr) return Fail(ERROR_INVALID_HANDLE, FALSE);
-  *answer = wow64Answer ? TRUE : FALSE;
+  if (process != GetCurrentProcess() || !answer) return Fail(ERROR_INVALID_HANDLE, FALSE);
+  platform::FaultSource* const faults = platform::InstalledFaultSource();
+  *answer = faults && faults->IsWow64() ? TRUE : FALSE;
   return TRUE;
 }
 
 void OutputDebugStringA(LPCSTR text) {
-  if (text == nullptr) return;
-  TellListeners(text);
+  if (!text) return;
+  CallListeners(text);
   const char* sink = std::getenv("KSV_DEBUG_OUTPUT");
-  if (sink == nullptr || *sink == '\0') return;
+  if (!sink || *sink == '\0') return;
   if (std::strcmp(sink, "stderr") == 0) return WriteDebugText(STDERR_FILENO, text);
   const int file = open(sink, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0600);
   if (file < 0) return;
@@ -94,44 +98,39 @@ void OutputDebugStringA(LPCSTR text) {
 }
 
 errno_t _dupenv_s(char** value, size_t* size, const char* name) {
-  if (value == nullptr || name == nullptr) return EINVAL;
+  if (!value || !name) return EINVAL;
   *value = nullptr;
-  if (size != nullptr) *size = 0;
+  if (size) *size = 0;
   if (InjectedError("_dupenv_s")) return ENOMEM;
   const char* found = FindVariable(name);
-  if (found == nullptr) return 0;
+  if (!found) return 0;
   const size_t needed = std::strlen(found) + 1;
   *value = static_cast<char*>(std::malloc(needed));
-  if (*value == nullptr) return ENOMEM;
+  if (!*value) return ENOMEM;
   std::memcpy(*value, found, needed);
-  if (size != nullptr) *size = needed;
+  if (size) *size = needed;
   return 0;
 }
 
 __time64_t _time64(__time64_t* now) {
   const __time64_t seconds = std::time(nullptr);
-  if (now != nullptr) *now = seconds;
+  if (now) *now = seconds;
   return seconds;
 }
 
 namespace platform {
 
 int AddDebugListener(std::function<void(const char*)> listener) {
-  auto& listeners = Immortal<DebugListeners>();
+  DebugListeners& listeners = Listeners();
   const std::lock_guard lock(listeners.mutex);
-  listeners.byNumber.emplace(++listeners.lastNumber,
-                             std::make_shared<std::function<void(const char*)>>(std::move(listener)));
+  listeners.byNumber.emplace(++listeners.lastNumber, std::make_shared<DebugListener>(std::move(listener)));
   return listeners.lastNumber;
 }
 
 void RemoveDebugListener(int listener) {
-  auto& listeners = Immortal<DebugListeners>();
+  DebugListeners& listeners = Listeners();
   const std::lock_guard lock(listeners.mutex);
   listeners.byNumber.erase(listener);
-}
-
-void SetWow64Answer(bool answer) {
-  wow64Answer = answer;
 }
 
 }  // namespace platform

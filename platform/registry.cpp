@@ -12,21 +12,25 @@ using Json = platform::RegistryStore::Json;
 
 namespace {
 
-// A handle stands for a path, so that a change of the file by another hand is seen through it at once.
+// A handle stands for a path, so another program's change of the file is seen through it at once.
 auto& OpenKeys() {
-  return platform::Immortal<platform::HandleTable<const KeyPath, 0x30000004>>();
+  static platform::NeverDestroyed<platform::HandleTable<const KeyPath, 0x30000004>> keys;
+  return *keys;
 }
 
-// Keeps the changes of this process's threads apart.
-struct StoreMutex : std::mutex {};
+// One call at a time reads and writes the store.
+std::mutex& StoreMutex() {
+  static platform::NeverDestroyed<std::mutex> mutex;
+  return *mutex;
+}
 
-// Every call goes through here: a test's failure, one at a time, and no exception out of it.
+// Runs a call's work: lets a test make it fail, takes the lock, and turns exceptions into errors.
 template <class Work>
 LSTATUS Guarded(CallName call, Work work) {
   if (const DWORD error = platform::InjectedError(call)) return static_cast<LSTATUS>(error);
-  const platform::UnfailingMemory unfailing;  // The JSON library needs memory to give its values back.
+  const platform::UnfailingMemory unfailing;  // The JSON library allocates in destructors.
   try {
-    const std::lock_guard lock(platform::Immortal<StoreMutex>());
+    const std::lock_guard lock(StoreMutex());
     return work();
   } catch (const std::bad_alloc&) {
     return ERROR_OUTOFMEMORY;
@@ -35,7 +39,7 @@ LSTATUS Guarded(CallName call, Work work) {
   }
 }
 
-// Gives false for a handle that is none.
+// Writes to `path` the key that a handle and a path below it mean. Returns false for an invalid handle.
 bool Resolve(HKEY parent, std::string_view subKey, KeyPath& path) {
   if (parent == HKEY_LOCAL_MACHINE) {
     path = {"HKEY_LOCAL_MACHINE"};
@@ -59,26 +63,26 @@ HKEY NewHandle(KeyPath path) {
 }
 
 LSTATUS OpenKey(HKEY parent, const std::string& subKey, PHKEY key) {
-  if (key == nullptr) return ERROR_INVALID_PARAMETER;
+  if (!key) return ERROR_INVALID_PARAMETER;
   KeyPath path;
   if (!Resolve(parent, subKey, path)) return ERROR_INVALID_HANDLE;
   RegistryStore store;
-  if (store.FindKey(path) == nullptr) return ERROR_FILE_NOT_FOUND;
+  if (!store.FindKey(path)) return ERROR_FILE_NOT_FOUND;
   *key = NewHandle(std::move(path));
   return ERROR_SUCCESS;
 }
 
-LSTATUS CreateKey(HKEY parent, const std::string& subKey, PHKEY key, DWORD* disposition) {
-  if (key == nullptr) return ERROR_INVALID_PARAMETER;
+LSTATUS CreateKey(HKEY parent, const std::string& subKey, PHKEY key, const DWORD* disposition) {
+  if (disposition) return ERROR_CALL_NOT_IMPLEMENTED;
+  if (!key) return ERROR_INVALID_PARAMETER;
   KeyPath path;
   if (!Resolve(parent, subKey, path)) return ERROR_INVALID_HANDLE;
   RegistryStore store;
   bool isNew = false;
-  if (store.MakeKey(path, &isNew) == nullptr) return ERROR_INVALID_PARAMETER;
+  if (!store.MakeKey(path, &isNew)) return ERROR_INVALID_PARAMETER;
   if (isNew) {
     if (const LSTATUS error = store.Save()) return error;
   }
-  if (disposition != nullptr) *disposition = isNew ? REG_CREATED_NEW_KEY : REG_OPENED_EXISTING_KEY;
   *key = NewHandle(std::move(path));
   return ERROR_SUCCESS;
 }
@@ -90,14 +94,14 @@ LSTATUS WithKey(HKEY handle, Work work) {
   if (!Resolve(handle, "", path)) return ERROR_INVALID_HANDLE;
   RegistryStore store;
   Json* key = store.FindKey(path);
-  return key == nullptr ? ERROR_KEY_DELETED : work(store, *key);
+  return key ? work(store, *key) : ERROR_KEY_DELETED;
 }
 
 LSTATUS SetValue(HKEY handle, const std::string& name, RegistryValue value) {
   return WithKey(handle, [&](RegistryStore& store, Json& key) -> LSTATUS {
-    if (RegistryStore::FindSubKey(key, name) != nullptr) return ERROR_INVALID_PARAMETER;
+    if (RegistryStore::FindSubKey(key, name)) return ERROR_INVALID_PARAMETER;
     Json* member = RegistryStore::FindValue(key, name);
-    if (member == nullptr) member = &key[name];
+    if (!member) member = &key[name];
     *member = RegistryStore::Encode(name, value);
     return store.Save();
   });
@@ -107,20 +111,20 @@ bool IsText(DWORD type) {
   return type == REG_SZ || type == REG_EXPAND_SZ || type == REG_MULTI_SZ;
 }
 
-// `present` brings the value into the form that the caller reads.
+// `present` turns the value into the form that the caller reads.
 template <class Present>
 LSTATUS QueryValue(HKEY handle, const std::string& name, DWORD* type, BYTE* data, DWORD* size, Present present) {
-  if (data != nullptr && size == nullptr) return ERROR_INVALID_PARAMETER;
+  if (data && !size) return ERROR_INVALID_PARAMETER;
   return WithKey(handle, [&](RegistryStore&, Json& key) -> LSTATUS {
     const Json* member = RegistryStore::FindValue(key, name);
-    auto value = member == nullptr ? std::nullopt : RegistryStore::Decode(*member);
+    auto value = member ? RegistryStore::Decode(*member) : std::nullopt;
     if (!value) return ERROR_FILE_NOT_FOUND;
     present(*value);
-    if (type != nullptr) *type = value->type;
-    if (size == nullptr) return ERROR_SUCCESS;
+    if (type) *type = value->type;
+    if (!size) return ERROR_SUCCESS;
     const DWORD capacity = *size;
     *size = static_cast<DWORD>(value->data.size());
-    if (data == nullptr) return ERROR_SUCCESS;
+    if (!data) return ERROR_SUCCESS;
     if (value->data.size() > capacity) return ERROR_MORE_DATA;
     if (!value->data.empty()) std::memcpy(data, value->data.data(), value->data.size());
     return ERROR_SUCCESS;
@@ -128,10 +132,10 @@ LSTATUS QueryValue(HKEY handle, const std::string& name, DWORD* type, BYTE* data
 }
 
 std::string NarrowName(LPCWSTR name) {
-  return name == nullptr ? std::string() : platform::Narrow(name);
+  return name ? platform::Narrow(name) : std::string();
 }
 std::string NarrowName(LPCSTR name) {
-  return name == nullptr ? "" : name;
+  return name ? name : "";
 }
 
 }  // namespace
@@ -178,7 +182,7 @@ LSTATUS RegQueryValueExW(HKEY key, LPCWSTR name, DWORD*, DWORD* type, BYTE* data
 
 LSTATUS RegSetValueExA(HKEY key, LPCSTR name, DWORD, DWORD type, const BYTE* data, DWORD size) {
   return Guarded("RegSetValueEx", [&]() -> LSTATUS {
-    if (data == nullptr && size != 0) return ERROR_INVALID_PARAMETER;
+    if (!data && size != 0) return ERROR_INVALID_PARAMETER;
     RegistryValue value{type, std::vector<BYTE>(data, data + size)};
     if (IsText(type)) {
       const std::u16string wide = platform::Widen({reinterpret_cast<const char*>(data), size});
@@ -191,7 +195,7 @@ LSTATUS RegSetValueExA(HKEY key, LPCSTR name, DWORD, DWORD type, const BYTE* dat
 
 LSTATUS RegSetValueExW(HKEY key, LPCWSTR name, DWORD, DWORD type, const BYTE* data, DWORD size) {
   return Guarded("RegSetValueEx", [&]() -> LSTATUS {
-    if (data == nullptr && size != 0) return ERROR_INVALID_PARAMETER;
+    if (!data && size != 0) return ERROR_INVALID_PARAMETER;
     return SetValue(key, NarrowName(name), {type, std::vector<BYTE>(data, data + size)});
   });
 }
@@ -208,8 +212,8 @@ LSTATUS RegQueryInfoKeyA(HKEY handle, LPSTR className, DWORD* classLength, DWORD
       const auto names = RegistryStore::SubKeyNames(key);
       size_t longest = 0;
       for (const std::string& name : names) longest = std::max(longest, name.size());
-      if (subKeys != nullptr) *subKeys = static_cast<DWORD>(names.size());
-      if (longestSubKey != nullptr) *longestSubKey = static_cast<DWORD>(longest);
+      if (subKeys) *subKeys = static_cast<DWORD>(names.size());
+      if (longestSubKey) *longestSubKey = static_cast<DWORD>(longest);
       return ERROR_SUCCESS;
     });
   });
@@ -219,7 +223,7 @@ LSTATUS RegEnumKeyExA(HKEY handle, DWORD index, LPSTR name, DWORD* nameLength, D
                       DWORD* classLength, FILETIME* lastWrite) {
   return Guarded("RegEnumKeyExA", [&]() -> LSTATUS {
     if (className || classLength || lastWrite) return ERROR_CALL_NOT_IMPLEMENTED;
-    if (name == nullptr || nameLength == nullptr) return ERROR_INVALID_PARAMETER;
+    if (!name || !nameLength) return ERROR_INVALID_PARAMETER;
     return WithKey(handle, [&](RegistryStore&, Json& key) -> LSTATUS {
       const auto names = RegistryStore::SubKeyNames(key);
       if (index >= names.size()) return ERROR_NO_MORE_ITEMS;
@@ -235,11 +239,11 @@ LSTATUS RegEnumKeyExA(HKEY handle, DWORD index, LPSTR name, DWORD* nameLength, D
 LSTATUS RegDeleteKeyA(HKEY parent, LPCSTR subKey) {
   return Guarded("RegDeleteKeyA", [&]() -> LSTATUS {
     KeyPath path;
-    if (subKey == nullptr) return ERROR_INVALID_PARAMETER;
+    if (!subKey) return ERROR_INVALID_PARAMETER;
     if (!Resolve(parent, subKey, path)) return ERROR_INVALID_HANDLE;
     RegistryStore store;
     Json* key = store.FindKey(path);
-    if (key == nullptr) return ERROR_FILE_NOT_FOUND;
+    if (!key) return ERROR_FILE_NOT_FOUND;
     if (path.size() == 1 || !RegistryStore::SubKeyNames(*key).empty()) return ERROR_ACCESS_DENIED;
     const std::string name = path.back();
     path.pop_back();

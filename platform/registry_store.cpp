@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -24,7 +25,7 @@ constexpr const char* kTypeNames[] = {"REG_NONE", "REG_SZ", "REG_EXPAND_SZ", "RE
 fs::path StorePath() {
   const auto variable = [](const char* name) {
     const char* value = std::getenv(name);
-    return fs::path(value == nullptr ? "" : value);
+    return fs::path(value ? value : "");
   };
   if (fs::path place = variable("KSV_REGISTRY"); !place.empty()) return place;
   const fs::path inConfiguration = fs::path("norvo") / "ksv" / "registry.json";
@@ -37,6 +38,12 @@ bool IsKey(const Json& member) {
   if (!member.is_object()) return false;
   const auto type = member.find("type");
   return type == member.end() || type->is_structured();
+}
+
+bool IsDeeperThan(int levels, const Json& member) {
+  if (!member.is_structured()) return false;
+  return levels == 0 ||
+         std::any_of(member.begin(), member.end(), [&](const Json& inner) { return IsDeeperThan(levels - 1, inner); });
 }
 
 Json* FindMember(Json& key, std::string_view name) {
@@ -100,7 +107,7 @@ std::vector<BYTE> TextBytes(const std::string& text, bool terminated) {
   return BytesOf(wide.c_str(), wide.size() + (terminated ? 1 : 0));
 }
 
-// The plain forms that could stand for a value; whether one does is found by reading it back.
+// The plain forms that a value may have. The caller checks which of them decodes to the value.
 std::vector<Json> PlainForms(const RegistryValue& value) {
   if (value.type == REG_DWORD && value.data.size() == sizeof(DWORD)) {
     DWORD number = 0;
@@ -125,40 +132,33 @@ RegistryStore::RegistryStore() {
   std::error_code error;
   const fs::file_status status = fs::status(place, error);
   if (place.empty() || status.type() == fs::file_type::not_found) return;
-  isMalformed_ = true;
+  isMalformed = true;
   if (!fs::is_regular_file(status) || fs::file_size(place, error) > kLargestFile || error) return;
   std::ifstream file(place, std::ios::binary);
   const std::string text{std::istreambuf_iterator<char>(file), {}};
-  bool tooDeep = false;
-  Json root = Json::parse(
-      text,
-      [&tooDeep](int depth, Json::parse_event_t, Json&) {
-        tooDeep = tooDeep || depth > kDeepest;
-        return !tooDeep;
-      },
-      /*allow_exceptions=*/false);
-  if (tooDeep || !root.is_object()) return;
-  root_ = std::move(root);
-  isMalformed_ = false;
+  Json parsed = Json::parse(text, nullptr, /*allow_exceptions=*/false);
+  if (!parsed.is_object() || IsDeeperThan(kDeepest, parsed)) return;
+  root = std::move(parsed);
+  isMalformed = false;
 }
 
 Json* RegistryStore::FindKey(const KeyPath& path) {
-  if (path.size() == 1 && FindMember(root_, path[0]) == nullptr) root_[path[0]] = Json::object();
-  Json* key = &root_;
+  if (path.size() == 1 && !FindMember(root, path[0])) root[path[0]] = Json::object();
+  Json* key = &root;
   for (const std::string& name : path) {
     key = FindSubKey(*key, name);
-    if (key == nullptr) return nullptr;
+    if (!key) return nullptr;
   }
   return key;
 }
 
 Json* RegistryStore::MakeKey(const KeyPath& path, bool* isNew) {
-  Json* key = &root_;
+  Json* key = &root;
   *isNew = false;
   for (const std::string& name : path) {
     Json* member = FindMember(*key, name);
-    *isNew = member == nullptr;
-    if (member == nullptr) member = &((*key)[name] = Json::object());
+    *isNew = !member;
+    if (!member) member = &((*key)[name] = Json::object());
     if (!IsKey(*member)) return nullptr;
     key = member;
   }
@@ -167,18 +167,18 @@ Json* RegistryStore::MakeKey(const KeyPath& path, bool* isNew) {
 
 Json* RegistryStore::FindSubKey(Json& key, std::string_view name) {
   Json* member = FindMember(key, name);
-  return member != nullptr && IsKey(*member) ? member : nullptr;
+  return member && IsKey(*member) ? member : nullptr;
 }
 
 Json* RegistryStore::FindValue(Json& key, std::string_view name) {
   Json* member = FindMember(key, name);
-  return member != nullptr && !IsKey(*member) ? member : nullptr;
+  return member && !IsKey(*member) ? member : nullptr;
 }
 
 std::vector<std::string> RegistryStore::SubKeyNames(const Json& key) {
   std::vector<std::string> names;
   for (const auto& [name, member] : key.items()) {
-    // Only what a call can open: a person may have written the file.
+    // Leaves out names that no call can open: a person may have written the file.
     if (IsKey(member) && !name.empty() && name.find_first_of(std::string_view("\\\0", 2)) == std::string::npos) {
       names.push_back(name);
     }
@@ -216,7 +216,7 @@ std::optional<RegistryValue> RegistryStore::Decode(const Json& member) {
 }
 
 Json RegistryStore::Encode(std::string_view name, const RegistryValue& value) {
-  // A plain member "type" would make a value of the key that it stands in.
+  // A key with a plain member "type" would be read as a value.
   const bool needsObject = name == "type";
   for (Json& form : PlainForms(value)) {
     if ((form.is_object() || !needsObject) && Decode(form) == value) return std::move(form);
@@ -225,7 +225,7 @@ Json RegistryStore::Encode(std::string_view name, const RegistryValue& value) {
 }
 
 LSTATUS RegistryStore::Save() const {
-  if (isMalformed_) return ERROR_BADDB;
+  if (isMalformed) return ERROR_BADDB;
   const fs::path place = StorePath();
   if (place.empty()) return ERROR_PATH_NOT_FOUND;
   std::error_code error;
@@ -234,7 +234,7 @@ LSTATUS RegistryStore::Save() const {
   const fs::path draft = place.string() + "." + std::to_string(getpid()) + ".tmp";
   std::ofstream file(draft, std::ios::binary | std::ios::trunc);
   if (!file) return ERROR_ACCESS_DENIED;
-  file << root_.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
+  file << root.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
   file.close();
   if (file) fs::rename(draft, place, error);
   if (file && !error) return ERROR_SUCCESS;

@@ -2,22 +2,22 @@
 #include <cstdlib>
 #include <cstring>
 
-// The run time that the tool chain links declares this call and does not have it. The headers mark it as imported, so
-// callers go through the slot below, which stands where the import library's own would.
+// The tool chain declares this call, but its run time lacks it. The headers mark it as imported, so callers go through
+// the pointer below, which has the name that the import library would give it.
 namespace {
 
 errno_t __cdecl DuplicateVariable(char** value, size_t* size, const char* name) {
-  if (value == nullptr || name == nullptr) return EINVAL;
+  if (!value || !name) return EINVAL;
   *value = nullptr;
-  if (size != nullptr) *size = 0;
+  if (size) *size = 0;
   const char* found = std::getenv(name);
-  if (found == nullptr) return 0;
+  if (!found) return 0;
   const size_t needed = std::strlen(found) + 1;
-  // The caller frees it, as the published call has it.
+  // The caller frees it.
   *value = static_cast<char*>(std::malloc(needed));
-  if (*value == nullptr) return ENOMEM;
+  if (!*value) return ENOMEM;
   std::memcpy(*value, found, needed);
-  if (size != nullptr) *size = needed;
+  if (size) *size = needed;
   return 0;
 }
 

@@ -12,24 +12,20 @@ struct Mutex {
   std::mutex guard;
   std::condition_variable released;
   DWORD owner = 0;
-  unsigned depth = 0;  // How often the owner has taken it.
+  unsigned depth = 0;  // How many times the owner has taken it.
 };
 
 auto& Mutexes() {
-  return platform::Immortal<platform::HandleTable<Mutex, 0x10000004>>();
+  static platform::NeverDestroyed<platform::HandleTable<Mutex, 0x10000004>> mutexes;
+  return *mutexes;
 }
 
 }  // namespace
 
 HANDLE CreateMutexA(LPSECURITY_ATTRIBUTES, BOOL initialOwner, LPCSTR name) {
   if (InjectedError("CreateMutexA")) return nullptr;
-  if (name != nullptr) return Fail<HANDLE>(ERROR_CALL_NOT_IMPLEMENTED, nullptr);
-  const auto mutex = std::make_shared<Mutex>();
-  if (initialOwner) {
-    mutex->owner = GetCurrentThreadId();
-    mutex->depth = 1;
-  }
-  return Mutexes().Add(mutex);
+  if (initialOwner || name) return Fail<HANDLE>(ERROR_CALL_NOT_IMPLEMENTED, nullptr);
+  return Mutexes().Add(std::make_shared<Mutex>());
 }
 
 DWORD WaitForSingleObject(HANDLE object, DWORD milliseconds) {

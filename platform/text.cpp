@@ -17,8 +17,8 @@ struct Step {
   size_t length;
 };
 
-// The first code point of a text that is not empty. A broken sequence counts as far as it was well-formed, so that a
-// good character behind it is not lost.
+// The first code point of a text that is not empty. An invalid sequence ends at its first wrong byte, so the next
+// character is not lost.
 Step NextCodePoint(std::string_view text) {
   const unsigned lead = static_cast<unsigned char>(text[0]);
   if (lead < 0x80) return {lead, 1};
@@ -27,7 +27,7 @@ Step NextCodePoint(std::string_view text) {
                         : lead >= 0xF0 && lead <= 0xF4 ? 4
                                                        : 0;
   if (length == 0) return {kReplacement, 1};
-  // The second byte's range is narrower behind four leads: no overlong form, no surrogate, nothing past the last plane.
+  // After four lead bytes the second byte has a smaller range: no overlong form, no surrogate, nothing above U+10FFFF.
   unsigned low = lead == 0xE0 ? 0xA0 : lead == 0xF0 ? 0x90 : 0x80;
   unsigned high = lead == 0xED ? 0x9F : lead == 0xF4 ? 0x8F : 0xBF;
   char32_t codePoint = lead & (0x7Fu >> length);
@@ -68,15 +68,14 @@ void AppendUtf8(std::string& out, char32_t codePoint) {
   append(0x80 | (codePoint & 0x3F));
 }
 
-// The two conversions differ in nothing but the types: lengths below 0 mean a terminated text, whose terminator is
-// converted with it, and a size of 0 asks for the size needed.
+// Both directions: a length below 0 means a terminated text, whose terminator is converted too; a size of 0 asks for
+// the size needed.
 template <class From, class To, class Convert>
 int ConvertText(UINT codePage, DWORD flags, const From* from, int length, To* to, int size, Convert convert) {
-  if ((codePage != CP_ACP && codePage != CP_UTF8) || from == nullptr || length == 0 || size < 0 ||
-      (to == nullptr && size > 0)) {
+  if ((codePage != CP_ACP && codePage != CP_UTF8) || !from || length == 0 || size < 0 || (!to && size > 0)) {
     return Fail(ERROR_INVALID_PARAMETER, 0);
   }
-  if (flags != 0) return Fail(ERROR_INVALID_FLAGS, 0);
+  if (flags != 0) return Fail(ERROR_CALL_NOT_IMPLEMENTED, 0);
   const size_t count = length < 0 ? std::char_traits<From>::length(from) + 1 : static_cast<size_t>(length);
   const auto converted = convert(std::basic_string_view<From>(from, count));
   if (converted.size() > INT_MAX) return Fail(ERROR_INVALID_PARAMETER, 0);
@@ -86,8 +85,8 @@ int ConvertText(UINT codePage, DWORD flags, const From* from, int length, To* to
   return static_cast<int>(converted.size());
 }
 
-// A text's length in bytes stands in the four bytes before it; the block begins another four before these, so that
-// the text is aligned as any allocation.
+// The four bytes before a text hold its length in bytes. The block begins four bytes earlier, which keeps the text
+// aligned.
 constexpr size_t kBstrHead = 8;
 
 }  // namespace
@@ -110,7 +109,7 @@ std::u16string Widen(std::string_view narrow) {
 
 std::string Narrow(std::u16string_view wide, bool* valid) {
   bool unused = true;
-  if (valid == nullptr) valid = &unused;
+  if (!valid) valid = &unused;
   *valid = true;
   std::string narrow;
   narrow.reserve(wide.size());
@@ -139,8 +138,8 @@ using platform::InjectedError;
 int WideCharToMultiByte(UINT codePage, DWORD flags, LPCWSTR wide, int wideLength, LPSTR narrow, int narrowSize,
                         LPCSTR defaultChar, BOOL* usedDefaultChar) {
   if (InjectedError("WideCharToMultiByte")) return 0;
-  // Every character has a form in this code page, so neither is of use; the published UTF-8 call refuses them too.
-  if (defaultChar != nullptr || usedDefaultChar != nullptr) return Fail(ERROR_INVALID_PARAMETER, 0);
+  // UTF-8 has a form of every character; the published call refuses both as well.
+  if (defaultChar || usedDefaultChar) return Fail(ERROR_INVALID_PARAMETER, 0);
   return platform::ConvertText(codePage, flags, wide, wideLength, narrow, narrowSize,
                                [](std::u16string_view text) { return platform::Narrow(text); });
 }
@@ -152,60 +151,47 @@ int MultiByteToWideChar(UINT codePage, DWORD flags, LPCSTR narrow, int narrowLen
 }
 
 errno_t wcstombs_s(size_t* converted, char* narrow, size_t size, const WCHAR* wide, size_t count) {
-  if (converted != nullptr) *converted = 0;
-  if (narrow != nullptr && size > 0) narrow[0] = '\0';
+  if (converted) *converted = 0;
+  if (!narrow || size == 0 || !wide || count != _TRUNCATE) return EINVAL;
+  narrow[0] = '\0';
   if (InjectedError("wcstombs_s")) return EILSEQ;
-  if (wide == nullptr || (narrow == nullptr) != (size == 0)) return EINVAL;
   bool valid = true;
   const std::string text = platform::Narrow(wide, &valid);
   if (!valid) return EILSEQ;
-  size_t length = text.size();
-  errno_t result = 0;
-  if (narrow != nullptr) {
-    if (count < length && count < size) length = count;
-    if (length >= size) {
-      if (count != _TRUNCATE) return ERANGE;
-      length = size - 1;
-      result = STRUNCATE;
-    }
-    // A cut never leaves half a character.
-    while (length < text.size() && length > 0 && (static_cast<unsigned char>(text[length]) & 0xC0) == 0x80) --length;
-    std::memcpy(narrow, text.data(), length);
-    narrow[length] = '\0';
-  }
-  if (converted != nullptr) *converted = length + 1;
-  return result;
+  size_t length = std::min(text.size(), size - 1);
+  // Does not cut a character in half.
+  while (length < text.size() && length > 0 && (static_cast<unsigned char>(text[length]) & 0xC0) == 0x80) --length;
+  std::memcpy(narrow, text.data(), length);
+  narrow[length] = '\0';
+  if (converted) *converted = length + 1;
+  return length < text.size() ? STRUNCATE : 0;
 }
 
 BSTR SysAllocStringLen(const OLECHAR* text, UINT length) {
-  // The length in bytes and the terminator have to fit the 32 bits of the head.
+  // The length in bytes has to fit the 32 bits before the text.
   if (InjectedError("SysAllocString") || length > (UINT_MAX - 6) / sizeof(OLECHAR)) return nullptr;
   const uint32_t bytes = length * static_cast<uint32_t>(sizeof(OLECHAR));
   auto* block = static_cast<unsigned char*>(std::malloc(platform::kBstrHead + bytes + sizeof(OLECHAR)));
-  if (block == nullptr) return nullptr;
+  if (!block) return nullptr;
   std::memcpy(block + platform::kBstrHead - sizeof(bytes), &bytes, sizeof(bytes));
   auto* result = reinterpret_cast<OLECHAR*>(block + platform::kBstrHead);
-  if (text != nullptr) std::memcpy(result, text, bytes);
+  if (text) std::memcpy(result, text, bytes);
   result[length] = 0;
   return result;
 }
 
 BSTR SysAllocString(const OLECHAR* text) {
-  if (text == nullptr) return nullptr;
+  if (!text) return nullptr;
   const size_t length = std::char_traits<OLECHAR>::length(text);
   return length > UINT_MAX ? nullptr : SysAllocStringLen(text, static_cast<UINT>(length));
 }
 
 void SysFreeString(BSTR text) {
-  if (text != nullptr) std::free(reinterpret_cast<unsigned char*>(text) - platform::kBstrHead);
-}
-
-UINT SysStringByteLen(BSTR text) {
-  uint32_t bytes = 0;
-  if (text != nullptr) std::memcpy(&bytes, reinterpret_cast<unsigned char*>(text) - sizeof(bytes), sizeof(bytes));
-  return bytes;
+  if (text) std::free(reinterpret_cast<unsigned char*>(text) - platform::kBstrHead);
 }
 
 UINT SysStringLen(BSTR text) {
-  return SysStringByteLen(text) / sizeof(OLECHAR);
+  uint32_t bytes = 0;
+  if (text) std::memcpy(&bytes, reinterpret_cast<unsigned char*>(text) - sizeof(bytes), sizeof(bytes));
+  return bytes / sizeof(OLECHAR);
 }

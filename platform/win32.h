@@ -1,10 +1,10 @@
-/// The one way to the platform's calls, under their published names. On Windows these are the system's own; elsewhere
-/// the declarations below are the subset in use, and the other files of this folder implement it: names, types,
-/// constants and errors as published, as far as callers rely on them. What the subset leaves out is refused
-/// (`ERROR_CALL_NOT_IMPLEMENTED`), not guessed.
+/// The platform's calls under their published names: the only way to them. On Windows they are the system's own.
+/// Elsewhere this header declares the subset in use, and the other files of this folder implement it: names, types,
+/// constants and errors as published, as far as callers rely on them. An argument outside the subset fails with
+/// `ERROR_CALL_NOT_IMPLEMENTED`.
 ///
-/// Where no code page exists, the ANSI code page (`CP_ACP`) is UTF-8, and a file name is the system's own path with
-/// backslashes in place of slashes. Wide text has 16-bit units on every system.
+/// On Linux the ANSI code page (`CP_ACP`) is UTF-8, and a file name is the system's path with backslashes in place of
+/// slashes. Wide text has 16-bit units on every system.
 #pragma once
 
 #include "platform/wide_text.h"
@@ -32,7 +32,7 @@
 #include <cstdlib>
 #include <ctime>
 
-// Macros that would rename functions of ours, and only in the sources that happen to see this header.
+// These macros would rename our functions of the same names.
 #undef CreateDirectory
 #undef DeleteFile
 #undef GetMessage
@@ -47,8 +47,8 @@
 #include <cstddef>
 #include <cstdint>
 
-// A program that exports its own copy of the layer shares it with the modules that it loads: they then see one set of
-// windows, hooks and test settings.
+// A program that exports its copy of the layer shares it with the modules that it loads: they have the same windows,
+// hooks and faults.
 #pragma GCC visibility push(default)
 
 // --- Plain types ------------------------------------------------------------------------------------------------
@@ -115,18 +115,14 @@ inline const HANDLE INVALID_HANDLE_VALUE = reinterpret_cast<HANDLE>(static_cast<
 inline constexpr LONG ERROR_SUCCESS = 0;
 inline constexpr LONG ERROR_FILE_NOT_FOUND = 2;
 inline constexpr LONG ERROR_PATH_NOT_FOUND = 3;
-inline constexpr LONG ERROR_TOO_MANY_OPEN_FILES = 4;
 inline constexpr LONG ERROR_ACCESS_DENIED = 5;
 inline constexpr LONG ERROR_INVALID_HANDLE = 6;
 inline constexpr LONG ERROR_NOT_ENOUGH_MEMORY = 8;
 inline constexpr LONG ERROR_INVALID_DATA = 13;
 inline constexpr LONG ERROR_OUTOFMEMORY = 14;
 inline constexpr LONG ERROR_NO_MORE_FILES = 18;
-inline constexpr LONG ERROR_WRITE_PROTECT = 19;
 inline constexpr LONG ERROR_GEN_FAILURE = 31;
 inline constexpr LONG ERROR_INVALID_PARAMETER = 87;
-inline constexpr LONG ERROR_BUFFER_OVERFLOW = 111;
-inline constexpr LONG ERROR_DISK_FULL = 112;
 inline constexpr LONG ERROR_CALL_NOT_IMPLEMENTED = 120;
 inline constexpr LONG ERROR_INSUFFICIENT_BUFFER = 122;
 inline constexpr LONG ERROR_INVALID_NAME = 123;
@@ -134,20 +130,14 @@ inline constexpr LONG ERROR_MOD_NOT_FOUND = 126;
 inline constexpr LONG ERROR_PROC_NOT_FOUND = 127;
 inline constexpr LONG ERROR_ALREADY_EXISTS = 183;
 inline constexpr LONG ERROR_BAD_EXE_FORMAT = 193;
-inline constexpr LONG ERROR_FILENAME_EXCED_RANGE = 206;
 inline constexpr LONG ERROR_MORE_DATA = 234;
 inline constexpr LONG ERROR_NO_MORE_ITEMS = 259;
-inline constexpr LONG ERROR_DIRECTORY = 267;
 inline constexpr LONG ERROR_NOT_OWNER = 288;
-inline constexpr LONG ERROR_INVALID_FLAGS = 1004;
 inline constexpr LONG ERROR_BADDB = 1009;
 inline constexpr LONG ERROR_REGISTRY_IO_FAILED = 1016;
 inline constexpr LONG ERROR_KEY_DELETED = 1018;
 inline constexpr LONG ERROR_INVALID_WINDOW_HANDLE = 1400;
 inline constexpr LONG ERROR_INVALID_HOOK_HANDLE = 1404;
-inline constexpr LONG ERROR_INVALID_HOOK_FILTER = 1426;
-inline constexpr LONG ERROR_INVALID_FILTER_PROC = 1427;
-inline constexpr LONG ERROR_HOOK_NEEDS_HMOD = 1428;
 inline constexpr LONG ERROR_NOT_ENOUGH_QUOTA = 1816;
 
 inline constexpr HRESULT E_OUTOFMEMORY = static_cast<HRESULT>(0x8007000Eu);
@@ -157,14 +147,14 @@ inline constexpr HRESULT HRESULT_FROM_WIN32(DWORD error) {
                                           : static_cast<HRESULT>((error & 0xFFFFu) | 0x80070000u);
 }
 
-/// What text conversion throws: the failure as an HRESULT.
+/// Thrown by text conversion, with the failure as an HRESULT.
 class _com_error {
  public:
-  explicit _com_error(HRESULT result) : result_(result) {}
-  HRESULT Error() const { return result_; }
+  explicit _com_error(HRESULT result) : result(result) {}
+  HRESULT Error() const { return result; }
 
  private:
-  HRESULT result_;
+  HRESULT result;
 };
 
 DWORD GetLastError();
@@ -175,19 +165,18 @@ void SetLastError(DWORD error);
 inline constexpr DWORD GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT = 2;
 inline constexpr DWORD GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS = 4;
 
-/// Full paths only: nothing is searched for.
+/// Takes full paths only.
 HMODULE LoadLibraryW(LPCWSTR path);
 FARPROC GetProcAddress(HMODULE module, LPCSTR name);
 BOOL FreeLibrary(HMODULE module);
-/// Knows "kernel32", which holds `IsWow64Process`, and null for the program itself.
+/// Knows "kernel32", which has `IsWow64Process`, and null for the program itself.
 HMODULE GetModuleHandleA(LPCSTR name);
-/// With both flags above: the module that an address lies in.
+/// Finds the module that an address lies in. Needs both flags above.
 BOOL GetModuleHandleExA(DWORD flags, LPCSTR address, HMODULE* module);
-BOOL GetModuleHandleExW(DWORD flags, LPCWSTR address, HMODULE* module);
 
 // --- Registry ---------------------------------------------------------------------------------------------------
 
-// Macros, since a constant expression cannot hold a pointer made from a number.
+// Macros, because a constant expression can't hold a pointer made from a number.
 #define HKEY_CURRENT_USER (reinterpret_cast<HKEY>(static_cast<ULONG_PTR>(0x80000001u)))
 #define HKEY_LOCAL_MACHINE (reinterpret_cast<HKEY>(static_cast<ULONG_PTR>(0x80000002u)))
 
@@ -203,11 +192,10 @@ inline constexpr REGSAM KEY_READ = 0x20019;
 inline constexpr REGSAM KEY_WRITE = 0x20006;
 inline constexpr REGSAM KEY_ALL_ACCESS = 0xF003F;
 inline constexpr DWORD REG_OPTION_NON_VOLATILE = 0;
-inline constexpr DWORD REG_CREATED_NEW_KEY = 1;
-inline constexpr DWORD REG_OPENED_EXISTING_KEY = 2;
 
 LSTATUS RegOpenKeyExA(HKEY parent, LPCSTR subKey, DWORD options, REGSAM access, PHKEY key);
 LSTATUS RegOpenKeyExW(HKEY parent, LPCWSTR subKey, DWORD options, REGSAM access, PHKEY key);
+/// `disposition` must be null.
 LSTATUS RegCreateKeyExA(HKEY parent, LPCSTR subKey, DWORD reserved, LPSTR className, DWORD options, REGSAM access,
                         const SECURITY_ATTRIBUTES* security, PHKEY key, DWORD* disposition);
 LSTATUS RegCreateKeyExW(HKEY parent, LPCWSTR subKey, DWORD reserved, LPWSTR className, DWORD options, REGSAM access,
@@ -217,7 +205,7 @@ LSTATUS RegQueryValueExA(HKEY key, LPCSTR name, DWORD* reserved, DWORD* type, BY
 LSTATUS RegQueryValueExW(HKEY key, LPCWSTR name, DWORD* reserved, DWORD* type, BYTE* data, DWORD* size);
 LSTATUS RegSetValueExA(HKEY key, LPCSTR name, DWORD reserved, DWORD type, const BYTE* data, DWORD size);
 LSTATUS RegSetValueExW(HKEY key, LPCWSTR name, DWORD reserved, DWORD type, const BYTE* data, DWORD size);
-/// Gives `subKeys` and `longestSubKey` (bytes, without terminator); the other results must be null.
+/// Writes `subKeys` and `longestSubKey` (bytes, without terminator). The other results must be null.
 LSTATUS RegQueryInfoKeyA(HKEY key, LPSTR className, DWORD* classLength, DWORD* reserved, DWORD* subKeys,
                          DWORD* longestSubKey, DWORD* longestClass, DWORD* values, DWORD* longestValueName,
                          DWORD* longestValue, DWORD* securitySize, FILETIME* lastWrite);
@@ -228,7 +216,7 @@ LSTATUS RegDeleteKeyA(HKEY parent, LPCSTR subKey);
 
 // --- Installer --------------------------------------------------------------------------------------------------
 
-/// A running installation's property. No installer runs here: the properties are those that a test has set.
+/// A property of the running installation. No installer runs here, so only a test sets one.
 UINT MsiGetPropertyA(MSIHANDLE installation, LPCSTR name, LPSTR value, DWORD* length);
 
 // --- Files, environment, time -----------------------------------------------------------------------------------
@@ -236,7 +224,6 @@ UINT MsiGetPropertyA(MSIHANDLE installation, LPCSTR name, LPSTR value, DWORD* le
 inline constexpr DWORD FILE_ATTRIBUTE_DIRECTORY = 0x10;
 inline constexpr DWORD FILE_ATTRIBUTE_DEVICE = 0x40;
 inline constexpr DWORD FILE_ATTRIBUTE_NORMAL = 0x80;
-inline constexpr DWORD FILE_ATTRIBUTE_REPARSE_POINT = 0x400;
 inline constexpr DWORD INVALID_FILE_ATTRIBUTES = 0xFFFFFFFF;
 
 /// Only the attributes and the name are filled; the rest is 0.
@@ -253,18 +240,20 @@ struct WIN32_FIND_DATAA {
   CHAR cAlternateFileName[14];
 };
 
+/// `filePart` must be null.
 DWORD GetFullPathNameA(LPCSTR path, DWORD size, LPSTR buffer, LPSTR* filePart);
+/// `unique` must be 0.
 UINT GetTempFileNameA(LPCSTR folder, LPCSTR prefix, UINT unique, LPSTR path);
 BOOL CreateDirectoryA(LPCSTR path, LPSECURITY_ATTRIBUTES security);
 BOOL DeleteFileA(LPCSTR path);
-/// Of the file that a link leads to: a folder, a plain file, or else a device.
+/// Follows links. Tells folders, plain files and devices (all else).
 DWORD GetFileAttributesA(LPCSTR path);
-/// Lists by name, ignoring the case of ASCII letters; "*.*" matches every name.
+/// Lists by name, ignoring case; "*.*" matches every name.
 HANDLE FindFirstFileA(LPCSTR pattern, WIN32_FIND_DATAA* found);
 BOOL FindNextFileA(HANDLE search, WIN32_FIND_DATAA* found);
 BOOL FindClose(HANDLE search);
 
-/// The copy is freed by `free`. The name's case does not count.
+/// The caller frees the copy with `free`. Ignores the case of the name.
 errno_t _dupenv_s(char** value, size_t* size, const char* name);
 __time64_t _time64(__time64_t* now);
 
@@ -278,23 +267,23 @@ inline constexpr errno_t STRUNCATE = 80;
 int WideCharToMultiByte(UINT codePage, DWORD flags, LPCWSTR wide, int wideLength, LPSTR narrow, int narrowSize,
                         LPCSTR defaultChar, BOOL* usedDefaultChar);
 int MultiByteToWideChar(UINT codePage, DWORD flags, LPCSTR narrow, int narrowLength, LPWSTR wide, int wideSize);
+/// `count` must be `_TRUNCATE`.
 errno_t wcstombs_s(size_t* converted, char* narrow, size_t size, const WCHAR* wide, size_t count);
 
 BSTR SysAllocString(const OLECHAR* text);
 BSTR SysAllocStringLen(const OLECHAR* text, UINT length);
 void SysFreeString(BSTR text);
 UINT SysStringLen(BSTR text);
-UINT SysStringByteLen(BSTR text);
 
 // --- Process ----------------------------------------------------------------------------------------------------
 
 DWORD GetCurrentThreadId();
 DWORD GetCurrentProcessId();
 HANDLE GetCurrentProcess();
-/// FALSE, unless a test has said otherwise. Meant to be found through `GetProcAddress`.
+/// Answers FALSE unless a test wants otherwise. Callers find it through `GetProcAddress`.
 BOOL IsWow64Process(HANDLE process, BOOL* answer);
-/// Goes to the file named by the environment variable KSV_DEBUG_OUTPUT (appended), to standard error if that says
-/// "stderr", and nowhere if it is not set, as on a machine where no debugger listens.
+/// Appends to the file that the environment variable KSV_DEBUG_OUTPUT names, or writes to standard error if that is
+/// "stderr". Without the variable the text is dropped.
 void OutputDebugStringA(LPCSTR text);
 
 // --- Mutexes ----------------------------------------------------------------------------------------------------
@@ -305,7 +294,7 @@ inline constexpr DWORD WAIT_ABANDONED = 0x80;
 inline constexpr DWORD WAIT_TIMEOUT = 258;
 inline constexpr DWORD WAIT_FAILED = 0xFFFFFFFF;
 
-/// Unnamed mutexes only. The owner may take its mutex again.
+/// Unnamed mutexes only, made without an owner. The owner may take its mutex again.
 HANDLE CreateMutexA(LPSECURITY_ATTRIBUTES security, BOOL initialOwner, LPCSTR name);
 DWORD WaitForSingleObject(HANDLE object, DWORD milliseconds);
 BOOL ReleaseMutex(HANDLE mutex);
@@ -314,20 +303,17 @@ BOOL CloseHandle(HANDLE object);
 // --- Windows, messages, hooks -----------------------------------------------------------------------------------
 
 inline constexpr UINT WM_PAINT = 0x000F;
-inline constexpr UINT WM_MOUSEMOVE = 0x0200;
 inline constexpr UINT WM_LBUTTONDOWN = 0x0201;
 inline constexpr UINT WM_LBUTTONUP = 0x0202;
 inline constexpr UINT WM_USER = 0x0400;
 inline constexpr UINT PM_NOREMOVE = 0;
 inline constexpr UINT PM_REMOVE = 1;
-inline constexpr WPARAM MK_LBUTTON = 1;
 
 inline constexpr int WH_GETMESSAGE = 3;
 inline constexpr int WH_CALLWNDPROC = 4;
 inline constexpr int WH_MOUSE = 7;
 inline constexpr int HC_ACTION = 0;
 inline constexpr int HC_NOREMOVE = 3;
-inline constexpr UINT HTCLIENT = 1;
 
 struct MSG {
   HWND hwnd;
@@ -355,20 +341,19 @@ struct CWPSTRUCT {
 using HOOKPROC = LRESULT(CALLBACK*)(int code, WPARAM wParam, LPARAM lParam);
 using WNDPROC = LRESULT(CALLBACK*)(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
 
-/// `module` is needed for all threads (`thread` 0). A thread's hooks go when it ends.
+/// A hook for all threads (`thread` 0) needs `module`. A thread's hooks are removed when it ends.
 HHOOK SetWindowsHookExA(int type, HOOKPROC procedure, HINSTANCE module, DWORD thread);
 BOOL UnhookWindowsHookEx(HHOOK hook);
-/// Goes by the procedure that the calling thread is in; `hook` is not looked at.
+/// Continues after the procedure that the calling thread is in. Ignores `hook`.
 LRESULT CallNextHookEx(HHOOK hook, int code, WPARAM wParam, LPARAM lParam);
 
 BOOL IsWindow(HWND window);
 BOOL DestroyWindow(HWND window);
 BOOL ScreenToClient(HWND window, POINT* point);
-BOOL ClientToScreen(HWND window, POINT* point);
 
-/// To the queue of the window's thread, at most 10,000 waiting there.
+/// Appends to the queue of the window's thread, which holds 10,000 at most.
 BOOL PostMessageA(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
-/// To a window of the calling thread.
+/// The window has to belong to the calling thread.
 LRESULT SendMessageA(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
 BOOL PeekMessageA(MSG* message, HWND window, UINT first, UINT last, UINT remove);
 LRESULT DispatchMessageA(const MSG* message);

@@ -3,6 +3,7 @@
 #include <set>
 #include <string_view>
 
+#include "platform/desktop.h"
 #include "tests/support/agent_fixture.h"
 #include "tests/support/method_calls.h"
 

@@ -2,6 +2,7 @@
 #include <atomic>
 #include <thread>
 
+#include "platform/desktop.h"
 #include "tests/support/agent_fixture.h"
 
 using namespace support;

@@ -1,4 +1,5 @@
 // Instances, applets, and what a page's release asks of the library.
+#include "platform/desktop.h"
 #include "tests/support/agent_fixture.h"
 
 using namespace support;

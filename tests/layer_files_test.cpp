@@ -95,8 +95,8 @@ TEST_F(LayerFilesTest, TextConversion) {
 
 TEST_F(LayerFilesTest, ModulesAndTheProcess) {
   HMODULE self = nullptr;
-  EXPECT_TRUE(GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
-                                 reinterpret_cast<LPCWSTR>(&support::PlatformPath<char>), &self));
+  EXPECT_TRUE(GetModuleHandleExA(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+                                 reinterpret_cast<LPCSTR>(&support::PlatformPath<char>), &self));
   EXPECT_EQ(self, GetModuleHandleA(nullptr));
   Write("text.dll", "no module");
   for (const auto& [name, error] : {std::pair{"none.dll", ERROR_MOD_NOT_FOUND}, {"text.dll", ERROR_BAD_EXE_FORMAT}}) {

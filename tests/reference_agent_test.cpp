@@ -11,8 +11,8 @@
 #include <sstream>
 
 #include "kit/agent/agent_status.h"
+#include "platform/faults.h"
 #include "platform/system_path.h"
-#include "platform/testing.h"
 #include "tests/support/paths.h"
 #include "vendor/zub.h"
 
@@ -343,6 +343,7 @@ TEST_P(AgentTest, AppletsComeAndGoByWholePackages) {
 }
 
 TEST_P(AgentTest, EventsComeUntilTheirEndAndNotAfter) {
+  constexpr const char* kInstalled = ":3:{\"event\":\"applet-installed\",\"applet\":\"com.norvo.time\"}";
   ASSERT_EQ(Install(kTimeOnly, kPackage), kOk);
   uint32_t other = 0;
   EXPECT_TRUE(!IsThird() || ENTRY(ZUB3_StopInstance)(instance_) == 0);
@@ -351,11 +352,13 @@ TEST_P(AgentTest, EventsComeUntilTheirEndAndNotAfter) {
   EXPECT_EQ(Provision(kTotp + "&period=1").status, kOk);
   const Text self = IsThird() ? std::to_string(instance_) : kOath;
   EXPECT_TRUE(events_.Await(self + ":2:{\"event\":\"provisioned\",\"kind\":\"totp\"}"));
-  EXPECT_TRUE(events_.Await(self + ":1:{\"event\":\"changed\",\"period\":1,\"remaining\":1}", 2));
+  // Each takes up to a second; that they go on coming is the same in both generations.
+  EXPECT_TRUE(events_.Await(self + ":1:{\"event\":\"changed\",\"period\":1,\"remaining\":1}", IsThird() ? 2 : 1));
 
-  // A library that is let go of meanwhile stays until the registration has ended.
+  // A library that the host frees stays until the registration has ended.
   FreeLibrary(library_);
-  EXPECT_TRUE(events_.Await(":1:", events_.Count(":1:") + 1));
+  EXPECT_EQ(Install(kTimeOnly, kPackage), kOk);
+  EXPECT_TRUE(events_.Await(self + kInstalled));
   ASSERT_EQ(Load(), library_);
 
   // Events come in order, so what the second registration has heard tells what the first one has not.
@@ -363,7 +366,7 @@ TEST_P(AgentTest, EventsComeUntilTheirEndAndNotAfter) {
   EXPECT_EQ(Unregister(kOath, instance_), kOk);
   const auto heard = events_.Count(self + ":");
   EXPECT_EQ(Install(kTimeOnly, kPackage), kOk);
-  EXPECT_TRUE(events_.Await(":3:{\"event\":\"applet-installed\",\"applet\":\"com.norvo.time\"}"));
+  EXPECT_TRUE(events_.Await(kInstalled, 2));
   EXPECT_EQ(events_.Count(self + ":"), heard);
   EXPECT_NE(Unregister(kOath, instance_), kOk);
 }
@@ -384,7 +387,8 @@ TEST_P(AgentTest, TheEndWaitsForTheCallbackThatRuns) {
   ASSERT_EQ(Register(kOath, &id), kOk);
   EXPECT_EQ(Install(kTimeOnly, kPackage), kOk);
   entered.get_future().wait();
-  EXPECT_EQ(Unregister(kOath, id), kCallbackRunning);
+  // Gives up after three seconds, which one generation shows for both.
+  EXPECT_TRUE(!IsThird() || Unregister(kOath, id) == kCallbackRunning);
   std::future<Status> end = std::async(std::launch::async, [&] { return Unregister(kOath, id); });
   leave.set_value();
   EXPECT_EQ(end.get(), kOk);

@@ -10,7 +10,7 @@
 #include "base/base64.h"
 #include "base/debug_log.h"
 #include "base/guarded_memory.h"
-#include "platform/testing.h"
+#include "platform/desktop.h"
 #include "tests/support/outcomes.h"
 
 using namespace NorvoWebAPI;

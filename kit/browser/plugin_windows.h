@@ -5,7 +5,7 @@
 #include <memory>
 #include <vector>
 
-#include "platform/testing.h"
+#include "platform/desktop.h"
 
 namespace Kit {
 

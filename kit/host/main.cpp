@@ -7,7 +7,7 @@
 #include "kit/host/complain.h"
 #include "kit/host/page_run.h"
 #include "kit/host/watchdog.h"
-#include "platform/testing_backend.h"
+#include "platform/desktop.h"
 
 namespace {
 

@@ -6,8 +6,7 @@
 #include "kit/host/accounts.h"
 #include "kit/host/complain.h"
 #include "kit/host/paths.h"
-#include "platform/testing.h"
-#include "platform/testing_backend.h"
+#include "platform/desktop.h"
 
 namespace Kit {
 

@@ -1,7 +1,7 @@
 #include <stdexcept>
 
 #include "kit/host/page_window.h"
-#include "platform/testing.h"
+#include "platform/desktop.h"
 
 namespace Kit {
 

@@ -5,8 +5,7 @@
 
 #include "kit/host/page_window.h"
 #include "kit/host/paths.h"
-#include "platform/testing.h"
-#include "platform/testing_backend.h"
+#include "platform/desktop.h"
 
 namespace Kit {
 namespace {

@@ -5,7 +5,7 @@
 #include "page/init_count.h"
 #include "page/plugin.h"
 #include "page/scriptable.h"
-#include "platform/testing.h"
+#include "platform/desktop.h"
 #include "tests/support/environment.h"
 #include "tests/support/page.h"
 

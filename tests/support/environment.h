@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/testing.h"
+#include "platform/faults.h"
 #include "tests/stubs/agent_stub.h"
 #include "tests/stubs/display_stub.h"
 #include "tests/support/nth_failure.h"

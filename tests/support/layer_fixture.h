@@ -6,8 +6,9 @@
 #include <fstream>
 #include <string>
 
+#include "platform/desktop.h"
+#include "platform/faults.h"
 #include "platform/system_path.h"
-#include "platform/testing.h"
 #include "tests/support/paths.h"
 
 #define EXPECT_LAST_ERROR(error) EXPECT_EQ(static_cast<LONG>(GetLastError()), error)

@@ -10,6 +10,7 @@
 
 #include "api/method_table.h"
 #include "page/scriptable.h"
+#include "platform/desktop.h"
 #include "tests/support/environment.h"
 #include "tests/support/page.h"
 

@@ -7,7 +7,7 @@
 #include <optional>
 #include <utility>
 
-#include "platform/testing.h"
+#include "platform/faults.h"
 
 namespace support {
 

@@ -14,8 +14,9 @@
 #include "display/display_entries.h"
 #include "kit/display/display_status.h"
 #include "kit/display/geometry.h"
+#include "platform/desktop.h"
+#include "platform/faults.h"
 #include "platform/system_path.h"
-#include "platform/testing.h"
 #include "tests/support/paths.h"
 
 namespace support {

@@ -1,12 +1,12 @@
-#include "platform/testing.h"
+#include "platform/desktop.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <map>
 #include <mutex>
 #include <stdexcept>
 
-#include "platform/testing_backend.h"
+#include "platform/desktop_system.h"
+#include "platform/never_destroyed.h"
 
 namespace platform {
 namespace {
@@ -17,8 +17,8 @@ struct Received {
 };
 
 Received& ReceivedMessages() {
-  static Received received;
-  return received;
+  static NeverDestroyed<Received> received;
+  return *received;
 }
 
 LRESULT CALLBACK RecordMessage(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
@@ -33,25 +33,25 @@ LRESULT CALLBACK RecordMessage(HWND window, UINT message, WPARAM wParam, LPARAM 
 }  // namespace
 
 TestWindow::TestWindow(POINT clientOrigin, int width, int height)
-    : handle_(MakeTestWindow(&RecordMessage, clientOrigin, width, height)) {
-  if (handle_ == nullptr) throw std::runtime_error("no window could be made");
+    : window(MakeTestWindow(&RecordMessage, clientOrigin, width, height)) {
+  if (!window) throw std::runtime_error("no window could be made");
 }
 
 TestWindow::~TestWindow() {
   Destroy();
   Received& received = ReceivedMessages();
   const std::lock_guard lock(received.mutex);
-  received.byWindow.erase(handle_);
+  received.byWindow.erase(window);
 }
 
 void TestWindow::Destroy() {
-  if (IsWindow(handle_)) DestroyWindow(handle_);
+  if (IsWindow(window)) DestroyWindow(window);
 }
 
 std::vector<UINT> TestWindow::received() const {
   Received& received = ReceivedMessages();
   const std::lock_guard lock(received.mutex);
-  return received.byWindow[handle_];
+  return received.byWindow[window];
 }
 
 bool TestWindow::HasReceived(UINT message) const {
@@ -60,10 +60,10 @@ bool TestWindow::HasReceived(UINT message) const {
 }
 
 void TestWindow::PressLeft(int x, int y) {
-  MakeMouseInput(handle_, WM_LBUTTONDOWN, {x, y});
+  MakeMouseInput(window, WM_LBUTTONDOWN, {x, y});
 }
 void TestWindow::ReleaseLeft(int x, int y) {
-  MakeMouseInput(handle_, WM_LBUTTONUP, {x, y});
+  MakeMouseInput(window, WM_LBUTTONUP, {x, y});
 }
 
 void PumpMessages() {
@@ -77,7 +77,7 @@ bool PumpUntil(const std::function<bool()>& isDone, std::chrono::milliseconds at
     PumpMessages();
     if (isDone()) return true;
     if (std::chrono::steady_clock::now() >= end) return false;
-    // What is waited for may also happen without a message.
+    // The condition may also become true without a message.
     WaitForQueuedMessage(10);
   }
 }
@@ -88,55 +88,24 @@ struct DebugOutputCapture::Texts {
 };
 
 DebugOutputCapture::DebugOutputCapture()
-    : texts_(std::make_shared<Texts>()), listener_(AddDebugListener([texts = texts_](const char* text) {
+    : texts(std::make_shared<Texts>()), listener(AddDebugListener([texts = texts](const char* text) {
         const std::lock_guard lock(texts->mutex);
         texts->lines.emplace_back(text);
       })) {}
 
 DebugOutputCapture::~DebugOutputCapture() {
-  RemoveDebugListener(listener_);
+  RemoveDebugListener(listener);
 }
 
 std::vector<std::string> DebugOutputCapture::lines() const {
-  const std::lock_guard lock(texts_->mutex);
-  return texts_->lines;
+  const std::lock_guard lock(texts->mutex);
+  return texts->lines;
 }
 
 bool DebugOutputCapture::Contains(std::string_view part) const {
-  const auto texts = lines();
-  return std::any_of(texts.begin(), texts.end(),
+  const std::vector<std::string> written = lines();
+  return std::any_of(written.begin(), written.end(),
                      [part](const std::string& text) { return text.find(part) != std::string::npos; });
-}
-
-ScopedVariable::ScopedVariable(const char* name, const char* value) : name_(name) {
-  if (const char* before = std::getenv(name)) before_ = std::make_unique<std::string>(before);
-  SetVariable(name, value);
-}
-
-ScopedVariable::~ScopedVariable() {
-  SetVariable(name_.c_str(), before_ ? before_->c_str() : nullptr);
-}
-
-FailCall::FailCall(std::string_view call, DWORD error, int nth) : plan_(AddFailure(call, error, nth)) {}
-FailCall::~FailCall() {
-  RemoveFailure(plan_);
-}
-bool FailCall::fired() const {
-  return FailureFired(plan_);
-}
-
-Wow64Answer::Wow64Answer(bool answer) {
-  SetWow64Answer(answer);
-}
-Wow64Answer::~Wow64Answer() {
-  SetWow64Answer(false);
-}
-
-InstallerProperty::InstallerProperty(const std::string& name, const std::string& value) : name_(name) {
-  SetInstallerProperty(name, value.c_str());
-}
-InstallerProperty::~InstallerProperty() {
-  SetInstallerProperty(name_, nullptr);
 }
 
 }  // namespace platform

@@ -1,20 +1,17 @@
-#include <malloc.h>
-
-#include <cstdlib>
 #include <map>
 #include <memory>
 #include <mutex>
-#include <stdexcept>
 #include <string>
 
-#include "platform/testing.h"
-#include "platform/testing_backend.h"
+#include "platform/desktop.h"
+#include "platform/desktop_system.h"
+#include "platform/never_destroyed.h"
 
 namespace platform {
 namespace {
 
 constexpr const char* kWindowClass = "KsvTestWindow";
-constexpr DWORD kDebugText = 0x40010006;  // The exception that carries a text to a debugger.
+constexpr DWORD kDebugText = 0x40010006;  // The exception that OutputDebugStringA raises for a debugger.
 
 using Listener = std::function<void(const char*)>;
 
@@ -26,29 +23,23 @@ struct Listeners {
 };
 
 Listeners& DebugListeners() {
-  static Listeners listeners;
-  return listeners;
+  static NeverDestroyed<Listeners> listeners;
+  return *listeners;
 }
 
-// Takes a debugger's place: the text is the second word of the exception, its length with the terminator the first.
+// Acts as the debugger. The exception's parameters are the text's length with its terminator, and the text.
 LONG CALLBACK TakeDebugText(EXCEPTION_POINTERS* exception) {
   const EXCEPTION_RECORD& record = *exception->ExceptionRecord;
   if (record.ExceptionCode != kDebugText || record.NumberParameters < 2) return EXCEPTION_CONTINUE_SEARCH;
   const std::string text(reinterpret_cast<const char*>(record.ExceptionInformation[1]));
   std::unique_lock lock(DebugListeners().mutex);
-  const auto told = DebugListeners().byNumber;
+  const auto called = DebugListeners().byNumber;
   lock.unlock();
-  for (const auto& [number, listener] : told) (*listener)(text.c_str());
+  for (const auto& [number, listener] : called) (*listener)(text.c_str());
   return EXCEPTION_CONTINUE_EXECUTION;
 }
 
-[[noreturn]] void Refuse() {
-  throw std::logic_error("the system's own calls have no such setting");
-}
-
 }  // namespace
-
-const bool kHasLayerSettings = false;
 
 HWND MakeTestWindow(WNDPROC procedure, POINT clientOrigin, int width, int height) {
   WNDCLASSA description{};
@@ -83,7 +74,7 @@ bool WaitForQueuedMessage(DWORD milliseconds) {
 int AddDebugListener(std::function<void(const char*)> listener) {
   Listeners& listeners = DebugListeners();
   const std::lock_guard lock(listeners.mutex);
-  if (listeners.handler == nullptr) listeners.handler = AddVectoredExceptionHandler(TRUE, &TakeDebugText);
+  if (!listeners.handler) listeners.handler = AddVectoredExceptionHandler(TRUE, &TakeDebugText);
   listeners.byNumber.emplace(++listeners.lastNumber, std::make_shared<Listener>(std::move(listener)));
   return listeners.lastNumber;
 }
@@ -95,31 +86,6 @@ void RemoveDebugListener(int listener) {
   if (!listeners.byNumber.empty()) return;
   RemoveVectoredExceptionHandler(listeners.handler);
   listeners.handler = nullptr;
-}
-
-void SetVariable(const char* name, const char* value) {
-  // Through the run time, whose copy of the environment is what it reads; an empty value takes the variable away.
-  _putenv((std::string(name) + "=" + (value == nullptr ? "" : value)).c_str());
-}
-
-size_t BlockSize(void* block) {
-  return _msize(block);
-}
-bool MemoryMayFail() {
-  return true;
-}
-int AddFailure(std::string_view, DWORD, int) {
-  Refuse();
-}
-bool FailureFired(int) {
-  Refuse();
-}
-void RemoveFailure(int) {}
-void SetWow64Answer(bool) {
-  Refuse();
-}
-void SetInstallerProperty(const std::string&, const char*) {
-  Refuse();
 }
 
 }  // namespace platform
