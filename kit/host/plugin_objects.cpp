@@ -184,7 +184,8 @@ void PushPluginObject(duk_context* context, NPObject* object) {
 
 NPObject* PluginObjectAt(duk_context* context, duk_idx_t index) {
   if (!duk_is_object(context, index) || duk_is_function(context, index)) return nullptr;
-  return Host::Current().Retain(ObjectBehind(context, index));
+  NPObject* const object = ObjectBehind(context, index);
+  return object ? Host::Current().Retain(object) : nullptr;
 }
 
 void SetPluginException(const char* message) {
