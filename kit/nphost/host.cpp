@@ -44,9 +44,9 @@ NPVariant Host::Text(std::string_view utf8) {
 }
 
 void Host::Release(NPVariant& variant) {
-  const NPVariant released = std::exchange(variant, NPVariant{NPVariantType_Void, {}});
-  if (released.type == NPVariantType_String) Free(const_cast<NPUTF8*>(released.value.stringValue.UTF8Characters));
-  if (released.type == NPVariantType_Object) Release(released.value.objectValue);
+  const NPVariantType type = std::exchange(variant.type, NPVariantType_Void);
+  if (type == NPVariantType_String) Free(const_cast<NPUTF8*>(variant.value.stringValue.UTF8Characters));
+  if (type == NPVariantType_Object) Release(variant.value.objectValue);
 }
 
 NPP Host::AddInstance() {
