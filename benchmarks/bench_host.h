@@ -1,5 +1,4 @@
-/// The cheapest host that a benchmark can have in a browser's place: it interns identifiers, counts references and
-/// keeps no accounts, so that what is measured is the plug-in.
+/// A host without accounts in a browser's place, so that what is measured is the plug-in.
 #pragma once
 
 #include <cstddef>
@@ -7,12 +6,15 @@
 #include <string>
 #include <vector>
 
-#include "npapi/npfunctions.h"
+#include "kit/nphost/instance.h"
+#include "kit/nphost/module.h"
 
 namespace Bench {
 
-/// A script object that lists its members; numbers and texts are the caller's.
+/// A script object that lists its members and can be called; numbers and texts are the caller's.
 struct ListedObject : NPObject {
+  ListedObject();
+
   std::vector<NPIdentifier> ids;
   std::vector<NPVariant> values;
 };
@@ -32,18 +34,19 @@ class Page {
   Page& operator=(const Page&) = delete;
 
   NPObject* Object() { return object; }
-  NPP Instance() { return &instance; }
+  NPP Instance() { return instance.Record(); }
   /// Calls a method through the class table, reads "fnRetCode" and lets the result go. Throws when the call fails.
   int32_t Call(NPIdentifier method, const std::vector<NPVariant>& args);
 
  private:
-  NPP_t instance{};
-  NPObject* object = nullptr;
+  NpHost::Module module;
+  NpHost::Instance instance;
+  NPObject* object;
 };
 
 Page& ThePage();
 
-/// How often a page's function was called.
+/// How often a `ListedObject` was called.
 extern size_t functionCalls;
 
 }  // namespace Bench

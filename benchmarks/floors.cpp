@@ -89,7 +89,8 @@ void TellFunction(size_t members) {
   NPVariant told{NPVariantType_Object, {}};
   told.value.objectValue = object.Get();
   NPVariant answer{NPVariantType_Void, {}};
-  HostFuncs().invokeDefault(nullptr, nullptr, &told, 1, &answer);
+  static ListedObject function;
+  HostFuncs().invokeDefault(nullptr, &function, &told, 1, &answer);
 }
 
 MethodNames::MethodNames() : wanted(Identifier("name17")) {

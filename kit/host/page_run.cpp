@@ -2,22 +2,43 @@
 
 #include <cstdio>
 #include <stdexcept>
+#include <string>
 
-#include "kit/host/accounts.h"
+#include "base/product.h"
 #include "kit/host/complain.h"
 #include "kit/host/paths.h"
 #include "platform/desktop.h"
 
 namespace Kit {
+namespace {
+
+std::unique_ptr<NpHost::Module> StartModule(const std::filesystem::path& path, PageHost& host) try {
+  return std::make_unique<NpHost::Module>(path, host.Funcs());
+} catch (const std::runtime_error& error) {
+  throw std::runtime_error(TextOf(path) + ": " + error.what() + " --module names another one.");
+}
+
+NpHost::Instance::Attributes AttributesOf(const HostOptions& options) {
+  return {{"type", NorvoWebAPI::KSV::kMimeType},
+          {"width", std::to_string(options.width)},
+          {"height", std::to_string(options.height)}};
+}
+
+}  // namespace
 
 PageRun::PageRun(const HostOptions& options)
     : options(options),
       window(TextOf(options.pages.front().filename()), options.width, options.height),
-      module(std::make_unique<PluginModule>(options.module)),
+      host([this](const std::string& misuse) { Blame(misuse); }),
+      module(StartModule(options.module, host)),
       engine(std::make_unique<ScriptEngine>(static_cast<PageServices&>(*this), options.address)),
-      instance(std::make_unique<PluginInstance>(*module, window.Handle(), options.width, options.height)),
-      scriptable(instance->Scriptable()) {
-  engine->SetPlugin(scriptable);
+      instance(std::make_unique<NpHost::Instance>(host, module->Funcs(), host.AddInstance(),
+                                                  NorvoWebAPI::KSV::kMimeType, AttributesOf(options))) {
+  const NPError shown = instance->SetWindow(window.Handle(), options.width, options.height);
+  if (shown != NPERR_NO_ERROR) {
+    throw std::runtime_error("The plug-in takes no window: error " + std::to_string(shown) + ".");
+  }
+  engine->SetPlugin(instance->Scriptable());
   if (const auto origin = window.Origin()) {
     Complain("The window begins at " + std::to_string(origin->x) + "," + std::to_string(origin->y) + " of the screen.");
   }
@@ -55,30 +76,22 @@ void PageRun::WaitForEvents(Timers::Clock::time_point deadline) {
 }
 
 void PageRun::EndInstance() {
-  instance.reset();
-  // The engine lets go of what script holds, so that only what the plug-in holds is left; then the host ends the
-  // instance's object, as a browser does, and what that one held goes as well.
-  Accounts& accounts = Accounts::Instance();
-  const uint32_t ownReferences = 1;
+  instance->SetWindow(nullptr, 0, 0);
+  instance->Destroy();
+  // The engine releases what script holds, so that only the plug-in's references are left when the object for script
+  // ends.
   engine.reset();
-  if (scriptable) {
-    accounts.Release(scriptable);
-    if (accounts.References(scriptable) > ownReferences) {
-      Complain("The plug-in left more than its own reference on the object that script had.");
-      Fail();
-    }
-    accounts.End(scriptable);
+  const uint32_t expected = 2;  // The plug-in's own reference, and the one that it gave the instance.
+  if (host.References(instance->Scriptable()) > expected) {
+    Blame("The plug-in left more than its own reference on the object that script had.");
   }
-  for (const std::string& complaint : accounts.Complaints()) {
-    Complain(complaint);
-    Fail();
-  }
+  instance.reset();
+  for (const std::string& leak : host.Leaks()) Blame(leak);
   module.reset();
 }
 
 void PageRun::SavePicture() try { window.SavePicture(options.picture); } catch (const std::exception& error) {
-  Complain(error.what());
-  Fail();
+  Blame(error.what());
 }
 
 void PageRun::Print(const std::string& line) {
@@ -91,12 +104,16 @@ void PageRun::Finish(bool succeeded) {
 }
 
 void PageRun::Uncaught(const std::string& error) {
-  Complain(error);
-  Fail();
+  Blame(error);
 }
 
 void PageRun::Fail() {
   if (!outcome || *outcome == kExitPageSucceeded) outcome = kExitPageFailed;
+}
+
+void PageRun::Blame(const std::string& wrong) {
+  Complain(wrong);
+  Fail();
 }
 
 void PageRun::GiveUp(const std::string& reason) {

@@ -7,11 +7,13 @@
 
 #include "kit/exit_status.h"
 #include "kit/host/options.h"
+#include "kit/host/page_host.h"
 #include "kit/host/page_source.h"
 #include "kit/host/page_window.h"
-#include "kit/host/plugin_module.h"
 #include "kit/host/script_engine.h"
 #include "kit/host/timers.h"
+#include "kit/nphost/instance.h"
+#include "kit/nphost/module.h"
 
 namespace Kit {
 
@@ -34,6 +36,7 @@ class PageRun : private PageServices {
   void Uncaught(const std::string& error) override;
 
   void Fail();
+  void Blame(const std::string& wrong);
   void GiveUp(const std::string& reason);
   void WaitForEvents(Timers::Clock::time_point deadline);
   void SavePicture();
@@ -42,10 +45,10 @@ class PageRun : private PageServices {
   const HostOptions& options;
   Timers timers;
   PageWindow window;
-  std::unique_ptr<PluginModule> module;
+  PageHost host;
+  std::unique_ptr<NpHost::Module> module;
   std::unique_ptr<ScriptEngine> engine;
-  std::unique_ptr<PluginInstance> instance;
-  NPObject* scriptable = nullptr;  // The instance's own reference keeps it.
+  std::unique_ptr<NpHost::Instance> instance;
   std::optional<ExitStatus> outcome;
 };
 

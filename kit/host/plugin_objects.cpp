@@ -4,10 +4,14 @@
 #include <string>
 #include <utility>
 
-#include "kit/host/accounts.h"
 #include "kit/host/script_values.h"
+#include "kit/nphost/host.h"
+#include "kit/nphost/variants.h"
 
 namespace Kit {
+
+using NpHost::Host;
+
 namespace {
 
 constexpr const char* kObject = DUK_HIDDEN_SYMBOL("object");
@@ -32,7 +36,7 @@ NPObject* ObjectBehind(duk_context* context, duk_idx_t index) {
 // What each trap begins with: the object, and the member that script asks for.
 struct Asked {
   explicit Asked(duk_context* context)
-      : object(ObjectBehind(context, 0)), name(TextAt(context, 1)), id(IdentifierOfName(name)) {}
+      : object(ObjectBehind(context, 0)), name(TextAt(context, 1)), id(Host::Current().IdOfName(name)) {}
   [[nodiscard]] bool IsProperty() const {
     return object->_class->hasProperty && object->_class->hasProperty(object, id);
   }
@@ -49,13 +53,13 @@ duk_ret_t Finalize(duk_context* context) {
   duk_get_prop_string(context, 0, kHolder);
   if (duk_get_pointer(context, -1) != duk_get_heapptr(context, 0)) return 0;
   duk_del_prop_string(context, 0, kObject);  // The engine may come a second time.
-  Accounts::Instance().Release(object);
+  Host::Current().Release(object);
   return 0;
 }
 
 // Puts the object with a reference of its own into the value on the stack's top.
 void Attach(duk_context* context, NPObject* object) {
-  duk_push_pointer(context, Accounts::Instance().Retain(object));
+  duk_push_pointer(context, Host::Current().Retain(object));
   duk_put_prop_string(context, -2, kObject);
   duk_push_pointer(context, duk_get_heapptr(context, -1));
   duk_put_prop_string(context, -2, kHolder);
@@ -70,13 +74,13 @@ duk_ret_t CallMethod(duk_context* context) {
   const std::string name = TextAt(context, -1);
   duk_pop_2(context);
   // Whatever the call does, the object outlives it.
-  NPVariant held{NPVariantType_Object, {}};
-  held.value.objectValue = Accounts::Instance().Retain(object);
-  const Variant hold(held);
-  const VariantList args(context, 0);
-  Variant result;
+  const NpHost::Variant hold(object);
+  NpHost::VariantList args;
+  AddVariants(context, 0, args);
+  NpHost::Variant result;
   exception.reset();
-  const bool done = object->_class->invoke(object, IdentifierOfName(name), args.Data(), args.Size(), result.Get());
+  const bool done =
+      object->_class->invoke(object, Host::Current().IdOfName(name), args.Data(), args.Size(), result.Get());
   ThrowPluginException(context);
   if (!done) ThrowError(context, "the plug-in refused the call of " + name);
   PushVariant(context, *result.Get());
@@ -87,7 +91,7 @@ duk_ret_t Get(duk_context* context) {
   if (duk_is_symbol(context, 1)) return 0;
   const Asked asked(context);
   if (asked.IsProperty()) {
-    Variant value;
+    NpHost::Variant value;
     exception.reset();
     const bool done = asked.object->_class->getProperty(asked.object, asked.id, value.Get());
     ThrowPluginException(context);
@@ -117,7 +121,7 @@ duk_ret_t Has(duk_context* context) {
 
 duk_ret_t Set(duk_context* context) {
   const Asked asked(context);
-  Variant value(VariantAt(context, 2));
+  NpHost::Variant value(VariantAt(context, 2));
   exception.reset();
   const NPClass& table = *asked.object->_class;
   const bool done = table.setProperty && table.setProperty(asked.object, asked.id, value.Get());
@@ -141,7 +145,7 @@ duk_ret_t OwnKeys(duk_context* context) {
   const bool listed = object->_class->enumerate && object->_class->enumerate(object, &ids, &count);
   duk_push_array(context);
   for (uint32_t at = 0; listed && ids && at < count; ++at) {
-    const MemberKey& key = KeyOf(ids[at]);
+    const NpHost::Key& key = Host::Current().KeyOf(ids[at]);
     const auto* const number = std::get_if<int32_t>(&key);
     PushText(context, number ? std::to_string(*number) : std::get<std::string>(key));
     // The engine lists only what it finds in the object behind as well.
@@ -150,7 +154,7 @@ duk_ret_t OwnKeys(duk_context* context) {
     duk_put_prop(context, 0);
     duk_put_prop_index(context, -2, at);
   }
-  Accounts::Instance().Free(ids);
+  if (ids) Host::Current().Free(ids);
   return 1;
 }
 
@@ -180,7 +184,8 @@ void PushPluginObject(duk_context* context, NPObject* object) {
 
 NPObject* PluginObjectAt(duk_context* context, duk_idx_t index) {
   if (!duk_is_object(context, index) || duk_is_function(context, index)) return nullptr;
-  return Accounts::Instance().Retain(ObjectBehind(context, index));
+  NPObject* const object = ObjectBehind(context, index);
+  return object ? Host::Current().Retain(object) : nullptr;
 }
 
 void SetPluginException(const char* message) {

@@ -176,8 +176,12 @@ NPObject* ScriptEngine::Window() {
 }
 
 bool ScriptEngine::Protect(const std::function<void(duk_context*)>& work) {
+  // The plug-in's frames may lie below: nothing here may throw, so that room on the stack is asked for, not demanded.
   constexpr duk_idx_t kRoom = 16;
-  duk_require_stack(context, kRoom);
+  if (!duk_check_stack(context, kRoom)) {
+    services.Uncaught("the script engine's stack is full");
+    return false;
+  }
   const duk_idx_t top = duk_get_top(context);
   const auto run = [](duk_context* inner, void* data) -> duk_ret_t {
     (*static_cast<const std::function<void(duk_context*)>*>(data))(inner);
@@ -185,8 +189,10 @@ bool ScriptEngine::Protect(const std::function<void(duk_context*)>& work) {
   };
   const bool done = duk_safe_call(context, run, const_cast<std::function<void(duk_context*)>*>(&work), 0, 1) == 0;
   if (!done) {
+    duk_size_t size = 0;
     duk_safe_to_stacktrace(context, -1);
-    services.Uncaught(TextAt(context, -1));
+    const char* const error = duk_get_lstring(context, -1, &size);
+    services.Uncaught(error ? Utf8Of({error, size}) : "an error without a text");
   }
   duk_set_top(context, top);
   return done;

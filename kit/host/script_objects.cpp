@@ -4,9 +4,9 @@
 #include <unordered_map>
 #include <vector>
 
-#include "kit/host/accounts.h"
 #include "kit/host/script_engine.h"
 #include "kit/host/script_values.h"
+#include "kit/nphost/host.h"
 
 namespace Kit {
 namespace {
@@ -35,7 +35,7 @@ void PushHeld(duk_context* context) {
 }
 
 void PushKey(duk_context* context, NPIdentifier id) {
-  const MemberKey& key = KeyOf(id);
+  const NpHost::Key& key = NpHost::Host::Current().KeyOf(id);
   if (const auto* number = std::get_if<int32_t>(&key)) {
     duk_push_int(context, *number);
   } else {
@@ -137,14 +137,14 @@ bool RemoveProperty(NPObject* object, NPIdentifier id) {
 
 bool Enumerate(NPObject* object, NPIdentifier** ids, uint32_t* count) {
   return On(object, [&](duk_context* context) {
+    NpHost::Host& host = NpHost::Host::Current();
     std::vector<NPIdentifier> found;
     duk_enum(context, -1, DUK_ENUM_OWN_PROPERTIES_ONLY);
     while (duk_next(context, -1, 0)) {
-      found.push_back(IdentifierOfName(TextAt(context, -1)));
+      found.push_back(host.IdOfName(TextAt(context, -1)));
       duk_pop(context);
     }
-    auto* const list = static_cast<NPIdentifier*>(
-        Accounts::Instance().Allocate(static_cast<uint32_t>(found.size() * sizeof(NPIdentifier))));
+    auto* const list = static_cast<NPIdentifier*>(host.Allocate(found.size() * sizeof(NPIdentifier)));
     if (!list) return false;
     std::ranges::copy(found, list);
     *ids = list;
@@ -191,16 +191,16 @@ NPObject* ScriptObjectAt(duk_context* context, duk_idx_t index) {
   const auto known = Views().find(value);
   if (known != Views().end()) {
     duk_pop(context);
-    return Accounts::Instance().Retain(known->second);
+    return NpHost::Host::Current().Retain(known->second);
   }
   PushHeld(context);
   duk_push_pointer(context, value);
   duk_dup(context, -3);
   duk_put_prop(context, -3);
   duk_pop_2(context);
-  auto* const object = new ScriptObject{{&scriptClass, 0}, value};  // Its last reference ends it: see Deallocate.
+  auto* const object = new ScriptObject{{&scriptClass, 1}, value};  // Its last reference ends it: see Deallocate.
   Views()[value] = object;
-  Accounts::Instance().Enter(object);
+  NpHost::Host::Current().Add(object);
   return object;
 }
 

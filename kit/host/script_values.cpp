@@ -4,10 +4,8 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
-#include <new>
 #include <optional>
 
-#include "kit/host/accounts.h"
 #include "kit/host/plugin_objects.h"
 #include "kit/host/script_objects.h"
 
@@ -71,16 +69,6 @@ NPVariant NumberVariant(double number) {
     variant.type = NPVariantType_Int32;
     variant.value.intValue = static_cast<int32_t>(number);
   }
-  return variant;
-}
-
-NPVariant TextVariant(const std::string& text) {
-  NPVariant variant{NPVariantType_String, {}};
-  const auto size = static_cast<uint32_t>(text.size());
-  auto* const copy = static_cast<char*>(Accounts::Instance().Allocate(size));
-  if (!copy) throw std::bad_alloc();
-  std::ranges::copy(text, copy);
-  variant.value.stringValue = {copy, size};
   return variant;
 }
 
@@ -154,7 +142,7 @@ NPVariant VariantAt(duk_context* context, duk_idx_t index) {
       return NumberVariant(duk_get_number(context, index));
     case DUK_TYPE_STRING:
       if (duk_is_symbol(context, index)) ThrowError(context, "a symbol can't be given to the plug-in");
-      return TextVariant(TextAt(context, index));
+      return NpHost::Host::Current().Text(TextAt(context, index));
     case DUK_TYPE_OBJECT:
     case DUK_TYPE_BUFFER:
     case DUK_TYPE_LIGHTFUNC:
@@ -188,27 +176,8 @@ void PushVariant(duk_context* context, const NPVariant& variant) {
   }
 }
 
-void ReleaseVariant(NPVariant& variant) {
-  const NPVariant released = variant;
-  variant = {NPVariantType_Void, {}};
-  if (released.type == NPVariantType_String) {
-    Accounts::Instance().Free(const_cast<NPUTF8*>(released.value.stringValue.UTF8Characters));
-  } else if (released.type == NPVariantType_Object) {
-    Accounts::Instance().Release(released.value.objectValue);
-  }
-}
-
-VariantList::VariantList(duk_context* context, duk_idx_t first) {
-  try {
-    for (duk_idx_t at = first; at < duk_get_top(context); ++at) variants.push_back(VariantAt(context, at));
-  } catch (...) {
-    for (NPVariant& variant : variants) ReleaseVariant(variant);
-    throw;
-  }
-}
-
-VariantList::~VariantList() {
-  for (NPVariant& variant : variants) ReleaseVariant(variant);
+void AddVariants(duk_context* context, duk_idx_t first, NpHost::VariantList& list) {
+  for (duk_idx_t at = first; at < duk_get_top(context); ++at) list.Add(VariantAt(context, at));
 }
 
 }  // namespace Kit

@@ -5,9 +5,8 @@
 
 #include <string>
 #include <string_view>
-#include <vector>
 
-#include "npapi/npruntime.h"
+#include "kit/nphost/variants.h"
 
 namespace Kit {
 
@@ -23,39 +22,10 @@ void PushText(duk_context* context, std::string_view utf8);
 /// The value converted to text as script does it, in UTF-8. May throw what the page's own `toString` throws.
 std::string TextAt(duk_context* context, duk_idx_t index);
 
-/// The variant for a value of script; the caller releases it.
+/// The variant for a value of script; the caller releases it. Throws into script what has no variant.
 NPVariant VariantAt(duk_context* context, duk_idx_t index);
 void PushVariant(duk_context* context, const NPVariant& variant);
-/// Makes it undefined.
-void ReleaseVariant(NPVariant& variant);
-
-/// A variant that is owned here.
-class Variant {
- public:
-  Variant() = default;
-  explicit Variant(const NPVariant& taken) : variant(taken) {}
-  ~Variant() { ReleaseVariant(variant); }
-  Variant(const Variant&) = delete;
-  Variant& operator=(const Variant&) = delete;
-  NPVariant* Get() { return &variant; }
-
- private:
-  NPVariant variant{NPVariantType_Void, {}};
-};
-
-/// The values from `first` to the stack's top, as arguments of a call.
-class VariantList {
- public:
-  VariantList(duk_context* context, duk_idx_t first);
-  ~VariantList();
-  VariantList(const VariantList&) = delete;
-  VariantList& operator=(const VariantList&) = delete;
-  /// Null when there are none.
-  [[nodiscard]] const NPVariant* Data() const { return variants.empty() ? nullptr : variants.data(); }
-  [[nodiscard]] uint32_t Size() const { return static_cast<uint32_t>(variants.size()); }
-
- private:
-  std::vector<NPVariant> variants;
-};
+/// Adds the values from `first` to the stack's top, as arguments of a call.
+void AddVariants(duk_context* context, duk_idx_t first, NpHost::VariantList& list);
 
 }  // namespace Kit

@@ -12,6 +12,7 @@ namespace {
 NPNetscapeFuncs host;
 
 struct Probe : NPObject {
+  NPP instance;
   NPVariant value{NPVariantType_Void, {}};
 };
 
@@ -40,11 +41,11 @@ NPVariant Copy(const NPVariant& from) {
 }
 
 // The members of an object by name and number, `name` or `#number`, as they are listed.
-NPVariant Keys(NPObject* object) {
+NPVariant Keys(NPP instance, NPObject* object) {
   NPIdentifier* ids = nullptr;
   uint32_t count = 0;
   std::string keys;
-  if (host.enumerate(nullptr, object, &ids, &count)) {
+  if (host.enumerate(instance, object, &ids, &count)) {
     for (uint32_t at = 0; at < count; ++at) {
       const bool isName = host.identifierisstring(ids[at]);
       if (!isName) keys += "#";
@@ -58,11 +59,12 @@ NPVariant Keys(NPObject* object) {
 
 bool Invoke(NPObject* object, NPIdentifier id, const NPVariant* args, uint32_t count, NPVariant* result) {
   const std::string name = NameOf(id);
+  const NPP instance = static_cast<Probe*>(object)->instance;
   if (name == "echo" && count == 1) return *result = Copy(args[0]), true;
   if (name == "call" && count > 0) {
-    return host.invokeDefault(nullptr, args[0].value.objectValue, args + 1, count - 1, result);
+    return host.invokeDefault(instance, args[0].value.objectValue, args + 1, count - 1, result);
   }
-  if (name == "keys" && count == 1) return *result = Keys(args[0].value.objectValue), true;
+  if (name == "keys" && count == 1) return *result = Keys(instance, args[0].value.objectValue), true;
   if (name == "identity" && count == 2) {
     result->type = NPVariantType_Bool;
     result->value.boolValue = args[0].value.objectValue == args[1].value.objectValue;
@@ -116,8 +118,8 @@ bool Enumerate(NPObject* /*object*/, NPIdentifier** ids, uint32_t* count) {
   return true;
 }
 
-NPObject* Allocate(NPP /*instance*/, NPClass* /*objectClass*/) {
-  return new Probe{};
+NPObject* Allocate(NPP instance, NPClass* /*objectClass*/) {
+  return new Probe{{}, instance};
 }
 
 void Deallocate(NPObject* object) {

@@ -95,13 +95,10 @@ const NPPluginFuncs& Module() {
   return table;
 }
 
-Page::Page(TestHost& host, const std::string& address, void* window) : host(host), npp(host.NewInstance(address)) {
-  char type[] = "application/x-vnd-norvo-webapi-ksv-5.0.9";
-  EXPECT_EQ(Module().newp(type, npp, NP_EMBED, 0, nullptr, nullptr, nullptr), NPERR_NO_ERROR);
-  NPWindow given{};
-  given.window = window ? window : npp;
-  EXPECT_EQ(NP_SetWindow(npp, &given), NPERR_NO_ERROR);
-  EXPECT_EQ(Module().getvalue(npp, NPPVpluginScriptableNPObject, static_cast<void*>(&object)), NPERR_NO_ERROR);
+Page::Page(TestHost& host, const std::string& address, void* window)
+    : host(host), instance(host, Module(), host.NewInstance(address), "application/x-vnd-norvo-webapi-ksv-5.0.9") {
+  EXPECT_EQ(instance.SetWindow(window ? window : Instance(), 0, 0), NPERR_NO_ERROR);
+  object = instance.Scriptable();
 }
 
 Result Page::Call(const std::string& method, const std::vector<Value>& args) const {
@@ -117,15 +114,13 @@ Result Page::Read(const Key& key) const {
 }
 
 void Page::Destroy() {
-  if (std::exchange(destroyed, true)) return;
-  EXPECT_EQ(Module().destroy(npp, nullptr), NPERR_NO_ERROR);
+  EXPECT_EQ(instance.Destroy(), NPERR_NO_ERROR);
 }
 
 void Page::End() {
-  NPObject* const ended = std::exchange(object, nullptr);
-  if (!ended) return;
+  object = nullptr;
   Destroy();
-  host.EndInstance(npp, ended);
+  instance.End();
 }
 
 }  // namespace support

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "kit/nphost/instance.h"
 #include "tests/support/test_host.h"
 
 namespace support {
@@ -56,16 +57,16 @@ class Page {
   void Destroy();
   void End();
 
-  [[nodiscard]] NPP Instance() const { return npp; }
+  [[nodiscard]] NPP Instance() const { return instance.Record(); }
+  /// Null from the end on.
   [[nodiscard]] NPObject* Object() const { return object; }
   /// The page's window object, for tests that bend it.
-  [[nodiscard]] ScriptObject& Window() const { return host.Window(npp); }
+  [[nodiscard]] ScriptObject& Window() const { return host.Window(instance.Record()); }
 
  private:
   TestHost& host;
-  NPP npp;
-  NPObject* object = nullptr;  // Null from the end on.
-  bool destroyed = false;
+  NpHost::Instance instance;
+  NPObject* object;
 };
 
 /// The module's table.
