@@ -22,7 +22,4 @@ Bstr BstrOfExactLength(const std::string& text);
 /// Narrow form of a wide string; null gives nothing. Throws as `BstrFromNarrow`.
 std::optional<std::string> NarrowFromBstr(BSTR text);
 
-/// Reduces a page address in place to scheme, "_", host and, with a port, "_" and the port.
-void NormalizeOrigin(std::string& url);
-
 }  // namespace NorvoWebAPI
