@@ -39,6 +39,7 @@ TEST_F(AgentTokensTest, WritesTheTokenAndItsCopyOrTellsWhyNot) {
   environment.Write("KSV_tokens/other.example/taken2", "old");
   environment.Write("KSV_tokens/file.example", "a file in a folder's place");
   environment.Write("../outside", "old");
+  environment.Write(std::string(kOwn) + "nested/nested", "old");
   fs::create_directories(environment.Path(std::string(kOwn) + "folder"));
   const std::string longest(127, 'd');
   const struct {
@@ -65,6 +66,7 @@ TEST_F(AgentTokensTest, WritesTheTokenAndItsCopyOrTellsWhyNot) {
       {"taken2", true, "other.example", 18, {"own/taken2"}},
       {"taken", true, "", 18, {}},
       {"f", false, "", 18, {}},
+      {"nested", true, "", 18, {}},
       {"..\\other.example\\taken2", true, "", 18, {}},
       {"..\\..\\lastUpdatewin32-npapi", true, "", 18, {}},
       {"folder", true, "", 21, {}},
@@ -148,8 +150,10 @@ TEST_F(AgentTokensTest, GetOTPReadsTheTokenFromTextOrFile) {
   environment.Write("KSV_tokens/own", "anyone's");
   environment.Write("KSV_tokens/root", std::string("r\0t", 3));
   environment.Write(std::string(kOwn) + "empty", "");
+  environment.Write("KSV_tokens/https_[__1]/own", "by number");
   fs::create_directories(environment.Path("KSV_tokens/folder"));
   Page local(host, "");
+  Page numeric(host, "https://[::1]/");
   const struct {
     const Page& page;
     const char* text;
@@ -159,6 +163,7 @@ TEST_F(AgentTokensTest, GetOTPReadsTheTokenFromTextOrFile) {
       {bank, "aGk=", "gone", "<'hi'"},
       {bank, "", "own", "<'mine'"},
       {page, "", "own", "<'anyone's'"},
+      {numeric, "", "own", "<'by number'"},
       {bank, "", "root", std::string("<'r\0t'", 6)},
       {bank, "", "empty", "<''"},
       {bank, "", "", "<null"},

@@ -177,7 +177,8 @@ TEST(JSObjectTest, CopiesAreDeepAndShareFunctions) {
   EXPECT_EQ(copy["text"].AsString(), "b");
 
   int32_t context = 40;
-  JSObject function = JSObject(JSObject(Answer, &context));
+  JSObject function;
+  function = JSObject(Answer, &context);
   std::vector<JSObject> args(2);
   JSObject result;
   EXPECT_TRUE(function.Call(args, result));

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <functional>
 #include <limits>
 #include <memory>
 
@@ -93,6 +94,25 @@ TEST(TextTest, ConversionKeepsTextAndNull) {
   const Bstr cut = BstrOfExactLength(string("a\0b", 3));
   EXPECT_EQ(WideText(cut.Get(), SysStringLen(cut.Get())), WideText(KSV_WIDE("a\0b"), 3));
   EXPECT_EQ(NarrowFromBstr(cut.Get()), "a");
+  EXPECT_EQ(ErrorOf([] { BstrOfExactLength(""); }), "13");
+}
+
+TEST(TextTest, AFailedConversionThrowsTheSystemsError) {
+  if (!platform::kHasLayerSettings) GTEST_SKIP() << "the system's calls don't fail when asked";
+  const Bstr wide(SysAllocString(KSV_WIDE("a")));
+  const struct {
+    const char* call;
+    std::function<void()> conversion;
+    const char* error;
+  } rows[] = {{"MultiByteToWideChar", [] { BstrFromNarrow("a"); }, "31"},
+              {"MultiByteToWideChar", [] { BstrOfExactLength("a"); }, "13"},
+              {"WideCharToMultiByte", [&] { NarrowFromBstr(wide.Get()); }, "31"}};
+  for (const auto& [call, conversion, error] : rows) {
+    for (const int nth : {1, 2}) {
+      const platform::FailCall failing(call, ERROR_GEN_FAILURE, nth);
+      EXPECT_EQ(ErrorOf(conversion), error) << call << nth;
+    }
+  }
 }
 
 TEST(TextTest, OriginIsSchemeHostAndPort) {

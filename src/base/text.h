@@ -9,7 +9,7 @@
 
 namespace NorvoWebAPI {
 
-/// An owned automation string; null is the empty one.
+/// An owned automation string.
 using Bstr = Owner<BSTR, SysFreeString>;
 
 /// Wide form of a terminated text; a null text gives a null string. Throws `_com_error` with the system's error, or

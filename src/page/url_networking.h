@@ -31,12 +31,11 @@ class URLNetworking {
   URLNetworking(NPP instance, const NPNetscapeFuncs* funcs) : npp(instance), npnFuncs(funcs) {}
   URLNetworking(const URLNetworking&) = delete;
   URLNetworking& operator=(const URLNetworking&) = delete;
-  virtual ~URLNetworking() = default;
-
   /// True when the fetch started; `listener` is then told of its end, with `context`, and must live until then. It is
   /// not told of a fetch that ends well without a stream, or that is under way when this object is destroyed.
   virtual bool GetURLToMemory(const std::string& url, void* context, URLListener* listener);
   virtual bool GetURLToFile(const std::string& url, void* context, URLListener* listener);
+  virtual ~URLNetworking() = default;
 
   virtual NPError NewStream(NPMIMEType type, NPStream* stream, NPBool seekable, uint16_t* stype);
   virtual NPError DestroyStream(NPStream* stream, NPReason reason);

@@ -31,7 +31,7 @@ std::string WithoutRoaming(std::string folder) {
   return folder;
 }
 
-// Makes the folder that `path` names up to `length`, and first those above it.
+// Makes the folder that the first `length` characters of `path` name, and first those above it.
 void MakeFolder(const std::string& path, size_t length) {
   const size_t above = path.rfind('\\', length - 1);
   if (above != std::string::npos && above != 0) MakeFolder(path, above);
