@@ -1,11 +1,11 @@
 // The page's address: any text, or a location that is none, throws, changes or ends the page while it is read.
 #include <stdexcept>
 
-#include "base/text.h"
 #include "fuzz/support/fuzzing.h"
 #include "page/plugin.h"
 #include "page/scriptable.h"
 #include "tests/support/page.h"
+#include "tokens/origin.h"
 
 using namespace NorvoWebAPI::KSV;
 using namespace support;

@@ -1,11 +1,11 @@
-# What `cmake --install` puts where, and the target `uninstall`, which takes it away.
+# Where `cmake --install` puts the files, and the target `uninstall`, which removes them.
 include(GNUInstallDirs)
 set(plugins "${CMAKE_INSTALL_LIBDIR}/mozilla/plugins")
 set(kit "${CMAKE_INSTALL_LIBDIR}/ksv")
 set(browser "${kit}/browser")
 set(pages "${CMAKE_INSTALL_DATADIR}/ksv/pages")
 
-# Before anything is put there: which of the folders are not there yet. Those alone go with the last file in them.
+# Before the installation: record which of the folders don't exist yet. Only those are removed by `uninstall`.
 set(folders ${CMAKE_INSTALL_BINDIR} ${plugins} ${browser} ${pages} ${CMAKE_INSTALL_DOCDIR}/docs/images)
 install(CODE "set(folders \"${folders}\")\nset(record \"${CMAKE_BINARY_DIR}/install_folders.txt\")")
 install(SCRIPT record_folders.cmake)
@@ -25,7 +25,7 @@ if(TARGET ksv-doctor)
   install(TARGETS ksv-doctor RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
 endif()
 if(TARGET ksv-browser)
-  # The program takes its own module from beside itself and the plug-in's from one folder above.
+  # The program loads its own module from its folder and the plug-in's from the folder above.
   install(TARGETS ksv-browser ksv-browser-module RUNTIME DESTINATION "${browser}" LIBRARY DESTINATION "${browser}")
   function(install_link target name folder)
     file(RELATIVE_PATH path "/prefix/${folder}" "/prefix/${target}")

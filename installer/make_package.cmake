@@ -2,8 +2,8 @@
 #
 #   cmake -DMODULE=… -DARCH=x86|x64 -DOUTPUT=….msi [-DDOCTOR=…] [-DVERSION=…] [-DSTRIP=…] -P make_package.cmake
 #
-# ARCH names the width. DOCTOR is left out when there is none. VERSION is that of the product unless it is given. STRIP
-# is the tool that takes the symbols out. The same inputs give the same codes; any other module gives others.
+# Without DOCTOR the package has no doctor. VERSION is the product's unless given. STRIP is the tool that removes the
+# symbols. The same inputs give the same package and product codes; another module gives other codes.
 cmake_minimum_required(VERSION 3.25)
 
 foreach(needed IN ITEMS MODULE ARCH OUTPUT)
@@ -84,21 +84,21 @@ execute_process(COMMAND "${WIXL}" -a ${ARCH} ${definitions} -o package.msi ksv.w
 # What wixl has no words for. (An option behind -s is not read.)
 execute_process(
   COMMAND "${MSIBUILD}" package.msi -q
-    # 0x100: run when a later action fails, not when this one's turn comes
+    # 0x100: a rollback action, which runs when a later action fails
     "UPDATE CustomAction SET Type = 3393 WHERE Action = 'WithdrawPlugin'"
     "UPDATE CustomAction SET Type = 3393 WHERE Action = 'RestorePlugin'"
-    # 0x300: both ends of the range belong to it
+    # 0x300: both ends of the version range are included
     "DELETE FROM Upgrade WHERE ActionProperty = 'OLDERFOUND'"
     "INSERT INTO Upgrade (UpgradeCode, VersionMin, VersionMax, Attributes, ActionProperty) VALUES ('{${upgrade_code}}', '0.0.0', '${VERSION}', 768, 'OLDERFOUND')"
     # the folder of the module that is installed now, whatever its version
     "CREATE TABLE `CompLocator` (`Signature_` CHAR(72) NOT NULL, `ComponentId` CHAR(38) NOT NULL, `Type` INT PRIMARY KEY `Signature_`)"
     "INSERT INTO CompLocator (Signature_, ComponentId, Type) VALUES ('previous', '{${module_guid}}', 1)"
     "INSERT INTO AppSearch (Property, Signature_) VALUES ('PREVIOUSFOLDER', 'previous')"
-    # what the command line gave reaches the elevated half; the folder that was found is no matter of the command line
+    # the properties that the installer passes to its elevated process; PREVIOUSFOLDER must not come from the command line
     "UPDATE Property SET Value = 'OLDERFOUND;NEWERFOUND;INSTALLFOLDER' WHERE Property = 'SecureCustomProperties'"
-    # an empty folder of the vendor's goes too
+    # removes the vendor's folder too when it is empty
     "UPDATE RemoveFile SET DirProperty = 'VENDORFOLDER' WHERE FileKey = 'vendor'"
-    # without its version the installer takes the module for older than any that has one; a hash is for files without
+    # a module without a version would count as older than any that has one; only files without a version have a hash
     "UPDATE File SET Version = '${KSV_FILE_VERSION}.0', Language = '1033' WHERE File = 'module'"
     "DELETE FROM MsiFileHash WHERE File_ = 'module'"
     -s "${name} ${VERSION}" "${KSV_VENDOR}" "${platform};1033" "{${package_code}}"

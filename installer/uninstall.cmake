@@ -1,5 +1,5 @@
-# Takes away what `cmake --install` put there from the build folder BUILD: the files of its list, then the folders that
-# it made, as far as nothing else has come into them. DESTDIR is to be set as it was then.
+# Removes what `cmake --install` installed from the build folder BUILD: the files of its list, then the folders that it
+# made, if they are empty. DESTDIR has to be set as it was then.
 if(NOT EXISTS "${BUILD}/install_manifest.txt")
   message(FATAL_ERROR "nothing is installed from ${BUILD}: it holds no install_manifest.txt")
 endif()
@@ -17,10 +17,10 @@ set(folders)
 if(EXISTS "${BUILD}/install_folders.txt")
   file(STRINGS "${BUILD}/install_folders.txt" folders)
 endif()
-# A folder stands before those in it when sorted, so the other way round it comes after them.
+# In descending order a folder comes after those inside it.
 list(SORT folders ORDER DESCENDING)
 foreach(folder IN LISTS folders)
-  # The system itself refuses to remove one that is not empty, at the very moment and whatever its name.
+  # `rmdir` refuses a folder that is not empty.
   execute_process(COMMAND rmdir -- "${folder}" ERROR_QUIET)
 endforeach()
 file(REMOVE "${BUILD}/install_manifest.txt" "${BUILD}/install_folders.txt")

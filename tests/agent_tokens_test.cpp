@@ -1,4 +1,4 @@
-// Tokens on disk: which page's, under which name, and where a password's token comes from.
+// The token store behind the script methods: where tokens are written, listed, deleted and read from, by page.
 #include "tests/support/agent_fixture.h"
 
 using namespace support;
@@ -7,7 +7,6 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr char kOwn[] = "KSV_tokens/https_bank.example_8443/";
-constexpr char kOther[] = "KSV_tokens/other.example/";
 
 std::string Codes(int32_t pluginRetCode, const char* token = " b64EncToken='dG9rZW4='") {
   return "pluginRetCode=" + std::to_string(pluginRetCode) + " fnRetCode=0" + token;
@@ -17,9 +16,7 @@ std::string Codes(int32_t pluginRetCode, const char* token = " b64EncToken='dG9r
 
 class AgentTokensTest : public AgentTest {
  protected:
-  AgentTokensTest() {
-    for (const char* entry : {"ZUB_EndProvisioning", "ZUB3_EndProvisioning"}) agent.On(entry, Gives("token"));
-  }
+  AgentTokensTest() { agent.On("ZUB_EndProvisioning", Gives("token")); }
 
   static std::string Bind(const Page& on, const Value& file, const Value& bind = true, const Value& second = "") {
     return on.Call("zubEndProvisioningDomainBinding", {"app", 7, 64, file, bind, second}).Show();
@@ -37,83 +34,84 @@ class AgentTokensTest : public AgentTest {
   Page bank{host, "https://bank.example:8443/otp/page?x=://y"};
 };
 
-TEST_F(AgentTokensTest, TokensAreFiledByPageAndName) {
-  for (const uint32_t version : {2u, 3u}) {
-    agent.SetVersion(version);
-    Page page(host, "https://bank.example:8443/");
-    const std::string name = "t" + std::to_string(version);
-    EXPECT_EQ(Bind(page, name, true, "other.example:/x"), Codes(19));  // A colon goes, the slash behind it stays.
-    EXPECT_EQ(environment.Read(kOwn + name), "token");
-    EXPECT_EQ(Bind(page, name + "b", true, "https://other.example/login"), Codes(0));
-    EXPECT_EQ(environment.Read("KSV_tokens/https_other.example/" + name + "b"), "token");
-    EXPECT_EQ(Bind(page, name, false, 5), Codes(0));
-    EXPECT_EQ(environment.Read("KSV_tokens/" + name), "token");
-    EXPECT_EQ(page.Call("zubEndProvisioning", {"app", 7, 64, name + "c"}).Show(), Codes(0));
-    EXPECT_EQ(environment.Read("KSV_tokens/" + name + "c"), "token");
-  }
-}
-
-TEST_F(AgentTokensTest, FailuresOfTheStoreLeaveThePageItsToken) {
+TEST_F(AgentTokensTest, WritesTheTokenAndItsCopyOrTellsWhyNot) {
   environment.Write(std::string(kOwn) + "taken", "old");
-  environment.Write(std::string(kOther) + "taken2", "old");
-  fs::create_directories(environment.Path(std::string(kOwn) + "folder"));
+  environment.Write("KSV_tokens/other.example/taken2", "old");
   environment.Write("KSV_tokens/file.example", "a file in a folder's place");
+  environment.Write("../outside", "old");
+  environment.Write(std::string(kOwn) + "nested/nested", "old");
+  fs::create_directories(environment.Path(std::string(kOwn) + "folder"));
   const std::string longest(127, 'd');
   const struct {
     Value file;
+    Value bind;
     Value second;
     int32_t code;
-  } cases[] = {
-      {"taken", "", 18},
-      {"taken2", "other.example", 18},
-      {"folder", "", 21},
-      {"a", "file.example", 21},
-      {"b", longest, 0},
-      {"c", longest + "d", 19},
-      {"d", "under_score-and.dot", 0},
-      {"e", "blank example", 19},
-      {"f", "back\\slash", 19},
-      {"g", "caf\xC3\xA9", 19},
-      {"..\\..\\..\\..\\..\\outside", "", 13},
-      {"../../../../../outside", "", 13},
+    std::vector<std::string> written;  // Below KSV_tokens; "own/" stands for the page's folder.
+  } rows[] = {
+      {"a", true, "", 0, {"own/a"}},
+      {"b", true, "https://other.example/login", 0, {"own/b", "https_other.example/b"}},
+      {"c", true, longest, 0, {"own/c", longest + "/c"}},
+      {"d", true, "under_score-and.dot", 0, {"own/d", "under_score-and.dot/d"}},
+      {"e", true, ".", 0, {"own/e", "e"}},
+      {"f", false, 5, 0, {"f"}},
+      {"", true, "", 0, {}},
+      {"g", true, longest + "d", 19, {"own/g"}},
+      {"h", true, "other.example:/x", 19, {"own/h"}},
+      {"i", true, "blank example", 19, {"own/i"}},
+      {"j", true, "back\\slash", 19, {"own/j"}},
+      {"k", true, "caf\xC3\xA9", 19, {"own/k"}},
+      {"l", true, "..", 13, {"own/l"}},
+      {"m", true, "file.example", 21, {"own/m"}},
+      {"taken2", true, "other.example", 18, {"own/taken2"}},
+      {"taken", true, "", 18, {}},
+      {"f", false, "", 18, {}},
+      {"nested", true, "", 18, {}},
+      {"..\\other.example\\taken2", true, "", 18, {}},
+      {"..\\..\\lastUpdatewin32-npapi", true, "", 18, {}},
+      {"folder", true, "", 21, {}},
+      {"..\\..\\..\\outside", true, "", 13, {}},
+      {"..\\..\\..\\none", true, "", 13, {}},
+      {"../../../none", false, "", 13, {}},
   };
-  for (const auto& [file, second, code] : cases) EXPECT_EQ(Bind(bank, file, true, second), Codes(code));
-  EXPECT_EQ(environment.Read(std::string(kOwn) + "taken"), "old");
-  EXPECT_EQ(environment.Read(std::string(kOther) + "taken2"), "old");
-  for (const char* first : {"taken2", "a", "c", "e", "g"}) {
-    EXPECT_EQ(environment.Read(std::string(kOwn) + first), "token") << "the first copy stands: " << first;
+  for (const auto& [file, bind, second, code, written] : rows) {
+    EXPECT_EQ(Bind(bank, file, bind, second), Codes(code));
+    for (const std::string& path : written) {
+      EXPECT_EQ(environment.Read(path.starts_with("own/") ? kOwn + path.substr(4) : "KSV_tokens/" + path), "token")
+          << path;
+    }
   }
-  EXPECT_FALSE(fs::exists(environment.Path("../outside")));
-
-  EXPECT_EQ(Bind(bank, "h", true, 5), "pluginRetCode=13");
-  environment.Write("KSV_tokens", "");
-  const std::string tooLong = "https://" + std::string(128, 'x') + "/";
-  Page distant(host, tooLong);
-  EXPECT_EQ(Bind(distant, "t"), Codes(19));
+  for (const char* kept :
+       {"KSV_tokens/https_bank.example_8443/taken", "KSV_tokens/other.example/taken2", "../outside"}) {
+    EXPECT_EQ(environment.Read(kept), "old") << kept;
+  }
+  EXPECT_FALSE(environment.Read("../none"));
+  EXPECT_EQ(Bind(bank, "n", true, 5), "pluginRetCode=13");
+  EXPECT_EQ(page.Call("zubEndProvisioning", {"app", 7, 64, "o"}).Show(), Codes(0));
+  EXPECT_EQ(environment.Read("KSV_tokens/o"), "token");
 }
 
-TEST_F(AgentTokensTest, AnAddressOrANameLeadsIntoNoOtherFolder) {
+TEST_F(AgentTokensTest, OriginsWithoutAFolderOfTheirOwnReadTheRootAlone) {
   environment.Write(std::string(kOwn) + "kept", "old");
   environment.Write("KSV_tokens/free", "root");
-  Page rootless(host, "data:,/../https_bank.example_8443");
-  EXPECT_EQ(List(rootless), Codes(19, ""));
-  EXPECT_EQ(List(Page(host, std::string("\0x", 2))), Codes(19, "")) << "the root is nobody's";
-  EXPECT_EQ(rootless.Call("zubDeleteTokenDomainBinding", {"kept"}).Show(), Codes(19, ""));
-  EXPECT_EQ(Bind(rootless, "new"), Codes(19));
+  const Page hostless(host, "data:,/../https_bank.example_8443");
+  const Page empty(host, std::string("\0x", 2));
+  const Page longest(host, "https://" + std::string(121, 'x') + "/");
+  const Page tooLong(host, "https://" + std::string(122, 'x') + "/");
+  EXPECT_EQ(List(hostless), Codes(19, ""));
+  EXPECT_EQ(List(empty), Codes(19, ""));
+  EXPECT_EQ(hostless.Call("zubDeleteTokenDomainBinding", {"kept"}).Show(), Codes(19, ""));
+  EXPECT_EQ(Bind(hostless, "new"), Codes(19));
+  EXPECT_EQ(Bind(longest, "new"), Codes(0));
+  EXPECT_EQ(Bind(tooLong, "new"), Codes(19));
+  EXPECT_FALSE(fs::exists(environment.Path("KSV_tokens/https_" + std::string(122, 'x'))));
   agent.TakeCalls();
-  EXPECT_EQ(AskOTP(rootless, "", "kept"), "pluginRetCode=20 fnRetCode=10");
-  EXPECT_EQ(AskOTP(rootless, "", "free"), "<'root'");
-  EXPECT_EQ(Bind(bank, "first", true, "."), Codes(19));
-  EXPECT_EQ(Bind(bank, "second", true, ".."), Codes(19));
-  const Page other(host, "https://other.example/");
-  for (const char* name : {"..\\https_bank.example_8443\\kept", "..\\..\\lastUpdatewin32-npapi"}) {
-    EXPECT_EQ(Bind(other, name), Codes(18));
-  }
+  EXPECT_EQ(AskOTP(hostless, "", "kept"), "pluginRetCode=20 fnRetCode=10");
+  EXPECT_EQ(AskOTP(hostless, "", "free"), "<'root'");
   EXPECT_EQ(environment.Read(std::string(kOwn) + "kept"), "old");
 }
 
-TEST_F(AgentTokensTest, NothingIsFiledWithoutATokenOrAName) {
-  EXPECT_EQ(Bind(bank, ""), Codes(0));
+TEST_F(AgentTokensTest, NothingIsWrittenWithoutAToken) {
   agent.On("ZUB_EndProvisioning", Gives("", 0));
   EXPECT_EQ(Bind(bank, "t"), Codes(0, ""));
   agent.On("ZUB_EndProvisioning", Gives("token", 5, 11));
@@ -121,7 +119,7 @@ TEST_F(AgentTokensTest, NothingIsFiledWithoutATokenOrAName) {
   EXPECT_FALSE(fs::exists(environment.Path("KSV_tokens")));
 }
 
-TEST_F(AgentTokensTest, PageListsAndDeletesItsOwnAlone) {
+TEST_F(AgentTokensTest, PageListsAndDeletesFilesOfItsOwnFolder) {
   EXPECT_EQ(List(bank), "pluginRetCode=0 fnRetCode=0 tokenFileNames=[]");
   environment.Write(std::string(kOwn) + "b", "1");
   environment.Write(std::string(kOwn) + "a", "2");
@@ -147,13 +145,15 @@ TEST_F(AgentTokensTest, PageListsAndDeletesItsOwnAlone) {
   EXPECT_EQ(agent.TakeCalls(true), Calls{});
 }
 
-TEST_F(AgentTokensTest, PasswordTakesItsTokenFromTextOrFile) {
+TEST_F(AgentTokensTest, GetOTPReadsTheTokenFromTextOrFile) {
   environment.Write(std::string(kOwn) + "own", "mine");
   environment.Write("KSV_tokens/own", "anyone's");
   environment.Write("KSV_tokens/root", std::string("r\0t", 3));
   environment.Write(std::string(kOwn) + "empty", "");
+  environment.Write("KSV_tokens/https_[__1]/own", "by number");
   fs::create_directories(environment.Path("KSV_tokens/folder"));
   Page local(host, "");
+  Page numeric(host, "https://[::1]/");
   const struct {
     const Page& page;
     const char* text;
@@ -163,6 +163,7 @@ TEST_F(AgentTokensTest, PasswordTakesItsTokenFromTextOrFile) {
       {bank, "aGk=", "gone", "<'hi'"},
       {bank, "", "own", "<'mine'"},
       {page, "", "own", "<'anyone's'"},
+      {numeric, "", "own", "<'by number'"},
       {bank, "", "root", std::string("<'r\0t'", 6)},
       {bank, "", "empty", "<''"},
       {bank, "", "", "<null"},
@@ -172,10 +173,10 @@ TEST_F(AgentTokensTest, PasswordTakesItsTokenFromTextOrFile) {
       {local, "", "root", "<null"},
   };
   for (const auto& [asking, text, file, given] : cases) EXPECT_EQ(AskOTP(asking, text, file), given) << file;
-  EXPECT_EQ(environment.Read(std::string(kOwn) + "own"), "mine") << "a password's new token is the page's to keep";
+  EXPECT_EQ(environment.Read(std::string(kOwn) + "own"), "mine") << "the page stores a new token itself";
 }
 
-TEST_F(AgentTokensTest, OriginIsReadAfreshAndEveryFailureTold) {
+TEST_F(AgentTokensTest, OriginIsReadAtEachCallAndItsFailuresGive13) {
   environment.Write(std::string(kOwn) + "t", "1");
   const std::string own = "pluginRetCode=0 fnRetCode=0 tokenFileNames=['t']";
   EXPECT_EQ(List(bank), own);
@@ -204,7 +205,6 @@ TEST_F(AgentTokensTest, OriginIsReadAfreshAndEveryFailureTold) {
     EXPECT_EQ(List(page), expected);
   }
   EXPECT_EQ(page.Call("zubDeleteTokenDomainBinding", {"t"}).Show(), "null");
-  agent.On("ZUB_EndProvisioning", Gives("token"));
   EXPECT_EQ(Bind(page, "t", true, "two.example"), Codes(0));
   EXPECT_EQ(environment.Read("KSV_tokens/t"), "token");
   EXPECT_FALSE(environment.Read("KSV_tokens/two.example/t"));

@@ -6,6 +6,7 @@
 #include <fstream>
 #include <nlohmann/json.hpp>
 
+#include "base/registry_key.h"
 #include "installer/doctor/file_facts.h"
 #include "installer/doctor/report.h"
 #include "registration/registration.h"
@@ -21,6 +22,10 @@ using nlohmann::json;
 namespace {
 
 constexpr char kSettings[] = "Software\\Norvo\\Services\\KSV";
+const std::string kPluginKey = "Software\\MozillaPlugins\\@norvo.com/Norvo WebAPI ksv;version=5.0.5";
+const std::string kMimeKey = "\\MimeTypes\\application/x-vnd-norvo-webapi-ksv-5.0.5";
+// Where the settings of the layer are, browsers find modules without a registration too.
+const bool kWindows = !platform::kHasLayerSettings;
 
 // The first line of a JSON report's checks with this name; null for none.
 json CheckNamed(const json& report, const std::string& name) {
@@ -46,6 +51,12 @@ class DoctorTest : public testing::Test {
     environment.SetLibraryFolder(environment.Scratch() / "");
     Register(fs::path(KSV_MODULE).parent_path() / "");
   }
+  static void SetRegistered(const char* name, DWORD type, const std::string& bytes) {
+    NorvoWebAPI::RegistryKey key;
+    ASSERT_EQ(RegOpenKeyExA(HKEY_LOCAL_MACHINE, kPluginKey.c_str(), 0, KEY_SET_VALUE, key.Put()), ERROR_SUCCESS);
+    RegSetValueExA(key.Get(), name, 0, type, reinterpret_cast<const BYTE*>(bytes.data()),
+                   static_cast<DWORD>(bytes.size()));
+  }
   static void Register(const fs::path& folder) { Registration::RegisterModule(PlatformPath(folder)); }
   [[nodiscard]] fs::path Scratch(const std::string& file) const { return environment.Scratch() / file; }
   void WriteScratch(const std::string& file, const std::string& bytes) const {
@@ -69,7 +80,7 @@ class DoctorTest : public testing::Test {
 
 }  // namespace
 
-TEST_F(DoctorTest, FindsAHealthyMachineHealthy) {
+TEST_F(DoctorTest, AHealthyMachinePassesAllChecks) {
   const json report = json::parse(Doctor::Examine().ToJson());
   EXPECT_EQ(report["healthy"], true);
   EXPECT_EQ(report["firstBroken"], nullptr);
@@ -86,7 +97,7 @@ TEST_F(DoctorTest, FindsAHealthyMachineHealthy) {
             "module, ");
 }
 
-TEST_F(DoctorTest, NamesTheFirstBrokenLink) {
+TEST_F(DoctorTest, EachBrokenLinkIsNamed) {
   const struct {
     const char* link;
     const char* status;
@@ -130,15 +141,17 @@ TEST_F(DoctorTest, NamesTheFirstBrokenLink) {
       {"update time", "WARN", "a time to come", 0, 0, [&] { environment.SetLastUpdate(-9'000); }},
       {"update time", "FAIL", "holds no time", 17, 0, [&] { environment.Write("lastUpdatewin32-npapi", "yesterday"); }},
       {"registration", "FAIL", "Vendor of HKEY_LOCAL_MACHINE\\Software\\MozillaPlugins", 0, 0,
-       [&] {
-         HKEY key = nullptr;
-         const auto name = Registration::BuildPluginKeyName("ksv", "5.0.5");
-         ASSERT_EQ(RegOpenKeyExA(HKEY_LOCAL_MACHINE, name.c_str(), 0, KEY_SET_VALUE, &key), ERROR_SUCCESS);
-         RegSetValueExA(key, "Vendor", 0, REG_SZ, reinterpret_cast<const BYTE*>("?"), 1);
-         RegCloseKey(key);
-       }},
+       [] { SetRegistered("Vendor", REG_SZ, "?"); }},
+      {"registration", "FAIL", "there is no text Version in", 0, 0,
+       [] { SetRegistered("Version", REG_DWORD, "5055"); }},
+      {"registration", "PASS", "browsers are told", 0, 0,
+       [] { SetRegistered("Vendor", REG_SZ, std::string("Norvo", 6)); }},
+      {"registration", "FAIL", "ksv-5.0.5 can't be opened (error 2)", 0, 0,
+       [] { EXPECT_EQ(RegDeleteKeyA(HKEY_LOCAL_MACHINE, (kPluginKey + kMimeKey).c_str()), ERROR_SUCCESS); }},
+      {"registration", kWindows ? "FAIL" : "WARN", kWindows ? "can't be opened" : "is not registered", 0, 0,
+       [] { Registration::UnregisterModule(); }},
       {"registered module", "FAIL", "there is no file", 0, 0, [&] { Register(environment.Scratch() / "none" / ""); }},
-      {"registered module", "FAIL", "is not a whole one", 0, 0, [&] { Register("kit/"); }},
+      {"registered module", "FAIL", "is relative", 0, 0, [&] { Register("kit/"); }},
       {"registered module", "FAIL", "but no browser plug-in", 0, 0,
        [&] {
          fs::rename(Scratch("zub.dll"), Scratch(fs::path(KSV_MODULE).filename().string()));
@@ -170,7 +183,7 @@ TEST_F(DoctorTest, NamesTheFirstBrokenLink) {
   }
 }
 
-TEST_F(DoctorTest, TellsWhatAFileIsMadeFor) {
+TEST_F(DoctorTest, ModuleKindIsReadFromTheFileHeader) {
   std::string windows = "MZ" + std::string(58, '\0') + std::string("\x40\0\0\0", 4) + std::string("PE\0\0", 4);
   const std::string elf = "\177ELF";
   const struct {
@@ -195,7 +208,7 @@ TEST_F(DoctorTest, TellsWhatAFileIsMadeFor) {
   EXPECT_EQ(Doctor::ModuleKind(PlatformPath(environment.Scratch())), "") << "a folder";
 }
 
-TEST_F(DoctorTest, TheProgram) {
+TEST_F(DoctorTest, TheProgramPrintsBothFormsAndItsExitStatus) {
   const auto before = environment.Read("lastUpdatewin32-npapi");
   EXPECT_EQ(Run("--json"), 0) << output;
   EXPECT_EQ(json::parse(output)["healthy"], true);

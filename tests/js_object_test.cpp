@@ -43,7 +43,7 @@ std::string ThrownBy(const std::function<void()>& action) {
 
 }  // namespace
 
-TEST(JSObjectTest, Conversions) {
+TEST(JSObjectTest, ConversionsByTag) {
   int32_t context = 0;
   const struct {
     JSObject value;
@@ -81,7 +81,7 @@ TEST(JSObjectTest, Conversions) {
   EXPECT_EQ(JSObject(std::nan("")).ToInt(), kLowest);
 }
 
-TEST(JSObjectTest, KeysAndIndices) {
+TEST(JSObjectTest, KeysAndIndicesOfArraysAndObjects) {
   JSObject looked;
   EXPECT_EQ(looked["a"].GetType(), Type::Null);
   EXPECT_TRUE(looked.GetType() == Type::Object && looked.HasKey("a") && !looked.HasKey("b"));
@@ -105,6 +105,10 @@ TEST(JSObjectTest, KeysAndIndices) {
   } cases[] = {
       {"Length", false, "String not an integer"},
       {"", false, "String not an integer"},
+      {"length", true, "nothing"},
+      {"-", false, "String not an integer"},
+      {"+-1", false, "String not an integer"},
+      {" ", false, "String not an integer"},
       {"99999", true, "nothing"},
       {"100000", false, "Index out of range"},
       {"-1", false, "Index out of range"},
@@ -119,7 +123,7 @@ TEST(JSObjectTest, KeysAndIndices) {
   EXPECT_EQ(ThrownBy([] { ArrayOf(0)[0xFFFFFFFFu]; }), "Index out of range");
 }
 
-TEST(JSObjectTest, ArraysAreMadeOfIntegerKeys) {
+TEST(JSObjectTest, ToArrayNeedsIntegerKeys) {
   const struct {
     JSObject value;
     Type type;
@@ -144,7 +148,7 @@ TEST(JSObjectTest, ArraysAreMadeOfIntegerKeys) {
   EXPECT_TRUE(holed[0u].GetType() == Type::Null && holed[1u].ToInt() == 7 && holed["length"].ToInt() == 2);
 }
 
-TEST(JSObjectTest, MisuseThrowsAndChangesNothing) {
+TEST(JSObjectTest, OperationsOfAnotherTagThrow) {
   JSObject text("abc");
   std::vector<JSObject> args;
   JSObject result;
@@ -157,7 +161,7 @@ TEST(JSObjectTest, MisuseThrowsAndChangesNothing) {
   EXPECT_FALSE(text.HasKey("a"));
 }
 
-TEST(JSObjectTest, CopiesAreDeepAndFunctionsShared) {
+TEST(JSObjectTest, CopiesAreDeepAndShareFunctions) {
   JSObject tree;
   tree["list"].ToArray();
   tree["list"][0u]["text"] = JSObject("a");
@@ -167,12 +171,14 @@ TEST(JSObjectTest, CopiesAreDeepAndFunctionsShared) {
   JSObject& same = copy;
   copy = same;
   EXPECT_EQ(copy["list"][0u]["text"].AsString(), "b");
-  // A part of itself is what goes when it is overwritten.
-  copy = copy["list"][0u];
+  // What is assigned may be a part of the object that it replaces.
+  copy = copy["list"];
+  copy = std::move(copy[0u]);
   EXPECT_EQ(copy["text"].AsString(), "b");
 
   int32_t context = 40;
-  JSObject function = JSObject(JSObject(Answer, &context));
+  JSObject function;
+  function = JSObject(Answer, &context);
   std::vector<JSObject> args(2);
   JSObject result;
   EXPECT_TRUE(function.Call(args, result));

@@ -1,4 +1,4 @@
-// The plug-in's files: its folder, what is refused outside of it, and the updater's time.
+// The file layer: its folder, the paths that it refuses, its operations; and the update gate.
 #include "storage/platform_files.h"
 
 #include <gmock/gmock.h>
@@ -26,7 +26,7 @@ class PlatformFilesTest : public testing::Test {
   const string base = Platform::GetBasePath();
 };
 
-TEST_F(PlatformFilesTest, PathsAreHeldInsideTheBasePath) {
+TEST_F(PlatformFilesTest, PathsOutsideTheBasePathAreRefused) {
   const string refused = "Platform operation attempted outside of base path";
   const string bare = base.substr(0, base.size() - 1);
   const string otherCase = bare.substr(0, bare.size() - 1) + "I\\a";
@@ -54,8 +54,8 @@ TEST_F(PlatformFilesTest, PathsAreHeldInsideTheBasePath) {
   EXPECT_TRUE(fs::is_empty(there));
 }
 
-TEST_F(PlatformFilesTest, FoldersAreMadeFromTheTop) {
-  fs::remove_all(world.Scratch().parent_path() / "LocalLow");  // A profile's first time.
+TEST_F(PlatformFilesTest, CreateDirectoriesMakesTheFoldersAbove) {
+  fs::remove_all(world.Scratch().parent_path() / "LocalLow");
   for (const char* path : {"a\\b\\c", "a\\b\\c", "a\\b\\c\\", "a\\\\d"}) {
     EXPECT_EQ(ErrorOf([&] { Platform::CreateDirectories(At(path)); }), "") << path;
   }
@@ -64,7 +64,7 @@ TEST_F(PlatformFilesTest, FoldersAreMadeFromTheTop) {
   EXPECT_EQ(ErrorOf([&] { Platform::CreateDirectories(At("file\\a")); }), "Failed to create directory");
 }
 
-TEST_F(PlatformFilesTest, FilesAreFoundByTheirExactName) {
+TEST_F(PlatformFilesTest, FileExistsAndListDirectory) {
   for (const char* file : {"a.bin", "noend", ".hidden", "same/same", "deep/deep/deep", "other/below"}) {
     world.Write(string("t/") + file, "");
   }
@@ -83,7 +83,7 @@ TEST_F(PlatformFilesTest, FilesAreFoundByTheirExactName) {
   EXPECT_THAT(names, testing::UnorderedElementsAre("before", "a.bin", "noend", "same", "deep", "other", "empty"));
 }
 
-TEST_F(PlatformFilesTest, FilesKeepTheirBytes) {
+TEST_F(PlatformFilesTest, WriteReadAndDeleteFile) {
   std::unique_ptr<uint8_t[]> buffer;
   for (const string& bytes : {string(65535, '\x1A'), string("a\0\r\n\n\x1A\xFF", 7), string()}) {
     Platform::WriteFile(At("f"), Data(bytes), static_cast<uint16_t>(bytes.size()));
@@ -108,7 +108,7 @@ TEST_F(PlatformFilesTest, FilesKeepTheirBytes) {
   EXPECT_EQ(ErrorOf([&] { Platform::WriteFile(At("full"), Data("1"), 1); }), "13");
 }
 
-TEST_F(PlatformFilesTest, TemporaryFilesAreNewAndEmpty) {
+TEST_F(PlatformFilesTest, TempFilesAreNewAndEmpty) {
   const string first = Platform::GetTempFileName();
   EXPECT_NE(first, Platform::GetTempFileName());
   EXPECT_TRUE(first.starts_with(base + "NWA") && first.find('\\', base.size()) == string::npos) << first;
@@ -117,7 +117,7 @@ TEST_F(PlatformFilesTest, TemporaryFilesAreNewAndEmpty) {
   EXPECT_EQ(ErrorOf([] { Platform::GetTempFileName(); }), "Unable to create temporary filename");
 }
 
-TEST_F(PlatformFilesTest, UpdateGateShutsAfter48Hours) {
+TEST_F(PlatformFilesTest, UpdateIsOverdueAfter48Hours) {
   const string file = "lastUpdatetest";
   EXPECT_TRUE(Platform::IsUpdateOverdue("test")) << "without the file";
   std::vector<string> wrong;

@@ -1,4 +1,4 @@
-// The settings: the log's level, and the folder of the libraries on its way to a path.
+// The settings: the log level, and the folder of the vendor's libraries.
 #include "storage/settings.h"
 
 #include <gtest/gtest.h>
@@ -62,7 +62,7 @@ TEST_F(SettingsTest, LogLevelIsFourBytesOfAnyType) {
   }
 }
 
-TEST_F(SettingsTest, LibraryFolderIsTextOfAtMost127Units) {
+TEST_F(SettingsTest, LibraryFolderIsTextOfAtMost127Characters) {
   const auto data = std::make_unique<WCHAR[]>(128);
   const auto read = [&](uint32_t length = 256) {
     std::fill_n(data.get(), 128, WCHAR{'#'});
@@ -85,13 +85,16 @@ TEST_F(SettingsTest, LibraryFolderIsTextOfAtMost127Units) {
   }
   SetFolder("C:\\N" + kEnd);
   EXPECT_EQ(read(8), "refused") << "without room for the terminator";
+  uint32_t length = 256;
+  EXPECT_EQ(GetLibraryFolder(nullptr, &length) + GetLibraryFolder(data.get(), nullptr), -2);
+  EXPECT_EQ(FixLibraryFolder(nullptr, &length) + FixLibraryFolder(data.get(), nullptr), -2);
   for (const DWORD type : {REG_BINARY, REG_DWORD, REG_MULTI_SZ}) {
     SetFolder("C:\\N" + kEnd, type);
     EXPECT_EQ(read(), "refused") << type;
   }
 }
 
-TEST_F(SettingsTest, LibraryFolderIsTrimmedAndLedToThe32BitPrograms) {
+TEST_F(SettingsTest, FixTrimsTheFolderAndNamesThe32BitPrograms) {
   for (const char* text : {"C:\\N", "C:\\N\\ ", "C:\\N \t\f\v\n\r\\"}) EXPECT_EQ(Fixed(text), "C:\\N");
   for (const char* text : {"", "\\", " \\ "}) EXPECT_EQ(Fixed(text), "");
   EXPECT_EQ(Fixed(" C:\\Norvo", 6), " C:\\N");
@@ -111,7 +114,7 @@ TEST_F(SettingsTest, LibraryFolderIsTrimmedAndLedToThe32BitPrograms) {
   EXPECT_EQ(Fixed(programs + "N"), programs + "N");
 }
 
-TEST_F(SettingsTest, LibraryPathIsCutAt256Units) {
+TEST_F(SettingsTest, LibraryPathIsCutAt255Characters) {
   LibraryPath path;
   EXPECT_FALSE(path.ReadFolder() || path.ReadLoadFolder());
   SetFolder("C:\\N\\ " + kEnd);

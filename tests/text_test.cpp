@@ -1,10 +1,12 @@
-// Texts and bytes: Base64, the code page, the log's lines, origins, and the memory they are copied to.
+// Base64, code page conversion, log lines, origins and guarded copies.
 #include "base/text.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <functional>
+#include <limits>
 #include <memory>
 
 #include "base/base64.h"
@@ -12,6 +14,7 @@
 #include "base/guarded_memory.h"
 #include "platform/desktop.h"
 #include "tests/support/outcomes.h"
+#include "tokens/origin.h"
 
 using namespace NorvoWebAPI;
 using std::string;
@@ -36,7 +39,7 @@ string Decode(const string& text) {
 
 }  // namespace
 
-TEST(TextTest, LogLineHasItsHeadAndItsLimit) {
+TEST(TextTest, LogLinesHaveAHeadAndAtMost2047Characters) {
   const platform::DebugOutputCapture output;
   DebugLog(false, "pZUB", "off\n");
   DebugLog(true, "pZUB", "%s:%d, %d\n", "Init", 0, -1);
@@ -45,7 +48,7 @@ TEST(TextTest, LogLineHasItsHeadAndItsLimit) {
   EXPECT_THAT(output.lines(), testing::ElementsAre(head + "Init:0, -1\n", head + string(2047 - head.size(), 'x')));
 }
 
-TEST(Base64Test, TextHasTheFormThatPagesRead) {
+TEST(Base64Test, EncodingPadsAndBreaksLinesAfter72Characters) {
   const char* const texts[] = {"", "Zg==", "Zm8=", "Zm9v", "Zm9vYg==", "Zm9vYmE=", "Zm9vYmFy"};
   for (size_t size = 0; size < std::size(texts); ++size) {
     EXPECT_EQ(Encode(string("foobar", size)), texts[size] + string("\n"));
@@ -62,7 +65,7 @@ TEST(Base64Test, TextHasTheFormThatPagesRead) {
   }
 }
 
-TEST(Base64Test, DecodingSkipsWhatIsNotInTheAlphabet) {
+TEST(Base64Test, DecodingSkipsOtherCharacters) {
   for (const char* text : {"", "=", "Z", "=Z=", "-_"}) EXPECT_EQ(Decode(text), "") << text;
   for (const char* text : {"Zg", "Zh", "Zg==\n", "Z\r\ng\r\n=\r\n=\r\n"}) EXPECT_EQ(Decode(text), "f") << text;
   EXPECT_EQ(Decode("Zm8"), "fo");
@@ -75,9 +78,10 @@ TEST(Base64Test, DecodingSkipsWhatIsNotInTheAlphabet) {
   }
   EXPECT_EQ(DecodeBase64(nullptr, 8).size, 0u);
   EXPECT_THROW(DecodeBase64("Zm9v", -1), std::bad_alloc);
+  EXPECT_THROW(EncodeBase64(nullptr, std::numeric_limits<int>::max() / 2), std::bad_alloc);
 }
 
-TEST(TextTest, ConversionKeepsTextAndTellsNullFromEmpty) {
+TEST(TextTest, ConversionKeepsTextAndNull) {
   EXPECT_FALSE(BstrFromNarrow(nullptr));
   EXPECT_EQ(NarrowFromBstr(nullptr), std::nullopt);
   const WCHAR accented[] = {'a', 0xE9, 0xDF, 0};  // One byte each or two, as the code page has it.
@@ -90,6 +94,25 @@ TEST(TextTest, ConversionKeepsTextAndTellsNullFromEmpty) {
   const Bstr cut = BstrOfExactLength(string("a\0b", 3));
   EXPECT_EQ(WideText(cut.Get(), SysStringLen(cut.Get())), WideText(KSV_WIDE("a\0b"), 3));
   EXPECT_EQ(NarrowFromBstr(cut.Get()), "a");
+  EXPECT_EQ(ErrorOf([] { BstrOfExactLength(""); }), "13");
+}
+
+TEST(TextTest, AFailedConversionThrowsTheSystemsError) {
+  if (!platform::kHasLayerSettings) GTEST_SKIP() << "the system's calls don't fail when asked";
+  const Bstr wide(SysAllocString(KSV_WIDE("a")));
+  const struct {
+    const char* call;
+    std::function<void()> conversion;
+    const char* error;
+  } rows[] = {{"MultiByteToWideChar", [] { BstrFromNarrow("a"); }, "31"},
+              {"MultiByteToWideChar", [] { BstrOfExactLength("a"); }, "13"},
+              {"WideCharToMultiByte", [&] { NarrowFromBstr(wide.Get()); }, "31"}};
+  for (const auto& [call, conversion, error] : rows) {
+    for (const int nth : {1, 2}) {
+      const platform::FailCall failing(call, ERROR_GEN_FAILURE, nth);
+      EXPECT_EQ(ErrorOf(conversion), error) << call << nth;
+    }
+  }
 }
 
 TEST(TextTest, OriginIsSchemeHostAndPort) {
@@ -110,7 +133,7 @@ TEST(TextTest, OriginIsSchemeHostAndPort) {
   }
 }
 
-TEST(GuardedMemoryTest, CopiesOrClearsTheWholeRoom) {
+TEST(GuardedMemoryTest, CopiesOrClearsTheDestination) {
   const auto copy = [](size_t size, const char* source, size_t count) {
     string room = "____";
     const string error = ErrorOf([&] { Platform::memcpy(room.data(), size, source, count); });

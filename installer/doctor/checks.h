@@ -1,4 +1,4 @@
-/// The doctor's checks, each a stretch of the chain; they add their lines to the report.
+/// The doctor's checks, a group for each link of the chain; they add their lines to the report.
 #pragma once
 
 #include <optional>

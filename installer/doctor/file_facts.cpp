@@ -11,12 +11,12 @@
 namespace NorvoWebAPI::KSV::Doctor {
 namespace {
 
-// Reads bytes at a place of a file; what lies beyond its end reads as zeros.
+// Reads bytes at an offset in a file; zeros beyond its end.
 template <size_t size>
-std::array<unsigned char, size> BytesAt(std::ifstream& file, std::streamoff place) {
+std::array<unsigned char, size> BytesAt(std::ifstream& file, std::streamoff offset) {
   std::array<unsigned char, size> bytes{};
   file.clear();
-  file.seekg(place).read(reinterpret_cast<char*>(bytes.data()), size);
+  file.seekg(offset).read(reinterpret_cast<char*>(bytes.data()), size);
   return bytes;
 }
 
@@ -32,10 +32,8 @@ const char* OwnKind() {
 }
 
 bool FolderExists(const std::string& path) {
-  WIN32_FIND_DATAA entry;
-  // Even an empty folder has an entry for itself; only the root of a drive has not.
-  const HANDLE search = FindFirstFileA((path + "*").c_str(), &entry);
-  return search != INVALID_HANDLE_VALUE && FindClose(search);
+  const DWORD attributes = GetFileAttributesA(path.c_str());
+  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }
 
 bool FileExists(const std::string& path) {
@@ -48,7 +46,7 @@ std::string ModuleKind(const std::string& path) {
   const auto head = BytesAt<64>(file, 0);
   if (StartsWith(head, "\177ELF")) return head[4] == 1 ? "32-bit Linux" : head[4] == 2 ? "64-bit Linux" : "";
   if (!StartsWith(head, "MZ")) return {};
-  // The old header ends in the place of the new one, which names the machine behind its mark.
+  // The old header ends with the offset of the new one, where the machine follows the signature.
   const auto header = BytesAt<6>(file, head[60] | head[61] << 8 | head[62] << 16);
   const int machine = header[4] | header[5] << 8;
   if (!StartsWith(header, std::string_view("PE\0\0", 4))) return {};

@@ -1,4 +1,4 @@
-/// What the doctor wants to know of files. Paths are narrow, in the platform's form.
+/// Facts about files. Paths are narrow, in the platform's form.
 #pragma once
 
 #include <string>
@@ -11,7 +11,7 @@ namespace NorvoWebAPI::KSV::Doctor {
 bool FolderExists(const std::string& path);
 bool FileExists(const std::string& path);
 
-/// What a loadable file is made for, as "32-bit Windows" or "64-bit Linux"; empty for any other file.
+/// The system that a module is built for, as "32-bit Windows" or "64-bit Linux"; empty for any other file.
 std::string ModuleKind(const std::string& path);
 
 /// Why a file can't be loaded by a program of this kind, as the end of a sentence that begins with the file's name.

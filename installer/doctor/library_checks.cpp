@@ -28,8 +28,7 @@ std::string PathOf(const LibraryPath& folder, const WCHAR* file) {
   return Narrow(PathInFolder(folder, file).c_str());
 }
 
-// What is to be said of the files that were tried in vain, in front of the one that was found. Empty when none is
-// there.
+// Why the files that exist among these can't be loaded; empty when none exists.
 std::string TellRefused(const LibraryPath& folder, Names files) {
   std::string told;
   for (const WCHAR* file : files) {
@@ -39,7 +38,7 @@ std::string TellRefused(const LibraryPath& folder, Names files) {
   return told;
 }
 
-// Loads a library as the plug-in does and tells of it. A missing one is told as `ifMissing`.
+// Loads a library as the plug-in does and reports it. A missing one is reported as `ifMissing`.
 FoundLibrary ExamineFile(Report& report, const std::string& name, const LibraryPath& folder, Names files,
                          Status ifMissing, const std::string& consequence) {
   FoundLibrary library = LoadFirst(folder, files);
@@ -62,7 +61,7 @@ FoundLibrary ExamineFile(Report& report, const std::string& name, const LibraryP
   return library;
 }
 
-// The plug-in's own verdict on a call of this entry.
+// The plug-in's own code for a call of this entry point.
 template <typename Wrapper>
 int32_t AnswerOf(const EntryTable::Row& entry) {
   Outcome outcome;
@@ -100,7 +99,7 @@ void ExamineDisplay(Report& report, const std::optional<LibraryPath>& folder) {
   DisplayEntries entries;
   FoundLibrary library;
   if (folder) {
-    // Where nothing is displayed the library is left out.
+    // Optional: a machine that displays nothing has none.
     library = ExamineFile(report, "display library", *folder, kDisplayFiles, Status::Warn, consequence);
   }
   if (library) {

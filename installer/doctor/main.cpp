@@ -27,7 +27,7 @@ Exit status:
   0  no link is broken     1  some link is broken, or not all could be looked at     2  the command line is wrong
 )";
 
-// False when the text could not be written in full: who reads the exit status alone must not take that for health.
+// False when the text could not be written in full: the exit status must not say healthy then.
 bool Print(const std::string& text) {
   return std::fputs(text.c_str(), stdout) >= 0 && std::fflush(stdout) == 0;
 }

@@ -1,8 +1,10 @@
+#include "base/product.h"
+#include "base/registry_key.h"
 #include "base/text.h"
 #include "installer/doctor/checks.h"
 #include "installer/doctor/file_facts.h"
 #include "library/library_loader.h"
-#include "registration/registration.h"
+#include "registration/plugin_keys.h"
 
 namespace NorvoWebAPI::KSV::Doctor {
 namespace {
@@ -11,23 +13,52 @@ constexpr char kTree[] = "registration";
 constexpr char kModule[] = "registered module";
 constexpr char kRemedy[] = "Repair the installation: the installer registers the module.";
 
-std::string Tell(const Registration::Difference& difference) {
-  const std::string key = "HKEY_LOCAL_MACHINE\\" + difference.key;
-  if (difference.value.empty()) return key + " can't be opened (error " + std::to_string(difference.error) + ")";
-  if (difference.error != ERROR_SUCCESS) return "there is no text " + difference.value + " in " + key;
-  return difference.value + " of " + key + " is " + difference.found + ", not " + difference.expected;
+// Gives the system's error, or `ERROR_INVALID_DATA` for a value that is no text.
+LSTATUS ReadText(const std::string& keyName, const char* value, std::string& text) {
+  RegistryKey key;
+  if (const LSTATUS error = RegOpenKeyExA(HKEY_LOCAL_MACHINE, keyName.c_str(), 0, KEY_READ, key.Put())) return error;
+  DWORD type = REG_NONE;
+  DWORD size = 0;
+  if (const LSTATUS error = RegQueryValueExA(key.Get(), value, nullptr, &type, nullptr, &size)) return error;
+  if (type != REG_SZ) return ERROR_INVALID_DATA;
+  std::string read(size, '\0');
+  const LSTATUS error = RegQueryValueExA(key.Get(), value, nullptr, &type, reinterpret_cast<BYTE*>(read.data()), &size);
+  text = read.c_str();  // The text may be stored with its terminator or without.
+  return error;
 }
 
-// From a drive or a root on: a browser's working folder is another than this program's.
-bool IsWhole(const std::string& path) {
+LSTATUS OpenError(const std::string& keyName) {
+  RegistryKey key;
+  return RegOpenKeyExA(HKEY_LOCAL_MACHINE, keyName.c_str(), 0, KEY_READ, key.Put());
+}
+
+// The first thing in the registry that is otherwise than the plug-in writes it; empty when all is as it should be.
+std::string FindDifference(const std::vector<Registration::KeyEntry>& keys) {
+  std::string name;
+  for (const Registration::KeyEntry& entry : keys) {
+    name += (name.empty() ? "" : "\\") + entry.name;
+    const std::string shown = "HKEY_LOCAL_MACHINE\\" + name;
+    if (const LSTATUS error = OpenError(name)) return shown + " can't be opened (error " + std::to_string(error) + ")";
+    for (const auto& [value, expected] : entry.values) {
+      std::string found;
+      if (ReadText(name, value, found) != ERROR_SUCCESS)
+        return "there is no text " + std::string(value) + " in " + shown;
+      if (found != expected) return std::string(value) + " of " + shown + " is " + found + ", not " + expected;
+    }
+  }
+  return {};
+}
+
+// Relative paths are resolved against the browser's working folder, which isn't this program's.
+bool IsAbsolute(const std::string& path) {
   const size_t separator = path.find_first_of("\\/");
   return separator == 0 || (separator == 2 && path[1] == ':');
 }
 
-// The module as a browser sees it: a file that it can load, with the entry by which it starts.
+// A browser has to find the file, load it, and find the entry point by which the module starts.
 void ExamineModule(Report& report, const std::string& path) {
-  if (!IsWhole(path)) {
-    report.Fail(kModule, "the registered path " + path + " is not a whole one", kRemedy);
+  if (!IsAbsolute(path)) {
+    report.Fail(kModule, "the registered path " + path + " is relative", kRemedy);
     return;
   }
   if (!FileExists(path)) {
@@ -42,7 +73,7 @@ void ExamineModule(Report& report, const std::string& path) {
     report.Fail(kModule, path + " is a library, but no browser plug-in", kRemedy);
   } else {
     report.Pass(kModule, path + " loads");
-    // It stays loaded, as in a browser: what it keeps until the process ends would be lost with an unloading.
+    // It stays loaded until the process ends, as in a browser.
     module.Release();
   }
 }
@@ -50,15 +81,17 @@ void ExamineModule(Report& report, const std::string& path) {
 }  // namespace
 
 void ExamineRegistration(Report& report) {
-  const auto differences = Registration::CheckRegistration();
+  const std::string key = Registration::BuildPluginKeyName(kShortName, kVersion);
+  // Whatever path is registered is right here; the module there is examined next.
   std::string path;
-  const LSTATUS error = Registration::ReadRegisteredPath(path);
-  if (differences.empty()) {
+  const LSTATUS error = ReadText(key, "Path", path);
+  const std::string difference = FindDifference(Registration::PluginKeys(kShortName, kDescription, kVersion, path));
+  if (difference.empty()) {
     report.Pass(kTree, "browsers are told of the module");
-  } else if (error == ERROR_FILE_NOT_FOUND && differences.front().value.empty() && !KSV_REGISTRATION_NEEDED) {
+  } else if (!KSV_REGISTRATION_NEEDED && OpenError(key) == ERROR_FILE_NOT_FOUND) {
     report.Warn(kTree, "the module is not registered.", "Browsers find it in their own plug-in folders alone.");
   } else {
-    report.Fail(kTree, Tell(differences.front()), kRemedy);
+    report.Fail(kTree, difference, kRemedy);
   }
   if (error == ERROR_SUCCESS) ExamineModule(report, path);
 }

@@ -54,7 +54,7 @@ std::string Report::ToText() const {
   for (const Check& check : checks) width = std::max(width, check.name.size());
   for (const Check& check : checks) {
     text += Word(check.status) + ("  " + check.name) + std::string(width + 2 - check.name.size(), ' ') + check.found;
-    // What a failure asks for is said of the first one alone: the others often follow from it.
+    // Of the failures, the first one's remedy is printed at the end: the others often follow from it.
     if (check.status == Status::Warn && !check.remedy.empty()) text += " " + check.remedy;
     text += '\n';
   }

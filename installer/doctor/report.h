@@ -24,10 +24,10 @@ class Report {
   void Fail(std::string name, std::string found, std::string remedy);
 
   [[nodiscard]] const std::vector<Check>& Checks() const { return checks; }
-  /// The first that failed; null when all is well.
+  /// The first that failed, or null.
   [[nodiscard]] const Check* FirstBroken() const;
 
-  /// "pluginRetCode" as a page would get it here from `zubInit` and `wysInit`, by the plug-in's own test.
+  /// "pluginRetCode" that `zubInit` and `wysInit` would give here by the plug-in's own check.
   int32_t agentAnswer = 0;
   int32_t displayAnswer = 0;
 
@@ -40,8 +40,8 @@ class Report {
   std::vector<Check> checks;
 };
 
-/// Looks at everything, from the settings on to the registered module. Loads the libraries and the module as the
-/// plug-in and the browser do, but calls nothing in them, and changes nothing.
+/// Runs all checks, from the settings to the registered module. Loads the libraries and the module as the plug-in and
+/// the browser do, calls nothing in them, and changes nothing.
 Report Examine();
 
 }  // namespace NorvoWebAPI::KSV::Doctor

@@ -1,3 +1,4 @@
+#include "base/registry_key.h"
 #include "installer/doctor/checks.h"
 #include "installer/doctor/file_facts.h"
 
@@ -12,15 +13,21 @@ std::string ShowKey() {
   return "HKEY_LOCAL_MACHINE\\" + Narrow(kSettingsKey);
 }
 
-std::string WrongFolder(FolderFault fault) {
-  switch (fault) {
-    case FolderFault::NoText:
-      return " is no text";
-    case FolderFault::TooLong:
-      return " is longer than " + std::to_string(LibraryPath::kMaxFolder) + " characters";
-    default:
-      return " is not there";
+RegistryKey OpenKey() {
+  RegistryKey key;
+  RegOpenKeyExW(HKEY_LOCAL_MACHINE, kSettingsKey, 0, KEY_READ, key.Put());
+  return key;
+}
+
+// Why the plug-in can't read the folder's value.
+std::string WhyNoFolder(const RegistryKey& key) {
+  DWORD type = REG_NONE;
+  DWORD size = 0;
+  if (RegQueryValueExW(key.Get(), kLibraryFolderValue, nullptr, &type, nullptr, &size) != ERROR_SUCCESS) {
+    return " is not there";
   }
+  if (type != REG_SZ && type != REG_EXPAND_SZ) return " is no text";
+  return " is longer than " + std::to_string(LibraryPath::kMaxFolder) + " characters";
 }
 
 void ExamineLogLevel(Report& report) {
@@ -35,10 +42,8 @@ std::optional<LibraryPath> ExamineSettings(Report& report) {
   const std::string value = Narrow(kLibraryFolderValue);
   const std::string setIt =
       "Set " + value + " (REG_SZ) of " + ShowKey() + " to the folder of the vendor's libraries, closed by a backslash.";
-  LibraryPath raw;
-  FolderFault fault{};
-  const bool read = raw.ReadFolder(&fault);
-  if (fault == FolderFault::NoKey) {
+  const RegistryKey key = OpenKey();
+  if (!key) {
     report.Fail(
         kKey, ShowKey() + " can't be opened by " + OwnKind() + " programs",
         (sizeof(void*) == 4 ? "On a 64-bit Windows this key is the one under Software\\WOW6432Node. " : "") + setIt);
@@ -46,8 +51,9 @@ std::optional<LibraryPath> ExamineSettings(Report& report) {
   }
   report.Pass(kKey, ShowKey() + " can be read");
   ExamineLogLevel(report);
-  if (!read) {
-    report.Fail(kFolderText, value + WrongFolder(fault), setIt);
+  LibraryPath raw;
+  if (!raw.ReadFolder()) {
+    report.Fail(kFolderText, value + WhyNoFolder(key), setIt);
     return {};
   }
   const std::string text = Narrow(raw.c_str());
@@ -59,7 +65,7 @@ std::optional<LibraryPath> ExamineSettings(Report& report) {
   }
 
   LibraryPath folder;
-  if (!folder.ReadLoadFolder()) return {};
+  folder.ReadLoadFolder();
   const std::string path = Narrow(folder.c_str());
   if (FolderExists(path)) {
     report.Pass(kFolder, path + " is there");

@@ -5,11 +5,11 @@
 
 #include "base/debug_log.h"
 #include "base/result_codes.h"
-#include "base/text.h"
 #include "hooks/event_template.h"
 #include "page/init_count.h"
 #include "page/script_call.h"
 #include "page/scriptable.h"
+#include "tokens/origin.h"
 
 namespace NorvoWebAPI::KSV::AgentMethods {
 namespace {

@@ -5,7 +5,7 @@
 namespace NorvoWebAPI {
 
 std::string NarrowFromVariant(VARIANT& value) {
-  if (value.vt == VT_BSTR) return NarrowFromBstr(value.bstrVal).value_or("");  // A null string is the empty one.
+  if (value.vt == VT_BSTR) return NarrowFromBstr(value.bstrVal).value_or("");  // Null stands for the empty string.
   OwnedVariant text;
   const HRESULT result = VariantChangeType(&text.Get(), &value, 0, VT_BSTR);
   if (FAILED(result)) throw _com_error(result);

@@ -1,4 +1,4 @@
-/// Values that the system's services give (Windows).
+/// Automation values (Windows).
 #pragma once
 
 #include <string>
@@ -7,7 +7,7 @@
 
 namespace NorvoWebAPI {
 
-/// A variant that is cleared at the end, with whatever it then holds.
+/// Owns a variant and clears it.
 class OwnedVariant {
  public:
   OwnedVariant() { VariantInit(&value); }

@@ -12,8 +12,8 @@ namespace NorvoWebAPI {
 /// The text of `length` bytes, its line feeds included.
 std::string EncodeBase64(const uint8_t* bytes, size_t length);
 
-/// What the text's alphabet characters hold; every other byte is skipped, so no text is wrong. `size` of the result is
-/// the count of whole bytes. A null or empty text gives no bytes in an allocated buffer of `length` bytes.
+/// Decodes the text and skips every byte outside the alphabet, so no text is wrong. `size` of the result is the number
+/// of whole bytes. A null or empty text gives size 0, in an allocated buffer of `length` bytes.
 ByteBuffer DecodeBase64(const char* text, int32_t length);
 
 /// The same, but no buffer at all for a null or empty text.

@@ -4,7 +4,7 @@
 
 namespace NorvoWebAPI {
 
-/// The module that this code lies in. The system wants it for a hook that serves all threads.
+/// The module that holds this code, which a hook for all threads needs.
 HINSTANCE OwnModule();
 
 }  // namespace NorvoWebAPI

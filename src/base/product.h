@@ -8,7 +8,7 @@ namespace NorvoWebAPI::KSV {
 inline constexpr char kShortName[] = KSV_SHORT_NAME;
 inline constexpr char kDescription[] = KSV_DESCRIPTION;
 inline constexpr char kVendor[] = KSV_VENDOR;
-/// The version that script reads, the log tells and the registration writes.
+/// The version in the script property, the log and the registration.
 inline constexpr char kVersion[] = KSV_VERSION;
 /// A MIME type of the plug-in is this, the short name, "-" and a version.
 inline constexpr char kMimeTypeStem[] = KSV_MIME_TYPE_STEM;

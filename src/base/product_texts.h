@@ -8,7 +8,7 @@
 #define KSV_MODULE_NAME "npNorvoWebAPIKSV"
 #define KSV_MIME_TYPE_STEM "application/x-vnd-norvo-webapi-"
 
-// The file moves on with each build that is given out; pages and the registry know the version before.
+// The version of the file is newer than the one that pages and the registry read.
 #define KSV_VERSION "5.0.5"
 #define KSV_FILE_VERSION "5.0.9"
 #define KSV_FILE_VERSION_FOUR KSV_FILE_VERSION ".0"

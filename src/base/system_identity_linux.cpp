@@ -12,19 +12,19 @@ namespace fs = std::filesystem;
 namespace NorvoWebAPI::Platform {
 namespace {
 
-// KSV_DMI_FOLDER names another folder, for a machine whose own can't be read or has to be played.
+// KSV_DMI_FOLDER names another folder, for tests and for machines whose own can't be read.
 fs::path DmiFolder() {
   const char* folder = std::getenv("KSV_DMI_FOLDER");
   return folder && *folder ? folder : "/sys/class/dmi/id";
 }
 
-// A file is one line. The serial numbers are for the administrator alone on most systems.
+// A file is one line. On most systems only the administrator may read the serial numbers.
 bool ReadText(const char* name, std::string& text) {
   std::ifstream file(DmiFolder() / name, std::ios::binary);
   std::array<char, 4096> content{};  // No file of this kind is larger than a page.
   if (!file.read(content.data(), content.size() - 1) && !file.eof()) return false;
   const std::string_view line(content.data());
-  // What the firmware's maker left in there may be in any encoding: it goes the way of all text from outside.
+  // The file may be in any encoding: the conversion to UTF-16 and back replaces what is not valid.
   text = *NarrowFromBstr(BstrFromNarrow(std::string(line.substr(0, line.find('\n'))).c_str()).Get());
   return true;
 }

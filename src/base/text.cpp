@@ -29,7 +29,7 @@ Bstr BstrFromNarrow(const char* text) {
 
 Bstr BstrOfExactLength(const std::string& text) {
   const int length = static_cast<int>(text.size());
-  const int size = length > 0 ? MultiByteToWideChar(CP_ACP, 0, text.data(), length, nullptr, 0) : 0;
+  const int size = MultiByteToWideChar(CP_ACP, 0, text.data(), length, nullptr, 0);
   Bstr wide(size > 0 ? SysAllocStringLen(nullptr, static_cast<UINT>(size)) : nullptr);
   if (!wide || MultiByteToWideChar(CP_ACP, 0, text.data(), length, wide.Get(), size) == 0) {
     throw KSV::CPluginException{KSV::kFailed};
@@ -45,15 +45,6 @@ std::optional<std::string> NarrowFromBstr(BSTR text) {
   if (!narrow) throw _com_error(E_OUTOFMEMORY);
   if (WideCharToMultiByte(CP_ACP, 0, text, -1, narrow.get(), size, nullptr, nullptr) == 0) ThrowLastError();
   return narrow.get();
-}
-
-void NormalizeOrigin(std::string& url) {
-  static constexpr char kAfterScheme[] = "://";
-  if (const size_t scheme = url.find(kAfterScheme); scheme != std::string::npos) {
-    if (const size_t path = url.find('/', scheme + 3); path != std::string::npos) url.resize(path);
-    url.replace(scheme, 3, 1, '_');
-  }
-  if (const size_t colon = url.find(':'); colon != std::string::npos) url[colon] = '_';
 }
 
 }  // namespace NorvoWebAPI

@@ -9,7 +9,7 @@
 
 namespace NorvoWebAPI {
 
-/// An owned automation string; null is the empty one.
+/// An owned automation string.
 using Bstr = Owner<BSTR, SysFreeString>;
 
 /// Wide form of a terminated text; a null text gives a null string. Throws `_com_error` with the system's error, or
@@ -21,8 +21,5 @@ Bstr BstrOfExactLength(const std::string& text);
 
 /// Narrow form of a wide string; null gives nothing. Throws as `BstrFromNarrow`.
 std::optional<std::string> NarrowFromBstr(BSTR text);
-
-/// Reduces a page address in place to scheme, "_", host and, with a port, "_" and the port.
-void NormalizeOrigin(std::string& url);
 
 }  // namespace NorvoWebAPI

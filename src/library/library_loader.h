@@ -12,8 +12,7 @@ namespace NorvoWebAPI {
 
 using Library = Owner<HMODULE, FreeLibrary>;
 
-/// A loaded library and the place of the name that it was found under. Empty when none could be loaded: the place is
-/// then behind the last.
+/// A loaded library and the index of its name. With no library the index is the number of names.
 struct FoundLibrary {
   Library library;
   size_t place = 0;
@@ -21,7 +20,7 @@ struct FoundLibrary {
   explicit operator bool() const { return static_cast<bool>(library); }
 };
 
-/// Where a library of this name lies in the folder, which is closed by a separator.
+/// The path of a library of this name in the folder, which ends in a separator.
 LibraryPath PathInFolder(const LibraryPath& folder, const WCHAR* name);
 
 /// Loads the first of the names that can be loaded from the folder.

@@ -1,8 +1,8 @@
 #include <stdexcept>
 
-#include "base/text.h"
 #include "page/scriptable.h"
 #include "script/host_values.h"
+#include "tokens/origin.h"
 
 namespace NorvoWebAPI::KSV {
 

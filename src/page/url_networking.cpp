@@ -1,6 +1,5 @@
 #include "page/url_networking.h"
 
-#include <new>
 #include <utility>
 
 #include "base/guarded_memory.h"
@@ -16,7 +15,7 @@ void DeleteQuietly(const std::string& path) {
   try {
     Platform::DeleteFile(path);
   } catch (...) {
-    // A file that stays behind costs its room, no more.
+    // The listener hears of the failed fetch either way.
   }
 }
 
@@ -27,28 +26,7 @@ uintptr_t NumberOf(void* hostWord) {
   return reinterpret_cast<uintptr_t>(hostWord);
 }
 
-bool Grow(std::vector<uint8_t>& data, size_t count) {
-  try {
-    data.resize(data.size() + count);
-    return true;
-  } catch (const std::bad_alloc&) {
-    return false;
-  }
-}
-
 }  // namespace
-
-URLNetworking::URLStream::~URLStream() {
-  if (path.empty() || kept) return;
-  file.close();
-  DeleteQuietly(path);
-}
-
-bool URLNetworking::URLStream::KeepFile() {
-  file.close();
-  kept = file.good();
-  return kept;
-}
 
 bool URLNetworking::GetURLToMemory(const std::string& url, void* context, URLListener* listener) {
   return StartFetch(Kind::Memory, url, context, listener);
@@ -59,16 +37,9 @@ bool URLNetworking::GetURLToFile(const std::string& url, void* context, URLListe
 }
 
 bool URLNetworking::StartFetch(Kind kind, const std::string& url, void* context, URLListener* listener) {
-  if (ended) return false;
   const uintptr_t number = ++lastRequest;
   requests.emplace(number, URLRequest{kind, context, listener, nullptr});
-  bool started = false;
-  try {
-    started = npnFuncs->geturlnotify(npp, url.c_str(), nullptr, HostWord(number)) == NPERR_NO_ERROR;
-  } catch (...) {
-    requests.erase(number);
-    throw;
-  }
+  const bool started = npnFuncs->geturlnotify(npp, url.c_str(), nullptr, HostWord(number)) == NPERR_NO_ERROR;
   if (!started) requests.erase(number);
   return started;
 }
@@ -80,10 +51,7 @@ URLNetworking::URLStream* URLNetworking::StreamOf(const NPStream* stream) {
 
 NPError URLNetworking::NewStream(NPMIMEType /*type*/, NPStream* stream, NPBool /*seekable*/, uint16_t* /*stype*/) {
   const auto found = requests.find(NumberOf(stream->notifyData));
-  if (found == requests.end() || found->second.stream) {
-    stream->pdata = nullptr;
-    return NPERR_GENERIC_ERROR;
-  }
+  if (found == requests.end()) return NPERR_GENERIC_ERROR;
   auto opened = std::make_unique<URLStream>();
   if (found->second.kind == Kind::Memory) {
     opened->data = std::make_shared<std::vector<uint8_t>>();
@@ -98,21 +66,18 @@ NPError URLNetworking::NewStream(NPMIMEType /*type*/, NPStream* stream, NPBool /
 
 int32_t URLNetworking::WriteReady(NPStream* stream) {
   const URLStream* const open = StreamOf(stream);
-  return open ? static_cast<int32_t>(kMaxFetchBytes + 1 - open->received) : 0;
+  return open ? kMaxFetchBytes + 1 - open->received : 0;
 }
 
 int32_t URLNetworking::Write(NPStream* stream, int32_t offset, int32_t len, void* buffer) {
   URLStream* const open = StreamOf(stream);
-  if (!open || len < 0 || (!buffer && len > 0)) return -1;
+  if (!open) return -1;
   open->received += len;
   if (open->received > kMaxFetchBytes) return -1;
   if (open->data) {
     const size_t end = open->data->size();
-    if (offset < 0 || static_cast<size_t>(offset) != end) return -1;
-    if (!Grow(*open->data, static_cast<size_t>(len))) {
-      open->received = kMaxFetchBytes + int64_t{1};  // A body with a gap is none: no more of it is taken.
-      return -1;
-    }
+    if (static_cast<size_t>(offset) != end) return -1;
+    open->data->resize(end + static_cast<size_t>(len));
     Platform::memcpy(open->data->data() + end, static_cast<size_t>(len), buffer, static_cast<size_t>(len));
   } else {
     open->file.write(static_cast<const char*>(buffer), len);
@@ -121,33 +86,30 @@ int32_t URLNetworking::Write(NPStream* stream, int32_t offset, int32_t len, void
 }
 
 NPError URLNetworking::DestroyStream(NPStream* stream, NPReason reason) {
-  if (!StreamOf(stream)) return NPERR_NO_ERROR;
   // Taken out first: the listener may start the next fetch, and the host's notification still follows.
   auto taken = requests.extract(NumberOf(stream->pdata));
-  URLRequest& request = taken.mapped();
-  const bool done = reason == NPRES_DONE;
-  if (request.kind == Kind::Memory) {
-    request.listener->OnURLData(done, request.stream->data, request.context);
+  if (taken.empty()) return NPERR_NO_ERROR;
+  const auto& [kind, context, listener, open] = taken.mapped();
+  if (kind == Kind::Memory) {
+    listener->OnURLData(reason == NPRES_DONE, open->data, context);
     return NPERR_NO_ERROR;
   }
-  const std::string path = request.stream->path;
-  const bool ok = done && request.stream->KeepFile();
-  request.stream.reset();  // What failed is gone before the listener hears of it.
-  request.listener->OnURLFile(ok, path, request.context);
+  const bool ok = reason == NPRES_DONE && open->file.good();
+  open->file.close();
+  if (!ok) DeleteQuietly(open->path);
+  listener->OnURLFile(ok, open->path, context);
   return NPERR_NO_ERROR;
 }
 
 void URLNetworking::URLNotify(const char* /*url*/, NPReason reason, void* notifyData) {
-  const auto found = requests.find(NumberOf(notifyData));
-  // A fetch that had a stream has been told of its end there, or will be.
-  if (found == requests.end() || found->second.stream) return;
-  const URLRequest request = std::move(found->second);
-  requests.erase(found);
-  if (reason == NPRES_DONE) return;
-  if (request.kind == Kind::Memory) {
-    request.listener->OnURLData(false, std::make_shared<std::vector<uint8_t>>(), request.context);
+  // Finds nothing when the fetch had a stream: the listener has heard of its end.
+  const auto taken = requests.extract(NumberOf(notifyData));
+  if (taken.empty() || reason == NPRES_DONE) return;
+  const auto& [kind, context, listener, open] = taken.mapped();
+  if (kind == Kind::Memory) {
+    listener->OnURLData(false, std::make_shared<std::vector<uint8_t>>(), context);
   } else {
-    request.listener->OnURLFile(false, "<unknown>", request.context);
+    listener->OnURLFile(false, "<unknown>", context);
   }
 }
 

@@ -16,7 +16,7 @@ class URLListener {
  public:
   /// The bytes of a fetch to memory; none when `ok` is false and no stream came.
   virtual void OnURLData(bool ok, std::shared_ptr<std::vector<uint8_t>> data, void* context) = 0;
-  /// The file of a fetch to a file, gone when `ok` is false; "<unknown>" when no stream came.
+  /// The file of a fetch to a file, deleted when `ok` is false; "<unknown>" when no stream came.
   virtual void OnURLFile(bool ok, const std::string& path, void* context) = 0;
 
  protected:
@@ -24,19 +24,17 @@ class URLListener {
 };
 
 /// Fetches URLs through the host, each up to 2,000,000 bytes, and serves the host's stream calls for them. The host is
-/// given numbers, not addresses, so a late or foreign notification finds nothing. The browser's thread only.
+/// given numbers, not addresses, so a notification behind the end of a stream, or a stream that no fetch started, finds
+/// nothing. The browser's thread only.
 class URLNetworking {
  public:
   URLNetworking(NPP instance, const NPNetscapeFuncs* funcs) : npp(instance), npnFuncs(funcs) {}
   URLNetworking(const URLNetworking&) = delete;
   URLNetworking& operator=(const URLNetworking&) = delete;
-
-  /// True when the fetch started; `listener` then hears of its end, with `context`, and has to live until then. It
-  /// hears nothing of a fetch that the host ends well without ever having opened its stream. Only from inside a host
-  /// call.
+  /// True when the fetch started; `listener` is then told of its end, with `context`, and must live until then. It is
+  /// not told of a fetch that ends well without a stream, or that is under way when this object is destroyed.
   virtual bool GetURLToMemory(const std::string& url, void* context, URLListener* listener);
   virtual bool GetURLToFile(const std::string& url, void* context, URLListener* listener);
-  /// Fetches in flight end unheard, and their files with them.
   virtual ~URLNetworking() = default;
 
   virtual NPError NewStream(NPMIMEType type, NPStream* stream, NPBool seekable, uint16_t* stype);
@@ -46,32 +44,18 @@ class URLNetworking {
   virtual void URLNotify(const char* url, NPReason reason, void* notifyData);
 
  protected:
-  /// The host's instance has ended: fetches in flight end unheard, and none can start.
-  void EndFetches() {
-    ended = true;
-    requests.clear();
-  }
-
   NPP npp;
   const NPNetscapeFuncs* npnFuncs;
 
  private:
   enum class Kind { Memory, File };
 
-  /// What a fetch has brought so far. A file goes with its stream unless it was kept.
+  /// What a fetch has received so far.
   struct URLStream {
-    URLStream() = default;
-    URLStream(const URLStream&) = delete;
-    URLStream& operator=(const URLStream&) = delete;
-    ~URLStream();
-    /// Closes the file; false when some of it was not written.
-    bool KeepFile();
-
-    int64_t received = 0;  ///< Bytes that the host brought, refused ones too.
+    int32_t received = 0;  ///< Bytes that the host announced.
     std::shared_ptr<std::vector<uint8_t>> data;
     std::string path;
     std::ofstream file;
-    bool kept = false;
   };
 
   struct URLRequest {
@@ -84,9 +68,8 @@ class URLNetworking {
   bool StartFetch(Kind kind, const std::string& url, void* context, URLListener* listener);
   URLStream* StreamOf(const NPStream* stream);
 
-  bool ended = false;
+  uintptr_t lastRequest = 0;
   std::unordered_map<uintptr_t, URLRequest> requests;  ///< By the number that the host holds.
-  static inline uintptr_t lastRequest = 0;             ///< Of all instances: a host may use an ended one's record anew.
 };
 
 }  // namespace NorvoWebAPI

@@ -2,36 +2,27 @@
 
 #include <stdexcept>
 
-#include "base/owner.h"
 #include "base/product.h"
+#include "base/registry_key.h"
 
 namespace NorvoWebAPI::KSV::Registration {
 namespace {
 
-// Browsers ask for a name that starts with the maker's domain. The slash is no level of the tree.
+// Browsers expect a name that starts with the vendor's domain. The slash is a character of the key's name.
 constexpr char kPluginIdentifier[] = "@norvo.com/";
 
-using RegistryKey = Owner<HKEY, RegCloseKey>;
-
-LSTATUS OpenKey(HKEY parent, const char* name, REGSAM access, RegistryKey& key) {
-  HKEY opened = nullptr;
-  const LSTATUS error = RegOpenKeyExA(parent, name, 0, access, &opened);
-  if (error == ERROR_SUCCESS) key = RegistryKey(opened);
-  return error;
-}
-
 RegistryKey MakeKey(HKEY parent, const KeyEntry& entry) {
-  HKEY made = nullptr;
-  if (RegCreateKeyExA(parent, entry.name.c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE, KEY_ALL_ACCESS, nullptr, &made,
-                      nullptr) != ERROR_SUCCESS) {
+  RegistryKey key;
+  if (RegCreateKeyExA(parent, entry.name.c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE, KEY_ALL_ACCESS, nullptr,
+                      key.Put(), nullptr) != ERROR_SUCCESS) {
     throw std::runtime_error(entry.failure);
   }
-  return RegistryKey(made);
+  return key;
 }
 
 void WriteValue(HKEY parent, const ValueEntry& value) {
   RegistryKey key;
-  if (OpenKey(parent, "", KEY_SET_VALUE, key) != ERROR_SUCCESS ||
+  if (RegOpenKeyExA(parent, "", 0, KEY_SET_VALUE, key.Put()) != ERROR_SUCCESS ||
       RegSetValueExA(key.Get(), value.name, 0, REG_SZ, reinterpret_cast<const BYTE*>(value.data.data()),
                      static_cast<DWORD>(value.data.size())) != ERROR_SUCCESS) {
     throw std::runtime_error("Failed to create registry key values");
@@ -72,45 +63,9 @@ void WritePluginKeys(const std::string& shortName, const std::string& descriptio
   }
 }
 
-std::vector<Difference> CheckKeys(const std::vector<KeyEntry>& keys) {
-  std::vector<Difference> differences;
-  std::string name;
-  for (const KeyEntry& entry : keys) {
-    name += (name.empty() ? "" : "\\") + entry.name;
-    RegistryKey key;
-    if (const LSTATUS error = OpenKey(HKEY_LOCAL_MACHINE, name.c_str(), KEY_READ, key)) {
-      differences.push_back({name, "", error, "", ""});
-      break;
-    }
-    for (const auto& [value, expected] : entry.values) {
-      std::string found;
-      const LSTATUS error = ReadText(name, value, found);
-      if (error != ERROR_SUCCESS || found != expected) differences.push_back({name, value, error, expected, found});
-    }
-  }
-  return differences;
-}
-
-LSTATUS ReadText(const std::string& keyName, const char* value, std::string& text) {
-  RegistryKey key;
-  if (const LSTATUS error = OpenKey(HKEY_LOCAL_MACHINE, keyName.c_str(), KEY_READ, key)) return error;
-  DWORD type = REG_NONE;
-  DWORD size = 0;
-  if (const LSTATUS error = RegQueryValueExA(key.Get(), value, nullptr, &type, nullptr, &size)) return error;
-  if (type != REG_SZ) return ERROR_INVALID_DATA;
-  std::string read(size, '\0');
-  if (const LSTATUS error =
-          RegQueryValueExA(key.Get(), value, nullptr, &type, reinterpret_cast<BYTE*>(read.data()), &size)) {
-    return error;
-  }
-  // A text may be stored with its terminator or without.
-  text = read.c_str();
-  return ERROR_SUCCESS;
-}
-
 LSTATUS DeleteKeyTree(HKEY parent, const char* subKey) {
   RegistryKey key;
-  if (const LSTATUS error = OpenKey(parent, subKey, KEY_ALL_ACCESS, key)) return error;
+  if (const LSTATUS error = RegOpenKeyExA(parent, subKey, 0, KEY_ALL_ACCESS, key.Put())) return error;
   DWORD count = 0;
   DWORD longest = 0;
   if (const LSTATUS error = RegQueryInfoKeyA(key.Get(), nullptr, nullptr, nullptr, &count, &longest, nullptr, nullptr,
@@ -118,15 +73,13 @@ LSTATUS DeleteKeyTree(HKEY parent, const char* subKey) {
     return error;
   }
   std::string name(size_t{longest} + 1, '\0');
-  // The last first: those that are left keep their places.
+  // From the last to the first: a deletion moves the indices of those behind it.
   while (count-- > 0) {
     auto length = static_cast<DWORD>(name.size());
     if (const LSTATUS error =
             RegEnumKeyExA(key.Get(), count, name.data(), &length, nullptr, nullptr, nullptr, nullptr)) {
       return error;
     }
-    // A name that no call can open would lead back to this key.
-    if (name.front() == '\0') return ERROR_INVALID_DATA;
     if (const LSTATUS error = DeleteKeyTree(key.Get(), name.c_str())) return error;
   }
   return RegDeleteKeyA(parent, subKey);

@@ -3,6 +3,7 @@
 #include <stdexcept>
 
 #include "base/product.h"
+#include "registration/plugin_keys.h"
 
 namespace NorvoWebAPI::KSV::Registration {
 
@@ -13,14 +14,14 @@ std::string ReadInstallerFolder(MSIHANDLE installation) {
   if (MsiGetPropertyA(installation, kProperty, none, &length) != ERROR_MORE_DATA) {
     throw std::runtime_error("Failed to find the custom action's data");
   }
-  // The length reported leaves the terminator out, which needs its place in the buffer.
+  // The reported length is without the terminator, for which the buffer needs one more.
   std::string folder(size_t{length} + 1, '\0');
   length = static_cast<DWORD>(folder.size());
   if (MsiGetPropertyA(installation, kProperty, folder.data(), &length) != ERROR_SUCCESS) {
     throw std::runtime_error("Failed to read the custom action's data");
   }
   folder.resize(folder.find('\0'));
-  // Without a folder the path would lead to a file beside whatever program follows it.
+  // The path would be relative to the working folder of whatever browser reads it.
   if (folder.empty()) throw std::runtime_error("The custom action's data is empty");
   return folder;
 }
@@ -29,18 +30,8 @@ void RegisterModule(const std::string& folder) {
   WritePluginKeys(kShortName, kDescription, kVersion, folder + KSV_MODULE_FILE);
 }
 
-LSTATUS UnregisterModule() {
-  return DeleteKeyTree(HKEY_LOCAL_MACHINE, BuildPluginKeyName(kShortName, kVersion).c_str());
-}
-
-LSTATUS ReadRegisteredPath(std::string& path) {
-  return ReadText(BuildPluginKeyName(kShortName, kVersion), "Path", path);
-}
-
-std::vector<Difference> CheckRegistration() {
-  std::string path;
-  ReadRegisteredPath(path);
-  return CheckKeys(PluginKeys(kShortName, kDescription, kVersion, path));
+void UnregisterModule() {
+  DeleteKeyTree(HKEY_LOCAL_MACHINE, BuildPluginKeyName(kShortName, kVersion).c_str());
 }
 
 }  // namespace NorvoWebAPI::KSV::Registration

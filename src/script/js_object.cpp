@@ -1,12 +1,11 @@
 #include "script/js_object.h"
 
 #include <limits>
-#include <locale>
 #include <optional>
-#include <sstream>
 #include <stdexcept>
 #include <utility>
 
+#include "base/decimal.h"
 #include "script/errors.h"
 
 namespace NorvoWebAPI {
@@ -15,18 +14,10 @@ namespace {
 constexpr char kLength[] = "length";
 
 int32_t Truncate(double value) {
-  // What the processor gives for a value that has no place in 32 bits, made the rule.
+  // A value out of range gives the smallest number, as the processor's own conversion does.
   constexpr double kBelow = -2147483649.0;
   constexpr double kAbove = 2147483648.0;
   return value > kBelow && value < kAbove ? static_cast<int32_t>(value) : std::numeric_limits<int32_t>::min();
-}
-
-// Reads as a formatted stream does: leading blanks, a sign, then digits up to the first character that is none.
-std::optional<int32_t> ReadInteger(const std::string& key) {
-  std::istringstream stream(key);
-  stream.imbue(std::locale::classic());
-  int32_t number = 0;
-  return stream >> number ? std::optional(number) : std::nullopt;
 }
 
 bool IsIndex(int32_t number) {
@@ -34,7 +25,7 @@ bool IsIndex(int32_t number) {
 }
 
 uint32_t IndexOf(const std::string& key) {
-  const std::optional<int32_t> number = ReadInteger(key);
+  const std::optional<int32_t> number = ReadDecimal<int32_t>(key);
   if (!number) throw std::runtime_error("String not an integer");
   return static_cast<uint32_t>(*number);
 }
@@ -79,17 +70,8 @@ JSObject::JSObject(JSObject&& other) noexcept {
   Swap(other);
 }
 
-JSObject& JSObject::operator=(const JSObject& other) {
-  if (this != &other) {
-    JSObject copy(other);
-    Swap(copy);
-  }
-  return *this;
-}
-
-JSObject& JSObject::operator=(JSObject&& other) noexcept {
-  JSObject taken(std::move(other));  // It may be a member of this one.
-  Swap(taken);
+JSObject& JSObject::operator=(JSObject other) noexcept {
+  Swap(other);
   return *this;
 }
 
@@ -176,15 +158,10 @@ const std::string& JSObject::AsString() const {
 }
 
 bool JSObject::HasKey(const std::string& key) const {
-  try {
-    if (type == Type::Object) return objectValue->contains(key);
-    if (type != Type::Array) return false;
-    if (key == kLength) return true;
-    const std::optional<int32_t> number = ReadInteger(key);
-    return number && IsIndex(*number);
-  } catch (...) {
-    return false;
-  }
+  if (type == Type::Object) return objectValue->contains(key);
+  if (type != Type::Array) return false;
+  const std::optional<int32_t> number = ReadDecimal<int32_t>(key);
+  return key == kLength || (number && IsIndex(*number));
 }
 
 uint32_t JSObject::ElementCount() const {

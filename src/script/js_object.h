@@ -10,7 +10,7 @@ namespace NorvoWebAPI {
 
 class JSObject;
 
-/// A native function that script values can carry. `context` is not owned. True when it answered in `*result`.
+/// A native function that a script value can hold. `context` is not owned. True when it has filled `*result`.
 using JSFunction = bool (*)(void* context, std::vector<JSObject>* args, JSObject* result);
 
 /// The one value type of the program's logic: a tagged script value that copies deeply. One thread at a time.
@@ -21,7 +21,7 @@ class JSObject {
  public:
   enum class Type : int32_t { Int, Bool, Double, String, Null, Array, Function, Object };
 
-  /// Elements that an array may have. A page can name any index on a result, so growth has to end.
+  /// The largest element count of an Array. A page can name any index of a result.
   static constexpr uint32_t kMaxElements = 100'000;
 
   JSObject() = default;
@@ -34,8 +34,8 @@ class JSObject {
   JSObject(JSFunction function, void* context);
   JSObject(const JSObject& other);
   JSObject(JSObject&& other) noexcept;
-  JSObject& operator=(const JSObject& other);
-  JSObject& operator=(JSObject&& other) noexcept;
+  /// `other` may be this object or a part of it.
+  JSObject& operator=(JSObject other) noexcept;
   ~JSObject();
 
   /// The member under a key, made if absent; a Null becomes an Object first. On an Array the key is an index, or
@@ -56,8 +56,7 @@ class JSObject {
   [[nodiscard]] double ToDouble() const;
   /// Never converts: throws `std::bad_cast` for any other tag than String.
   [[nodiscard]] const std::string& AsString() const;
-  /// Whether `operator[]` would find the key without making it; for an Array, whether the key can be an index. Never
-  /// throws.
+  /// Whether an Object has the key; for an Array, whether the key is "length" or can be an index. Never throws.
   [[nodiscard]] bool HasKey(const std::string& key) const;
   /// The number of elements of an Array, else 0.
   [[nodiscard]] uint32_t ElementCount() const;
@@ -75,7 +74,7 @@ class JSObject {
   std::unique_ptr<std::vector<JSObject>> arrayValue;
   JSFunction function = nullptr;
   void* functionContext = nullptr;
-  std::unique_ptr<Members> objectValue;  ///< The members of an Object; for an Array only a place for "length".
+  std::unique_ptr<Members> objectValue;  ///< The members of an Object; of an Array, "length" alone.
 };
 
 }  // namespace NorvoWebAPI

@@ -3,7 +3,6 @@
 #include <array>
 #include <cstdlib>
 #include <functional>
-#include <limits>
 #include <stdexcept>
 
 #include "base/owner.h"
@@ -25,14 +24,14 @@ std::string ReadAppData() {
   return value;
 }
 
-// Removed for a folder that stays on this machine: the roaming profile travels with its user.
-std::string BesideRoaming(std::string folder) {
+// Takes off a last "\Roaming": the plug-in's data stays on this machine, the roaming profile follows its user.
+std::string WithoutRoaming(std::string folder) {
   static constexpr char kRoaming[] = "\\Roaming";
   if (folder.ends_with(kRoaming)) folder.resize(folder.size() - (sizeof kRoaming - 1));
   return folder;
 }
 
-// Makes the folder that `path` names up to `length`, and first those above it.
+// Makes the folder that the first `length` characters of `path` name, and first those above it.
 void MakeFolder(const std::string& path, size_t length) {
   const size_t above = path.rfind('\\', length - 1);
   if (above != std::string::npos && above != 0) MakeFolder(path, above);
@@ -71,9 +70,7 @@ bool FindInTree(const std::string& folder, const std::string& name) {
 const std::string& GetBasePath() {
   static std::string basePath;
   if (basePath.empty()) {
-    std::string path = Canonicalize(BesideRoaming(ReadAppData()) + "\\LocalLow\\Norvo\\webapi\\");
-    if (!path.ends_with('\\')) path += '\\';
-    basePath = std::move(path);
+    basePath = Canonicalize(WithoutRoaming(ReadAppData()) + "\\LocalLow\\Norvo\\webapi\\");
   }
   return basePath;
 }
@@ -83,11 +80,8 @@ std::string Canonicalize(const std::string& path) {
   const DWORD size = GetFullPathNameA(path.c_str(), 0, nullptr, nullptr);
   if (size == 0) throw std::runtime_error(kFailed);
   std::string full(size, '\0');
-  // More than before, if the working folder has changed meanwhile.
-  const DWORD length = GetFullPathNameA(path.c_str(), size, full.data(), nullptr);
-  if (length == 0 || length >= size) throw std::runtime_error(kFailed);
-  full.resize(length);
-  return full;
+  if (GetFullPathNameA(path.c_str(), size, full.data(), nullptr) == 0) throw std::runtime_error(kFailed);
+  return full.c_str();  // The size counts the terminator.
 }
 
 void CheckPath(const std::string& path) {
@@ -132,7 +126,7 @@ void WriteFile(const std::string& path, const uint8_t* bytes, uint16_t length) {
   CheckPath(path);
   std::ofstream file(SystemPath(path), std::ios::binary | std::ios::trunc);
   if (!file.is_open()) throw CPluginException{KSV::kTokenNotWritable};
-  // Written through at once: what the disk refuses must show while the file is still open.
+  // Flushed here: an error of a full disk must show before the file is closed.
   file.write(reinterpret_cast<const char*>(bytes), length).flush();
   if (!file) throw CPluginException{KSV::kFailed};
 }
@@ -141,21 +135,16 @@ uint32_t ReadFile(const std::string& path, std::unique_ptr<uint8_t[]>* buffer) {
   CheckPath(path);
   std::ifstream file = OpenForReading(path, std::ios::binary);
   if (!file.is_open()) throw CPluginException{KSV::kNoToken};
-  const std::streamoff size = file.seekg(0, std::ios::end).tellg();
-  if (size < 0 || size > std::numeric_limits<int32_t>::max()) throw std::runtime_error("Failed to size file");
-  auto bytes = std::make_unique<uint8_t[]>(static_cast<size_t>(size));
-  file.seekg(0).read(reinterpret_cast<char*>(bytes.get()), size);
-  if (!file) throw std::runtime_error("Failed to read file");
-  *buffer = std::move(bytes);
-  return static_cast<uint32_t>(size);
+  const auto length = static_cast<uint32_t>(file.seekg(0, std::ios::end).tellg());
+  *buffer = std::make_unique<uint8_t[]>(length);
+  file.seekg(0).read(reinterpret_cast<char*>(buffer->get()), length);
+  return length;
 }
 
 std::ifstream OpenForReading(const std::string& path, std::ios::openmode mode) {
   std::ifstream file;
-  // Some systems open a folder too, and wait for somebody at the other end of a pipe.
-  constexpr DWORD kNoFile = FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_DEVICE;
-  const DWORD attributes = GetFileAttributesA(path.c_str());
-  if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & kNoFile) == 0) file.open(SystemPath(path), mode);
+  // Some systems open a folder too. A path where nothing is has all attributes, this one included.
+  if ((GetFileAttributesA(path.c_str()) & FILE_ATTRIBUTE_DIRECTORY) == 0) file.open(SystemPath(path), mode);
   return file;
 }
 

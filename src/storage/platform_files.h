@@ -1,7 +1,6 @@
-/// The plug-in's only road to files of its own. All lie under one per-user folder, the base path, and every operation
-/// that takes a path proves first that it lies inside, but for `OpenForReading`. Paths are narrow texts in the ANSI
-/// code page with backslashes. Failures are `std::runtime_error`, or `CPluginException` where a code is named. The
-/// browser's thread only.
+/// The plug-in's own files. All lie under one per-user folder, the base path; every operation that takes a path, except
+/// `OpenForReading`, checks first that it lies inside. Paths are narrow texts in the ANSI code page with backslashes.
+/// Failures are `std::runtime_error`, or `CPluginException` where a code is named. The browser's thread only.
 #pragma once
 
 #include <cstdint>
@@ -31,11 +30,11 @@ void CreateDirectories(const std::string& path);
 /// Fails for a missing file too.
 void DeleteFile(const std::string& path);
 
-/// Whether a file of this exact name (case counts) lies in the folder, or in a folder of that name in it, and so on
-/// down. Names that start with a full stop are passed over.
+/// Whether the folder holds a file of this exact name (case counts). A folder of that name is searched for the same
+/// name in its turn. Names that start with a full stop are not found.
 bool FileExists(const std::string& folder, const std::string& name);
 
-/// Appends the bare names in the folder, folders included, but those that start with a full stop. False when the
+/// Appends the bare names of files and folders in the folder, except those that start with a full stop. False when the
 /// listing can't start or stops early.
 bool ListDirectory(const std::string& folder, std::vector<std::string>& names);
 
@@ -45,11 +44,10 @@ void WriteFile(const std::string& path, const uint8_t* bytes, uint16_t length);
 /// Reads the whole file into `buffer` and gives its length. Code 20 when it can't be opened.
 uint32_t ReadFile(const std::string& path, std::unique_ptr<uint8_t[]>* buffer);
 
-/// A stream on a file for reading, which need not lie inside the base path; not open for what is no file, such as a
-/// folder.
+/// A stream on a file, which need not lie inside the base path. It is not open when the path names no file.
 std::ifstream OpenForReading(const std::string& path, std::ios::openmode mode = std::ios::in);
 
-/// Where the updater writes the time of its last run for a platform; not checked for being there.
+/// The path of the file in which the updater writes the time of its last run for a platform. It may not exist.
 std::string GetLastUpdatePath(const std::string& suffix);
 
 }  // namespace NorvoWebAPI::Platform

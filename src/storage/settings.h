@@ -16,19 +16,14 @@ inline constexpr WCHAR kLibraryFolderValue[] = KSV_WIDE("FILELOCALE");
 /// `KsvPluginLogLevel`, or -1 when it can't be read. Above 0 the log is on.
 int32_t GetLogLevel();
 
-/// Reads `FILELOCALE`, the folder of the vendor's libraries. On entry `*length` is the room in `data` in bytes, on
-/// success the number of characters in front of the terminator. Gives 0, or -1 when there is no such text or it has
-/// no room with its terminator.
+/// Reads `FILELOCALE`, the folder of the vendor's libraries. On entry `*length` is the capacity of `data` in bytes, on
+/// success the number of characters without the terminator. Gives 0, or -1 for a null pointer, for a value that is no
+/// text, and for a text that doesn't fit with its terminator.
 int32_t GetLibraryFolder(WCHAR* data, uint32_t* length);
 
-/// Why the folder can't be read.
-enum class FolderFault { None, NoKey, NoValue, NoText, TooLong };
-/// As `GetLibraryFolder`, which gives -1 for every fault, but tells them apart. The pointers are not null.
-FolderFault ReadLibraryFolder(WCHAR* data, uint32_t* length);
-
-/// Trims white space and separators off the end and, for a 32-bit process on a 64-bit system, leads the first
-/// "Program Files\" to its 32-bit sister. On entry `*length` is the room in `path` in characters, on return the
-/// length of the text. Gives 0, or -1 for a null pointer.
+/// Trims white space and separators off the end and, for a 32-bit process on a 64-bit system, replaces the first
+/// "Program Files\" by "Program Files (x86)\". On entry `*length` is the capacity of `path` in characters, 1 or more,
+/// on return the length of the text, which is cut to fit. Gives 0, or -1 for a null pointer.
 int32_t FixLibraryFolder(WCHAR* path, uint32_t* length);
 
 /// A path that starts with the folder from the settings; everything appended is cut at 256 characters.
@@ -39,9 +34,9 @@ class LibraryPath {
   /// The characters that a folder in the settings may have.
   static constexpr uint32_t kMaxFolder = 127;
 
-  /// Takes the folder as the settings hold it. False when they hold none; `fault` then hears why.
-  bool ReadFolder(FolderFault* fault = nullptr);
-  /// Takes the folder made fit for loading: fixed, and closed by one separator. False when the settings hold none.
+  /// Takes the folder as the settings hold it. False when they hold none.
+  bool ReadFolder();
+  /// Takes the folder for loading: fixed, and with one separator at its end. False when the settings hold none.
   bool ReadLoadFolder();
   void Append(const WCHAR* text);
   [[nodiscard]] const WCHAR* c_str() const { return text.data(); }

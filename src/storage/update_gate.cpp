@@ -1,9 +1,9 @@
 #include "storage/update_gate.h"
 
 #include <fstream>
-#include <locale>
 #include <stdexcept>
 
+#include "base/decimal.h"
 #include "platform/win32.h"
 #include "storage/platform_files.h"
 
@@ -12,15 +12,14 @@ namespace NorvoWebAPI::Platform {
 int64_t ReadLastUpdate(const std::string& suffix) {
   std::ifstream file = OpenForReading(GetLastUpdatePath(suffix));
   if (!file.is_open()) throw std::runtime_error("Failed to read lastUpdate time file");
-  // The host may have set a locale whose numbers are grouped.
-  file.imbue(std::locale::classic());
-  int64_t seconds = 0;
-  // A number out of range would read as the largest one, which is no time of an update.
-  return file >> seconds ? seconds : 0;
+  std::string text;
+  file >> text;
+  return ReadDecimal<int64_t>(text).value_or(0);
 }
 
 bool IsUpdateOverdue(const std::string& suffix) {
   try {
+    // Not by the difference of the two: it may be out of range.
     return ReadLastUpdate(suffix) <= _time64(nullptr) - kMaxUpdateAge;
   } catch (...) {
     return true;

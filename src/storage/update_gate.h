@@ -8,7 +8,8 @@ namespace NorvoWebAPI::Platform {
 /// The age in seconds from which on an update is too old: 48 hours.
 inline constexpr int64_t kMaxUpdateAge = 172'800;
 
-/// When the updater last ran for the platform `suffix`, in seconds since 1970 UTC; 0 when its file holds no time.
+/// When the updater last ran for the platform `suffix`, in seconds since 1970 UTC; 0 when its file holds no number, or
+/// one out of range.
 /// Throws `std::runtime_error` when the file can't be read.
 int64_t ReadLastUpdate(const std::string& suffix);
 

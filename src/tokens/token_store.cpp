@@ -16,57 +16,50 @@ std::string Root() {
   return Platform::GetBasePath() + "KSV_tokens";
 }
 
-// One name, and so one folder below the root. An address without a host keeps its slashes in the origin's text, and
-// could lead into the folder of another origin by them; the root itself is nobody's.
-bool IsOneName(std::string_view domain) {
-  return !domain.empty() && domain.find_first_of("\\/") == std::string_view::npos && domain != "." && domain != "..";
+// False for an origin with a slash, as the address of a page without a host keeps them: it could lead into the folder
+// of another origin. An empty one would lead to the root, which belongs to no page.
+bool HasFolder(std::string_view domain) {
+  return !domain.empty() && domain.find_first_of("\\/") == std::string_view::npos;
+}
+
+void Demand(bool isGoodDomain) {
+  if (!isGoodDomain) throw CPluginException{kBadDomain};
 }
 
 std::string FolderOf(const char* domain) {
-  if (!IsOneName(domain)) throw CPluginException{kBadDomain};
+  Demand(HasFolder(domain));
   return Root() + "\\" + domain;
 }
 
-void WriteNew(const std::string& folder, const char* fileName, const uint8_t* bytes, uint16_t length) {
-  const std::string path = Platform::Canonicalize(folder + "\\" + fileName);
-  Platform::CheckPath(path);
-  // A name that leads elsewhere is not in the folder, but what lies where it leads must not be written over either.
-  if (Platform::FileExists(folder, fileName) || Platform::OpenForReading(path).is_open()) {
-    throw CPluginException{kTokenExists};
-  }
-  Platform::CreateDirectories(folder);
-  Platform::WriteFile(path, bytes, length);
-}
-
-void DemandLength(const char* domain) {
-  if (std::strlen(domain) > kMaxDomainLength) throw CPluginException{kBadDomain};
-}
-
-// A second domain comes from the page, where the first is the host's word.
-void DemandPlainCharacters(std::string_view domain) {
+bool HasPlainCharacters(std::string_view domain) {
   static constexpr std::string_view kAllowed = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_.-";
-  if (domain.empty() || domain.find_first_not_of(kAllowed) != std::string_view::npos) {
-    throw CPluginException{kBadDomain};
-  }
+  return domain.find_first_not_of(kAllowed) == std::string_view::npos;
+}
+
+void WriteNew(const std::string& folder, const char* fileName, const uint8_t* bytes, uint16_t length) {
+  if (Platform::FileExists(folder, fileName)) throw CPluginException{kTokenExists};
+  Platform::CreateDirectories(folder);
+  const std::string path = folder + "\\" + fileName;
+  // A name may lead to an existing file by ".." or by characters that the system ignores. It is not written over, and
+  // outside the base path the page doesn't learn that it exists.
+  Platform::CheckPath(path);
+  if (Platform::OpenForReading(path).is_open()) throw CPluginException{kTokenExists};
+  Platform::WriteFile(path, bytes, length);
 }
 
 }  // namespace
 
 void Write(const char* domain, const char* secondDomain, const char* fileName, const uint8_t* bytes, uint16_t length) {
-  if (!domain) {
-    WriteNew(Root(), fileName, bytes, length);
-    return;
-  }
-  DemandLength(domain);
+  if (!domain) return WriteNew(Root(), fileName, bytes, length);
+  Demand(std::strlen(domain) <= kMaxDomainLength);
   WriteNew(FolderOf(domain), fileName, bytes, length);
   if (!secondDomain) return;
-  DemandLength(secondDomain);
-  DemandPlainCharacters(secondDomain);
+  Demand(std::strlen(secondDomain) <= kMaxDomainLength && HasPlainCharacters(secondDomain));
   WriteNew(FolderOf(secondDomain), fileName, bytes, length);
 }
 
 uint32_t Read(const char* domain, const char* fileName, std::unique_ptr<uint8_t[]>* buffer) {
-  std::string folder = IsOneName(domain) ? FolderOf(domain) : Root();
+  std::string folder = HasFolder(domain) ? FolderOf(domain) : Root();
   if (!Platform::FileExists(folder, fileName)) {
     folder = Root();
     if (!Platform::FileExists(folder, fileName)) throw CPluginException{kNoToken};

@@ -1,5 +1,5 @@
-/// Encrypted tokens on disk, one raw file each: `KSV_tokens` under the base path, and in it one folder a domain. A
-/// domain is one name (code 19 for one with a separator, or "." or ".."); a file name is taken as given. The file layer
+/// Encrypted tokens on disk, one raw file each: `KSV_tokens` under the base path, and in it one folder for each domain.
+/// A domain that is empty or holds a separator has no folder (code 19). A file name is taken as given. The file layer
 /// keeps every path inside the base path, and its failures pass on. Other failures are `CPluginException`.
 #pragma once
 
@@ -14,16 +14,16 @@ namespace NorvoWebAPI::KSV::TokenStore {
 
 /// Writes into the domain's folder, or the root for a null domain, and then a copy for the second domain if it isn't
 /// null. A failure at the second leaves the first copy standing.
-/// Codes: 18 the name is taken, 19 a domain over 127 bytes or a second one of other characters than letters, digits,
-/// "_", "." and "-", 21 and 13 as the file layer gives them.
+/// Codes: 18 the name leads to a file that exists, 19 a domain over 127 bytes or a second one with other characters
+/// than letters, digits, "_", "." and "-", 21 and 13 as the file layer gives them.
 void Write(const char* domain, const char* secondDomain, const char* fileName, const uint8_t* bytes, uint16_t length);
 
-/// Reads the domain's file of that name, else the root's, and gives its length; a domain that is no one name has no
-/// folder, and gets no code 19 here. Code 20: in neither.
+/// Reads the domain's file of that name, else the root's, and gives its length. A domain without a folder reads from
+/// the root, without code 19. Code 20: in neither.
 uint32_t Read(const char* domain, const char* fileName, std::unique_ptr<uint8_t[]>* buffer);
 
-/// A token from where a page may have it: the bytes of its Base64 `text`, else the domain's file of that name, which is
-/// not looked at when there is a text. With neither, no buffer.
+/// The token of a page: the bytes of its Base64 `text`; without a text, the domain's file of that name. No buffer with
+/// neither.
 ByteBuffer Take(const char* text, int32_t length, const char* domain, const char* fileName);
 
 /// Appends the names in the domain's folder, as `Platform::ListDirectory`.
