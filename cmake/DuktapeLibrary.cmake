@@ -20,4 +20,6 @@ file(CONFIGURE OUTPUT "${ksv_duktape_folder}/duk_config.h" CONTENT "${ksv_duktap
 
 add_library(ksv_duktape STATIC "${ksv_duktape_folder}/duktape.cpp")
 target_include_directories(ksv_duktape SYSTEM PUBLIC "${ksv_duktape_folder}")
-target_compile_options(ksv_duktape PRIVATE -w)  # another project's code: its warnings are not ours to keep clean
+# Another project's code: its warnings are not ours to keep clean.
+target_compile_options(ksv_duktape PRIVATE -w)
+set_target_properties(ksv_duktape PROPERTIES CXX_CLANG_TIDY "")
