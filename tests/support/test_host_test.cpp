@@ -13,7 +13,14 @@ using namespace support;
 
 namespace {
 
-NPClass ownClass{};
+// One object without memory of its own, so that a test may leave it over.
+NPObject ownObject;
+NPClass ownClass = [] {
+  NPClass table{};
+  table.allocate = [](NPP, NPClass*) { return &ownObject; };
+  table.deallocate = [](NPObject*) {};
+  return table;
+}();
 
 NPObject* PluginObject(TestHost& host) {
   return host.Funcs().createobject(host.NewInstance(), &ownClass);
