@@ -61,9 +61,9 @@ TEST_F(DisplayFaultsTest, WhatThePageDidInsideACallStands) {
 }
 
 TEST_F(DisplayFaultsTest, PageIsFoundOnItsOwnThreadAlone) {
-  using NorvoWebAPI::KSV::FindPageByWindow;
-  ASSERT_NE(FindPageByWindow(window.handle()), nullptr);
-  std::thread([&] { EXPECT_EQ(FindPageByWindow(window.handle()), nullptr); }).join();
+  using NorvoWebAPI::KSV::FindScriptableByWindow;
+  ASSERT_NE(FindScriptableByWindow(window.handle()), nullptr);
+  std::thread([&] { EXPECT_EQ(FindScriptableByWindow(window.handle()), nullptr); }).join();
 }
 
 TEST_F(DisplayFaultsTest, MessageCausesNoMoreThanSixteenRepaints) {

@@ -11,7 +11,7 @@
 #include "tests/support/paths.h"
 
 using namespace support;
-using NorvoWebAPI::KSV::FindPageByWindow;
+using NorvoWebAPI::KSV::FindScriptableByWindow;
 using NorvoWebAPI::KSV::Plugin;
 
 namespace {
@@ -96,7 +96,7 @@ TEST_F(ModuleTest, EntriesAnswerWithoutAnInstance) {
     module.urlnotify(npp, "", NPRES_DONE, nullptr);
   }
   EXPECT_EQ(out, nullptr);
-  EXPECT_EQ(FindPageByWindow(nullptr), nullptr);
+  EXPECT_EQ(FindScriptableByWindow(nullptr), nullptr);
 }
 
 TEST_F(ModuleTest, InstanceAnswersForItself) {
@@ -158,15 +158,15 @@ TEST_F(ModuleTest, WindowsLeadToTheirPages) {
     NPWindow window{};
     window.window = &second;
     EXPECT_EQ(Module().setwindow(page.Instance(), &window), NPERR_NO_ERROR);
-    EXPECT_EQ(FindPageByWindow(handle(first)), scriptable);
-    EXPECT_EQ(FindPageByWindow(handle(second)), scriptable);
+    EXPECT_EQ(FindScriptableByWindow(handle(first)), scriptable);
+    EXPECT_EQ(FindScriptableByWindow(handle(second)), scriptable);
     page.Destroy();
     EXPECT_EQ(page.Read("version").Show(), "'5.0.5'");
     EXPECT_EQ(page.Call("zubEnumerateTokensDomainBinding").Show(), "pluginRetCode=13") << "its origin is gone";
     EXPECT_EQ(Module().destroy(page.Instance(), nullptr), NPERR_NO_ERROR);
   }
   for (int* const window : {&first, &second}) {
-    EXPECT_EQ(FindPageByWindow(handle(*window)), nullptr) << "no entry may lead to an ended page";
+    EXPECT_EQ(FindScriptableByWindow(handle(*window)), nullptr) << "no entry may lead to an ended page";
   }
 }
 

@@ -5,11 +5,10 @@
 namespace NorvoWebAPI::KSV {
 
 Outcome CKSVPluginZUB::StartInstance(const char* name, InstanceEventCallback callback, void* context,
-                                     JSObject& result) {
+                                     uint32_t& instanceId, JSObject& result) {
   return Run("StartInstance", entries.StartInstance3, CodedExceptions::BadAlloc, [&](Outcome& outcome) {
-    uint32_t instanceId = 0;
     outcome.status = entries.StartInstance3(name, callback, context, &instanceId);
-    result[kInstanceIdKey] = JSObject(static_cast<int32_t>(instanceId));
+    result["instanceID"] = JSObject(static_cast<int32_t>(instanceId));
   });
 }
 

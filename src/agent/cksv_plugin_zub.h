@@ -14,9 +14,6 @@ namespace NorvoWebAPI::KSV {
 
 inline constexpr char kAgentLogTag[] = "pZUB";
 
-/// Under this key `StartInstance` stores the id, once the library has been called.
-inline constexpr char kInstanceIdKey[] = "instanceID";
-
 /// The log line at an operation's end: its name and its codes.
 inline void LogOutcome(bool enabled, const char* tag, const char* word, const Outcome& outcome) {
   DebugLog(enabled, tag, "%s:%d, %d\n", word, outcome.pluginCode, outcome.status);
@@ -70,8 +67,10 @@ class CKSVPluginZUB {
   Outcome Install(const char* appletId, const char* b64Text, int32_t textLength);
   Outcome Uninstall(const char* appletId);
 
-  /// `callback` may be null; the library hands `context` back to it, on threads of its own.
-  Outcome StartInstance(const char* name, InstanceEventCallback callback, void* context, JSObject& result);
+  /// `callback` may be null; the library hands `context` back to it, on threads of its own. `instanceId` means
+  /// something only after success.
+  Outcome StartInstance(const char* name, InstanceEventCallback callback, void* context, uint32_t& instanceId,
+                        JSObject& result);
   Outcome StopInstance(uint32_t instanceId, JSObject& result);
   Outcome RegisterCallback(const char* name, AgentEventCallback callback);
   Outcome UnregisterCallback(const char* name);

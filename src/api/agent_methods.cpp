@@ -5,6 +5,7 @@
 
 #include "base/debug_log.h"
 #include "base/result_codes.h"
+#include "hooks/event_delivery.h"
 #include "hooks/event_template.h"
 #include "page/init_count.h"
 #include "page/script_call.h"
@@ -42,31 +43,35 @@ void EndSession(ScriptCall& call, const std::string& domain, const std::string& 
 void Init(ScriptCall& call) {
   call.result.Set(call.scriptable.Agent().Init());
   if (call.result.status == kAgentOk) {
-    agentInitCount.Add(call.scriptable.Life(), [&] { call.scriptable.Agent().Deinit(); });
+    agentInitCount.AddOrUndo(call.scriptable.Life(), [&] { call.scriptable.Agent().Deinit(); });
   }
   LogInitCount(call, "Init");
 }
 
 void DeInit(ScriptCall& call) {
-  const EventTemplate::Page& page = call.scriptable.SharedLife();
+  const std::shared_ptr<PageLife>& life = call.scriptable.SharedLife();
   CKSVPluginZUB& agent = call.scriptable.Agent();
-  if (agentInitCount.Total() > 1) {
-    if (call.scriptable.IsInstanceGeneration()) {
-      EventTemplate::StopPluginInstances(page, agent);
-    } else {
-      EventTemplate::UnRegisterPlugin(page, agent);
-    }
-    agentInitCount.GiveBackOne(*page);
-  } else if (agentInitCount.Total() == 1 && page->initialised) {
-    if (call.scriptable.IsInstanceGeneration()) {
-      EventTemplate::ClearInstanceEvents(page);
-    } else {
-      EventTemplate::ClearEvents();
-    }
-    agent.Deinit();
-    agentInitCount.Reset(*page);
+  const NoWaitScope releasing;
+  switch (agentInitCount.Decrement(*life)) {
+    case InitCount::Release::OneOfSeveral:
+      if (call.scriptable.IsInstanceGeneration()) {
+        EventTemplate::StopPluginInstances(*life, agent, call.result.keys);
+      } else {
+        EventTemplate::UnRegisterPlugin(*life, agent);
+      }
+      break;
+    case InitCount::Release::Last:
+      if (call.scriptable.IsInstanceGeneration()) {
+        EventTemplate::ClearInstanceEvents(*life);
+      } else {
+        EventTemplate::ClearEvents();
+      }
+      agent.Deinit();
+      break;
+    case InitCount::Release::Nothing:
+      break;
   }
-  // The page learns nothing of a failed release: there is nothing that it could do about it.
+  // Always 0 and 0: a failed release is not reported.
   call.result.Set({kPluginOk, kAgentOk});
   LogInitCount(call, "DeInit");
 }

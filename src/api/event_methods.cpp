@@ -1,4 +1,5 @@
 // The script methods for events and instances.
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -19,26 +20,20 @@ std::string DemandName(const ScriptCall& call) {
   return name;
 }
 
-void Register(ScriptCall& call, const std::string& name) {
-  const EventTemplate::Page& page = call.scriptable.SharedLife();
+Outcome Register(ScriptCall& call, const std::string& name) {
+  const std::shared_ptr<PageLife>& life = call.scriptable.SharedLife();
   CKSVPluginZUB& agent = call.scriptable.Agent();
-  if (!call.scriptable.IsInstanceGeneration()) {
-    call.result.Set(EventTemplate::RegisterEvent(name, page, agent));
-    return;
-  }
-  const Outcome outcome = EventTemplate::StartInstanceEvent(name, page, agent, call.result.keys);
-  call.result.Set(outcome);
-  if (outcome.Succeeded()) {
-    page->instanceMap.Insert(name, {static_cast<uint32_t>(call.result.keys[kInstanceIdKey].ToInt()), true});
-  }
+  if (!call.scriptable.IsInstanceGeneration()) return EventTemplate::RegisterEvent(name, life, agent);
+  if (life->instanceMap.Find(name)) throw CPluginException{kEventRegistrationFailed};
+  return EventTemplate::StartInstanceEvent(name, life, agent, call.result.keys);
 }
 
-void Unregister(ScriptCall& call, const std::string& name) {
-  const EventTemplate::Page& page = call.scriptable.SharedLife();
+Outcome Unregister(ScriptCall& call, const std::string& name) {
+  PageLife& life = call.scriptable.Life();
   CKSVPluginZUB& agent = call.scriptable.Agent();
-  call.result.Set(call.scriptable.IsInstanceGeneration()
-                      ? EventTemplate::UnRegisterInstanceEvent(name, page, agent, call.result.keys)
-                      : EventTemplate::UnRegisterEvent(name, page, agent));
+  return call.scriptable.IsInstanceGeneration()
+             ? EventTemplate::UnRegisterInstanceEvent(name, life, agent, call.result.keys)
+             : EventTemplate::UnRegisterEvent(name, agent);
 }
 
 }  // namespace
@@ -50,9 +45,7 @@ void RegisterEventCallback(ScriptCall& call) {
   if (!call.scriptable.Life().window) return;
   call.scriptable.agentEventCallback = call.scriptable.BridgeTo(function);
   try {
-    Register(call, name);
-    // The library may have let the host end the page.
-    call.scriptable.Life().DemandAlive();
+    call.result.Set(Register(call, name));
   } catch (const CPluginException&) {
     throw;
   } catch (...) {
@@ -63,25 +56,30 @@ void RegisterEventCallback(ScriptCall& call) {
     }
     throw;
   }
+  // The host may have destroyed the instance during the library's call.
+  if (call.scriptable.Life().HasEnded()) {
+    EventTemplate::ForgetPage(call.scriptable.Life(), call.scriptable.Agent());
+    throw CPluginException{kFailed};
+  }
 }
 
 void UnRegisterEventCallback(ScriptCall& call) {
-  Unregister(call, DemandName(call));
+  call.result.Set(Unregister(call, DemandName(call)));
 }
 
 void StopInstance(ScriptCall& call) {
   const auto instanceId = static_cast<uint32_t>(call.Number(0));
-  const ReleaseScope releasing;
+  const NoWaitScope releasing;
   const Outcome outcome = call.scriptable.Agent().StopInstance(instanceId, call.result.keys);
   call.result.Set(outcome);
-  if (outcome.Succeeded()) EventTemplate::ReleaseInstance(call.scriptable.SharedLife(), instanceId);
+  if (outcome.Succeeded()) EventTemplate::ReleaseInstance(call.scriptable.Life(), instanceId);
 }
 
 void GetInstanceID(ScriptCall& call) {
   call.result.Set({kPluginOk, kAgentOk});
   // Demanded here, not by the row: a name that is no text leaves the status above beside its code 13.
   const std::optional<InstanceRecord> instance = call.scriptable.Life().instanceMap.Find(call.String(0).c_str());
-  call.result.keys[kInstanceIdKey] = JSObject(static_cast<int32_t>(instance ? instance->instanceId : 0));
+  call.result.keys["instanceID"] = JSObject(static_cast<int32_t>(instance ? instance->instanceId : 0));
 }
 
 }  // namespace NorvoWebAPI::KSV::AgentMethods

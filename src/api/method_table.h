@@ -103,9 +103,9 @@ inline constexpr MethodRow kMethods[] = {
      .answer = ResultStartingFailed, .atEntry = DisplayMethods::EnterProcessRemote},
     {.name = "wysGetButtonUpCount", .operation = DisplayMethods::GetButtonUpCount, .arity = IgnoresArguments},
     {.name = "setRepaintImageCallback", .operation = DisplayMethods::SetRepaintImageCallback,
-     .arguments = {{Function, "callback"}}, .answer = None},
+     .arguments = {{Function, "callback"}}, .arity = AllowsExtraArguments, .answer = None},
     {.name = "setDisplayEventsCallback", .operation = DisplayMethods::SetDisplayEventsCallback,
-     .arguments = {{Function, "callback"}}, .answer = None},
+     .arguments = {{Function, "callback"}}, .arity = AllowsExtraArguments, .answer = None},
 };
 // clang-format on
 

@@ -8,26 +8,17 @@
 namespace NorvoWebAPI::KSV {
 namespace {
 
-// Runs a de-initialisation for the page, with two exceptions: the library's only user takes it down however often it
-// was initialised, and the last initialisation stays if it is another page's.
-void GiveBack(Scriptable& page, InitCount& count, const MethodRow& deInit) {
-  PageLife& life = page.Life();
-  const bool isOnlyUser = count.IsOnlyUser(life);
-  if (isOnlyUser) count.LeaveLast(life);
-  if (isOnlyUser || count.Total() > 1) page.RunMethod(deInit, nullptr, 0, nullptr);
-  count.Forget(life);
+void ReleaseInitialisations(Scriptable& object, InitCount& count, const MethodRow& deInit) {
+  if (count.PreparePageEnd(object.Life())) object.RunMethod(deInit, nullptr, 0, nullptr);
 }
 
 }  // namespace
 
-void EndPage(Scriptable& page) {
-  GiveBack(page, agentInitCount, RowOf("zubDeInit"));
-  try {
-    EventTemplate::ForgetPage(page.SharedLife(), page.Agent());
-  } catch (...) {
-    // Out of memory: the library keeps a name, whose events find no page.
-  }
-  GiveBack(page, displayInitCount, RowOf("wysDeInit"));
+void EndPage(Scriptable& object) {
+  ReleaseInitialisations(object, agentInitCount, RowOf("zubDeInit"));
+  EventTemplate::ForgetPage(object.Life(), object.Agent());
+  ReleaseInitialisations(object, displayInitCount, RowOf("wysDeInit"));
+  object.Life().released = true;
 }
 
 }  // namespace NorvoWebAPI::KSV

@@ -1,14 +1,15 @@
 #include "hooks/event_delivery.h"
 
-#include <algorithm>
 #include <array>
 #include <chrono>
 #include <condition_variable>
 #include <cstring>
 #include <mutex>
+#include <optional>
 #include <stdexcept>
 #include <unordered_map>
 #include <utility>
+#include <vector>
 
 #include "base/base64.h"
 #include "base/debug_log.h"
@@ -24,6 +25,8 @@ namespace {
 constexpr size_t kMaxNameBytes = 32;
 // A page's function may run for any time, behind a dialog even; a thread of the library must not wait that long.
 constexpr std::chrono::seconds kMaxBusyWait{1};
+// The system's own limit for the messages of a queue. Without a hook, messages leave the queue but their records stay.
+constexpr size_t kMaxRecordsWithoutHook = 10'000;
 
 struct AgentEvent {
   std::weak_ptr<PageLife> page;
@@ -34,13 +37,23 @@ struct AgentEvent {
 };
 
 template <typename Key>
-using Routes = std::unordered_map<Key, std::weak_ptr<PageLife>>;
+struct Routes {
+  std::unordered_map<Key, std::weak_ptr<PageLife>> pages;
 
-template <typename Key>
-std::shared_ptr<PageLife> PageOf(const Routes<Key>& routes, const Key& key) {
-  const auto found = routes.find(key);
-  return found == routes.end() ? nullptr : found->second.lock();
-}
+  std::shared_ptr<PageLife> PageOf(const Key& key) const {
+    const auto found = pages.find(key);
+    return found == pages.end() ? nullptr : found->second.lock();
+  }
+  // True when this leaves the map empty.
+  bool Release(const Key& key) {
+    if (pages.empty()) return false;
+    pages.erase(key);
+    return pages.empty();
+  }
+  void Forget(const PageLife& life) {
+    std::erase_if(pages, [&](const auto& entry) { return entry.second.lock().get() == &life; });
+  }
+};
 
 // What the library's threads, the hook and the browser's thread share.
 struct EventState {
@@ -52,7 +65,7 @@ struct EventState {
   HHOOK eventHook = nullptr;
   bool eventBusy = false;
   DWORD busyThread = 0;
-  uint32_t releases = 0;  // Calls of the library that may wait for its callbacks.
+  uint32_t noWaitScopes = 0;
   std::condition_variable idle;
 };
 
@@ -70,36 +83,38 @@ std::unique_ptr<AgentEvent> CopyEvent(uint32_t instanceId, const char* name, uin
   return event;
 }
 
-// Waits for a running delivery to end. False when it doesn't in time, and on its own thread, which would wait for
-// itself.
-bool WaitUntilIdle(std::unique_lock<std::mutex>& lock) {
-  if (state->eventBusy && state->busyThread == GetCurrentThreadId()) return false;
-  return state->idle.wait_for(lock, kMaxBusyWait, [] { return !state->eventBusy || state->releases > 0; }) &&
-         !state->eventBusy;
+// Waits until no delivery runs, for a limited time and not on the delivering thread, which would wait for itself.
+void WaitUntilIdle(std::unique_lock<std::mutex>& lock) {
+  if (state->eventBusy && state->busyThread == GetCurrentThreadId()) return;
+  state->idle.wait_for(lock, kMaxBusyWait, [] { return !state->eventBusy || state->noWaitScopes > 0; });
 }
 
 // Posts the event to the window of its page. True when the system was asked to.
 template <typename Key>
 bool Post(const Routes<Key>& routes, const Key& key, std::unique_ptr<AgentEvent> event) {
   const auto address = reinterpret_cast<WPARAM>(event.get());
+  std::shared_ptr<PageLife> life;
   HWND window = nullptr;
   {
     std::unique_lock lock(state->mutex);
-    if (!PageOf(routes, key) || !WaitUntilIdle(lock)) return false;
-    const std::shared_ptr<PageLife> page = PageOf(routes, key);
-    if (page) window = page->window;
-    if (!window) return false;
-    event->page = page;
+    if (!routes.PageOf(key)) return false;
+    WaitUntilIdle(lock);
+    life = routes.PageOf(key);
+    if (life) window = life->window;
+    if (!window || (!state->eventHook && state->records.size() >= kMaxRecordsWithoutHook)) return false;
+    event->page = life;
     state->records.emplace(address, std::move(event));
   }
   if (!PostMessageA(window, WM_AGENT_EVENT, address, 0)) {
     const std::lock_guard lock(state->mutex);
-    state->records.erase(address);
+    // The page may have ended meanwhile, and the address be another page's record.
+    const auto found = state->records.find(address);
+    if (found != state->records.end() && found->second->page.lock() == life) state->records.erase(found);
   }
   return true;
 }
 
-// The guard of the library's entries.
+// The guard of the library's callbacks.
 template <typename Work>
 void OnLibraryThread(Work work) noexcept {
   try {
@@ -110,44 +125,43 @@ void OnLibraryThread(Work work) noexcept {
   }
 }
 
-// Takes a posted event and starts its delivery. Nothing for a message without a record, during a delivery, and on
-// another thread than the page's; a message that leaves the queue there takes its record with it.
-std::unique_ptr<AgentEvent> BeginDelivery(const MSG& message, bool leavesQueue) {
+struct Delivery {
+  std::unique_ptr<AgentEvent> event;
+  std::shared_ptr<PageLife> target;
+};
+
+// Takes a posted event and starts its delivery to the page that has the route now. Nothing for a message without a
+// record, during a delivery, and on another thread than the page's; a message that leaves the queue there takes its
+// record with it.
+std::optional<Delivery> BeginDelivery(const MSG& message, bool leavesQueue) {
   const std::lock_guard lock(state->mutex);
   const auto found = state->records.find(message.wParam);
-  if (found == state->records.end()) return nullptr;
-  const std::shared_ptr<PageLife> page = found->second->page.lock();
+  if (found == state->records.end()) return std::nullopt;
+  const AgentEvent& event = *found->second;
+  Delivery delivery;
+  delivery.target = event.instanceId == 0 ? state->eventMap.PageOf(event.appName.data())
+                                          : state->instanceEventMap.PageOf(event.instanceId);
   const DWORD thread = GetCurrentThreadId();
-  const bool canDeliver = !state->eventBusy && page && page->thread == thread;
-  if (!canDeliver && !leavesQueue) return nullptr;
-  std::unique_ptr<AgentEvent> event = std::move(found->second);
+  const bool canDeliver = !state->eventBusy && delivery.target && delivery.target->thread == thread;
+  if (!canDeliver && !leavesQueue) return std::nullopt;
+  delivery.event = std::move(found->second);
   state->records.erase(found);
-  if (!canDeliver) return nullptr;
+  if (!canDeliver) return std::nullopt;
   state->eventBusy = true;
   state->busyThread = thread;
-  return event;
+  return delivery;
 }
 
-std::shared_ptr<PageLife> TargetOf(const AgentEvent& event) {
-  const std::lock_guard lock(state->mutex);
-  return event.instanceId == 0 ? PageOf(state->eventMap, std::string(event.appName.data()))
-                               : PageOf(state->instanceEventMap, event.instanceId);
-}
-
-// True when the event was passed to its page, or its page has no function for it.
-bool CallPage(const AgentEvent& event) {
-  if (event.data.empty()) return false;
-  const std::shared_ptr<PageLife> page = TargetOf(event);
-  // The name or the id may have become another page's.
-  if (!page || page != event.page.lock()) return false;
-  const std::shared_ptr<Scriptable> scriptable = page->scriptable.lock();
-  if (!scriptable) return false;
+// True when the event was passed to the page, or the page has no function for it.
+bool CallPage(const AgentEvent& event, const PageLife& target) {
+  const std::shared_ptr<Scriptable> object = target.scriptable.lock();
+  if (!object || event.data.empty()) return false;
   std::vector<JSObject> args(1);
   args[0]["appName"] = JSObject(event.appName.data());
   args[0]["dataSrc"] = JSObject(int32_t{event.source});
   args[0]["b64Data"] = JSObject(EncodeBase64(event.data.data(), event.data.size()));
   JSObject ignored;
-  if (scriptable->agentEventCallback) scriptable->agentEventCallback->Call(args, ignored);
+  if (object->agentEventCallback) object->agentEventCallback->Call(args, ignored);
   return true;
 }
 
@@ -156,10 +170,10 @@ LRESULT CALLBACK AgentEventHookProc(int code, WPARAM wParam, LPARAM lParam) {
   bool delivered = false;
   if (code == HC_ACTION && message && message->message == WM_AGENT_EVENT) {
     try {
-      if (const auto event = BeginDelivery(*message, (wParam & PM_REMOVE) != 0)) {
+      if (const auto delivery = BeginDelivery(*message, (wParam & PM_REMOVE) != 0)) {
         const ScopeExit end(ClearEventBusy);
         DebugLog(true, kEventLogTag, "%s\n", "PostMessage Enter");
-        delivered = CallPage(*event);
+        delivered = CallPage(*delivery->event, *delivery->target);
         if (delivered) DebugLog(true, kEventLogTag, "%s\n", "PostMessage Exit");
       }
     } catch (...) {
@@ -167,18 +181,6 @@ LRESULT CALLBACK AgentEventHookProc(int code, WPARAM wParam, LPARAM lParam) {
     }
   }
   return delivered ? 0 : CallNextHookEx(nullptr, code, wParam, lParam);
-}
-
-template <typename Key>
-void EraseFirst(Routes<Key>& routes, const PageLife& page) {
-  const auto found =
-      std::ranges::find_if(routes, [&](const auto& entry) { return entry.second.lock().get() == &page; });
-  if (found != routes.end()) routes.erase(found);
-}
-
-template <typename Key>
-void EraseAll(Routes<Key>& routes, const PageLife& page) {
-  std::erase_if(routes, [&](const auto& entry) { return entry.second.lock().get() == &page; });
 }
 
 }  // namespace
@@ -192,13 +194,13 @@ void CallbackEvent(const char* appName, uint32_t size, const void* data, uint8_t
 
 void InstanceCallbackEvent(uint32_t instanceId, uint32_t size, const void* data, uint8_t source, void* context) {
   OnLibraryThread([&] {
-    std::shared_ptr<PageLife> page;
+    std::shared_ptr<PageLife> life;
     {
       const std::lock_guard lock(state->mutex);
-      page = PageOf(state->instanceEventMap, instanceId);
+      life = state->instanceEventMap.PageOf(instanceId);
     }
     // The page that started the instance may have ended, and `context` with it: it is only compared.
-    const std::string name = page && page.get() == context ? page->instanceMap.NameOf(instanceId) : std::string();
+    const std::string name = life && life.get() == context ? life->instanceMap.NameOf(instanceId) : std::string();
     if (name.empty()) throw std::invalid_argument("An event of an instance that no page has");
     return Post(state->instanceEventMap, instanceId, CopyEvent(instanceId, name.c_str(), size, data, source));
   });
@@ -206,71 +208,66 @@ void InstanceCallbackEvent(uint32_t instanceId, uint32_t size, const void* data,
 
 namespace EventRoutes {
 
-void InsertName(const std::string& name, const std::shared_ptr<PageLife>& page) {
+void Insert(const std::string& name, const std::shared_ptr<PageLife>& life) {
   const std::lock_guard lock(state->mutex);
-  state->eventMap[name] = page;
+  state->eventMap.pages[name] = life;
 }
 
-void InsertInstance(uint32_t instanceId, const std::shared_ptr<PageLife>& page) {
+void Insert(uint32_t instanceId, const std::shared_ptr<PageLife>& life) {
   const std::lock_guard lock(state->mutex);
-  state->instanceEventMap[instanceId] = page;
+  state->instanceEventMap.pages[instanceId] = life;
 }
 
 bool HasNames() {
   const std::lock_guard lock(state->mutex);
-  return !state->eventMap.empty();
+  return !state->eventMap.pages.empty();
 }
 
 bool HasName(const std::string& name) {
   const std::lock_guard lock(state->mutex);
-  return state->eventMap.contains(name);
+  return state->eventMap.pages.contains(name);
 }
 
-std::vector<std::string> NamesOf(const PageLife& page) {
+std::string FindEventName(const PageLife& life) {
   const std::lock_guard lock(state->mutex);
-  std::vector<std::string> names;
-  for (const auto& [name, owner] : state->eventMap) {
-    if (owner.lock().get() == &page) names.push_back(name);
+  for (const auto& [name, page] : state->eventMap.pages) {
+    if (page.lock().get() == &life) return name;
   }
-  return names;
+  return {};
 }
 
-void ReleaseFirst(const PageLife& page) {
-  bool hookGoes = false;
-  {
-    const std::lock_guard lock(state->mutex);
-    const auto release = [&](auto& routes) {
-      if (routes.empty()) return;
-      EraseFirst(routes, page);
-      if (routes.empty()) hookGoes = true;
-    };
-    release(state->eventMap);
-    release(state->instanceEventMap);
-  }
-  if (hookGoes) RemoveEventHook();
+void Release(const std::string& name) {
+  std::unique_lock lock(state->mutex);
+  const bool isEmpty = state->eventMap.Release(name);
+  lock.unlock();
+  if (isEmpty) RemoveEventHook();
+}
+
+void Release(uint32_t instanceId) {
+  std::unique_lock lock(state->mutex);
+  const bool isEmpty = state->instanceEventMap.Release(instanceId);
+  lock.unlock();
+  if (isEmpty) RemoveEventHook();
 }
 
 void ClearNames() {
   const std::lock_guard lock(state->mutex);
-  state->eventMap.clear();
+  state->eventMap.pages.clear();
 }
 
 void ClearInstances() {
   const std::lock_guard lock(state->mutex);
-  state->instanceEventMap.clear();
+  state->instanceEventMap.pages.clear();
 }
 
-void ForgetPage(const PageLife& page) {
-  bool hookGoes = false;
-  {
-    const std::lock_guard lock(state->mutex);
-    EraseAll(state->eventMap, page);
-    EraseAll(state->instanceEventMap, page);
-    std::erase_if(state->records, [&](const auto& entry) { return entry.second->page.lock().get() == &page; });
-    hookGoes = state->eventMap.empty() && state->instanceEventMap.empty();
-  }
-  // A hook for nobody would outlive the module.
-  if (hookGoes) RemoveEventHook();
+void ForgetPage(const PageLife& life) {
+  std::unique_lock lock(state->mutex);
+  state->eventMap.Forget(life);
+  state->instanceEventMap.Forget(life);
+  std::erase_if(state->records, [&](const auto& entry) { return entry.second->page.lock().get() == &life; });
+  const bool isEmpty = state->eventMap.pages.empty() && state->instanceEventMap.pages.empty();
+  lock.unlock();
+  if (isEmpty) RemoveEventHook();
 }
 
 }  // namespace EventRoutes
@@ -301,15 +298,15 @@ void ClearEventBusy() {
   state->idle.notify_all();
 }
 
-ReleaseScope::ReleaseScope() {
+NoWaitScope::NoWaitScope() {
   const std::lock_guard lock(state->mutex);
-  ++state->releases;
+  ++state->noWaitScopes;
   state->idle.notify_all();
 }
 
-ReleaseScope::~ReleaseScope() {
+NoWaitScope::~NoWaitScope() {
   const std::lock_guard lock(state->mutex);
-  --state->releases;
+  --state->noWaitScopes;
 }
 
 }  // namespace NorvoWebAPI::KSV

@@ -1,13 +1,12 @@
-/// The way of one agent event: the library's entry copies it into a record and posts the record's address to the page's
-/// window; the message hook on the window's thread takes the record and calls the page's function. The routes, the
-/// records and the hook of all pages are behind one lock, which is never held while a library, script or the system's
-/// message calls run.
+/// The way of one agent event: the library's callback copies it into a record and posts the record's address to the
+/// page's window; the message hook on the window's thread takes the record and calls the page's function. The routes,
+/// the records and the hook of all pages are behind one lock, which is never held while a library, script or the
+/// system's message calls run.
 #pragma once
 
 #include <cstdint>
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "page/page_life.h"
 #include "platform/win32.h"
@@ -20,27 +19,28 @@ inline constexpr UINT WM_AGENT_EVENT = WM_USER + 43;
 /// Deliveries log under it at every level: on the library's threads no page's setting is known.
 inline constexpr char kEventLogTag[] = "pZUB:EventTemplate";
 
-/// The library's entries, on its own threads. An event that can't be passed on is dropped; nothing is thrown.
+/// The library's callbacks, on its own threads. An event that can't be passed on is dropped; nothing is thrown.
 void CallbackEvent(const char* appName, uint32_t size, const void* data, uint8_t source);
 void InstanceCallbackEvent(uint32_t instanceId, uint32_t size, const void* data, uint8_t source, void* context);
 
-/// Which page gets the events of a name (`eventMap`, first generation) or of an instance (`instanceEventMap`). All
-/// operations run on the browser's thread.
+/// Which page gets the events of a name (`eventMap`, first generation) or of an instance (`instanceEventMap`). Changed
+/// on the browser's thread only; the library's callbacks read.
 namespace EventRoutes {
 
-void InsertName(const std::string& name, const std::shared_ptr<PageLife>& page);
-void InsertInstance(uint32_t instanceId, const std::shared_ptr<PageLife>& page);
+void Insert(const std::string& name, const std::shared_ptr<PageLife>& life);
+void Insert(uint32_t instanceId, const std::shared_ptr<PageLife>& life);
 [[nodiscard]] bool HasNames();
 [[nodiscard]] bool HasName(const std::string& name);
-/// The names of a page, in the order of the map.
-[[nodiscard]] std::vector<std::string> NamesOf(const PageLife& page);
-/// Erases the first entry of a page from each map, of however many. A map that this leaves empty takes the hook away.
-void ReleaseFirst(const PageLife& page);
+/// The name of a page's first entry, or an empty text.
+[[nodiscard]] std::string FindEventName(const PageLife& life);
+/// Erase an entry. A map that this leaves empty takes the hook away.
+void Release(const std::string& name);
+void Release(uint32_t instanceId);
 void ClearNames();
 void ClearInstances();
-/// Erases all entries of a page that ends, and its records on their way. Without entries of any page left, the hook
-/// goes.
-void ForgetPage(const PageLife& page);
+/// Erases all entries and records of a page that ends. Without entries of any page left, the hook goes: it would stay
+/// behind an unloaded module.
+void ForgetPage(const PageLife& life);
 
 }  // namespace EventRoutes
 
@@ -48,17 +48,17 @@ void ForgetPage(const PageLife& page);
 void InstallEventHook();
 void RemoveEventHook();
 
-/// Lets waiting entries go on.
+/// Marks no delivery as running and wakes the callbacks that wait.
 void ClearEventBusy();
 
-/// While one exists, entries don't wait for a delivery to end but drop their events: the library may wait for its
-/// callbacks to return before it lets go of a registration, and would wait for ever if that is asked inside a delivery.
-class ReleaseScope {
+/// While one exists, callbacks don't wait for a running delivery. The library may wait for its callbacks before it
+/// gives up a registration; asked inside a delivery, it would block until their wait ends.
+class NoWaitScope {
  public:
-  ReleaseScope();
-  ~ReleaseScope();
-  ReleaseScope(const ReleaseScope&) = delete;
-  ReleaseScope& operator=(const ReleaseScope&) = delete;
+  NoWaitScope();
+  ~NoWaitScope();
+  NoWaitScope(const NoWaitScope&) = delete;
+  NoWaitScope& operator=(const NoWaitScope&) = delete;
 };
 
 }  // namespace NorvoWebAPI::KSV

@@ -1,10 +1,10 @@
 #include "hooks/event_template.h"
 
 #include <optional>
-#include <vector>
 
 #include "base/debug_log.h"
 #include "base/result_codes.h"
+#include "base/scope_exit.h"
 #include "hooks/event_delivery.h"
 
 namespace NorvoWebAPI::KSV::EventTemplate {
@@ -14,90 +14,92 @@ void LogStart(const CKSVPluginZUB& agent, const char* word) {
   DebugLog(agent.LogEnabled(), kEventLogTag, "%s\n", word);
 }
 
-void ReleaseEventMap(const Page& page) {
+template <typename Key>
+void ReleaseEventMap(const Key& key) {
   DebugLog(true, kEventLogTag, "%s\n", "Releasing event map");
-  EventRoutes::ReleaseFirst(*page);
+  EventRoutes::Release(key);
 }
 
-Outcome Unregister(const std::string& name, const Page& page, CKSVPluginZUB& agent) {
-  const ReleaseScope releasing;
+Outcome Unregister(const std::string& name, CKSVPluginZUB& agent) {
+  const NoWaitScope releasing;
   const Outcome outcome = agent.UnregisterCallback(name.c_str());
   if (outcome.Succeeded()) {
     ClearEventBusy();
-    ReleaseEventMap(page);
+    ReleaseEventMap(name);
   }
+  LogOutcome(agent.LogEnabled(), kEventLogTag, "UnRegisterEvent", outcome);
   return outcome;
 }
 
 }  // namespace
 
-Outcome RegisterEvent(const std::string& name, const Page& page, CKSVPluginZUB& agent) {
+Outcome RegisterEvent(const std::string& name, const std::shared_ptr<PageLife>& life, CKSVPluginZUB& agent) {
   LogStart(agent, "RegisterEvent");
   InstallEventHook();
   if (EventRoutes::HasName(name)) throw CPluginException{kEventRegistrationFailed};
   ClearEventBusy();
   const Outcome outcome = agent.RegisterCallback(name.c_str(), CallbackEvent);
-  if (outcome.Succeeded()) EventRoutes::InsertName(name, page);
+  if (outcome.Succeeded()) EventRoutes::Insert(name, life);
   LogOutcome(agent.LogEnabled(), kAgentLogTag, "RegisterEvent", outcome);
   return outcome;
 }
 
-Outcome StartInstanceEvent(const std::string& name, const Page& page, CKSVPluginZUB& agent, JSObject& result) {
+Outcome StartInstanceEvent(const std::string& name, const std::shared_ptr<PageLife>& life, CKSVPluginZUB& agent,
+                           JSObject& result) {
   LogStart(agent, "StartInstance");
   InstallEventHook();
-  if (page->instanceMap.Find(name)) throw CPluginException{kEventRegistrationFailed};
   ClearEventBusy();
-  const Outcome outcome = agent.StartInstance(name.c_str(), InstanceCallbackEvent, page.get(), result);
+  uint32_t instanceId = 0;
+  const Outcome outcome = agent.StartInstance(name.c_str(), InstanceCallbackEvent, life.get(), instanceId, result);
   if (outcome.Succeeded()) {
-    EventRoutes::InsertInstance(static_cast<uint32_t>(result[kInstanceIdKey].ToInt()), page);
+    EventRoutes::Insert(instanceId, life);
+    life->instanceMap.Insert(name, {instanceId, true});
   }
   LogOutcome(agent.LogEnabled(), kAgentLogTag, "StartInstance", outcome);
   return outcome;
 }
 
-Outcome UnRegisterEvent(const std::string& name, const Page& page, CKSVPluginZUB& agent) {
+Outcome UnRegisterEvent(const std::string& name, CKSVPluginZUB& agent) {
   LogStart(agent, "UnRegisterEvent");
   if (!EventRoutes::HasName(name)) throw CPluginException{kBadArguments};
-  const Outcome outcome = Unregister(name, page, agent);
-  LogOutcome(agent.LogEnabled(), kEventLogTag, "UnRegisterEvent", outcome);
-  return outcome;
+  return Unregister(name, agent);
 }
 
-Outcome UnRegisterInstanceEvent(const std::string& name, const Page& page, CKSVPluginZUB& agent, JSObject& result) {
+Outcome UnRegisterInstanceEvent(const std::string& name, PageLife& life, CKSVPluginZUB& agent, JSObject& result) {
   LogStart(agent, "UnRegisterEvent");
-  const std::optional<InstanceRecord> instance = page->instanceMap.Find(name);
+  const std::optional<InstanceRecord> instance = life.instanceMap.Find(name);
   if (!instance || !instance->hasEventCallback) throw CPluginException{kEventRegistrationFailed};
-  const ReleaseScope releasing;
+  const NoWaitScope releasing;
   const Outcome outcome = agent.StopInstance(instance->instanceId, result);
   if (outcome.Succeeded()) {
     ClearEventBusy();
-    ReleaseInstance(page, instance->instanceId);
-    ReleaseEventMap(page);
+    ReleaseInstance(life, instance->instanceId);
+    ReleaseEventMap(instance->instanceId);
   }
   LogOutcome(agent.LogEnabled(), kEventLogTag, "UnRegisterEvent", outcome);
   return outcome;
 }
 
-void UnRegisterPlugin(const Page& page, CKSVPluginZUB& agent) {
+void UnRegisterPlugin(PageLife& life, CKSVPluginZUB& agent) {
   LogStart(agent, "UnRegisterEvent");
   if (!EventRoutes::HasNames()) return;
-  Outcome outcome{kPluginOk, kAgentOk};
-  const std::vector<std::string> names = EventRoutes::NamesOf(*page);
-  if (!names.empty()) outcome = Unregister(names.front(), page, agent);
-  LogOutcome(agent.LogEnabled(), kEventLogTag, "UnRegisterEvent", outcome);
+  if (const std::string name = EventRoutes::FindEventName(life); !name.empty()) {
+    Unregister(name, agent);
+  } else {
+    LogOutcome(agent.LogEnabled(), kEventLogTag, "UnRegisterEvent", {kPluginOk, kAgentOk});
+  }
 }
 
-void StopPluginInstances(const Page& page, CKSVPluginZUB& agent) {
+void StopPluginInstances(PageLife& life, CKSVPluginZUB& agent, JSObject& result) {
   LogStart(agent, "UnRegisterEvent");
   Outcome outcome{kPluginOk, kAgentOk};
   try {
-    const ReleaseScope releasing;
-    for (const uint32_t instanceId : page->instanceMap.Ids()) {
-      JSObject ignored;
-      outcome = agent.StopInstance(instanceId, ignored);
+    const NoWaitScope releasing;
+    for (const uint32_t instanceId : life.instanceMap.Ids()) {
+      outcome = agent.StopInstance(instanceId, result);
+      ReleaseEventMap(instanceId);
     }
-    page->instanceMap.Clear();
-    ReleaseEventMap(page);
+    life.instanceMap.Clear();
   } catch (...) {
     outcome = {kEventRegistrationFailed, kAgentOk};
   }
@@ -111,22 +113,29 @@ void ClearEvents() {
   RemoveEventHook();
 }
 
-void ClearInstanceEvents(const Page& page) {
+void ClearInstanceEvents(PageLife& life) {
   DebugLog(true, kEventLogTag, "%s\n", "ClearEvents");
-  page->instanceMap.Clear();
+  life.instanceMap.Clear();
   EventRoutes::ClearInstances();
   RemoveEventHook();
 }
 
-void ReleaseInstance(const Page& page, uint32_t instanceId) {
+void ReleaseInstance(PageLife& life, uint32_t instanceId) {
   DebugLog(true, kEventLogTag, "%s\n", "Releasing event map");
-  if (page->instanceMap.Remove(instanceId)) RemoveEventHook();
+  if (life.instanceMap.Remove(instanceId)) RemoveEventHook();
 }
 
-void ForgetPage(const Page& page, CKSVPluginZUB& agent) {
-  const ReleaseScope releasing;
-  for (const std::string& name : EventRoutes::NamesOf(*page)) agent.UnregisterCallback(name.c_str());
-  EventRoutes::ForgetPage(*page);
+void ForgetPage(const PageLife& life, CKSVPluginZUB& agent) noexcept {
+  const ScopeExit forget([&] { EventRoutes::ForgetPage(life); });
+  try {
+    const NoWaitScope releasing;
+    for (std::string name; !(name = EventRoutes::FindEventName(life)).empty();) {
+      agent.UnregisterCallback(name.c_str());
+      EventRoutes::Release(name);
+    }
+  } catch (...) {
+    // Out of memory: the library keeps a name, whose events find no page.
+  }
 }
 
 }  // namespace NorvoWebAPI::KSV::EventTemplate

@@ -16,33 +16,32 @@
 
 namespace NorvoWebAPI::KSV::EventTemplate {
 
-using Page = std::shared_ptr<PageLife>;
-
 /// Registers a page for an applet's events, in a library of the first generation. Code 22: the hook can't be installed,
 /// or a page has the name already.
-Outcome RegisterEvent(const std::string& name, const Page& page, CKSVPluginZUB& agent);
-/// The same in the instance generation: starts the instance. The caller enters it in the page's `instanceMap`. Code 22:
-/// the hook can't be installed, or the page has an instance of that name.
-Outcome StartInstanceEvent(const std::string& name, const Page& page, CKSVPluginZUB& agent, JSObject& result);
+Outcome RegisterEvent(const std::string& name, const std::shared_ptr<PageLife>& life, CKSVPluginZUB& agent);
+/// The same in the instance generation: starts the instance and enters it in the page's `instanceMap`, which must not
+/// have the name. Code 22: the hook can't be installed.
+Outcome StartInstanceEvent(const std::string& name, const std::shared_ptr<PageLife>& life, CKSVPluginZUB& agent,
+                           JSObject& result);
 
 /// Code 12: the name isn't registered.
-Outcome UnRegisterEvent(const std::string& name, const Page& page, CKSVPluginZUB& agent);
+Outcome UnRegisterEvent(const std::string& name, CKSVPluginZUB& agent);
 /// Code 22: the page has no instance of that name that was started for events.
-Outcome UnRegisterInstanceEvent(const std::string& name, const Page& page, CKSVPluginZUB& agent, JSObject& result);
+Outcome UnRegisterInstanceEvent(const std::string& name, PageLife& life, CKSVPluginZUB& agent, JSObject& result);
 
-/// Release one registration, or all instances, of a page while other initialisations stand. The outcome is only logged.
-void UnRegisterPlugin(const Page& page, CKSVPluginZUB& agent);
-void StopPluginInstances(const Page& page, CKSVPluginZUB& agent);
+/// Release one registration, or all instances, of a page while other initialisations stand. The codes are only logged.
+void UnRegisterPlugin(PageLife& life, CKSVPluginZUB& agent);
+void StopPluginInstances(PageLife& life, CKSVPluginZUB& agent, JSObject& result);
 
 /// Forget what the library holds before it is taken down: the names of every page; the instances that any page started
 /// for events, and this page's others.
 void ClearEvents();
-void ClearInstanceEvents(const Page& page);
+void ClearInstanceEvents(PageLife& life);
 
 /// Removes a stopped instance from its page's map.
-void ReleaseInstance(const Page& page, uint32_t instanceId);
+void ReleaseInstance(PageLife& life, uint32_t instanceId);
 
-/// The page ends: unregisters the names that are left and forgets its registrations and events.
-void ForgetPage(const Page& page, CKSVPluginZUB& agent);
+/// The page ends: unregisters the names that are left and forgets its routes and events. Never throws.
+void ForgetPage(const PageLife& life, CKSVPluginZUB& agent) noexcept;
 
 }  // namespace NorvoWebAPI::KSV::EventTemplate

@@ -3,6 +3,7 @@
 #include <memory>
 #include <vector>
 
+#include "base/never_destroyed.h"
 #include "base/own_module.h"
 #include "base/scope_exit.h"
 #include "page/flag_mutex.h"
@@ -11,12 +12,11 @@
 namespace NorvoWebAPI::KSV {
 namespace {
 
-// `clickState` 2, that is a press that waits for its release, as long as the page that was told of it lives; else 1.
-// The browser's thread only.
-std::weak_ptr<PageLife> pressedPage;
+// The page whose press waits for its release. Its end makes the next press count again. The browser's thread only.
+NeverDestroyed<std::weak_ptr<PageLife>> pressedPage;
 
 bool AwaitsRelease() {
-  const std::shared_ptr<PageLife> page = pressedPage.lock();
+  const std::shared_ptr<PageLife> page = pressedPage->lock();
   return page && !page->HasEnded();
 }
 
@@ -24,21 +24,23 @@ bool AwaitsRelease() {
 // nested this deep, and the messages sent during a pulse cause fewer pulses than this.
 constexpr uint32_t kMaxNesting = 16;
 
-// Runs `work` on the page of a window. A page function that ends the page leaves the object alive until `work` is done.
+// Runs `work` on the object of the page in a window, which it keeps alive.
 template <typename Work>
 void OnPage(HWND window, Work work) {
-  const std::shared_ptr<Scriptable> page = FindPageByWindow(window);
-  if (!page) return;
-  ++page->hookDepth;
-  const ScopeExit leave([&] { --page->hookDepth; });
-  if (page->hookDepth <= kMaxNesting) work(*page);
+  const std::shared_ptr<Scriptable> object = FindScriptableByWindow(window);
+  if (!object) return;
+  ++object->hookDepth;
+  const ScopeExit leave([&] { --object->hookDepth; });
+  if (object->hookDepth <= kMaxNesting) work(*object);
 }
 
-// The same, but only where an image stands.
+// The same, but only where an image stands. A message without a window is none of the page's, though a host may have
+// given the page a null one.
 template <typename Work>
 void OnActivePage(HWND window, Work work) {
-  OnPage(window, [&](Scriptable& page) {
-    if (IsWindow(page.Life().window) && page.displayActive == 1) work(page);
+  if (!window) return;
+  OnPage(window, [&](Scriptable& object) {
+    if (IsWindow(object.Life().window) && object.displayActive == 1) work(object);
   });
 }
 
@@ -53,8 +55,7 @@ LRESULT Observe(const std::atomic<HHOOK>& hook, int code, WPARAM wParam, LPARAM 
   return CallNextHookEx(hook, code, wParam, lParam);
 }
 
-// The copy keeps the function alive: the page may replace it from inside the call.
-void CallBack(DisplayState::Callback callback, std::vector<JSObject> args) {
+void CallBack(const DisplayState::Callback& callback, std::vector<JSObject> args) {
   JSObject ignored;
   callback->Call(args, ignored);
 }
@@ -66,57 +67,57 @@ std::vector<JSObject> Position(POINT point) {
   return args;
 }
 
-void OnPress(Scriptable& page, POINT point) {
-  if (AwaitsRelease() || !page.mouseDownCallback || !page.Display().HasImage()) return;
-  pressedPage = page.SharedLife();
-  CallBack(page.mouseDownCallback, Position(point));
+void OnPress(Scriptable& object, POINT point) {
+  if (AwaitsRelease() || !object.mouseDownCallback || !object.Display().HasImage()) return;
+  *pressedPage = object.SharedLife();
+  CallBack(object.mouseDownCallback, Position(point));
 }
 
-void OnRelease(Scriptable& page, POINT point) {
-  if (!AwaitsRelease() || !page.mouseUpCallback || !page.Display().HasImage()) return;
-  ++page.buttonUpCount;
+void OnRelease(Scriptable& object, POINT point) {
+  if (!AwaitsRelease() || !object.mouseUpCallback || !object.Display().HasImage()) return;
+  ++object.buttonUpCount;
   ResetClickState();
-  CallBack(page.mouseUpCallback, Position(point));
+  CallBack(object.mouseUpCallback, Position(point));
 }
 
 LRESULT CALLBACK MouseHookProc(int code, WPARAM message, LPARAM lParam) {
   return Observe(displayHooks.mouse, code, message, lParam, [&] {
     if (message != WM_LBUTTONDOWN && message != WM_LBUTTONUP) return;
     const auto& info = *reinterpret_cast<const MOUSEHOOKSTRUCT*>(lParam);
-    OnActivePage(info.hwnd, [&](Scriptable& page) {
+    OnActivePage(info.hwnd, [&](Scriptable& object) {
       const bool press = message == WM_LBUTTONDOWN;
       const auto turnFlag = press ? TrySetFlag : TryClearFlag;
-      if (!turnFlag(page.buttonMutex.Get(), &page.buttonHeld)) return;
+      if (!turnFlag(object.buttonMutex.Get(), &object.buttonHeld)) return;
       POINT point = info.pt;
-      ScreenToClient(page.Life().window, &point);
+      ScreenToClient(object.Life().window, &point);
       // 0 lies within every image, also one without a size.
-      if (point.x != 0 && point.x >= page.imageWidth) return;
-      if (point.y != 0 && point.y >= page.imageHeight) return;
-      (press ? OnPress : OnRelease)(page, point);
+      if (point.x != 0 && point.x >= object.imageWidth) return;
+      if (point.y != 0 && point.y >= object.imageHeight) return;
+      (press ? OnPress : OnRelease)(object, point);
     });
   });
 }
 
-void PulseRepaint(Scriptable& page) {
-  ++page.pulseDepth;
+void PulseRepaint(Scriptable& object) {
+  ++object.pulseDepth;
   const ScopeExit leave([&] {
-    if (--page.pulseDepth == 0) page.nestedPulses = 0;
+    if (--object.pulseDepth == 0) object.nestedPulses = 0;
   });
-  if (page.repaintImageCallback) {
-    CallBack(page.repaintImageCallback, {});
+  if (object.repaintImageCallback) {
+    CallBack(object.repaintImageCallback, {});
     return;
   }
-  if (!FlagIsClear(page.buttonMutex.Get(), page.buttonHeld)) return;
-  TrySetFlag(page.repaintMutex.Get(), &page.repaintBusy);
-  page.Display().RepaintImage(page.sessionId, page.imageId);
-  TryClearFlag(page.repaintMutex.Get(), &page.repaintBusy);
+  if (!FlagIsClear(object.buttonMutex.Get(), object.buttonHeld)) return;
+  TrySetFlag(object.repaintMutex.Get(), &object.repaintBusy);
+  object.Display().RepaintImage(object.sessionId, object.imageId);
+  TryClearFlag(object.repaintMutex.Get(), &object.repaintBusy);
 }
 
-void TellDisplayEvent(Scriptable& page) {
-  if (!page.displayEventsCallback) return;
+void CallDisplayEventsFunction(Scriptable& object) {
+  if (!object.displayEventsCallback) return;
   std::vector<JSObject> args(1);
   args[0]["callback"] = JSObject(0);
-  CallBack(page.displayEventsCallback, std::move(args));
+  CallBack(object.displayEventsCallback, std::move(args));
 }
 
 LRESULT CALLBACK GetMessageHookProc(int code, WPARAM wParam, LPARAM lParam) {
@@ -126,15 +127,15 @@ LRESULT CALLBACK GetMessageHookProc(int code, WPARAM wParam, LPARAM lParam) {
       OnActivePage(message.hwnd, PulseRepaint);
     } else if ((wParam & PM_REMOVE) != 0) {
       // The host may look at a message several times before it takes it from the queue: one event is told once.
-      OnPage(message.hwnd, TellDisplayEvent);
+      OnPage(message.hwnd, CallDisplayEventsFunction);
     }
   });
 }
 
 LRESULT CALLBACK CallWndHookProc(int code, WPARAM wParam, LPARAM lParam) {
   return Observe(displayHooks.callWnd, code, wParam, lParam, [&] {
-    OnActivePage(reinterpret_cast<const CWPSTRUCT*>(lParam)->hwnd, [](Scriptable& page) {
-      if (page.pulseDepth == 0 || ++page.nestedPulses < kMaxNesting) PulseRepaint(page);
+    OnActivePage(reinterpret_cast<const CWPSTRUCT*>(lParam)->hwnd, [](Scriptable& object) {
+      if (object.pulseDepth == 0 || ++object.nestedPulses < kMaxNesting) PulseRepaint(object);
     });
   });
 }
@@ -142,12 +143,12 @@ LRESULT CALLBACK CallWndHookProc(int code, WPARAM wParam, LPARAM lParam) {
 }  // namespace
 
 uint32_t DisplayEventCallback(DisplayEventRecord* record) {
-  constexpr uint32_t kTellingBits = 3;
+  constexpr uint32_t kReportedBits = 3;
   if (!record || (record->eventStatus != 0 && record->eventStatus != 36)) return 0;
-  if ((record->eventBits & kTellingBits) == 0) return 1;
-  // Handles are 32 bits wide on every system. The test keeps out the number that would address all windows.
+  if ((record->eventBits & kReportedBits) == 0) return 1;
+  // Handles are 32 bits wide on every system.
   const auto window = reinterpret_cast<HWND>(static_cast<LONG_PTR>(static_cast<int32_t>(record->context)));
-  if (IsWindow(window)) PostMessageA(window, WM_DISPLAY_EVENT, 0, 0);
+  PostMessageA(window, WM_DISPLAY_EVENT, 0, 0);
   return 1;
 }
 
@@ -160,12 +161,12 @@ void InstallDisplayHooks() {
 }
 
 void ResetClickState() {
-  pressedPage.reset();
+  pressedPage->reset();
 }
 
-void EndClick(Scriptable& page) {
-  if (pressedPage.lock() == page.SharedLife()) ResetClickState();
-  TryClearFlag(page.buttonMutex.Get(), &page.buttonHeld);
+void EndClick(Scriptable& object) {
+  if (pressedPage->lock() == object.SharedLife()) ResetClickState();
+  TryClearFlag(object.buttonMutex.Get(), &object.buttonHeld);
 }
 
 }  // namespace NorvoWebAPI::KSV

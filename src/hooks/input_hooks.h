@@ -22,8 +22,8 @@ void InstallDisplayHooks();
 
 /// No press waits for its release any more.
 void ResetClickState();
-/// Ends a click on a page whose session or display ends: its release would find no image, and the next image must get
-/// its repaint pulses.
-void EndClick(Scriptable& page);
+/// Forgets a press on a page whose session or display ends, and clears its held-button flag, which would keep repaint
+/// pulses from the next image.
+void EndClick(Scriptable& object);
 
 }  // namespace NorvoWebAPI::KSV

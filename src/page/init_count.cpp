@@ -5,25 +5,29 @@ namespace NorvoWebAPI::KSV {
 InitCount agentInitCount;
 InitCount displayInitCount;
 
-void InitCount::GiveBackOne(const PageLife& page) {
-  --total;
-  const auto found = ofPages.find(&page);
-  if (found != ofPages.end() && --found->second == 0) ofPages.erase(found);
-}
-
-void InitCount::Reset(PageLife& page) {
-  page.initialised = false;
+InitCount::Release InitCount::Decrement(PageLife& life) {
+  if (life.released) return Release::Nothing;
+  if (total > 1) {
+    --total;
+    const auto found = ofPages.find(&life);
+    if (found != ofPages.end() && --found->second == 0) ofPages.erase(found);
+    return Release::OneOfSeveral;
+  }
+  if (total < 1 || !life.initialised) return Release::Nothing;
   total = 0;
   ofPages.clear();
+  life.initialised = false;
+  return Release::Last;
 }
 
-bool InitCount::IsOnlyUser(const PageLife& page) const {
-  return ofPages.size() == 1 && ofPages.contains(&page);
-}
-
-void InitCount::LeaveLast(PageLife& page) {
-  page.initialised = true;
-  total = 1;
+bool InitCount::PreparePageEnd(PageLife& life) {
+  const bool isUser = ofPages.erase(&life) > 0 || life.initialised;
+  if (total > 0 && isUser && ofPages.empty()) {
+    total = 1;
+    life.initialised = true;
+    return true;
+  }
+  return total > 1;
 }
 
 }  // namespace NorvoWebAPI::KSV

@@ -8,40 +8,40 @@
 
 namespace NorvoWebAPI::KSV {
 
-/// The initialisations of one library. The total decides what a page's de-initialisation does. The numbers for each
-/// page serve the pages that end: such a page may neither leave the library initialised for nobody nor take it down
-/// while another page uses it.
+/// The initialisations of one library: the total over all pages, which decides what a de-initialisation does, and each
+/// page's own, which are read only when a page ends.
 class InitCount {
  public:
   /// The successful initialisations of all pages that have not been given back.
   [[nodiscard]] int32_t Total() const { return total; }
-  /// Counts a successful initialisation and sets the page's flag; or, for a page that has ended and so would never give
-  /// it back, takes it back by `deInit` unless another page uses the library.
+
+  /// Counts a successful initialisation and sets the page's flag. A page that has ended would never give it back:
+  /// `deInit` then undoes it at once, unless another page uses the library.
   template <typename DeInit>
-  void Add(PageLife& page, DeInit deInit) {
-    if (!page.HasEnded()) {
-      page.initialised = true;
+  void AddOrUndo(PageLife& life, DeInit deInit) {
+    if (!life.HasEnded()) {
+      ++ofPages[&life];
       ++total;
-      ++ofPages[&page];
+      life.initialised = true;
     } else if (total == 0) {
       deInit();
     }
   }
-  /// Gives one of several initialisations back.
-  void GiveBackOne(const PageLife& page);
-  /// The library has been taken down by this page.
-  void Reset(PageLife& page);
 
-  /// Whether the page has initialised the library and no other page has.
-  [[nodiscard]] bool IsOnlyUser(const PageLife& page) const;
-  /// Leaves one initialisation, the page's own, whose de-initialisation then takes the library down.
-  void LeaveLast(PageLife& page);
-  /// The page has ended and uses the library no more.
-  void Forget(const PageLife& page) { ofPages.erase(&page); }
+  /// What a de-initialisation by a page does.
+  enum class Release { Nothing, OneOfSeveral, Last };
+  /// Decrements the count for a de-initialisation by a page, and tells what is left to do: to release what the page has
+  /// registered, or to take the library down.
+  Release Decrement(PageLife& life);
+
+  /// Prepares the de-initialisation of a page that ends, and tells whether it is due. The library's only user takes it
+  /// down however often it was initialised; the last initialisation stays if it is another page's.
+  bool PreparePageEnd(PageLife& life);
 
  private:
   int32_t total = 0;
-  std::unordered_map<const PageLife*, int32_t> ofPages;  // Only compared: living pages that have initialised it.
+  std::unordered_map<const PageLife*, int32_t>
+      ofPages;  // Only compared: living pages with initialisations of their own.
 };
 
 extern InitCount agentInitCount;

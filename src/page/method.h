@@ -10,8 +10,8 @@ namespace NorvoWebAPI::KSV {
 class ScriptCall;
 class Scriptable;
 
-/// What is demanded of an argument. Numbers and flags are made of any value; only text has to be text. Functions and
-/// unread arguments are not converted.
+/// How an argument is converted. Numbers and flags are made of any value; text must be text. Functions and unread
+/// arguments are left to the operation.
 enum class ArgumentKind : uint8_t { Any, Text, Number, Unsigned, Flag, Function, Unread };
 
 struct Argument {
@@ -35,7 +35,7 @@ struct MethodRow {
   Arity arity = Arity::Exact;
   Answer answer = Answer::Result;
   /// Runs first at every call, also when the number of arguments is wrong.
-  void (*atEntry)(Scriptable& scriptable, bool accepted) = nullptr;
+  void (*atEntry)(Scriptable& object, bool accepted) = nullptr;
 
   [[nodiscard]] constexpr size_t ArgumentCount() const {
     size_t count = 0;
@@ -49,11 +49,12 @@ struct MethodRow {
   }
 };
 
-/// What the page's object does, given to it by those who know the libraries' operations.
+/// The method table and the handler of the page's end. The object is given them, so that this room needs nothing of the
+/// operations' rooms.
 struct ScriptApi {
   std::span<const MethodRow> methods;
   /// The host destroys the instance: gives back what the page has initialised and registered. Must not throw.
-  void (*onPageEnd)(Scriptable& scriptable);
+  void (*onPageEnd)(Scriptable& object);
 };
 
 }  // namespace NorvoWebAPI::KSV

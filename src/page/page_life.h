@@ -13,8 +13,7 @@ namespace NorvoWebAPI::KSV {
 class Scriptable;
 
 /// What a page shares with those who may outlive it. The plug-in objects own it; the window registry, the event routes
-/// and the records on their way hold it weakly. Any thread may hold it for a moment: nothing in it needs the browser's
-/// thread to end.
+/// and the records on their way hold it weakly. It may be destroyed on any thread.
 struct PageLife : InstanceLife {
   /// The browser's thread, which made the page. The page's script runs there alone.
   const DWORD thread = GetCurrentThreadId();
@@ -26,6 +25,7 @@ struct PageLife : InstanceLife {
   // The browser's thread only.
   std::weak_ptr<Scriptable> scriptable;
   bool initialised = false;        ///< A successful `zubInit` or `wysInit` of this page stands.
+  bool released = false;           ///< The page's end has given back what it had initialised.
   uint32_t agentMajorVersion = 0;  ///< One byte; 0 until the agent library has told it.
 };
 

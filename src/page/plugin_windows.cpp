@@ -24,7 +24,7 @@ void InsertPluginWindow(HWND window, const std::shared_ptr<PageLife>& page) {
   pluginWindows->pages.insert_or_assign(window, page);
 }
 
-std::shared_ptr<Scriptable> FindPageByWindow(HWND window) {
+std::shared_ptr<Scriptable> FindScriptableByWindow(HWND window) {
   std::shared_ptr<PageLife> page;
   {
     const std::lock_guard lock(pluginWindows->mutex);
@@ -35,7 +35,7 @@ std::shared_ptr<Scriptable> FindPageByWindow(HWND window) {
   return page->scriptable.lock();
 }
 
-void LeavePluginWindows(const PageLife& page) {
+void RemovePluginWindows(const PageLife& page) {
   bool isEmpty = false;
   {
     const std::lock_guard lock(pluginWindows->mutex);

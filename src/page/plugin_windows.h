@@ -14,12 +14,12 @@ namespace NorvoWebAPI::KSV {
 /// also when the page gets another window.
 void InsertPluginWindow(HWND window, const std::shared_ptr<PageLife>& page);
 
-/// The page in a window, held for the caller. Null for any other window, for a page that has ended, and on any other
-/// thread than the page's, where a hook may see the handle of another window. Any thread.
-std::shared_ptr<Scriptable> FindPageByWindow(HWND window);
+/// The object of the page in a window, held for the caller. Null for any other window, for a page that has ended, and
+/// on any other thread than the page's, where a hook may see the handle of another window. Any thread.
+std::shared_ptr<Scriptable> FindScriptableByWindow(HWND window);
 
 /// Removes all windows of a page whose object ends; without windows left, the display's hooks too.
-void LeavePluginWindows(const PageLife& page);
+void RemovePluginWindows(const PageLife& page);
 
 /// The handles of the display's window hooks. The procedures read them on whatever thread they run; the browser's
 /// thread alone writes.

@@ -38,7 +38,7 @@ Scriptable::~Scriptable() {
     display.CloseSession(sessionId);
     display.DeInit(displayContext);
   }
-  LeavePluginWindows(*life);
+  RemovePluginWindows(*life);
 }
 
 bool Scriptable::RunMethod(const MethodRow& method, const NPVariant* args, uint32_t argCount, NPVariant* result) {
@@ -65,7 +65,7 @@ bool Scriptable::RunMethod(const MethodRow& method, const NPVariant* args, uint3
     }
   }
   if (IsDeallocated()) return false;
-  if (result) *result = NPJSConverter::toNPVariant(npp, npnFuncs, answer.Take());
+  if (result) *result = NPJSConverter::toNPVariant(npp, npnFuncs, answer.Take(), life);
   return true;
 }
 
@@ -90,12 +90,10 @@ Outcome Scriptable::ResolveInstance(const char* name, uint32_t& instanceId) {
     instanceId = known->instanceId;
     return {kPluginOk, kAgentOk};
   }
-  JSObject started;
-  const Outcome outcome = agent.StartInstance(name, nullptr, life.get(), started);
-  if (outcome.Succeeded()) {
-    instanceId = static_cast<uint32_t>(started[kInstanceIdKey].ToInt());
-    life->instanceMap.Insert(name, {instanceId, false});
-  }
+  JSObject ignored;
+  const Outcome outcome = agent.StartInstance(name, nullptr, life.get(), instanceId, ignored);
+  if (!outcome.Succeeded()) instanceId = 0;
+  if (outcome.Succeeded()) life->instanceMap.Insert(name, {instanceId, false});
   return outcome;
 }
 

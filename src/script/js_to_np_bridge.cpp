@@ -13,8 +13,9 @@ namespace {
 
 class JSToNPBridge : public NPScriptable<JSToNPBridge> {
  public:
-  JSToNPBridge(JSObject shown, NPP instance, const NPNetscapeFuncs* funcs)
-      : NPScriptable(funcs), value(std::move(shown)), npp(instance), npnFuncs(funcs) {
+  JSToNPBridge(JSObject shown, NPP instance, const NPNetscapeFuncs* funcs,
+               std::shared_ptr<const InstanceLife> instanceLife)
+      : NPScriptable(funcs), value(std::move(shown)), npp(instance), npnFuncs(funcs), life(std::move(instanceLife)) {
     if (value.GetType() == JSObject::Type::Function) {
       throw std::invalid_argument("JSObject function not bridgeable");
     }
@@ -35,7 +36,9 @@ class JSToNPBridge : public NPScriptable<JSToNPBridge> {
       const JSObject& member = npnFuncs->identifierisstring(id)
                                    ? value[IdentifierText(npnFuncs, id)]
                                    : value[static_cast<uint32_t>(npnFuncs->intfromidentifier(id))];
-      *result = NPJSConverter::toNPVariant(npp, npnFuncs, member);
+      const bool isNested = member.GetType() == JSObject::Type::Object || member.GetType() == JSObject::Type::Array;
+      if (isNested && life) life->DemandAlive();
+      *result = NPJSConverter::toNPVariant(npp, npnFuncs, member, life);
       return true;
     } catch (...) {
       return false;
@@ -46,12 +49,14 @@ class JSToNPBridge : public NPScriptable<JSToNPBridge> {
   JSObject value;
   NPP npp;
   const NPNetscapeFuncs* npnFuncs;
+  std::shared_ptr<const InstanceLife> life;
 };
 
 }  // namespace
 
-NPObject* MakeScriptView(JSObject value, NPP npp, const NPNetscapeFuncs* npnFuncs) {
-  const auto bridge = std::make_shared<JSToNPBridge>(std::move(value), npp, npnFuncs);
+NPObject* MakeScriptView(JSObject value, NPP npp, const NPNetscapeFuncs* npnFuncs,
+                         std::shared_ptr<const InstanceLife> life) {
+  const auto bridge = std::make_shared<JSToNPBridge>(std::move(value), npp, npnFuncs, std::move(life));
   NPObject* const object = JSToNPBridge::CreateObject(npp, npnFuncs, bridge);
   if (!object) throw std::runtime_error("The host made no object");
   return object;

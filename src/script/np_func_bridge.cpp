@@ -13,11 +13,16 @@ namespace {
 // The arguments of one call, one behind the other as the host wants them.
 class ArgumentList {
  public:
-  explicit ArgumentList(const NPNetscapeFuncs* npnFuncs) : funcs(npnFuncs) {}
+  ArgumentList(const NPNetscapeFuncs* npnFuncs, const InstanceLife* instanceLife)
+      : funcs(npnFuncs), life(instanceLife) {}
   ArgumentList(const ArgumentList&) = delete;
   ArgumentList& operator=(const ArgumentList&) = delete;
   ~ArgumentList() {
-    for (NPVariant& variant : variants) ReleaseQuietly([&] { funcs->releasevariantvalue(&variant); });
+    for (NPVariant& variant : variants) {
+      // A host that has destroyed the instance may have deallocated the module's objects with it.
+      const bool mayDangle = variant.type == NPVariantType_Object && life && life->HasEnded();
+      if (!mayDangle) ReleaseQuietly([&] { funcs->releasevariantvalue(&variant); });
+    }
   }
 
   void Reserve(size_t count) { variants.reserve(count); }
@@ -27,6 +32,7 @@ class ArgumentList {
 
  private:
   const NPNetscapeFuncs* funcs;
+  const InstanceLife* life;
   std::vector<NPVariant> variants;
 };
 
@@ -60,9 +66,9 @@ bool NPFuncBridge::CallEntry(void* context, std::vector<JSObject>* args, JSObjec
 bool NPFuncBridge::CallHost(const std::vector<JSObject>& args, JSObject& result) {
   if (life) life->DemandAlive();
   HostVariant answer(npnFuncs);
-  ArgumentList variants(npnFuncs);
+  ArgumentList variants(npnFuncs, life.get());
   variants.Reserve(args.size());
-  for (const JSObject& arg : args) variants.Add(toNPVariant(npp, npnFuncs, arg));
+  for (const JSObject& arg : args) variants.Add(toNPVariant(npp, npnFuncs, arg, life));
   const bool called = npnFuncs->invokeDefault(npp, object, variants.Data(), variants.Count(), answer.Out());
   result = fromNPVariant(npp, npnFuncs, &answer.Get(), life.get());
   return called;

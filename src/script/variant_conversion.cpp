@@ -111,7 +111,7 @@ NPVariant TextVariant(const NPNetscapeFuncs* funcs, const std::string& text) {
   return variant;
 }
 
-NPVariant toNPVariant(NPP npp, const NPNetscapeFuncs* funcs, JSObject value) {
+NPVariant toNPVariant(NPP npp, const NPNetscapeFuncs* funcs, JSObject value, std::shared_ptr<const InstanceLife> life) {
   if (!funcs) throw BadTypeid();
   NPVariant variant{NPVariantType_Null, {}};
   switch (value.GetType()) {
@@ -133,7 +133,7 @@ NPVariant toNPVariant(NPP npp, const NPNetscapeFuncs* funcs, JSObject value) {
       return TextVariant(funcs, value.AsString());
     case JSObject::Type::Array:
     case JSObject::Type::Object:
-      variant.value.objectValue = MakeScriptView(std::move(value), npp, funcs);
+      variant.value.objectValue = MakeScriptView(std::move(value), npp, funcs, std::move(life));
       variant.type = NPVariantType_Object;
       break;
     default:

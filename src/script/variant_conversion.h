@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <memory>
 #include <string>
 
 #include "npapi/npfunctions.h"
@@ -23,9 +24,10 @@ JSObject fromNPVariant(NPP npp, const NPNetscapeFuncs* funcs, const NPVariant* v
                        const InstanceLife* life = nullptr);
 
 /// A variant that belongs to the caller: text in host memory, cut at its first zero byte; an Array or Object as a
-/// read-only script object over the value. Throws `std::invalid_argument` for a Function, `std::bad_typeid` for null
-/// `funcs`, `std::runtime_error` when the host has no memory or makes no object.
-NPVariant toNPVariant(NPP npp, const NPNetscapeFuncs* funcs, JSObject value);
+/// read-only script object over the value, which keeps `life`. Throws `std::invalid_argument` for a Function,
+/// `std::bad_typeid` for null `funcs`, `std::runtime_error` when the host has no memory or makes no object.
+NPVariant toNPVariant(NPP npp, const NPNetscapeFuncs* funcs, JSObject value,
+                      std::shared_ptr<const InstanceLife> life = nullptr);
 /// The same for a text alone; `funcs` is not null.
 NPVariant TextVariant(const NPNetscapeFuncs* funcs, const std::string& text);
 
