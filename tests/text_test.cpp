@@ -13,6 +13,7 @@
 #include "base/debug_log.h"
 #include "base/guarded_memory.h"
 #include "platform/desktop.h"
+#include "platform/faults.h"
 #include "tests/support/outcomes.h"
 #include "tokens/origin.h"
 
