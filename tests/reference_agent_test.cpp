@@ -156,8 +156,7 @@ class AgentTest : public testing::TestWithParam<const char*> {
   }
   Status Install(const char* id, const Text& package) const {
     std::ofstream(folder_ / "applet.trok", std::ios::binary) << package;
-    return static_cast<Status>(
-        ENTRY(ZUB_Install)(id, support::PlatformPath<WCHAR>(folder_ / "applet.trok").c_str()));
+    return static_cast<Status>(ENTRY(ZUB_Install)(id, support::PlatformPath<WCHAR>(folder_ / "applet.trok").c_str()));
   }
   // Registers for events under a name, by what the generation has for it.
   Status Register(const char* name, uint32_t* id) const {
