@@ -69,7 +69,7 @@ class CKSVPluginWYS {
                                  int32_t* outHeight);
 
  private:
-  using PointEntry = EntryTable::Entry<int32_t(uint32_t session, uint32_t image, const WysPoint* point)>;
+  using PointEntry = EntryTable::Entry<decltype(WYSMouseDown)>;
 
   void BindLibrary();
   /// The frame of an operation.
