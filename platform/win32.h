@@ -136,6 +136,7 @@ inline constexpr LONG ERROR_NOT_OWNER = 288;
 inline constexpr LONG ERROR_BADDB = 1009;
 inline constexpr LONG ERROR_REGISTRY_IO_FAILED = 1016;
 inline constexpr LONG ERROR_KEY_DELETED = 1018;
+inline constexpr LONG ERROR_NO_UNICODE_TRANSLATION = 1113;
 inline constexpr LONG ERROR_INVALID_WINDOW_HANDLE = 1400;
 inline constexpr LONG ERROR_INVALID_HOOK_HANDLE = 1404;
 inline constexpr LONG ERROR_NOT_ENOUGH_QUOTA = 1816;
@@ -261,6 +262,9 @@ __time64_t _time64(__time64_t* now);
 
 inline constexpr UINT CP_ACP = 0;
 inline constexpr UINT CP_UTF8 = 65001;
+/// Refuse ill-formed text (ERROR_NO_UNICODE_TRANSLATION) instead of replacing it. The second is for CP_UTF8 alone.
+inline constexpr DWORD MB_ERR_INVALID_CHARS = 0x08;
+inline constexpr DWORD WC_ERR_INVALID_CHARS = 0x80;
 inline constexpr size_t _TRUNCATE = static_cast<size_t>(-1);
 inline constexpr errno_t STRUNCATE = 80;
 

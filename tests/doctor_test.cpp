@@ -216,7 +216,7 @@ TEST_F(DoctorTest, TheProgramPrintsBothFormsAndItsExitStatus) {
   EXPECT_NE(output.find("PASS  registered module"), std::string::npos) << output;
   EXPECT_EQ(Run("--help"), 0);
   EXPECT_NE(output.find("Exit status"), std::string::npos);
-  for (const char* wrong : {"--jsn", "--json --json", "--json --help", "x"}) EXPECT_EQ(Run(wrong), 2) << wrong;
+  for (const char* wrong : {"--jsn", "--json=x", "x"}) EXPECT_EQ(Run(wrong), 2) << wrong;
   {
     const platform::ScopedVariable unset("AppData", nullptr);
     EXPECT_EQ(Run("--json"), 1);

@@ -73,6 +73,7 @@ TEST_F(LayerFilesTest, TextConversion) {
   };
   char text[128];
   for (const auto& [narrow, wide, isValid] : cases) {
+    EXPECT_EQ(MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, narrow.c_str(), -1, nullptr, 0) > 0, isValid);
     // Into how many characters a broken sequence falls is each system's own.
     if (!isValid && !kHasLayerSettings) continue;
     const int narrowSize = static_cast<int>(narrow.size()) + 1, wideSize = static_cast<int>(wide.size()) + 1;
@@ -89,6 +90,8 @@ TEST_F(LayerFilesTest, TextConversion) {
   const WCHAR unpaired[] = {0xDC00, 'x', 0};
   WideCharToMultiByte(CP_UTF8, 0, unpaired, -1, text, 8, nullptr, nullptr);
   EXPECT_STREQ(text, "\xEF\xBF\xBDx");
+  EXPECT_EQ(WideCharToMultiByte(CP_UTF8, WC_ERR_INVALID_CHARS, unpaired, -1, text, 8, nullptr, nullptr), 0);
+  EXPECT_LAST_ERROR(ERROR_NO_UNICODE_TRANSLATION);
   MultiByteToWideChar(CP_ACP, 0, "x", 0, nullptr, 0);
   EXPECT_LAST_ERROR(ERROR_INVALID_PARAMETER);
 }

@@ -143,7 +143,7 @@ TEST_F(ReferenceDisplayEvents, ContextEndsWithAllItsSessionsOrNone) {
     sessions.push_back(session_);
   }
   std::promise<std::pair<int32_t, std::vector<int32_t>>> outcome;
-  std::atomic<bool> done = false;  // Each session has a thread of its own.
+  std::atomic<bool> done = false;
   events_.inside = [&] {
     if (done.exchange(true)) return;
     const int32_t status = wys_.DeInit(context_);

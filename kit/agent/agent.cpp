@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cstring>
 #include <limits>
+#include <nlohmann/json.hpp>
 
-#include "kit/agent/json.h"
 #include "kit/agent/otpauth_uri.h"
 #include "kit/agent/text.h"
 #include "kit/agent/token.h"
@@ -13,6 +13,9 @@
 
 namespace KsvAgent {
 namespace {
+
+/// Keeps the order in which README.md lists the members.
+using Json = nlohmann::ordered_json;
 
 constexpr uint32_t kAgentVersion = 1;
 constexpr size_t kMaxName = 512;
@@ -25,7 +28,7 @@ uint8_t ChosenGeneration() noexcept try {
   return 2;
 }
 
-/// Settled when the library is loaded, whatever the environment says later.
+/// Read when the library is loaded; later changes of the environment have no effect.
 const uint8_t kChosenGeneration = ChosenGeneration();
 
 enum OtpSelector : int32_t { kNow = 0, kAtGivenTime = 1 };
@@ -49,7 +52,7 @@ void CheckCapacity(OutputBuffer out, size_t needed) {
   throw AgentError(Status::kBufferTooSmall);
 }
 
-/// For a buffer that has been found large enough.
+/// The capacity must have been checked.
 void Store(OutputBuffer out, ByteView bytes) {
   std::copy(bytes.begin(), bytes.end(), out.data);
   *out.length = static_cast<uint16_t>(bytes.size());
@@ -62,26 +65,29 @@ Account ParseFor(const Applet& applet, ByteView input) {
   return account;
 }
 
-/// Tells the page what has arrived and what it would make, with nothing of the seed.
+/// What has been received and the account that it makes, without the seed.
 std::string Acknowledge(const Applet& applet, ByteView input) {
-  JsonObject text;
-  text.Add("received", input.size());
+  Json text = {{"received", input.size()}};
   try {
     const Account account = ParseFor(applet, input);
-    text.Add("complete", true).Add("kind", NameOf(account.kind)).Add("label", account.label);
-    text.Add("issuer", account.issuer).Add("algorithm", NameOf(account.hash)).Add("digits", account.digits);
+    text.update({{"complete", true},
+                 {"kind", NameOf(account.kind)},
+                 {"label", account.label},
+                 {"issuer", account.issuer},
+                 {"algorithm", NameOf(account.hash)},
+                 {"digits", account.digits}});
     if (account.kind == OtpKind::kTime) {
-      text.Add("period", account.period);
+      text["period"] = account.period;
     } else {
-      text.Add("counter", account.counter);
+      text["counter"] = account.counter;
     }
   } catch (const AgentError& error) {
-    text.Add("complete", false).Add("status", static_cast<int32_t>(error.status()));
+    text.update({{"complete", false}, {"status", error.status()}});
   }
-  return text.Text();
+  return text.dump();
 }
 
-/// The value that the password is made from.
+/// The counter or the time step of the password.
 uint64_t MovingFactor(const Account& account, int32_t selector, ByteView extra) {
   Require(selector == kNow || (selector == kAtGivenTime && account.kind == OtpKind::kTime), Status::kUnknownSelector);
   Require(extra.size() == (selector == kNow ? 0 : sizeof(uint64_t)), Status::kBadExtraData);
@@ -89,44 +95,29 @@ uint64_t MovingFactor(const Account& account, int32_t selector, ByteView extra) 
     Require(account.counter < std::numeric_limits<uint64_t>::max(), Status::kCounterExhausted);
     return account.counter;
   }
-  if (selector == kAtGivenTime) return ByteReader(extra, Status::kBadExtraData).TakeNumber<uint64_t>() / account.period;
+  if (selector == kAtGivenTime) return ByteReader(extra, Status::kBadExtraData).ReadNumber<uint64_t>() / account.period;
   const auto now = std::chrono::system_clock::now().time_since_epoch();
   return static_cast<uint64_t>(std::chrono::duration_cast<std::chrono::seconds>(now).count()) / account.period;
 }
 
-template <class Value>
-std::vector<std::string> Names(std::initializer_list<Value> values) {
-  std::vector<std::string> names;
-  for (const Value value : values) names.emplace_back(NameOf(value));
-  return names;
+Json AboutAgent(uint8_t generation) {
+  Json algorithms = Json::array();
+  for (const Crypto::Hash hash : kHashes) algorithms.push_back(NameOf(hash));
+  return {{"agent", "reference"},     {"version", kAgentVersion},
+          {"generation", generation}, {"kinds", {NameOf(OtpKind::kTime), NameOf(OtpKind::kCounter)}},
+          {"algorithms", algorithms}, {"minDigits", kMinDigits},
+          {"maxDigits", kMaxDigits}};
 }
 
-std::string AboutAgent(uint8_t generation) {
-  return JsonObject()
-      .Add("agent", "reference")
-      .Add("version", kAgentVersion)
-      .Add("generation", generation)
-      .Add("kinds", Names({OtpKind::kTime, OtpKind::kCounter}))
-      .Add("algorithms", Names({Crypto::Hash::kSha1, Crypto::Hash::kSha256, Crypto::Hash::kSha512}))
-      .Add("minDigits", kMinDigits)
-      .Add("maxDigits", kMaxDigits)
-      .Text();
-}
-
-std::string AboutApplet(const Applet& applet) {
-  std::vector<std::string> kinds;
+Json AboutApplet(const Applet& applet) {
+  Json kinds = Json::array();
   for (const OtpKind kind : {OtpKind::kTime, OtpKind::kCounter}) {
-    if (applet.Allows(kind)) kinds.emplace_back(NameOf(kind));
+    if (applet.Allows(kind)) kinds.push_back(NameOf(kind));
   }
-  return JsonObject()
-      .Add("applet", applet.id)
-      .Add("title", applet.title)
-      .Add("version", applet.version)
-      .Add("kinds", kinds)
-      .Text();
+  return {{"applet", applet.id}, {"title", applet.title}, {"version", applet.version}, {"kinds", kinds}};
 }
 
-/// Read from the environment for each use, so that the folder follows it without the library being loaded anew.
+/// Read from the environment for each use, so that a change takes effect without loading the library again.
 std::filesystem::path Home() {
   return System::HomeFolder("KSV_AGENT_HOME", "ksv-agent");
 }
@@ -138,7 +129,7 @@ KeyStore Keys() {
 }
 
 std::string AppletEvent(const char* event, std::string_view applet) {
-  return JsonObject().Add("event", event).Add("applet", applet).Text();
+  return Json{{"event", event}, {"applet", applet}}.dump();
 }
 
 }  // namespace
@@ -152,7 +143,7 @@ void Agent::Init() {
 
 void Agent::DeInit() {
   {
-    // Shut first, so that no registration slips in behind the closing.
+    // First of all, so that no registration is added after `Close`.
     const std::scoped_lock lock(mutex_);
     CheckInitialised();
     initialised_ = false;
@@ -179,28 +170,29 @@ uint32_t Agent::Version() const {
 }
 
 void Agent::GetCapabilities(const char* name, int32_t selector, OutputBuffer out) {
-  std::string text;
+  Json about;
   switch (selector) {
     case kAboutAgent:
-      text = AboutAgent(generation_);
+      about = AboutAgent(generation_);
       break;
     case kAppletNames:
-      text = JsonObject().Add("applets", Applets().List()).Text();
+      about = {{"applets", Applets().List()}};
       break;
     case kAboutApplet: {
       const std::optional<Applet> applet = Applets().Find(CheckName(name));
       Require(applet.has_value(), Status::kUnknownApplet);
-      text = AboutApplet(*applet);
+      about = AboutApplet(*applet);
       break;
     }
     default:
       throw AgentError(Status::kUnknownSelector);
   }
+  const std::string text = about.dump();
   CheckCapacity(out, text.size());
   Store(out, AsBytes(text));
 }
 
-void Agent::Install(const char* name, const WideChar* path) {
+void Agent::Install(const char* name, const WCHAR* path) {
   const std::string id = CheckName(name);
   {
     const std::scoped_lock lock(mutex_);
@@ -233,29 +225,29 @@ const Agent::Instance& Agent::FindInstance(uint32_t instanceId) const {
 
 Agent::Resolved Agent::Resolve(Target target) const {
   CheckInitialised();
-  Owner owner;
+  Client client;
   if (const char* const* name = std::get_if<const char*>(&target)) {
     CheckGeneration(2);
-    owner.applet = CheckName(*name);
+    client.applet = CheckName(*name);
   } else {
-    owner.instanceId = std::get<uint32_t>(target);
-    owner.applet = FindInstance(owner.instanceId).applet;
+    client.instanceId = std::get<uint32_t>(target);
+    client.applet = FindInstance(client.instanceId).applet;
   }
-  std::optional<Applet> applet = Applets().Find(owner.applet);
+  std::optional<Applet> applet = Applets().Find(client.applet);
   Require(applet.has_value(), Status::kUnknownApplet);
-  return {std::move(owner), std::move(*applet)};
+  return {std::move(client), std::move(*applet)};
 }
 
 uint32_t Agent::StartProvisioning(Target target) {
   const std::scoped_lock lock(mutex_);
-  return sessions_.Start(Resolve(target).owner);
+  return sessions_.Start(Resolve(target).client);
 }
 
 void Agent::SendData(Target target, int32_t session, int32_t dataType, ByteView data) {
   const std::scoped_lock lock(mutex_);
   const Resolved resolved = Resolve(target);
   CheckDataType(dataType);
-  sessions_.Append(session, resolved.owner, data);
+  sessions_.Append(session, resolved.client, data);
 }
 
 void Agent::ReceiveData(Target target, int32_t session, int32_t dataType, OutputBuffer out) {
@@ -264,25 +256,25 @@ void Agent::ReceiveData(Target target, int32_t session, int32_t dataType, Output
 
 void Agent::SendAndReceiveData(Target target, int32_t session, int32_t dataType, ByteView data, OutputBuffer out) {
   const std::scoped_lock lock(mutex_);
-  const auto [owner, applet] = Resolve(target);
+  const auto [client, applet] = Resolve(target);
   CheckDataType(dataType);
-  const SecretBytes& input = sessions_.Input(session, owner);
+  const SecretBytes& input = sessions_.Input(session, client);
   const size_t before = input.size();
-  if (!data.empty()) sessions_.Append(session, owner, data);
+  if (!data.empty()) sessions_.Append(session, client, data);
   try {
     const std::string acknowledgement = Acknowledge(applet, input);
     CheckCapacity(out, acknowledgement.size());
     Store(out, AsBytes(acknowledgement));
   } catch (...) {
-    sessions_.Shorten(session, owner, before);
+    sessions_.Shorten(session, client, before);
     throw;
   }
 }
 
 void Agent::EndProvisioning(Target target, int32_t session, OutputBuffer out) {
   std::unique_lock lock(mutex_);
-  const auto [owner, applet] = Resolve(target);
-  const SecretBytes& input = sessions_.Input(session, owner);
+  const auto [client, applet] = Resolve(target);
+  const SecretBytes& input = sessions_.Input(session, client);
   Require(!input.empty(), Status::kEmptyInput);
   Account account;
   try {
@@ -291,35 +283,35 @@ void Agent::EndProvisioning(Target target, int32_t session, OutputBuffer out) {
     sessions_.End(session);
     throw;
   }
-  const Bytes token = SealToken(account, owner.applet, Keys().LoadOrCreate());
+  const Bytes token = SealToken(account, client.applet, Keys().LoadOrCreate());
   CheckCapacity(out, token.size());
   Store(out, token);
   sessions_.End(session);
   lock.unlock();
 
-  if (account.kind == OtpKind::kTime) events_.SetPeriod(owner, account.period);
-  // Who hears this may be another page than the one that provisioned, so it says nothing of whose account it is.
-  events_.Post(owner, EventSource::kProvisioning,
-               JsonObject().Add("event", "provisioned").Add("kind", NameOf(account.kind)).Text());
+  if (account.kind == OtpKind::kTime) events_.SetPeriod(client, account.period);
+  // Another page than the one that provisioned may receive this, so the account's name is not in it.
+  events_.Post(client, EventSource::kProvisioning,
+               Json{{"event", "provisioned"}, {"kind", NameOf(account.kind)}}.dump());
 }
 
 void Agent::GetOtp(Target target, int32_t selector, ByteView token, ByteView extra, OutputBuffer otp,
                    OutputBuffer newToken) {
   std::unique_lock lock(mutex_);
-  const Owner owner = Resolve(target).owner;
+  const Client client = Resolve(target).client;
   lock.unlock();
 
   Require(!token.empty(), Status::kEmptyInput);
   Require(token.size() <= kMaxToken, Status::kBadToken);
   const std::optional<SecretBytes> key = Keys().Load();
-  // Without a key this user has never sealed a token.
+  // Without a key this user has no token yet.
   Require(key.has_value(), Status::kBadToken);
-  Account account = OpenToken(token, owner.applet, *key);
+  Account account = OpenToken(token, client.applet, *key);
   const SecretBytes password = MakePassword(account, MovingFactor(account, selector, extra));
   Bytes advanced;
   if (account.kind == OtpKind::kCounter) {
     ++account.counter;
-    advanced = SealToken(account, owner.applet, *key);
+    advanced = SealToken(account, client.applet, *key);
   }
 
   if (password.size() > otp.capacity() || advanced.size() > newToken.capacity()) {
@@ -329,12 +321,12 @@ void Agent::GetOtp(Target target, int32_t selector, ByteView token, ByteView ext
   }
   Store(otp, password);
   Store(newToken, advanced);
-  if (account.kind == OtpKind::kTime) events_.SetPeriod(owner, account.period);
+  if (account.kind == OtpKind::kTime) events_.SetPeriod(client, account.period);
 }
 
 void Agent::RegisterEvents(const char* name, EventHub::Sink sink) {
   const std::scoped_lock lock(mutex_);
-  events_.Subscribe(Resolve(name).owner, std::move(sink));
+  events_.Subscribe(Resolve(name).client, std::move(sink));
 }
 
 void Agent::UnregisterEvents(const char* name) {
@@ -354,7 +346,7 @@ void Agent::StartInstance(const char* name, const std::function<EventHub::Sink(u
   const std::string applet = CheckName(name);
   Require(Applets().Find(applet).has_value(), Status::kUnknownApplet);
   Require(instances_.size() < kMaxInstances, Status::kTooManyInstances);
-  const uint32_t id = DrawHandle(instances_);
+  const uint32_t id = RandomHandle(instances_);
   instances_.emplace(id, Instance{applet, makeSink != nullptr});
   instanceId = id;
   if (makeSink == nullptr) return;
@@ -369,12 +361,12 @@ void Agent::StartInstance(const char* name, const std::function<EventHub::Sink(u
 void Agent::StopInstance(uint32_t instanceId) {
   std::unique_lock lock(mutex_);
   const Instance instance = FindInstance(instanceId);
-  const Owner owner{instance.applet, instanceId};
+  const Client client{instance.applet, instanceId};
   lock.unlock();
-  // Without the lock, and before anything is given up: while a callback runs the instance stands.
-  if (instance.hasEvents) events_.Unsubscribe(owner);
+  // Without the lock, and first: when a callback is still running the instance goes on.
+  if (instance.hasEvents) events_.Unsubscribe(client);
   lock.lock();
-  sessions_.EndAllOf(owner);
+  sessions_.EndAllOf(client);
   instances_.erase(instanceId);
 }
 

@@ -6,20 +6,20 @@
 namespace KsvAgent {
 namespace {
 
-/// At the end of a process the agent's thread may still run, or may have been ended with a lock in its hands: then
-/// everything is left to the system.
-struct LetGo {
+/// At the end of a process the agent's thread may still run, or the system may have ended it while it held a lock. Then
+/// nothing is freed.
+struct DeleteIfAtRest {
   void operator()(Agent* agent) const noexcept {
     if (agent->IsAtRest()) delete agent;
   }
 };
 
 Agent& TheAgent() {
-  static const std::unique_ptr<Agent, LetGo> agent(std::make_unique<Agent>().release());
+  static const std::unique_ptr<Agent, DeleteIfAtRest> agent(std::make_unique<Agent>().release());
   return *agent;
 }
 
-/// The one way into the agent.
+/// Runs the work of an entry point.
 template <class Operation>
 int32_t Guarded(Operation&& operation) noexcept {
   return static_cast<int32_t>(StatusOf<Status>([&] { operation(TheAgent()); }));
@@ -36,7 +36,7 @@ OutputBuffer Output(uint16_t* length, uint8_t* buffer) {
 }
 
 template <class Pointer>
-Pointer Given(Pointer pointer) {
+Pointer NotNull(Pointer pointer) {
   Require(pointer != nullptr, Status::kInvalidArgument);
   return pointer;
 }
@@ -44,7 +44,7 @@ Pointer Given(Pointer pointer) {
 /// Stores what `make` gives; without a place for it nothing is made.
 template <class Make>
 void StoreIn(uint32_t* out, Make make) {
-  Given(out);
+  NotNull(out);
   *out = make();
 }
 
@@ -188,7 +188,7 @@ int32_t ZUB3_GetOTP(uint32_t instanceId, int32_t otpSelector, int32_t tokenLengt
 }
 
 int32_t ZUB_RegisterEventCb(const char* name, AgentEventCallback callback) {
-  return Guarded([=](Agent& agent) { agent.RegisterEvents(name, ByName(Given(name), Given(callback))); });
+  return Guarded([=](Agent& agent) { agent.RegisterEvents(name, ByName(NotNull(name), NotNull(callback))); });
 }
 
 int32_t ZUB_UnregisterEventCb(const char* name) {
@@ -196,7 +196,7 @@ int32_t ZUB_UnregisterEventCb(const char* name) {
 }
 
 int32_t ZUB3_StartInstance(const char* name, InstanceEventCallback callback, void* context, uint32_t* instanceId) {
-  return Guarded([=](Agent& agent) { agent.StartInstance(name, ByInstance(callback, context), *Given(instanceId)); });
+  return Guarded([=](Agent& agent) { agent.StartInstance(name, ByInstance(callback, context), *NotNull(instanceId)); });
 }
 
 int32_t ZUB3_StopInstance(uint32_t instanceId) {

@@ -7,7 +7,7 @@ namespace KsvAgent {
 
 using namespace KsvKit;
 
-/// Carries a status from where it is found to the guard of the entry points, which alone turns it into a result.
+/// Carries a status to the entry point, which returns it.
 using AgentError = Failure<Status>;
 
 }  // namespace KsvAgent

@@ -65,7 +65,7 @@ void ReadKinds(std::string_view kinds, Applet& applet) {
 
 Bytes ReadPackageFile(const fs::path& path) {
   std::error_code error;
-  // Asked first, because opening a pipe or a device may block.
+  // Checked first, because opening a pipe or a device may block.
   Require(fs::is_regular_file(path, error), Status::kAppletFileUnreadable);
   std::ifstream in(path, std::ios::binary);
   Bytes content(kMaxPackage + 1);
@@ -110,7 +110,7 @@ Applet ParseAppletPackage(ByteView package) {
 }
 
 fs::path AppletStore::FileOf(std::string_view id) const {
-  // As hexadecimal digits a name can neither leave the folder nor mean something to a file system.
+  // A name in hexadecimal digits has no separators and is no reserved name.
   return folder_ / (Hex(id) + ".applet");
 }
 
@@ -137,7 +137,7 @@ std::vector<std::string> AppletStore::ListInstalled() const {
   std::error_code error;
   for (fs::directory_iterator entry(folder_, error), end; !error && entry != end; entry.increment(error)) {
     if (entry->path().extension() != ".applet") continue;
-    // The file's name tells the applet's; whether the content agrees is for FindInstalled to say.
+    // The applet's name from the file's name; FindInstalled compares it with the content.
     const std::string digits = entry->path().stem().string();
     std::string id;
     for (size_t position = 0; position + 1 < digits.size(); position += 2) {

@@ -9,12 +9,12 @@
 
 namespace KsvAgent {
 
-/// The OATH applet, which is part of the agent and needs no package.
+/// The OATH applet, which needs no package.
 constexpr std::string_view kBuiltInApplet = "8D67D9DD2AF54717AFF2FF7EF19DFADB";
 
-/// What a package says of an applet.
+/// An applet as its package describes it.
 struct Applet {
-  /// 1 to 32 of A-Z, a-z, 0-9, '.', '_' and '-': no longer than what an event can carry.
+  /// 1 to 32 of A-Z, a-z, 0-9, '.', '_' and '-', which is the limit of a name in an event.
   std::string id;
   std::string title;
   std::string version;
@@ -24,27 +24,26 @@ struct Applet {
   bool Allows(OtpKind kind) const { return kind == OtpKind::kTime ? allowsTime : allowsCounter; }
 };
 
-/// Reads a package in the form that README.md lays down. Throws kBadAppletPackage.
+/// Parses a package; README.md has the format. Throws kBadAppletPackage.
 Applet ParseAppletPackage(ByteView package);
 
-/// The installed applets: one file each in the agent's folder, read afresh for every question, so that processes of one
-/// user agree.
+/// The installed applets: one file each in the agent's folder. Every call reads the files again, so that all processes
+/// of a user see the same applets.
 class AppletStore {
  public:
   explicit AppletStore(const std::filesystem::path& home) : folder_(home / "applets") {}
 
-  /// The applet of this name: the installed package, else what is built in, else nothing. A stored package that has
-  /// been damaged counts as absent.
+  /// The installed applet of this name, else the built-in one, else nothing. A damaged package is ignored.
   std::optional<Applet> Find(std::string_view id) const;
 
   /// The names of the built-in applet and of all installed ones, in order.
   std::vector<std::string> List() const;
 
-  /// Checks the package in the file and stores it in place of an earlier one of that name. Throws
+  /// Checks the package in the file and stores it; it replaces an earlier one of that name. Throws
   /// kAppletFileUnreadable, kBadAppletPackage, kTooManyApplets or kStoreFailure.
   void Install(std::string_view id, const std::filesystem::path& package) const;
 
-  /// Takes the package away; the built-in applet stays usable without one. Throws kAppletNotInstalled.
+  /// Removes the package; the built-in applet can be used without one. Throws kAppletNotInstalled.
   void Uninstall(std::string_view id) const;
 
  private:

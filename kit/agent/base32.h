@@ -6,9 +6,8 @@
 
 namespace KsvAgent {
 
-/// Decodes Base32 of either case, with or without the padding at its end; nothing for any other character or for a
-/// length that no whole bytes give. Bits left over in the last character are ignored: seeds that were drawn character
-/// by character have some.
+/// Decodes Base32 of either case, with or without padding; nothing for any other character and for a length that does
+/// not make whole bytes. Spare bits of the last character are ignored: seeds made of random characters have some.
 std::optional<SecretBytes> DecodeBase32(ByteView text);
 
 }  // namespace KsvAgent

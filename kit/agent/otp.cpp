@@ -40,10 +40,10 @@ SecretBytes MakePassword(const Account& account, uint64_t factor) {
   SecretBytes message;
   AppendNumber(message, factor);
   const SecretBytes mac = Crypto::Hmac(account.hash, account.seed, message);
-  // The longer hashes are cut at the place that their own last byte names too.
+  // For the longer hashes too, the last byte gives the offset.
   const size_t offset = mac.back() & 0x0F;
   uint32_t value =
-      ByteReader(ByteView(mac).subspan(offset), Status::kInternalError).TakeNumber<uint32_t>() & 0x7FFFFFFF;
+      ByteReader(ByteView(mac).subspan(offset), Status::kInternalError).ReadNumber<uint32_t>() & 0x7FFFFFFF;
 
   SecretBytes password(account.digits);
   for (size_t position = account.digits; position > 0; --position) {

@@ -9,7 +9,7 @@ namespace KsvAgent {
 
 enum class OtpKind : uint8_t { kCounter = 1, kTime = 2 };
 
-/// All that makes a password: what a provisioning text says and a token carries.
+/// The parameters of a password, from a provisioning text or a token.
 struct Account {
   OtpKind kind = OtpKind::kTime;
   Crypto::Hash hash = Crypto::Hash::kSha1;
@@ -17,7 +17,7 @@ struct Account {
   uint8_t digits = 6;
   /// Seconds, at least 1; only for passwords by time.
   uint32_t period = 30;
-  /// The value that the next password uses; only for passwords by counter.
+  /// The counter of the next password; only for passwords by counter.
   uint64_t counter = 0;
   /// 10 to 128 bytes.
   SecretBytes seed;
@@ -32,6 +32,8 @@ struct Account {
 
 constexpr uint8_t kMinDigits = 6;
 constexpr uint8_t kMaxDigits = 8;
+
+constexpr Crypto::Hash kHashes[] = {Crypto::Hash::kSha1, Crypto::Hash::kSha256, Crypto::Hash::kSha512};
 
 const char* NameOf(OtpKind kind);
 const char* NameOf(Crypto::Hash hash);

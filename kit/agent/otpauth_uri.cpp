@@ -24,12 +24,12 @@ SecretBytes DecodePercent(ByteView text) {
   SecretBytes out;
   out.reserve(text.size());
   for (ByteReader reader(text, kMalformed); reader.left() > 0;) {
-    const uint8_t byte = reader.TakeNumber<uint8_t>();
+    const uint8_t byte = reader.ReadNumber<uint8_t>();
     if (byte != '%') {
       out.push_back(byte);
       continue;
     }
-    const ByteView digits = reader.Take(2);
+    const ByteView digits = reader.Read(2);
     const int high = HexValue(digits[0]);
     const int low = HexValue(digits[1]);
     Require(high >= 0 && low >= 0, kMalformed);
@@ -38,7 +38,8 @@ SecretBytes DecodePercent(ByteView text) {
   return out;
 }
 
-/// Cuts off and gives what stands before the first `separator`; all of it when there is none.
+/// Removes the text up to the first `separator`, and that, from `rest` and returns it; all of `rest` when there is
+/// none.
 ByteView CutAt(ByteView& rest, char separator) {
   const auto found = std::find(rest.begin(), rest.end(), static_cast<uint8_t>(separator));
   const ByteView head(rest.begin(), found);
@@ -62,7 +63,7 @@ Parameters SplitQuery(ByteView query) {
 uint64_t NumberOr(const Parameters& parameters, std::string_view key, uint64_t fallback, uint64_t limit) {
   const auto found = parameters.find(key);
   if (found == parameters.end()) return fallback;
-  const std::optional<uint64_t> number = ParseNumber(AsText(found->second), std::numeric_limits<uint64_t>::max());
+  const std::optional<uint64_t> number = ParseNumber(AsText(found->second));
   Require(number.has_value(), kMalformed);
   Require(*number <= limit, kUnsupported);
   return *number;
@@ -71,7 +72,7 @@ uint64_t NumberOr(const Parameters& parameters, std::string_view key, uint64_t f
 Crypto::Hash HashOr(const Parameters& parameters, Crypto::Hash fallback) {
   const auto found = parameters.find("algorithm");
   if (found == parameters.end()) return fallback;
-  for (const Crypto::Hash hash : {Crypto::Hash::kSha1, Crypto::Hash::kSha256, Crypto::Hash::kSha512}) {
+  for (const Crypto::Hash hash : kHashes) {
     if (EqualsIgnoringCase(AsText(found->second), NameOf(hash))) return hash;
   }
   throw AgentError(kUnsupported);
@@ -92,14 +93,14 @@ std::string PlainText(ByteView bytes) {
 }  // namespace
 
 Account ParseOtpauthUri(ByteView uri) {
-  // Spaces and control characters are never part of a URI; letters beyond ASCII are let through, as authors seldom
-  // encode them.
+  // Spaces and control characters are never part of a URI; other characters than ASCII are accepted, because authors
+  // seldom encode them.
   Require(std::all_of(uri.begin(), uri.end(), [](uint8_t byte) { return byte > 0x20 && byte != 0x7F && byte != '#'; }),
           kMalformed);
   constexpr std::string_view kScheme = "otpauth://";
   ByteReader reader(uri, kMalformed);
-  Require(EqualsIgnoringCase(AsText(reader.Take(kScheme.size())), kScheme), kMalformed);
-  ByteView path = reader.Take(reader.left());
+  Require(EqualsIgnoringCase(AsText(reader.Read(kScheme.size())), kScheme), kMalformed);
+  ByteView path = reader.Read(reader.left());
   ByteView query = path;
   path = CutAt(query, '?');
   ByteView label = path;

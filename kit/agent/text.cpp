@@ -15,9 +15,9 @@ char Lower(char character) {
 }  // namespace
 
 bool IsPlainText(std::string_view text) {
-  const std::optional<std::u32string> characters = KsvKit::DecodeUtf8(text);
-  return characters &&
-         std::ranges::none_of(*characters, [](char32_t code) { return code < 0x20 || (code >= 0x7F && code < 0xA0); });
+  const auto isControl = [](WCHAR unit) { return unit < 0x20 || (unit >= 0x7F && unit < 0xA0); };
+  const std::optional<KsvKit::WideText> wide = KsvKit::WideFromUtf8(text);
+  return wide && std::ranges::none_of(*wide, isControl);
 }
 
 bool EqualsIgnoringCase(std::string_view left, std::string_view right) {
@@ -25,10 +25,10 @@ bool EqualsIgnoringCase(std::string_view left, std::string_view right) {
                     [](char a, char b) { return Lower(a) == Lower(b); });
 }
 
-std::optional<uint64_t> ParseNumber(std::string_view text, uint64_t limit) {
+std::optional<uint64_t> ParseNumber(std::string_view text) {
   uint64_t value = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-  if (text.empty() || error != std::errc() || end != text.data() + text.size() || value > limit) return std::nullopt;
+  if (text.empty() || error != std::errc() || end != text.data() + text.size()) return std::nullopt;
   return value;
 }
 

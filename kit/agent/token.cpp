@@ -3,10 +3,10 @@
 namespace KsvAgent {
 namespace {
 
-/// Four letters, the version of the layout, and the cipher (1 is AES-256-GCM).
+/// Magic number, version of the layout, cipher (1 is AES-256-GCM).
 constexpr std::array<uint8_t, 6> kHeader = {'K', 'S', 'V', 'T', 1, 1};
 
-/// The header and the applet's name are bound to the sealed part, though the name is not stored.
+/// The tag covers the header and the applet's name, which the token does not contain.
 Bytes AssociatedData(std::string_view applet) {
   Bytes data(kHeader.begin(), kHeader.end());
   Append(data, AsBytes(applet));
@@ -18,8 +18,8 @@ void AppendField(SecretBytes& out, ByteView field) {
   Append(out, field);
 }
 
-ByteView TakeField(ByteReader<Status>& reader) {
-  return reader.Take(reader.TakeNumber<uint16_t>());
+ByteView ReadField(ByteReader<Status>& reader) {
+  return reader.Read(reader.ReadNumber<uint16_t>());
 }
 
 }  // namespace
@@ -45,23 +45,23 @@ Bytes SealToken(const Account& account, std::string_view applet, ByteView key) {
 
 Account OpenToken(ByteView token, std::string_view applet, ByteView key) {
   ByteReader outer(token, Status::kBadToken);
-  const ByteView header = outer.Take(kHeader.size());
+  const ByteView header = outer.Read(kHeader.size());
   Require(std::equal(header.begin(), header.end(), kHeader.begin()), Status::kBadToken);
-  const ByteView nonce = outer.Take(Crypto::kNonceSize);
-  const std::optional<SecretBytes> plain = Crypto::Open(key, nonce, AssociatedData(applet), outer.Take(outer.left()));
+  const ByteView nonce = outer.Read(Crypto::kNonceSize);
+  const std::optional<SecretBytes> plain = Crypto::Open(key, nonce, AssociatedData(applet), outer.Read(outer.left()));
   Require(plain.has_value(), Status::kBadToken);
 
   ByteReader reader(*plain, Status::kBadToken);
   Account account;
-  account.kind = static_cast<OtpKind>(reader.TakeNumber<uint8_t>());
-  account.hash = static_cast<Crypto::Hash>(reader.TakeNumber<uint8_t>());
-  account.digits = reader.TakeNumber<uint8_t>();
-  account.period = reader.TakeNumber<uint32_t>();
-  account.counter = reader.TakeNumber<uint64_t>();
-  const ByteView seed = TakeField(reader);
+  account.kind = static_cast<OtpKind>(reader.ReadNumber<uint8_t>());
+  account.hash = static_cast<Crypto::Hash>(reader.ReadNumber<uint8_t>());
+  account.digits = reader.ReadNumber<uint8_t>();
+  account.period = reader.ReadNumber<uint32_t>();
+  account.counter = reader.ReadNumber<uint64_t>();
+  const ByteView seed = ReadField(reader);
   account.seed.assign(seed.begin(), seed.end());
-  account.label = AsText(TakeField(reader));
-  account.issuer = AsText(TakeField(reader));
+  account.label = AsText(ReadField(reader));
+  account.issuer = AsText(ReadField(reader));
   Require(reader.left() == 0 && account.IsValid(), Status::kBadToken);
   return account;
 }

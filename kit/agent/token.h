@@ -4,11 +4,11 @@
 
 namespace KsvAgent {
 
-/// Seals an account into a token that only this key opens, and only under this applet's name. The layout stands in
-/// README.md. The same account always gives a token of the same length, whatever its counter.
+/// Seals an account into a token that opens only with this key and under this applet's name. README.md has the layout.
+/// The counter does not change the token's length.
 Bytes SealToken(const Account& account, std::string_view applet, ByteView key);
 
-/// Opens a token. Throws kBadToken for anything that `SealToken` did not make with the same applet and key.
+/// Opens a token. Throws kBadToken unless `SealToken` made it with the same applet and key.
 Account OpenToken(ByteView token, std::string_view applet, ByteView key);
 
 }  // namespace KsvAgent

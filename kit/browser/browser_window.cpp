@@ -1,6 +1,7 @@
 #include "kit/browser/browser_window.h"
 
 #include <QApplication>
+#include <QFile>
 #include <QPixmap>
 #include <QWebFrame>
 #include <QWebSettings>
@@ -21,18 +22,18 @@ bool Page::extension(Extension, const ExtensionOption* option, ExtensionReturn*)
 }
 
 void Page::javaScriptAlert(QWebFrame*, const QString& message) {
-  // A dialog would wait for a user who need not be there.
+  // A dialog would block a run without a user.
   emit consoleMessageReceived(ConsoleAPIMessageSource, LogMessageLevel, message, 0, {});
 }
 
-BrowserWindow::BrowserWindow(const Options& options, QTextStream& transcript)
+BrowserWindow::BrowserWindow(const BrowserOptions& options, QTextStream& transcript)
     : options(options), transcript(transcript) {
   auto* page = new Page(this);  // owned by the window
   setPage(page);
   page->settings()->setAttribute(QWebSettings::PluginsEnabled, true);
   setAttribute(Qt::WA_QuitOnClose);
   setWindowTitle(options.page.fileName());
-  resize(options.size);
+  resize(options.width, options.height);
 
   connect(page->mainFrame(), &QWebFrame::javaScriptWindowObjectCleared, this, &BrowserWindow::PrepareScript);
   connect(page, &QWebPage::consoleMessageReceived, this, &BrowserWindow::WriteConsoleLine);
@@ -73,7 +74,7 @@ void BrowserWindow::PrepareScript() {
   if (!frame->evaluateJavaScript(question).toBool()) {
     GiveUp(QString("QtWebKit did not take %1 as a plug-in for %2. Build it for this machine, or name another "
                    "with --module.")
-               .arg(options.module, NorvoWebAPI::KSV::kMimeType));
+               .arg(QFile::decodeName(options.module.c_str()), NorvoWebAPI::KSV::kMimeType));
   }
 }
 
@@ -85,7 +86,7 @@ void BrowserWindow::WriteConsoleLine(QWebPage::MessageSource source, QWebPage::M
   }
   if (level != QWebPage::ErrorMessageLevel) return;
   Complain(QString("%1:%2: %3").arg(address).arg(line).arg(message));
-  // A page whose script stopped would otherwise be waited for until the time-out.
+  // A page whose script has failed would otherwise wait for the time-out.
   if (source == QWebPage::JSMessageSource && !options.stay) Finish(kExitPageFailed);
 }
 
@@ -93,9 +94,9 @@ void BrowserWindow::Finish(int outcome) {
   if (status >= 0) return;
   status = outcome;
   deadline.stop();
-  // The page may be calling from within a call of the plug-in: let it return before the window goes.
+  // The page may be within a call of the plug-in, which has to return before the window is closed.
   QTimer::singleShot(0, this, [this] {
-    if (!options.picture.isEmpty() && status != kExitNoAnswer) SavePicture();
+    if (!options.picture.empty() && status != kExitNoAnswer) SavePicture();
     if (!options.stay) QCoreApplication::quit();
   });
 }
@@ -107,9 +108,10 @@ void BrowserWindow::GiveUp(const QString& reason) {
 }
 
 void BrowserWindow::SavePicture() {
-  if (grab().save(options.picture)) return;
+  const QString picture = QFile::decodeName(options.picture.c_str());
+  if (grab().save(picture)) return;
   Complain(QString("The picture %1 can't be written. Check that its folder is there and that its name ends in .png.")
-               .arg(options.picture));
+               .arg(picture));
   if (status == kExitPageSucceeded) status = kExitPageFailed;
 }
 

@@ -1,4 +1,4 @@
-/// The window of ksv-browser: one page, its transcript, its end.
+/// The window of ksv-browser: one page, its transcript, its outcome.
 #pragma once
 
 #include <QTextStream>
@@ -13,7 +13,7 @@ namespace Kit {
 /// Writes one line for the user to standard error.
 void Complain(const QString& sentence);
 
-/// The page's load failures and alerts come to the window instead of to the page and to dialogs.
+/// Reports load failures and alerts to the window instead of showing them to a user.
 class Page : public QWebPage {
   Q_OBJECT
 
@@ -35,23 +35,23 @@ class Hook : public QObject {
 
  public:
   using QObject::QObject;
-  /// Ends the page's work; the first call counts.
+  /// Ends the page; only the first call counts.
   Q_INVOKABLE void finish(bool succeeded) { emit Finished(succeeded); }
 
  signals:
   void Finished(bool succeeded);
 };
 
-/// Shows the page and ends the application with an `ExitStatus` when the page has given its answer.
+/// Shows the page and ends the application when the page has finished.
 class BrowserWindow : public QWebView {
   Q_OBJECT
 
  public:
   /// `transcript` outlives the window.
-  BrowserWindow(const Options& options, QTextStream& transcript);
+  BrowserWindow(const BrowserOptions& options, QTextStream& transcript);
   /// Shows the window and starts loading.
   void Open();
-  /// The status for the process; what a window that was closed early amounts to is decided here too.
+  /// The `ExitStatus` for the process, also when the window was closed before the page had finished.
   int Status() const;
 
  private:
@@ -62,7 +62,7 @@ class BrowserWindow : public QWebView {
   void GiveUp(const QString& reason);
   void SavePicture();
 
-  const Options options;
+  const BrowserOptions options;
   QTextStream& transcript;
   Hook hook;
   QTimer deadline;

@@ -13,7 +13,7 @@ using Shutdown = NPError (*)();
 
 template <typename Entry>
 Entry FrontedEntry(const char* name) {
-  // Never closed: instances may outlive the engine's interest in the module.
+  // Never closed, because instances may live on after the engine has unloaded the wrapper.
   static void* const loaded = dlopen(std::getenv(KSV_FRONTED), RTLD_LAZY | RTLD_LOCAL);
   return loaded ? reinterpret_cast<Entry>(dlsym(loaded, name)) : nullptr;
 }

@@ -1,5 +1,5 @@
-/// What a module that stands in front of another one shares: `fronted_module.cpp` finds the other one and forwards the
-/// entries that nobody bends. The macro KSV_FRONTED names the environment variable that holds its path.
+/// For modules that wrap another one: `fronted_module.cpp` loads the other one and forwards the entries that are not
+/// overridden. The macro KSV_FRONTED is the name of the environment variable with its path.
 #pragma once
 
 #include "npapi/npfunctions.h"
@@ -8,7 +8,7 @@
 
 namespace Kit {
 
-/// Initialises the module behind and fills `plugin` with its entries.
+/// Initialises the wrapped module and fills `plugin` with its entries.
 NPError InitializeFronted(NPNetscapeFuncs* host, NPPluginFuncs* plugin);
 
 }  // namespace Kit

@@ -16,35 +16,36 @@
 #include "kit/browser/browser_window.h"
 #include "kit/browser/options.h"
 #include "kit/browser/plugin_windows.h"
+#include "kit/program/command_line.h"
 
 namespace {
 
 using Kit::Complain;
 using NorvoWebAPI::KSV::kMimeType;
 
-/// Past the window's own time-out, for the clean end that it tries first.
+/// After the window's own time-out, so that it can end in order first.
 constexpr unsigned kGraceSeconds = 5;
 
-int Fail(const QString& sentence, int status = Kit::kExitNoAnswer) {
+int Fail(const QString& sentence) {
   Complain(sentence);
-  return status;
+  return Kit::kExitNoAnswer;
 }
 
-/// Gives an empty text when the module can be loaded and answers for the media type, else what is wrong.
+/// Returns an empty text when the module can be loaded and supports the media type, else what is wrong.
 QString CheckModule(const QString& module) {
   void* handle = dlopen(QFile::encodeName(module).constData(), RTLD_LAZY | RTLD_LOCAL);
   if (!handle) return QString("The plug-in can't be loaded: %1. Build it, or name it with --module.").arg(dlerror());
   const auto describe = reinterpret_cast<const char* (*)()>(dlsym(handle, "NP_GetMIMEDescription"));
   const char* description = describe ? describe() : nullptr;
   const bool answers = description && std::strstr(description, kMimeType);
-  // It stays loaded, though the engine will load and unload it once more to ask the same: what the module keeps until
-  // the process ends would be lost with each unloading.
+  // The module stays loaded, because the engine loads it again, and each unloading would leak what the module keeps
+  // until the process ends.
   if (answers) return {};
   return QString("%1 is no plug-in for %2. Name the right module with --module.").arg(module, kMimeType);
 }
 
-/// Puts the module, behind its front, into a folder for itself, as the engine looks at every file that lies beside it.
-/// Gives an empty text, or what is wrong.
+/// Links the front module, which loads the module, into a folder of its own, because the engine loads every file beside
+/// it. Returns an empty text, or what is wrong.
 QString PreparePluginFolder(const QTemporaryDir& folder, const QString& module) {
   const QString front = QFileInfo("/proc/self/exe").symLinkTarget().section('/', 0, -2) + "/ksv-browser-module.so";
   if (!folder.isValid() || !QFile::link(front, folder.filePath("npNorvoWebAPIKSV.so"))) {
@@ -57,7 +58,7 @@ QString PreparePluginFolder(const QTemporaryDir& folder, const QString& module) 
   return {};
 }
 
-/// Opens the file of that name, "-" as standard output. Gives an empty text, or what is wrong.
+/// Opens the file, or standard output for "-". Returns an empty text, or what is wrong.
 QString OpenTranscript(QFile& file) {
   const bool opened = file.fileName() == "-" ? file.open(stdout, QIODevice::WriteOnly)
                                              : file.open(QIODevice::WriteOnly | QIODevice::Truncate);
@@ -65,7 +66,7 @@ QString OpenTranscript(QFile& file) {
   return QString("The transcript %1 can't be written: %2. Check its folder.").arg(file.fileName(), file.errorString());
 }
 
-/// Qt ends the process by abort when no display answers; that is an ordinary failure of this program.
+/// Qt aborts the process when it can't connect to the display; this program exits with a status instead.
 void HandleQtMessage(QtMsgType type, const QMessageLogContext&, const QString& message) {
   if (type == QtDebugMsg || type == QtInfoMsg) return;
   Complain(message);
@@ -74,10 +75,10 @@ void HandleQtMessage(QtMsgType type, const QMessageLogContext&, const QString& m
   std::_Exit(Kit::kExitNoAnswer);
 }
 
-/// The window's own time-out needs the event loop; this one ends a page or a plug-in that never returns to it.
+/// For a page or a plug-in that never returns to the event loop, where the window's time-out can't fire.
 void EndHangingProcess(int) {
   constexpr char kSentence[] = "ksv-browser: The page's script or the plug-in hangs: it has not returned in time.\n";
-  // The status tells the same when the text can't be written.
+  // The status is the same when the text can't be written.
   if (write(STDERR_FILENO, kSentence, sizeof kSentence - 1) < 0) _exit(Kit::kExitNoAnswer);
   _exit(Kit::kExitNoAnswer);
 }
@@ -85,24 +86,21 @@ void EndHangingProcess(int) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  QStringList arguments;
-  for (int i = 0; i < argc; ++i) arguments << QFile::decodeName(argv[i]);
-  Kit::Options options;
-  bool helpWanted = false;
-  const QString mistake = Kit::ParseOptions(arguments, options, helpWanted);
-  if (!mistake.isEmpty()) return Fail(mistake + " See ksv-browser --help.", Kit::kExitUsage);
-  if (helpWanted) return std::fputs(Kit::HelpText(), stdout) < 0 ? Kit::kExitUsage : 0;
+  Kit::BrowserOptions options;
+  const std::vector<std::string> arguments = Kit::CommandLine(argc, argv);
+  if (const auto end = Kit::ReadBrowserOptions(arguments, options)) return *end;
+  const QString module = QFile::decodeName(options.module.c_str());
 
-  QString fault = CheckModule(options.module);
+  QString fault = CheckModule(module);
   if (!fault.isEmpty()) return Fail(fault);
   if (qEnvironmentVariableIsEmpty("DISPLAY")) {
     return Fail("There is no display. Set DISPLAY, or start the program under xvfb-run -a.");
   }
 
   const QTemporaryDir pluginFolder;
-  fault = PreparePluginFolder(pluginFolder, options.module);
+  fault = PreparePluginFolder(pluginFolder, module);
   if (!fault.isEmpty()) return Fail(fault);
-  qputenv("QT_QPA_PLATFORM", "xcb");  // the engine's plug-ins are X11 programs
+  qputenv("QT_QPA_PLATFORM", "xcb");  // The engine's plug-ins need X11.
   qInstallMessageHandler(HandleQtMessage);
 
   QFile transcriptFile(options.transcript);

@@ -3,7 +3,7 @@
 namespace Kit {
 namespace {
 
-/// The layer has no wake-up for a foreign event loop, so its queue is looked at as often as a screen is drawn.
+/// The layer can't wake Qt's event loop, so its queue is polled at the rate of a screen.
 constexpr int kPumpMilliseconds = 16;
 
 PluginWindows* current = nullptr;
@@ -27,7 +27,7 @@ HWND PluginWindows::New() {
 
 }  // namespace Kit
 
-/// Called by the module that stands in front of the plug-in.
+/// Called by windowed_module.cpp.
 extern "C" __attribute__((visibility("default"))) void* KsvBrowserNewWindow() {
   return Kit::current ? Kit::current->New() : nullptr;
 }

@@ -1,4 +1,4 @@
-/// Windows of the platform layer for the plug-ins of the page: the engine gives them none.
+/// Windows of the platform layer for the page's plug-ins, which get none from the engine.
 #pragma once
 
 #include <QTimer>
@@ -9,8 +9,8 @@
 
 namespace Kit {
 
-/// Makes the windows and takes their messages, as a browser's own loop would, for as long as it lives. One a program,
-/// on the main thread.
+/// Creates the windows and, while it lives, dispatches their messages, as a browser's message loop does. One in a
+/// program, on the main thread.
 class PluginWindows {
  public:
   PluginWindows();

@@ -1,5 +1,5 @@
-// AddressSanitizer refuses RTLD_DEEPBIND, by which Qt opens every library. A dlopen of the program's own stands in
-// front and takes the flag away; the library's is found behind it.
+// AddressSanitizer refuses RTLD_DEEPBIND, with which Qt opens every library. This dlopen overrides the C library's,
+// removes the flag and calls it.
 
 #include <dlfcn.h>
 
@@ -7,8 +7,8 @@
 
 namespace {
 
-// Libraries of the system stay loaded, for what they keep counts as leaked once they are gone. The module and the agent
-// are unloaded in earnest.
+// Libraries of the system stay loaded, because their remaining memory counts as leaked after unloading. The module and
+// the agent are really unloaded.
 bool IsOfSystem(const char* file) {
   const std::string_view path = file ? file : "";
   return !path.starts_with('/') || path.starts_with("/usr/") || path.starts_with("/lib");

@@ -1,6 +1,6 @@
-// The module as the engine loads it. The engine gives plug-ins no window handle, and events need one: this stands in
-// front of the real module and hands each new instance a window of the browser's own. The browser names the real one in
-// KSV_BROWSER_MODULE and exports the window source.
+// The module that the engine loads. The engine gives plug-ins no window handle, but events need one: this module wraps
+// the real one and gives each new instance a window of the browser's own. The browser sets KSV_BROWSER_MODULE to the
+// real one's path and exports KsvBrowserNewWindow.
 #include <dlfcn.h>
 
 #include "kit/browser/fronted_module.h"
@@ -21,7 +21,7 @@ NPError NewInstance(NPMIMEType type, NPP instance, uint16_t mode, int16_t argc, 
   return module.setwindow(instance, &window);
 }
 
-// The engine tells of a window that it never made; the instance keeps the one that it has.
+// Ignores the engine's window, which has no handle; the instance keeps its own.
 NPError KeepWindow(NPP /*instance*/, NPWindow* /*window*/) {
   return NPERR_NO_ERROR;
 }

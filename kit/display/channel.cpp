@@ -26,7 +26,7 @@ size_t Number16(ByteView bytes, size_t at) {
 
 bool IsSetupMessage(ByteView message) {
   if (message.size() < 4) return false;
-  // Part B has no length of its own: it ends wherever the field behind it covers exactly what is left.
+  // Part B has no length field: it may end at any place where the next field covers exactly the rest.
   for (size_t end = 2 + Number16(message, 0); end + 2 <= message.size(); ++end) {
     if (Number16(message, end) == message.size() - end - 2) return true;
   }
@@ -50,19 +50,19 @@ Frame ReadFrame(ByteView bytes) {
   Require(bytes.size() <= kMaxFrameSize, Status::kBadFrame);
   Frame frame{nullptr, Bytes(bytes.begin(), bytes.end())};
   ByteReader<Status> reader(frame.bytes, Status::kBadFrame);
-  Require(AsText(reader.Take(kFrameMagic.size())) == kFrameMagic, Status::kBadFrame);
-  const auto layout = reader.TakeNumber<uint8_t>();
-  const auto tag = reader.TakeNumber<uint8_t>();
+  Require(AsText(reader.Read(kFrameMagic.size())) == kFrameMagic, Status::kBadFrame);
+  const auto layout = reader.ReadNumber<uint8_t>();
+  const auto tag = reader.ReadNumber<uint8_t>();
   Require(layout == kFrameLayout && tag <= kHmacSha256, Status::kBadFrame);
-  const auto width = reader.TakeNumber<uint16_t>();
-  const auto height = reader.TakeNumber<uint16_t>();
-  const auto length = reader.TakeNumber<uint32_t>();
+  const auto width = reader.ReadNumber<uint16_t>();
+  const auto height = reader.ReadNumber<uint16_t>();
+  const auto length = reader.ReadNumber<uint32_t>();
   Require(width >= 1 && height >= 1 && width <= kMaxImageSide && height <= kMaxImageSide &&
               length == uint32_t{3} * width * height,
           Status::kBadFrame);
-  const ByteView rgb = reader.Take(length);
+  const ByteView rgb = reader.Read(length);
   frame.tagSize = tag == kNoTag ? 0 : kTagSize;
-  reader.Take(frame.tagSize);
+  reader.Read(frame.tagSize);
   Require(reader.left() == 0, Status::kBadFrame);
   frame.pixels = std::make_shared<const Pixels>(Pixels{width, height, Bytes(rgb.begin(), rgb.end())});
   return frame;
@@ -71,7 +71,7 @@ Frame ReadFrame(ByteView bytes) {
 void CheckTag(const Frame& frame, ByteView frameKey) {
   Require(frame.tagSize == kTagSize, Status::kFrameNotAuthentic);
   const SecretBytes expected = Crypto::Hmac(Crypto::Hash::kSha256, frameKey, frame.covered());
-  // Every byte is looked at, so that the time taken does not tell how many were right.
+  // Compares all bytes, so that the time does not depend on how many of them match.
   const ByteView tag = frame.tag();
   uint8_t difference = 0;
   for (size_t i = 0; i < kTagSize; ++i) difference |= static_cast<uint8_t>(expected[i] ^ tag[i]);

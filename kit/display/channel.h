@@ -2,35 +2,34 @@
 
 #include "kit/display/descriptor.h"
 
-/// What a session shares with a remote party that holds the same key; README.md gives the layouts.
+/// The messages between a session and a remote party that has the same key; README.md has the layouts.
 namespace KsvDisplay::Channel {
 
 constexpr size_t kStreamKeySize = 32;
 
-/// Whether the bytes are a channel set-up message in at least one reading.
+/// Whether the bytes can be parsed as a channel set-up message in at least one way.
 bool IsSetupMessage(ByteView message);
 
-/// The stream key that answers a set-up message. `key` is the user's; so it is below, where an empty `streamKey` means
+/// The stream key that answers a set-up message. Here and below `key` is the user's key, and an empty `streamKey` means
 /// that none was set.
 SecretBytes AnswerSetup(ByteView key, ByteView message);
 
 SecretBytes FrameKey(ByteView key, ByteView streamKey);
 SecretBytes InputKey(ByteView key, ByteView streamKey);
 
-/// What `ReadFrame` found. It holds the frame itself: what a tag is checked for is what was read, whatever becomes of
-/// the memory that the frame came in.
+/// A parsed frame with a copy of its bytes: the caller may change its memory between parsing and the check of the tag.
 struct Frame {
   PixelsPtr pixels;
   Bytes bytes;
   size_t tagSize = 0;
 
-  /// Empty when the frame bears none.
+  /// Empty when the frame has none.
   ByteView tag() const { return ByteView(bytes).last(tagSize); }
-  /// The part that a tag covers.
+  /// The bytes that the tag authenticates.
   ByteView covered() const { return ByteView(bytes).first(bytes.size() - tagSize); }
 };
 
-/// Copies a frame, once, and takes it apart. Throws kBadFrame.
+/// Copies and parses a frame. Throws kBadFrame.
 Frame ReadFrame(ByteView bytes);
 
 /// Throws kFrameNotAuthentic unless the frame's tag was made under `frameKey`.

@@ -5,7 +5,7 @@ namespace {
 
 constexpr uint32_t kShuffleAfterEachDigit = 1;
 
-/// What a type takes and what it gets when the page leaves a field at zero.
+/// The limits of an input type, and the defaults of fields that are 0.
 struct Limits {
   InputType type;
   Point smallest;
@@ -32,29 +32,29 @@ class LittleReader {
   explicit LittleReader(ByteView bytes) : reader_(bytes, Status::kBadDescriptor) {}
 
   template <std::unsigned_integral Number>
-  Number Take() {
+  Number Read() {
     uint64_t value = 0;
     int shift = 0;
-    for (const uint8_t byte : reader_.Take(sizeof(Number))) {
+    for (const uint8_t byte : reader_.Read(sizeof(Number))) {
       value |= uint64_t{byte} << shift;
       shift += 8;
     }
     return static_cast<Number>(value);
   }
-  Point TakePoint() {
-    const auto x = Take<uint16_t>();
-    return {x, Take<uint16_t>()};
+  Point ReadPoint() {
+    const auto x = Read<uint16_t>();
+    return {x, Read<uint16_t>()};
   }
   void SkipZeros(size_t count) {
-    for (const uint8_t byte : reader_.Take(count)) Require(byte == 0, Status::kBadDescriptor);
+    for (const uint8_t byte : reader_.Read(count)) Require(byte == 0, Status::kBadDescriptor);
   }
-  ByteView Rest() { return reader_.Take(reader_.left()); }
+  ByteView Rest() { return reader_.Read(reader_.left()); }
 
  private:
   ByteReader<Status> reader_;
 };
 
-/// A host that drops a logo leaves its size in place, so a size without pixels is no error.
+/// A size without pixels is no error: hosts that drop a logo still send its size.
 PixelsPtr ReadLogo(Point size, ByteView rgb) {
   if (rgb.empty()) return nullptr;
   Require(size.x <= kMaxLogoSide && size.y <= kMaxLogoSide && rgb.size() == size_t{3} * size.x * size.y,
@@ -68,20 +68,20 @@ Descriptor ParseDescriptor(ByteView block) {
   LittleReader reader(block);
   Descriptor result;
   reader.SkipZeros(1);
-  const auto type = reader.Take<uint8_t>();
+  const auto type = reader.Read<uint8_t>();
   reader.SkipZeros(4);
-  result.imageId = reader.Take<uint32_t>();
-  result.size = reader.TakePoint();
+  result.imageId = reader.Read<uint32_t>();
+  result.size = reader.ReadPoint();
   reader.SkipZeros(1);
-  result.logoAt = reader.TakePoint();
+  result.logoAt = reader.ReadPoint();
   reader.SkipZeros(2);
-  const auto theme = reader.Take<uint8_t>();
-  result.least = reader.Take<uint32_t>();
+  const auto theme = reader.Read<uint8_t>();
+  result.least = reader.Read<uint32_t>();
   reader.SkipZeros(8);
-  result.greatest = reader.Take<uint32_t>();
+  result.greatest = reader.Read<uint32_t>();
   reader.SkipZeros(4);
-  const auto options = reader.Take<uint32_t>();
-  const Point logoSize = reader.TakePoint();
+  const auto options = reader.Read<uint32_t>();
+  const Point logoSize = reader.ReadPoint();
   result.logo = ReadLogo(logoSize, reader.Rest());
 
   const Limits& limits = LimitsOf(type);

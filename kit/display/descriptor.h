@@ -7,7 +7,7 @@
 
 namespace KsvDisplay {
 
-/// What the user gives. The first three are the numbers of an image's description; the last is a remote image's.
+/// The kind of input. A description has one of the first three; the last is that of a remote image.
 enum class InputType : uint8_t { kPin = 1, kConfirmation = 2, kText = 3, kClicks = 4 };
 
 enum class Theme : uint8_t { kLight = 0, kDark = 1 };
@@ -25,12 +25,12 @@ constexpr uint16_t kMaxLogoSide = 1024;
 /// Of a description with the largest logo, in bytes.
 constexpr size_t kMaxDescriptorSize = 50 + size_t{3} * kMaxLogoSide * kMaxLogoSide;
 
-/// An image as a page describes it, checked, with defaults in place of what the page left open.
+/// An image as a page describes it, validated and with defaults filled in.
 struct Descriptor {
   InputType type = InputType::kPin;
   uint32_t imageId = 0;
   Point size;
-  /// {0,0}: the layout finds a place.
+  /// {0,0}: the layout chooses the place.
   Point logoAt;
   /// Of digits or characters.
   uint32_t least = 0;
@@ -41,7 +41,7 @@ struct Descriptor {
   PixelsPtr logo;
 };
 
-/// Where the two fields stand that go back to the host, in the block that `ParseDescriptor` reads.
+/// The offsets of the two fields of the block that are written back.
 constexpr size_t kDescriptorIdOffset = 6;
 constexpr size_t kDescriptorSizeOffset = 10;
 

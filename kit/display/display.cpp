@@ -1,6 +1,7 @@
 #include "kit/display/display.h"
 
 #include <cstring>
+#include <nlohmann/json.hpp>
 
 #include "kit/display/channel.h"
 #include "kit/display/painter.h"
@@ -17,19 +18,26 @@ constexpr size_t kMaxSessions = 64;
 constexpr size_t kMaxCaption = 64;
 constexpr size_t kMaxMessage = size_t{1024} * 1024;
 constexpr size_t kMaxText = 4096;
-/// The one set of features that hosts ask for.
+/// The only window kind that is supported.
 constexpr uint32_t kWindowKind = 0xFFFF;
 
 enum MessageType : int32_t { kEcho = 0, kCapabilities = 1, kChannelSetup = 250 };
-constexpr std::string_view kCapabilitiesText =
-    R"({"name":"Reference display","version":"1.0","inputTypes":[1,2,3],"maxWidth":2048,"maxHeight":2048})";
 
-/// Read for each use and never kept in memory.
+std::string CapabilitiesText() {
+  return nlohmann::ordered_json{{"name", "Reference display"},
+                                {"version", "1.0"},
+                                {"inputTypes", {InputType::kPin, InputType::kConfirmation, InputType::kText}},
+                                {"maxWidth", kMaxImageSide},
+                                {"maxHeight", kMaxImageSide}}
+      .dump();
+}
+
+/// Read again for each use, and in memory only meanwhile.
 SecretBytes UserKey() {
   return KeyStore(System::HomeFolder("KSV_DISPLAY_HOME", "ksv-display") / "display.key").LoadOrCreate();
 }
 
-/// Throws kBufferTooSmall, with the length that is needed stored, unless there is room.
+/// Stores the required length. Throws kBufferTooSmall when the capacity is less.
 void CheckCapacity(OutputBuffer out, size_t size) {
   const size_t capacity = out.data != nullptr ? *out.length : 0;
   *out.length = static_cast<uint32_t>(size);
@@ -49,9 +57,9 @@ void StoreLittle(std::span<uint8_t> block, size_t at, Number value) {
 std::string CheckCaption(const char* caption) {
   if (caption == nullptr) return {};
   std::string text(caption, strnlen(caption, kMaxCaption + 1));
-  const std::optional<std::u32string> characters = DecodeUtf8(text);
-  // Characters that nobody sees, or that turn others round, would make one caption look like another.
-  Require(text.size() <= kMaxCaption && characters && std::ranges::all_of(*characters, IsVisible),
+  const std::optional<std::u32string> codePoints = CodePointsOf(text);
+  // With characters that are invisible or change the direction of others, one caption could look like another.
+  Require(text.size() <= kMaxCaption && codePoints && std::ranges::all_of(*codePoints, IsVisible),
           Status::kInvalidArgument);
   return text;
 }
@@ -62,15 +70,16 @@ uint32_t Display::Init(const char* caption) {
   std::string checked = CheckCaption(caption);
   const std::scoped_lock lock(mutex_);
   MakeRoomForContext();
-  const uint32_t id = DrawHandle(contexts_);
+  const uint32_t id = RandomHandle(contexts_);
   contexts_.emplace(id, Context{std::move(checked), nextAge_++});
   return id;
 }
 
-/// Hosts count initialisations and end only the last: what they forgot must not use up all contexts.
+/// Hosts count initialisations and end only the last one, so contexts are left over: these are dropped when all are in
+/// use.
 void Display::MakeRoomForContext() {
   if (contexts_.size() < kMaxContexts) return;
-  ForgetSessionsOfGoneWindows();
+  DropSessionsOfClosedWindows();
   for (;;) {
     auto oldest = contexts_.end();
     for (auto it = contexts_.begin(); it != contexts_.end(); ++it) {
@@ -82,35 +91,34 @@ void Display::MakeRoomForContext() {
       contexts_.erase(oldest);
       return;
     }
-    Require(ForgetOldestSession(), Status::kTooManyContexts);
+    Require(DropOldestSession(), Status::kTooManyContexts);
   }
 }
 
-/// Whether that was possible: not while its callback runs.
-bool Display::ForgetSession(uint32_t sessionId) {
+/// False, without effect, while its callback runs.
+bool Display::DropSession(uint32_t sessionId) {
   Session& session = sessions_.at(sessionId);
-  if (session.events != nullptr && !session.events->TryEnd()) return false;
-  if (session.image) Painter::Uncover(session.window, session.image->area());
+  if (session.events && !session.events->calls->TryEnd()) return false;
+  if (session.image) Painter::Invalidate(session.window, session.image->area());
   sessions_.erase(sessionId);
   return true;
 }
 
-/// One on which nothing is shown: a host that forgot it, registration and all, doesn't come back to end it.
-bool Display::ForgetOldestSession() {
+/// Drops the oldest session without an image: a host that has left it behind will not end it. False when there is none.
+bool Display::DropOldestSession() {
   std::map<uint64_t, uint32_t> byAge;
   for (const auto& [id, session] : sessions_) {
     if (!session.image) byAge.emplace(session.age, id);
   }
-  return std::ranges::any_of(byAge, [this](const auto& entry) { return ForgetSession(entry.second); });
+  return std::ranges::any_of(byAge, [this](const auto& entry) { return DropSession(entry.second); });
 }
 
-/// A window that is gone never asks again.
-void Display::ForgetSessionsOfGoneWindows() {
+void Display::DropSessionsOfClosedWindows() {
   std::vector<uint32_t> gone;
   for (const auto& [id, session] : sessions_) {
-    if (!Painter::WindowStands(session.window)) gone.push_back(id);
+    if (!Painter::WindowExists(session.window)) gone.push_back(id);
   }
-  for (const uint32_t id : gone) ForgetSession(id);
+  for (const uint32_t id : gone) DropSession(id);
 }
 
 void Display::DeInit(uint32_t context) {
@@ -133,14 +141,14 @@ Image& Display::ImageAt(Session& session, uint32_t imageId) {
 
 void Display::EstablishSession(WysSessionRequest request, uint32_t& sessionId) {
   Require(request.window != 0 && request.windowKind == kWindowKind, Status::kInvalidArgument);
-  Require(Painter::WindowStands(request.window), Status::kWindowGone);
+  Require(Painter::WindowExists(request.window), Status::kWindowGone);
   const std::scoped_lock lock(mutex_);
   Require(contexts_.contains(request.displayContext), Status::kUnknownContext);
   for (auto& [id, session] : sessions_) {
     if (session.window != request.window) continue;
     if (session.context != request.displayContext) {
-      // Another page has come to this window: what the earlier one left is none of its business.
-      if (session.image) Painter::Uncover(session.window, session.image->area());
+      // Another page is in this window now: it must not see what the earlier one left.
+      if (session.image) Painter::Invalidate(session.window, session.image->area());
       session.context = request.displayContext;
       session.image.reset();
       session.streamKey.clear();
@@ -149,9 +157,9 @@ void Display::EstablishSession(WysSessionRequest request, uint32_t& sessionId) {
     sessionId = id;
     throw DisplayError(Status::kSessionStands);
   }
-  ForgetSessionsOfGoneWindows();
-  Require(sessions_.size() < kMaxSessions || ForgetOldestSession(), Status::kTooManySessions);
-  const uint32_t id = DrawHandle(sessions_);
+  DropSessionsOfClosedWindows();
+  Require(sessions_.size() < kMaxSessions || DropOldestSession(), Status::kTooManySessions);
+  const uint32_t id = RandomHandle(sessions_);
   Session& session = sessions_[id];
   session.context = request.displayContext;
   session.window = request.window;
@@ -159,81 +167,85 @@ void Display::EstablishSession(WysSessionRequest request, uint32_t& sessionId) {
   sessionId = id;
 }
 
-/// The session while it is its present context's: another may take it over whenever the lock is let go.
-Display::Pick Display::AsItStands(uint32_t sessionId) {
+/// Matches the session while it belongs to the same context as now: another one may take it over while the lock is
+/// released.
+Display::Filter Display::InSameContext(uint32_t sessionId) {
   return [sessionId, context = SessionAt(sessionId).context](const auto& entry) {
     return entry.first == sessionId && entry.second.context == context;
   };
 }
 
-/// Ends the registrations of the sessions picked, or, when one can't be ended, none. Lets the lock go while it waits;
-/// registrations that come meanwhile are ended too.
-void Display::EndEvents(std::unique_lock<std::mutex>& lock, const Pick& pick) {
-  std::vector<EventHold> holds;
+/// Ends the registrations of the matching sessions, or none when one of their callbacks does not return. Releases the
+/// lock while it waits; registrations that are added meanwhile are ended too.
+void Display::EndEvents(std::unique_lock<std::mutex>& lock, const Filter& filter) {
+  std::vector<CallbackHold> holds;
   for (;;) {
     const auto next = std::ranges::find_if(sessions_, [&](const auto& entry) {
-      const auto isThis = [&](const EventHold& hold) { return hold.IsOf(entry.second.events); };
-      return entry.second.events != nullptr && pick(entry) && std::ranges::none_of(holds, isThis);
+      const auto& events = entry.second.events;
+      const auto isOfThis = [&](const CallbackHold& hold) { return hold.IsOf(events->calls); };
+      return events && filter(entry) && std::ranges::none_of(holds, isOfThis);
     });
     if (next == sessions_.end()) break;
-    std::shared_ptr<EventThread> events = next->second.events;
+    auto calls = next->second.events->calls;
     lock.unlock();
-    holds.emplace_back(std::move(events));
+    holds.emplace_back(std::move(calls));
+    Require(holds.back().wait() == CallbackThread::Wait::kDone, Status::kCallbackRunning);
     lock.lock();
   }
   for (auto& entry : sessions_) {
-    if (entry.second.events == nullptr || !pick(entry)) continue;
-    entry.second.events->End();
+    if (!entry.second.events || !filter(entry)) continue;
+    entry.second.events->calls->End();
     entry.second.events.reset();
   }
 }
 
-void Display::EndSessions(std::unique_lock<std::mutex>& lock, const Pick& pick) {
-  EndEvents(lock, pick);
+void Display::EndSessions(std::unique_lock<std::mutex>& lock, const Filter& filter) {
+  EndEvents(lock, filter);
   std::erase_if(sessions_, [&](const auto& entry) {
-    if (!pick(entry)) return false;
-    if (entry.second.image) Painter::Uncover(entry.second.window, entry.second.image->area());
+    if (!filter(entry)) return false;
+    if (entry.second.image) Painter::Invalidate(entry.second.window, entry.second.image->area());
     return true;
   });
 }
 
 void Display::CloseSession(uint32_t sessionId) {
   std::unique_lock lock(mutex_);
-  EndSessions(lock, AsItStands(sessionId));
+  EndSessions(lock, InSameContext(sessionId));
 }
 
 void Display::RegisterEvents(uint32_t sessionId, uint32_t mask, EventCallback callback, uint32_t context) {
   std::unique_lock lock(mutex_);
-  const Pick pick = AsItStands(sessionId);
-  // Made first: when that fails, the old registration still stands.
-  auto events = std::make_shared<EventThread>(mask, callback, context);
-  EndEvents(lock, pick);
-  const auto session = std::ranges::find_if(sessions_, pick);
+  const Filter filter = InSameContext(sessionId);
+  // First, so that the old registration is kept when this fails.
+  EventRegistration events{mask, callback, context, std::make_shared<CallbackRegistration>(callbacks_)};
+  EndEvents(lock, filter);
+  const auto session = std::ranges::find_if(sessions_, filter);
   Require(session != sessions_.end(), Status::kUnknownSession);
   session->second.events = std::move(events);
 }
 
 void Display::WithdrawEvents(uint32_t sessionId) {
   std::unique_lock lock(mutex_);
-  Require(SessionAt(sessionId).events != nullptr, Status::kNotRegistered);
-  EndEvents(lock, AsItStands(sessionId));
+  Require(SessionAt(sessionId).events.has_value(), Status::kNotRegistered);
+  EndEvents(lock, InSameContext(sessionId));
 }
 
-/// A new image takes the old one's place, which may have covered more of the window.
+/// Replaces the session's image. The old one's area is invalidated, because it may have been larger.
 void Display::ShowImage(Session& session, uint32_t sessionId, Image image, uint32_t eventBits) {
-  if (session.image) Painter::Uncover(session.window, session.image->area());
+  if (session.image) Painter::Invalidate(session.window, session.image->area());
   session.image = std::move(image);
-  if (session.events != nullptr) session.events->Post(eventBits, sessionId, session.image->id());
+  if (session.events) session.events->Post(eventBits, sessionId, session.image->id());
 }
 
 void Display::CreateStdImage(uint32_t sessionId, Point origin, std::span<uint8_t> block) {
   Require(block.size() <= kMaxDescriptorSize, Status::kBadLogo);
-  // The caller may change its memory at any time: what is checked must be what is shown and sealed.
+  // The caller may change its memory at any time: the bytes that were validated must be those that are shown and
+  // sealed.
   const Bytes source(block.begin(), block.end());
   Descriptor descriptor = ParseDescriptor(source);
   const std::scoped_lock lock(mutex_);
   Session& session = SessionAt(sessionId);
-  while (descriptor.imageId == 0) descriptor.imageId = DrawHandle(sessions_);
+  while (descriptor.imageId == 0) descriptor.imageId = RandomHandle(sessions_);
   const uint32_t id = descriptor.imageId;
   const Point size = descriptor.size;
   Image image(std::move(descriptor), origin, contexts_.at(session.context).caption, source);
@@ -255,16 +267,16 @@ void Display::SubmitFrame(uint32_t sessionId, uint32_t imageId, Point origin, By
   }
   lock.lock();
   Session& session = SessionAt(sessionId);
-  // Checked by another key than the one that holds now is not checked.
+  // The key may have been replaced while the lock was released.
   Require(session.streamKey == streamKey, Status::kFrameNotAuthentic);
-  while (imageId == 0) imageId = DrawHandle(sessions_);
+  while (imageId == 0) imageId = RandomHandle(sessions_);
   ShowImage(session, sessionId, Image(frame.pixels, imageId, origin, frame.bytes), kImageChanged | kFrameArrived);
 }
 
 void Display::ReleaseImage(uint32_t sessionId, uint32_t imageId) {
   const std::scoped_lock lock(mutex_);
   Session& session = SessionAt(sessionId);
-  Painter::Uncover(session.window, ImageAt(session, imageId).area());
+  Painter::Invalidate(session.window, ImageAt(session, imageId).area());
   session.image.reset();
 }
 
@@ -277,7 +289,7 @@ void Display::RepaintImage(uint32_t sessionId, uint32_t imageId) {
   const Rect area = image.area();
   const Point origin = image.origin();
   if (image.picture == nullptr) {
-    // Hosts repaint for each message of the window, so the picture is drawn once for each change.
+    // Hosts repaint for each message of the window, so the picture is kept until the image changes.
     const Scene scene = image.Draw();
     auto picture = std::make_shared<Picture>(DrawShapes(scene));
     Painter::DrawLabels(*picture, scene.labels);
@@ -289,23 +301,23 @@ void Display::RepaintImage(uint32_t sessionId, uint32_t imageId) {
   lock.unlock();
   Painter::Show(window, origin, *picture);
   lock.lock();
-  // An image that was taken away since the lock was let go has just been painted over the window once more.
+  // An image that was removed while the lock was released has just been painted once more.
   const auto found = sessions_.find(sessionId);
   if (found == sessions_.end() || !found->second.image || found->second.image->id() != id) {
-    Painter::Uncover(window, area);
+    Painter::Invalidate(window, area);
   }
   lock.unlock();
   if (!keysFile.empty()) System::WritePrivateFile(keysFile, AsBytes(keys), System::IfPresent::kReplace);
 }
 
-/// Runs `work` on the image; what it gives are the bits of the event to raise.
+/// Runs `work` on the image. It returns the bits of the event to post, 0 for none.
 template <class Work>
 void Display::ChangeImage(uint32_t sessionId, uint32_t imageId, Work work) {
   const std::scoped_lock lock(mutex_);
   Session& session = SessionAt(sessionId);
   Image& image = ImageAt(session, imageId);
   const uint32_t bits = work(image);
-  if (bits != 0 && session.events != nullptr) session.events->Post(bits, sessionId, image.id());
+  if (bits != 0 && session.events) session.events->Post(bits, sessionId, image.id());
 }
 
 void Display::MouseDown(uint32_t sessionId, uint32_t imageId, Point at) {
@@ -323,7 +335,7 @@ void Display::ClearInput(uint32_t sessionId, uint32_t imageId) {
   });
 }
 
-void Display::SubmitInput(uint32_t sessionId, uint32_t imageId, uint32_t length, const WideChar* text) {
+void Display::SubmitInput(uint32_t sessionId, uint32_t imageId, uint32_t length, const WCHAR* text) {
   Require((text != nullptr) == (length > 0), Status::kInvalidArgument);
   Require(length <= kMaxText, Status::kBadText);
   ChangeImage(sessionId, imageId, [=](Image& image) {
@@ -341,7 +353,7 @@ void Display::GetResponse(uint32_t sessionId, uint32_t imageId, OutputBuffer out
     const Input input = image.CompleteInput();
     CheckCapacity(out, SealedSize(input.content.size()));
     const Bytes sealed = SealInput(input, UserKey(), SessionAt(sessionId).streamKey);
-    // Nothing can fail behind it: an input that is gone has been given out.
+    // The last step that can fail, so that no input is cleared without being returned.
     image.Clear();
     std::ranges::copy(sealed, out.data);
     return kImageChanged;
@@ -370,7 +382,7 @@ void Display::SendRecv(uint32_t context, uint32_t sessionId, int32_t messageType
       Append(answer, sent);
       break;
     case kCapabilities:
-      Append(answer, AsBytes(kCapabilitiesText));
+      Append(answer, AsBytes(CapabilitiesText()));
       break;
     case kChannelSetup:
       answer = Channel::AnswerSetup(UserKey(), Bytes(sent.begin(), sent.end()));

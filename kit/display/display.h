@@ -8,26 +8,27 @@
 
 namespace KsvDisplay {
 
-/// A caller's buffer with its length, which goes in as the capacity. A null buffer has no capacity.
+/// A caller's buffer; `*length` is its capacity at first, then the stored or required length. A null buffer has
+/// capacity 0.
 struct OutputBuffer {
   uint32_t* length;
   uint8_t* data;
 };
 
 /// The display behind the entry points: one for the process. Members may be called on any thread; they throw
-/// `DisplayError` with what went wrong. The mutex covers the members below it; no callback runs and nothing is painted
-/// while it is held. An image id of 0 means the session's image.
+/// `DisplayError`. The mutex guards the members below it; no callback runs and nothing is painted while it is held. An
+/// image id of 0 means the session's image.
 class Display {
  public:
   uint32_t Init(const char* caption);
-  /// Ends the context's sessions. Throws kCallbackRunning with all of them as they were.
+  /// Ends the context's sessions. Throws kCallbackRunning with none of them changed.
   void DeInit(uint32_t context);
 
   /// Stores the session's id also when it throws kSessionStands.
   void EstablishSession(WysSessionRequest request, uint32_t& sessionId);
-  /// Throws kCallbackRunning with the session as it was.
+  /// Throws kCallbackRunning with the session unchanged.
   void CloseSession(uint32_t sessionId);
-  /// Takes the place of an earlier registration, which has ended then. Throws kCallbackRunning with that as it was.
+  /// Replaces an earlier registration. Throws kCallbackRunning with that one unchanged.
   void RegisterEvents(uint32_t sessionId, uint32_t mask, EventCallback callback, uint32_t context);
   void WithdrawEvents(uint32_t sessionId);
 
@@ -40,13 +41,16 @@ class Display {
   void MouseDown(uint32_t sessionId, uint32_t imageId, Point at);
   void MouseUp(uint32_t sessionId, uint32_t imageId, Point at);
   void ClearInput(uint32_t sessionId, uint32_t imageId);
-  void SubmitInput(uint32_t sessionId, uint32_t imageId, uint32_t length, const WideChar* text);
-  /// Stores the sealed input, once: the input is empty afterwards.
+  void SubmitInput(uint32_t sessionId, uint32_t imageId, uint32_t length, const WCHAR* text);
+  /// Stores the sealed input and clears the input.
   void GetResponse(uint32_t sessionId, uint32_t imageId, OutputBuffer out);
 
   void SetStreamKey(uint32_t sessionId, ByteView key);
   void SendRecv(uint32_t context, uint32_t sessionId, int32_t messageType, ByteView sent, OutputBuffer out,
                 bool answers);
+
+  /// Whether the display has no thread now.
+  bool IsAtRest() const noexcept { return !callbacks_.IsRunning(); }
 
  private:
   struct Context {
@@ -58,25 +62,26 @@ class Display {
     uint32_t window = 0;
     SecretBytes streamKey;
     std::optional<Image> image;
-    std::shared_ptr<EventThread> events;
+    std::optional<EventRegistration> events;
     uint64_t age = 0;
   };
   using Sessions = std::map<uint32_t, Session>;
-  using Pick = std::function<bool(const Sessions::value_type&)>;
+  using Filter = std::function<bool(const Sessions::value_type&)>;
 
   Session& SessionAt(uint32_t sessionId);
   static void ShowImage(Session& session, uint32_t sessionId, Image image, uint32_t eventBits);
   Image& ImageAt(Session& session, uint32_t imageId);
-  Pick AsItStands(uint32_t sessionId);
-  void EndEvents(std::unique_lock<std::mutex>& lock, const Pick& pick);
-  void EndSessions(std::unique_lock<std::mutex>& lock, const Pick& pick);
-  bool ForgetSession(uint32_t sessionId);
-  bool ForgetOldestSession();
-  void ForgetSessionsOfGoneWindows();
+  Filter InSameContext(uint32_t sessionId);
+  void EndEvents(std::unique_lock<std::mutex>& lock, const Filter& filter);
+  void EndSessions(std::unique_lock<std::mutex>& lock, const Filter& filter);
+  bool DropSession(uint32_t sessionId);
+  bool DropOldestSession();
+  void DropSessionsOfClosedWindows();
   void MakeRoomForContext();
   template <class Work>
   void ChangeImage(uint32_t sessionId, uint32_t imageId, Work work);
 
+  CallbackThread callbacks_;
   std::mutex mutex_;
   std::map<uint32_t, Context> contexts_;
   Sessions sessions_;

@@ -9,8 +9,8 @@ namespace KsvDisplay {
 
 using namespace KsvKit;
 
-/// What every entry point answers: the contract's statuses, without `kDisplayNotCalled`, and this display's own;
-/// `TextOf` says what each means. A status never moves: pages compare these numbers.
+/// What every entry point returns: the contract's statuses, without `kDisplayNotCalled`, and this display's own;
+/// `TextOf` has the meanings. The numbers never change: pages compare them.
 enum class Status : int32_t {
   kOk = kDisplayOk,
   kBufferTooSmall = 11,
@@ -54,10 +54,10 @@ enum class Status : int32_t {
   kUnknownStatus = 260,
 };
 
-/// Carries a status from where it is found to the guard of the entry points, which alone turns it into a result.
+/// Carries a status to the entry point, which returns it.
 using DisplayError = Failure<Status>;
 
-/// A sentence for people, in ASCII and shorter than 128 characters; empty for a number that is no status.
+/// A sentence for users, in ASCII and shorter than 128 characters; empty for a number that is no status.
 std::string_view TextOf(uint32_t status);
 
 }  // namespace KsvDisplay

@@ -1,5 +1,6 @@
 #include "kit/display/image.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "kit/shared/crypto.h"
@@ -11,8 +12,8 @@ namespace {
 constexpr size_t kMaxClicks = 64;
 constexpr std::string_view kConfirmed = "OK";
 
-/// Below `bound`, each number as likely as the others.
-uint8_t DrawBelow(uint8_t bound) {
+/// Uniformly distributed over 0 to `bound` - 1.
+uint8_t RandomBelow(uint8_t bound) {
   const int fair = 256 / bound * bound;
   for (;;) {
     std::array<uint8_t, 1> random;
@@ -39,7 +40,7 @@ Image::Image(Descriptor descriptor, Point origin, std::string caption, ByteView 
       caption_(std::move(caption)),
       digest_(Crypto::Sha256(source)),
       layout_(LayOut(descriptor_, !caption_.empty())) {
-  // A secret that never grows leaves no copies behind, and takes no memory in the middle of an input.
+  // So that it never grows, which would copy the secret and could fail in the middle of an input.
   input_.reserve(descriptor_.greatest);
   Shuffle();
 }
@@ -56,7 +57,7 @@ void Image::Shuffle() {
   if (descriptor_.type != InputType::kPin) return;
   SecretBytes order{'0', '1', '2', '3', '4', '5', '6', '7', '8', '9'};
   for (size_t last = kDigitCount - 1; last > 0; --last) {
-    std::swap(order[last], order[DrawBelow(static_cast<uint8_t>(last + 1))]);
+    std::swap(order[last], order[RandomBelow(static_cast<uint8_t>(last + 1))]);
   }
   digits_.swap(order);
 }
@@ -145,14 +146,17 @@ void Image::Submit() {
   Changed();
 }
 
-void Image::SubmitText(const WideChar* text, size_t limit) {
+void Image::SubmitText(const WCHAR* text, size_t limit) {
   Require(descriptor_.type == InputType::kText, Status::kWrongInputType);
   Require(!closed_, Status::kInputClosed);
-  std::optional<EncodedText> encoded = EncodeUtf8(text, limit);
-  Require(encoded && encoded->characters >= descriptor_.least && encoded->characters <= descriptor_.greatest,
-          Status::kBadText);
-  input_ = std::move(encoded->utf8);
-  entered_ = encoded->characters;
+  const size_t length = static_cast<size_t>(std::find(text, text + limit, WCHAR{0}) - text);
+  std::optional<SecretBytes> utf8 = Utf8FromWide({text, length});
+  Require(utf8.has_value(), Status::kBadText);
+  const auto characters =
+      static_cast<size_t>(std::ranges::count_if(*utf8, [](uint8_t byte) { return (byte & 0xC0) != 0x80; }));
+  Require(characters >= descriptor_.least && characters <= descriptor_.greatest, Status::kBadText);
+  input_ = std::move(*utf8);
+  entered_ = characters;
   closed_ = true;
   Changed();
 }

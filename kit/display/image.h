@@ -2,17 +2,17 @@
 
 #include <optional>
 
-#include "kit/display/event_thread.h"
+#include "kit/display/events.h"
 #include "kit/display/layout.h"
 #include "kit/display/raster.h"
 #include "kit/display/sealed_input.h"
 
 namespace KsvDisplay {
 
-/// An image that stands in a window, with what the user has entered on it. Not for several threads at once.
+/// An image in a window, with the user's input. Not thread-safe.
 class Image {
  public:
-  /// Draws the order of the digits. `source` is what the image was made from.
+  /// Chooses a random order of the digits. `source` are the bytes that describe the image.
   Image(Descriptor descriptor, Point origin, std::string caption, ByteView source);
   /// A remote image: clicks on it are the input.
   Image(PixelsPtr frame, uint32_t id, Point origin, ByteView source);
@@ -22,27 +22,27 @@ class Image {
   /// In the window's client area.
   Rect area() const { return {origin_.x, origin_.y, descriptor_.size.x, descriptor_.size.y}; }
 
-  /// Positions are in the window's client area. Both give the bits of the event that arises, 0 for none, and throw
+  /// Positions are in the window's client area. Both return the bits of the event to post, 0 for none, and throw
   /// kInputClosed.
   uint32_t Press(Point at);
   uint32_t Release(Point at);
 
-  /// Empties and opens the input, and draws the digits anew. When no random bytes are to be had, it changes nothing.
+  /// Clears and reopens the input, and shuffles the digits. Changes nothing when it throws.
   void Clear();
-  /// Closes the input. Throws kInputIncomplete and kInputClosed, and kWrongInputType for an image that needs a text.
+  /// Closes the input. Throws kInputIncomplete and kInputClosed, and kWrongInputType for an image that requires a text.
   void Submit();
-  /// Takes the text as the whole input. `limit` is the most units that are read. Throws kWrongInputType, kBadText and
+  /// Makes the text the whole input and closes it. Reads at most `limit` units. Throws kWrongInputType, kBadText and
   /// kInputClosed.
-  void SubmitText(const WideChar* text, size_t limit);
+  void SubmitText(const WCHAR* text, size_t limit);
 
   /// Throws kInputIncomplete.
   Input CompleteInput() const;
 
   Scene Draw() const;
-  /// The keys with their labels and areas in the window's client area, as `KSV_DISPLAY_LAYOUT` tells them.
+  /// The lines of the file `KSV_DISPLAY_LAYOUT`: the keys' labels and areas in the window's client area.
   std::string ListKeys() const;
 
-  /// The picture of the last repaint, while nothing has changed since.
+  /// The picture of the last repaint; null when the image has changed since.
   std::shared_ptr<const Picture> picture;
 
  private:
@@ -59,7 +59,7 @@ class Image {
   Layout layout_;
   /// A remote image's; null for a described one.
   PixelsPtr frame_;
-  /// The digits in the order of their places.
+  /// The digits of the ten places, in their order.
   SecretBytes digits_;
   SecretBytes input_;
   /// Characters of a typed text; else digits, confirmations or clicks.

@@ -40,7 +40,7 @@ Rect CutTop(Rect& rest, int height, int gap) {
   return strip;
 }
 
-/// As large as fits into `place` without being enlarged, in its middle.
+/// Centred in `place`, scaled down if necessary, never up.
 Rect Fit(const Pixels& pixels, const Rect& place) {
   int width = pixels.width;
   int height = pixels.height;
@@ -62,7 +62,7 @@ Rect Cell(const Rect& grid, int columns, int rows, int column, int row, int gap)
           grid.y + (grid.height + gap) * (row + 1) / rows - gap - y};
 }
 
-/// Where the host wants it, else at the top of `rest`, with `gap` below it.
+/// At the host's position, else at the top of `rest`, with `gap` below it.
 Rect PlaceLogo(const Descriptor& descriptor, Rect& rest, int gap) {
   const auto& [x, y] = descriptor.logoAt;
   if (descriptor.logoAt == Point{}) {
@@ -74,7 +74,7 @@ Rect PlaceLogo(const Descriptor& descriptor, Rect& rest, int gap) {
   return {x, y, fitting.width, fitting.height};
 }
 
-/// Three columns of digits; the tenth stands between Clear and OK.
+/// Three columns of digits; the tenth is between Clear and OK.
 void PlacePinPad(const Rect& grid, int gap, std::vector<Key>& keys) {
   for (int place = 0; place < 9; ++place) {
     keys.push_back({Key::Kind::kDigit, Cell(grid, 3, 4, place % 3, place / 3, gap)});
@@ -113,7 +113,7 @@ void DrawKey(Scene& scene, const Key& key, const Palette& colours, std::string t
   scene.labels.push_back({key.area, std::move(text), height, isDigit || accent, colour});
 }
 
-/// One box for each digit that may come, filled ones for those that have: how many, and nothing else.
+/// A box for each digit that can be entered, with a dot in those that have been.
 void DrawBoxes(Scene& scene, const Rect& area, const Palette& colours, int count, int filled) {
   const int gap = std::max(2, std::min(8, area.width / count / 5));
   const int side = std::min(area.height, (area.width + gap) / count - gap);
@@ -148,7 +148,7 @@ std::string_view TitleOf(InputType type, bool closed) {
 Layout LayOut(const Descriptor& descriptor, bool hasCaption) {
   Layout layout;
   Rect rest{0, 0, descriptor.size.x, descriptor.size.y};
-  // A pad wants to stand upright, the others to lie.
+  // A PIN pad is designed for portrait format, the others for landscape.
   const int byHeight = descriptor.type == InputType::kPin ? rest.height * 3 / 4 : rest.height * 4 / 3;
   const int unit = std::clamp(std::min(rest.width, byHeight) / 32, 5, 24);
   if (hasCaption) {

@@ -10,7 +10,7 @@ struct Key {
   Rect area;
 };
 
-/// Where everything of a described image stands.
+/// The areas of a described image.
 struct Layout {
   Rect caption;
   Rect logo;
@@ -25,10 +25,10 @@ constexpr size_t kDigitCount = 10;
 
 Layout LayOut(const Descriptor& descriptor, bool hasCaption);
 
-/// What stands on one of the layout's keys. `digits` are those of the ten places, in their order.
+/// The label of one of the layout's keys. `digits` are those of the ten places, in their order.
 std::string LabelOf(const Layout& layout, const Key& key, std::string_view digits);
 
-/// What of an image changes while it stands.
+/// What changes of an image while it is shown.
 struct Progress {
   size_t entered = 0;
   bool closed = false;
@@ -39,7 +39,7 @@ struct Progress {
 Scene DrawScene(const Descriptor& descriptor, const Layout& layout, const std::string& caption, std::string_view digits,
                 const Progress& progress);
 
-/// A remote image: its pixels and nothing else.
+/// A remote image: its pixels alone.
 Scene DrawScene(const PixelsPtr& pixels);
 
 }  // namespace KsvDisplay

@@ -2,20 +2,20 @@
 
 #include "kit/display/raster.h"
 
-/// What painting needs of the system; one source file each.
+/// The parts of painting that differ between the systems; one source file each.
 namespace KsvDisplay::Painter {
 
-/// Whether the handle names a window; true where there are no windows.
-bool WindowStands(uint32_t window) noexcept;
+/// Whether there is a window with this handle; true on systems without windows.
+bool WindowExists(uint32_t window) noexcept;
 
-/// Draws the labels with the system's letters. Throws kNoFont and kPaintingFailed.
+/// Draws the labels with a system font. Throws kNoFont and kPaintingFailed.
 void DrawLabels(Picture& picture, const Labels& labels);
 
-/// Puts the picture into the window's client area, or, where there are no windows, into the file that
+/// Paints the picture in the window's client area or, on systems without windows, writes it to the file that
 /// `KSV_DISPLAY_PICTURE` names. Throws kWindowGone and kPaintingFailed.
 void Show(uint32_t window, Point at, const Picture& picture);
 
-/// Lets the window's owner paint the area anew, now that no image stands there. Only notes it: nobody is called.
-void Uncover(uint32_t window, const Rect& area) noexcept;
+/// Marks an area for repainting by the window's owner, because no image is there any more. Calls nothing.
+void Invalidate(uint32_t window, const Rect& area) noexcept;
 
 }  // namespace KsvDisplay::Painter

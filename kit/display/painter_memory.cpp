@@ -4,6 +4,7 @@
 
 #include <cstdio>
 
+#include "base/owner.h"
 #include "kit/display/painter.h"
 #include "kit/shared/system.h"
 #include "kit/shared/utf8.h"
@@ -14,36 +15,29 @@ namespace {
 constexpr const char* kFonts[] = {"/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf",
                                   "/usr/share/fonts/truetype/dejavu/DejaVuSans-Bold.ttf"};
 
-struct CloseFreeType {
-  void operator()(FT_Library library) const noexcept { FT_Done_FreeType(library); }
-};
-struct CloseFace {
-  void operator()(FT_Face face) const noexcept { FT_Done_Face(face); }
-};
-using FreeType = std::unique_ptr<FT_LibraryRec_, CloseFreeType>;
-using Face = std::unique_ptr<FT_FaceRec_, CloseFace>;
+using FreeType = NorvoWebAPI::Owner<FT_Library, FT_Done_FreeType>;
+using Face = NorvoWebAPI::Owner<FT_Face, FT_Done_Face>;
 
 FreeType OpenFreeType() {
-  FT_Library library = nullptr;
-  Require(FT_Init_FreeType(&library) == 0, Status::kNoFont);
-  return FreeType(library);
+  FreeType library;
+  Require(FT_Init_FreeType(library.Put()) == 0, Status::kNoFont);
+  return library;
 }
 
 Face OpenFace(const FreeType& library, const Label& label) {
   std::string file = System::PathFromEnvironment("KSV_DISPLAY_FONT");
   if (file.empty()) file = kFonts[label.bold ? 1 : 0];
-  FT_Face face = nullptr;
-  Require(FT_New_Face(library.get(), file.c_str(), 0, &face) == 0, Status::kNoFont);
-  Face owned(face);
-  // Ready-made letters come in layouts of their own.
-  Require(FT_IS_SCALABLE(face) != 0, Status::kNoFont);
-  Require(FT_Set_Pixel_Sizes(face, 0, static_cast<FT_UInt>(label.height)) == 0, Status::kNoFont);
-  return owned;
+  Face face;
+  Require(FT_New_Face(library.Get(), file.c_str(), 0, face.Put()) == 0, Status::kNoFont);
+  // Bitmap fonts have layouts of their own.
+  Require(FT_IS_SCALABLE(face.Get()) != 0, Status::kNoFont);
+  Require(FT_Set_Pixel_Sizes(face.Get(), 0, static_cast<FT_UInt>(label.height)) == 0, Status::kNoFont);
+  return face;
 }
 
 void DrawGlyph(Picture& picture, const FT_GlyphSlotRec_& glyph, int penX, int baseline, const Label& label) {
   const FT_Bitmap& bitmap = glyph.bitmap;
-  // Only this one has a byte of coverage for each pixel.
+  // The only mode with one byte of coverage for each pixel.
   if (bitmap.pixel_mode != FT_PIXEL_MODE_GRAY) return;
   for (int row = 0; row < static_cast<int>(bitmap.rows); ++row) {
     for (int column = 0; column < static_cast<int>(bitmap.width); ++column) {
@@ -56,7 +50,7 @@ void DrawGlyph(Picture& picture, const FT_GlyphSlotRec_& glyph, int penX, int ba
   }
 }
 
-/// Calls `visit` for each character that the font has, rendered, and gives how far all of them reach.
+/// Calls `visit` with each character's rendered glyph and its position. Returns the width of the line.
 template <class Visit>
 int ForEachGlyph(FT_Face face, const std::u32string& text, Visit visit) {
   int reach = 0;
@@ -70,18 +64,18 @@ int ForEachGlyph(FT_Face face, const std::u32string& text, Visit visit) {
 
 void DrawLabel(Picture& picture, const FreeType& library, const Label& label) {
   const Face face = OpenFace(library, label);
-  const std::u32string text = DecodeUtf8(label.text).value_or(U"");
-  // Capitals and digits of common faces are about this high.
+  const std::u32string text = CodePointsOf(label.text).value_or(U"");
+  // 0.73 of the line is the usual height of capitals and digits.
   const int baseline = label.area.y + (label.area.height + label.height * 73 / 100) / 2;
-  const int width = ForEachGlyph(face.get(), text, [](const FT_GlyphSlotRec_&, int) {});
+  const int width = ForEachGlyph(face.Get(), text, [](const FT_GlyphSlotRec_&, int) {});
   const int left = label.area.x + (label.area.width - width) / 2;
-  ForEachGlyph(face.get(), text,
+  ForEachGlyph(face.Get(), text,
                [&](const FT_GlyphSlotRec_& glyph, int at) { DrawGlyph(picture, glyph, left + at, baseline, label); });
 }
 
 }  // namespace
 
-bool WindowStands(uint32_t) noexcept {
+bool WindowExists(uint32_t) noexcept {
   return true;
 }
 
@@ -112,6 +106,6 @@ void Show(uint32_t, Point, const Picture& picture) {
   System::WritePrivateFile(file, png, System::IfPresent::kReplace);
 }
 
-void Uncover(uint32_t, const Rect&) noexcept {}
+void Invalidate(uint32_t, const Rect&) noexcept {}
 
 }  // namespace KsvDisplay::Painter

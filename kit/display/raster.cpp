@@ -8,7 +8,7 @@ namespace {
 
 constexpr float kShadowStrength = 0.28F;
 
-/// How far a pixel's middle is from the edge of a panel: negative within.
+/// The distance of a pixel's centre from the edge of a panel; negative inside.
 float Distance(const Panel& panel, int x, int y) {
   const float halfWidth = static_cast<float>(panel.area.width) / 2;
   const float halfHeight = static_cast<float>(panel.area.height) / 2;
@@ -39,7 +39,7 @@ void ForEachPixel(const Rect& area, Visit visit) {
 
 void DrawShadow(Picture& picture, Panel panel) {
   const int reach = panel.shadow;
-  // Light comes from above: the shadow lies a little lower.
+  // The light comes from above, so the shadow is a little lower.
   panel.area.y += (reach + 1) / 2;
   const Rect around{panel.area.x - reach, panel.area.y - reach, panel.area.width + 2 * reach,
                     panel.area.height + 2 * reach};
@@ -58,14 +58,14 @@ void DrawPanel(Picture& picture, const Panel& panel) {
     const float distance = Distance(panel, x, y);
     if (distance >= 0.5F) return;
     const Colour fill = Blend(panel.top, panel.bottom, (y - panel.area.y) * 255 / steps);
-    // The border is the outermost pixel; both of its edges are smooth.
+    // The border is one pixel wide; both of its edges are anti-aliased.
     const Colour inside = Blend(fill, panel.border, Share(distance + 1.5F));
     Colour& pixel = picture.At(x, y);
     pixel = Blend(pixel, inside, Share(0.5F - distance));
   });
 }
 
-/// Each pixel of the area is the mean of those that fall on it, so that a logo that is scaled down stays legible.
+/// Each pixel of the area is the mean of the source's pixels there, so that a logo that is scaled down stays legible.
 void DrawPixels(Picture& picture, const PlacedPixels& placed) {
   const Pixels& source = *placed.pixels;
   ForEachPixel(Clip(placed.area, picture), [&](int x, int y) {

@@ -11,7 +11,7 @@ namespace KsvDisplay {
 struct Picture {
   int width = 0;
   int height = 0;
-  /// The digits can be read from it.
+  /// Secret, because the digits can be read from them.
   std::vector<Colour, WipingAllocator<Colour>> pixels;
 
   Colour& At(int x, int y) {
@@ -19,10 +19,10 @@ struct Picture {
   }
 };
 
-/// `over` laid on `under`, with 0 for nothing of it and 255 for all of it.
+/// `over` with an opacity of `share` (0 to 255) on `under`.
 Colour Blend(Colour under, Colour over, int share);
 
-/// The scene's panels and pixels, with smooth edges. Labels are for the system's own letters (painter.h).
+/// The scene's panels and pixels, anti-aliased. `Painter::DrawLabels` draws the labels.
 Picture DrawShapes(const Scene& scene);
 
 }  // namespace KsvDisplay

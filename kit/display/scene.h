@@ -17,7 +17,7 @@ struct Panel {
   Colour top = 0;
   Colour bottom = 0;
   Colour border = 0;
-  /// How far a soft shadow reaches; 0 for none.
+  /// The width of a soft shadow; 0 for none.
   int shadow = 0;
 };
 
@@ -26,7 +26,7 @@ struct PlacedPixels {
   PixelsPtr pixels;
 };
 
-/// One line of text, centred; what does not fit is cut.
+/// One line of text, centred and clipped.
 struct Label {
   Rect area;
   /// UTF-8.
@@ -37,11 +37,12 @@ struct Label {
   Colour colour = 0;
 };
 
-/// The order of the digits is in them, short enough to stand in the vector's own memory, which is wiped.
+/// Secret, because they have the order of the digits. These texts are so short that they are stored within the vector's
+/// memory, which is wiped.
 using Labels = std::vector<Label, WipingAllocator<Label>>;
 
-/// What an image looks like, for the painters of all systems: panels, pixels and labels, painted in this order. Areas
-/// are within the image.
+/// What an image looks like on every system: panels, pixels and labels, painted in this order. Areas are relative to
+/// the image.
 struct Scene {
   int width = 0;
   int height = 0;

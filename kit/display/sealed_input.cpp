@@ -14,7 +14,7 @@ constexpr uint8_t kAes256Gcm = 1;
 enum KeyKind : uint8_t { kUserKey = 1, kWithStreamKey = 2 };
 
 constexpr size_t kHeaderSize = 12;
-/// Content is padded to a multiple of this, so that the length does not tell how long a PIN is.
+/// Content is padded to a multiple of this, so that the length does not disclose the number of digits.
 constexpr size_t kBlock = 64;
 constexpr size_t kDigestSize = 32;
 
@@ -59,20 +59,20 @@ Bytes SealInput(const Input& input, ByteView key, ByteView streamKey) {
 
 std::optional<Input> OpenInput(ByteView sealed, ByteView key, ByteView streamKey) try {
   ByteReader<Status> outer(sealed, Status::kBadText);
-  const ByteView header = outer.Take(kHeaderSize);
-  const ByteView nonce = outer.Take(Crypto::kNonceSize);
+  const ByteView header = outer.Read(kHeaderSize);
+  const ByteView nonce = outer.Read(Crypto::kNonceSize);
   const std::optional<SecretBytes> plain =
-      Crypto::Open(Channel::InputKey(key, streamKey), nonce, header, outer.Take(outer.left()));
+      Crypto::Open(Channel::InputKey(key, streamKey), nonce, header, outer.Read(outer.left()));
   if (!plain) return std::nullopt;
 
   Input input;
   ByteReader<Status> head(header.subspan(kHeaderSize - 5), Status::kBadText);
-  input.type = static_cast<InputType>(head.TakeNumber<uint8_t>());
-  input.imageId = head.TakeNumber<uint32_t>();
+  input.type = static_cast<InputType>(head.ReadNumber<uint8_t>());
+  input.imageId = head.ReadNumber<uint32_t>();
   if (!std::ranges::equal(header, Header(input.type, input.imageId, streamKey))) return std::nullopt;
   ByteReader<Status> reader(*plain, Status::kBadText);
-  std::ranges::copy(reader.Take(kDigestSize), input.imageDigest.begin());
-  const ByteView content = reader.Take(reader.TakeNumber<uint16_t>());
+  std::ranges::copy(reader.Read(kDigestSize), input.imageDigest.begin());
+  const ByteView content = reader.Read(reader.ReadNumber<uint16_t>());
   input.content.assign(content.begin(), content.end());
   return input;
 } catch (const DisplayError&) {

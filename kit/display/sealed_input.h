@@ -7,23 +7,23 @@
 
 namespace KsvDisplay {
 
-/// What the user gave, and to what.
+/// The user's input and the image that it was given on.
 struct Input {
   InputType type = InputType::kPin;
   uint32_t imageId = 0;
-  /// SHA-256 of what the image was made from.
+  /// SHA-256 of the bytes that describe the image.
   std::array<uint8_t, 32> imageDigest{};
   SecretBytes content;
 };
 
-/// The length of what `SealInput` makes.
+/// The length of a sealed input.
 size_t SealedSize(size_t contentSize);
 
-/// Seals an input so that the holder of the user's key can open it; `streamKey` is empty when none was set. README.md
-/// gives the layout. Throws kInternalError for content of 64 KiB and more.
+/// Seals an input, which opens with the user's key and the stream key; `streamKey` is empty when none was set.
+/// README.md has the layout. Throws kInternalError for content of 64 KiB and more.
 Bytes SealInput(const Input& input, ByteView key, ByteView streamKey);
 
-/// The reverse; nothing for anything that `SealInput` did not make with these keys.
+/// Opens a sealed input; nothing unless `SealInput` made it with these keys.
 std::optional<Input> OpenInput(ByteView sealed, ByteView key, ByteView streamKey);
 
 }  // namespace KsvDisplay

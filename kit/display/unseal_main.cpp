@@ -1,4 +1,3 @@
-#include <filesystem>
 #include <iostream>
 #include <iterator>
 #include <string>
@@ -6,6 +5,9 @@
 #include "base/base64.h"
 #include "kit/display/sealed_input.h"
 #include "kit/display/visible_text.h"
+#include "kit/program/command_line.h"
+#include "kit/program/option_parser.h"
+#include "kit/program/paths.h"
 #include "kit/shared/key_store.h"
 #include "kit/shared/system.h"
 
@@ -13,52 +15,38 @@ using namespace KsvDisplay;
 
 namespace {
 
-constexpr const char* kUsage =
-    R"(usage: ksv-unseal [--key FILE] [--stream BASE64] [BASE64]
+enum ExitStatus { kOpened = 0, kNotAuthentic = 1, kNoKey = 3 };
 
-Opens a sealed input of the reference display and prints what the user gave: digits, OK, a text, or x,y a line for
-each click. In a text a backslash stands doubled, and a character that doesn't show as \u{HEX}. The sealed input is the
-argument, or is read from standard input.
+constexpr char kDescription[] = "Opens a sealed input of the reference display and prints what the user gave.";
 
-  --key FILE        a copy of the user's display.key; without it, the user's own
-  --stream BASE64   the stream key of the session, if one was set
-  --help            this text
+constexpr char kFooter[] =
+    R"(It prints digits, OK, a text, or x,y a line for each click. In a text a backslash is doubled, and a character that
+is not visible is \u{HEX}.
 
-Exit status: 0 opened, 1 not authentic or sealed by another key, 2 the command line is wrong, 3 the key can't be read.
-)";
+Exit status: 0 opened, 1 not authentic or sealed by another key, 2 the command line is wrong, 3 the key can't be read.)";
 
-enum ExitStatus { kOpened = 0, kNotAuthentic = 1, kWrongUsage = 2, kNoKey = 3 };
+struct Options {
+  std::string key;
+  std::string stream;
+  std::optional<std::string> sealed;
+};
 
 SecretBytes Decode(std::string_view text) {
   const NorvoWebAPI::ByteBuffer decoded = NorvoWebAPI::DecodeBase64(text.data(), static_cast<int32_t>(text.size()));
   return SecretBytes(decoded.bytes.get(), decoded.bytes.get() + decoded.size);
 }
 
-struct Options {
-  std::filesystem::path key;
-  SecretBytes stream;
-  std::optional<SecretBytes> sealed;
-};
-
-std::optional<Options> ReadOptions(int count, char** arguments) {
-  Options options;
-  for (int i = 1; i < count; ++i) {
-    const std::string_view argument = arguments[i];
-    if (argument == "--key" || argument == "--stream") {
-      if (++i == count) return std::nullopt;
-      if (argument == "--key") {
-        options.key = arguments[i];
-        continue;
-      }
-      options.stream = Decode(arguments[i]);
-      if (options.stream.empty()) return std::nullopt;
-    } else if (argument.starts_with("-") || options.sealed) {
-      return std::nullopt;
-    } else {
-      options.sealed = Decode(argument);
-    }
-  }
-  return options;
+std::optional<int> ReadOptions(const std::vector<std::string>& arguments, Options& options) {
+  Kit::OptionParser parser("ksv-unseal", kDescription, kFooter);
+  const auto isBase64 = [](const std::string& text) { return Decode(text).empty() ? "it takes Base64" : ""; };
+  parser.add_option("SEALED", options.sealed, "the sealed input in Base64;\nwithout it, standard input is read")
+      ->type_name("");
+  parser.add_option("--key", options.key, "a copy of the user's display.key;\nwithout it, the user's own")
+      ->type_name("FILE");
+  parser.add_option("--stream", options.stream, "the stream key of the session, if one was set")
+      ->type_name("BASE64")
+      ->check(isBase64, "");
+  return parser.Read(arguments);
 }
 
 int Fail(ExitStatus status, const char* why) {
@@ -68,40 +56,32 @@ int Fail(ExitStatus status, const char* why) {
 
 void Print(const Input& input) {
   if (input.type != InputType::kClicks) {
-    // A page chooses a typed text: it must not reach the terminal as commands.
-    std::cout << AsText(Printable(AsText(input.content))) << '\n';
+    // A typed text comes from a page: it must not send control sequences to the terminal.
+    std::cout << Printable(AsText(input.content)) << '\n';
     return;
   }
   ByteReader<Status> reader(input.content, Status::kInternalError);
   while (reader.left() > 0) {
-    const auto x = reader.TakeNumber<uint16_t>();
-    std::cout << x << ',' << reader.TakeNumber<uint16_t>() << '\n';
+    const auto x = reader.ReadNumber<uint16_t>();
+    std::cout << x << ',' << reader.ReadNumber<uint16_t>() << '\n';
   }
 }
 
 int Run(int count, char** arguments) {
-  if (count == 2 && std::string_view(arguments[1]) == "--help") {
-    std::cout << kUsage;
-    return kOpened;
-  }
-  std::optional<Options> options = ReadOptions(count, arguments);
-  if (!options) {
-    std::cerr << kUsage;
-    return kWrongUsage;
-  }
-  if (!options->sealed) {
-    const std::string text{std::istreambuf_iterator<char>(std::cin), std::istreambuf_iterator<char>()};
-    options->sealed = Decode(text);
-  }
+  Options options;
+  if (const auto end = ReadOptions(Kit::CommandLine(count, arguments), options)) return *end;
+  if (!options.sealed)
+    options.sealed.emplace(std::istreambuf_iterator<char>(std::cin), std::istreambuf_iterator<char>());
   std::optional<SecretBytes> key;
   try {
-    if (options->key.empty()) options->key = System::HomeFolder("KSV_DISPLAY_HOME", "ksv-display") / "display.key";
-    key = KeyStore(options->key).Load();
+    const auto file = options.key.empty() ? System::HomeFolder("KSV_DISPLAY_HOME", "ksv-display") / "display.key"
+                                          : Kit::PathOf(options.key);
+    key = KeyStore(file).Load();
   } catch (const Failure<Fault>&) {
     return Fail(kNoKey, "the key file is damaged, or open to other users");
   }
   if (!key) return Fail(kNoKey, "there is no key file");
-  const std::optional<Input> input = OpenInput(*options->sealed, *key, options->stream);
+  const std::optional<Input> input = OpenInput(Decode(*options.sealed), *key, Decode(options.stream));
   if (!input) return Fail(kNotAuthentic, "not authentic, or sealed by another key");
   Print(*input);
   return kOpened;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <iterator>
 
 #include "kit/shared/utf8.h"
 
@@ -25,20 +26,23 @@ bool IsVisible(char32_t code) {
                               [code](const Range& range) { return range.first <= code && code <= range.last; });
 }
 
-KsvKit::SecretBytes Printable(std::string_view text) {
-  KsvKit::SecretBytes result;
-  for (const char32_t code : KsvKit::DecodeUtf8(text).value_or(U"\uFFFD")) {
+std::string Printable(std::string_view text) {
+  const std::optional<std::u32string> codePoints = KsvKit::CodePointsOf(text);
+  if (!codePoints) return "\uFFFD";
+  const auto isContinuation = [](char byte) { return (byte & 0xC0) == 0x80; };
+  std::string result;
+  auto begin = text.begin();
+  for (const char32_t code : *codePoints) {
+    const auto end = std::find_if_not(begin + 1, text.end(), isContinuation);
     if (code == U'\\') {
-      KsvKit::Append(result, KsvKit::AsBytes("\\\\"));
+      result += "\\\\";
     } else if (IsVisible(code)) {
-      KsvKit::AppendUtf8(result, code);
+      result.append(begin, end);
     } else {
       char hex[8];
-      const char* const end = std::to_chars(std::begin(hex), std::end(hex), static_cast<uint32_t>(code), 16).ptr;
-      KsvKit::Append(result, KsvKit::AsBytes("\\u{"));
-      KsvKit::Append(result, KsvKit::AsBytes({hex, end}));
-      result.push_back('}');
+      result.append("\\u{").append(hex, std::to_chars(hex, std::end(hex), static_cast<uint32_t>(code), 16).ptr) += '}';
     }
+    begin = end;
   }
   return result;
 }

@@ -3,10 +3,10 @@
 #include <cstdio>
 #include <exception>
 
-#include "kit/host/command_line.h"
 #include "kit/host/complain.h"
 #include "kit/host/page_run.h"
 #include "kit/host/watchdog.h"
+#include "kit/program/command_line.h"
 #include "platform/desktop.h"
 
 namespace {
@@ -18,10 +18,7 @@ int Fail(const std::string& sentence, Kit::ExitStatus status) {
 
 int RunHost(int argc, char** argv) {
   Kit::HostOptions options;
-  bool helpWanted = false;
-  const std::string mistake = Kit::ParseHostOptions(Kit::CommandLine(argc, argv), options, helpWanted);
-  if (!mistake.empty()) return Fail(mistake + " See ksv-host --help.", Kit::kExitUsage);
-  if (helpWanted) return std::fputs(Kit::HostHelpText(), stdout) < 0 ? Kit::kExitUsage : 0;
+  if (const auto end = Kit::ReadHostOptions(Kit::CommandLine(argc, argv), options)) return *end;
   if (!options.picture.empty() && !Kit::PageWindow::kHasPicture) {
     return Fail("There is no --picture on this system: its windows can't be seen.", Kit::kExitUsage);
   }

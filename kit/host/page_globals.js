@@ -1,4 +1,4 @@
-// The page's global names, made from what the host itself does. Gives the function that runs a timer which is due.
+// Defines the page's global names by the host's native functions. Returns the function that runs a timer which is due.
 (function (window, native, address) {
   "use strict";
   var timers = {};
@@ -17,7 +17,7 @@
     native.stopTimer(timer);
   }
 
-  // The engine's own extensions: a page that used them would run nowhere else.
+  // Removed, because a page that uses the engine's extensions works in no browser.
   delete window.Duktape;
 
   window.window = window.self = window;

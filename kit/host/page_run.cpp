@@ -6,7 +6,7 @@
 
 #include "base/product.h"
 #include "kit/host/complain.h"
-#include "kit/host/paths.h"
+#include "kit/program/paths.h"
 #include "platform/desktop.h"
 
 namespace Kit {
@@ -96,7 +96,7 @@ void PageRun::SavePicture() try { window.SavePicture(options.picture); } catch (
 
 void PageRun::Print(const std::string& line) {
   std::printf("%s\n", line.c_str());
-  std::fflush(stdout);  // Who reads along waits for it.
+  std::fflush(stdout);  // A script may read the transcript while the page runs.
 }
 
 void PageRun::Finish(bool succeeded) {

@@ -5,7 +5,6 @@
 #include <optional>
 #include <vector>
 
-#include "kit/exit_status.h"
 #include "kit/host/options.h"
 #include "kit/host/page_host.h"
 #include "kit/host/page_source.h"
@@ -14,6 +13,7 @@
 #include "kit/host/timers.h"
 #include "kit/nphost/instance.h"
 #include "kit/nphost/module.h"
+#include "kit/program/exit_status.h"
 
 namespace Kit {
 
@@ -23,8 +23,8 @@ class PageRun : private PageServices {
   explicit PageRun(const HostOptions& options);
   ~PageRun() override;
 
-  /// Runs the scripts, then timers and messages until the page has finished; ends the instance and looks for what it
-  /// left behind.
+  /// Runs the scripts, then timers and messages until the page has finished; ends the instance and checks that it has
+  /// released everything.
   ExitStatus Run(const std::vector<Script>& scripts);
 
  private:

@@ -7,7 +7,7 @@
 #include <stdexcept>
 #include <string_view>
 
-#include "kit/host/paths.h"
+#include "kit/program/paths.h"
 
 namespace Kit {
 namespace {

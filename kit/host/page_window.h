@@ -10,7 +10,7 @@
 
 namespace Kit {
 
-/// A window of the calling thread, shown until it ends.
+/// A window of the calling thread, shown while this object lives.
 class PageWindow {
  public:
   /// `title` is UTF-8; the size is that of the client area, in pixels. Throws `std::runtime_error`.
@@ -20,11 +20,11 @@ class PageWindow {
   PageWindow& operator=(const PageWindow&) = delete;
 
   [[nodiscard]] HWND Handle() const;
-  /// Where the client area begins on the screen; nothing where there is no screen.
+  /// The client area's upper left corner on the screen; nothing on systems without a screen.
   [[nodiscard]] std::optional<POINT> Origin() const;
   /// False once the user has closed it.
   [[nodiscard]] bool IsOpen() const;
-  /// The user's left button, pressed and released; the plug-in gets to know when messages are taken.
+  /// A click of the user's left button. The plug-in gets it when messages are dispatched.
   void Click(int x, int y);
   /// Throws `std::runtime_error`.
   void SavePicture(const std::filesystem::path& path) const;

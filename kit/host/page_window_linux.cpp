@@ -5,7 +5,7 @@
 
 namespace Kit {
 
-// The platform layer's windows have messages and clicks, but nothing to be seen.
+// The platform layer's windows get messages and clicks, but are not visible.
 struct PageWindow::State {
   State(int width, int height) : window({0, 0}, width, height) {}
   platform::TestWindow window;

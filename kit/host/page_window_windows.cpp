@@ -3,8 +3,10 @@
 #include <stdexcept>
 #include <vector>
 
+#include "base/owner.h"
+#include "base/scope_exit.h"
 #include "kit/host/page_window.h"
-#include "kit/host/paths.h"
+#include "kit/program/paths.h"
 #include "platform/desktop.h"
 
 namespace Kit {
@@ -15,22 +17,14 @@ constexpr DWORD kStyle = WS_OVERLAPPED | WS_CAPTION | WS_SYSMENU | WS_MINIMIZEBO
 
 LRESULT CALLBACK WindowProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
   if (message != WM_CLOSE) return DefWindowProcW(window, message, wParam, lParam);
-  // The plug-in has the window until its instance ends: closing only tells.
+  // The plug-in uses the window until its instance ends, so it is not destroyed here.
   *reinterpret_cast<bool*>(GetWindowLongPtrW(window, GWLP_USERDATA)) = false;
   return 0;
 }
 
-struct ReleaseDeviceContext {
-  HWND window;
-  void operator()(HDC context) const { ReleaseDC(window, context); }
-};
-template <auto kDelete>
-struct Delete {
-  template <typename Handle>
-  void operator()(Handle handle) const {
-    kDelete(handle);
-  }
-};
+void DeleteBitmap(HBITMAP bitmap) {
+  DeleteObject(bitmap);
+}
 
 }  // namespace
 
@@ -62,7 +56,7 @@ PageWindow::PageWindow(const std::string& title, int width, int height)
   SetWindowLongPtrW(state->window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(&state->open));
   ShowWindow(state->window, SW_SHOWNORMAL);
   UpdateWindow(state->window);
-  // The display needs a moment of message handling before clicks at this place find the window; nothing tells when.
+  // The desktop needs some time before clicks at this place reach the window, and sends no event when it is ready.
   platform::PumpUntil([] { return false; }, std::chrono::milliseconds(500));
 }
 
@@ -89,13 +83,13 @@ void PageWindow::Click(int x, int y) {
 }
 
 void PageWindow::SavePicture(const std::filesystem::path& path) const {
-  const std::unique_ptr<HDC__, ReleaseDeviceContext> screen(GetDC(state->window), {state->window});
-  const std::unique_ptr<HDC__, Delete<DeleteDC>> memory(CreateCompatibleDC(screen.get()));
-  const std::unique_ptr<HBITMAP__, Delete<DeleteObject>> bitmap(
-      CreateCompatibleBitmap(screen.get(), state->width, state->height));
-  const HGDIOBJ before = SelectObject(memory.get(), bitmap.get());
-  const BOOL copied = BitBlt(memory.get(), 0, 0, state->width, state->height, screen.get(), 0, 0, SRCCOPY);
-  SelectObject(memory.get(), before);
+  const HDC screen = GetDC(state->window);
+  const NorvoWebAPI::ScopeExit release([&] { ReleaseDC(state->window, screen); });
+  const NorvoWebAPI::Owner<HDC, DeleteDC> memory(CreateCompatibleDC(screen));
+  const NorvoWebAPI::Owner<HBITMAP, DeleteBitmap> bitmap(CreateCompatibleBitmap(screen, state->width, state->height));
+  const HGDIOBJ before = SelectObject(memory.Get(), bitmap.Get());
+  const BOOL copied = BitBlt(memory.Get(), 0, 0, state->width, state->height, screen, 0, 0, SRCCOPY);
+  SelectObject(memory.Get(), before);
 
   BITMAPINFO form{};
   form.bmiHeader.biSize = sizeof form.bmiHeader;
@@ -108,7 +102,7 @@ void PageWindow::SavePicture(const std::filesystem::path& path) const {
   header.bfType = 0x4D42;  // "BM"
   header.bfOffBits = sizeof header + sizeof form.bmiHeader;
   header.bfSize = header.bfOffBits + static_cast<DWORD>(pixels.size());
-  const bool read = copied && GetDIBits(memory.get(), bitmap.get(), 0, static_cast<UINT>(state->height), pixels.data(),
+  const bool read = copied && GetDIBits(memory.Get(), bitmap.Get(), 0, static_cast<UINT>(state->height), pixels.data(),
                                         &form, DIB_RGB_COLORS) == state->height;
   std::ofstream file(path, std::ios::binary);
   file.write(reinterpret_cast<const char*>(&header), sizeof header);

@@ -5,12 +5,12 @@
 #include <cstdlib>
 #include <stdexcept>
 
-#include "kit/exit_status.h"
 #include "kit/host/page_globals.h"
-#include "kit/host/paths.h"
 #include "kit/host/plugin_objects.h"
 #include "kit/host/script_objects.h"
 #include "kit/host/script_values.h"
+#include "kit/program/exit_status.h"
+#include "kit/program/paths.h"
 
 namespace Kit {
 namespace {
@@ -189,10 +189,8 @@ bool ScriptEngine::Protect(const std::function<void(duk_context*)>& work) {
   };
   const bool done = duk_safe_call(context, run, const_cast<std::function<void(duk_context*)>*>(&work), 0, 1) == 0;
   if (!done) {
-    duk_size_t size = 0;
     duk_safe_to_stacktrace(context, -1);
-    const char* const error = duk_get_lstring(context, -1, &size);
-    services.Uncaught(error ? Utf8Of({error, size}) : "an error without a text");
+    services.Uncaught(duk_is_string(context, -1) ? TextAt(context, -1) : "an error without a text");
   }
   duk_set_top(context, top);
   return done;

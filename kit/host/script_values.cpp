@@ -1,63 +1,48 @@
 #include "kit/host/script_values.h"
 
-#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
-#include <optional>
 
 #include "kit/host/plugin_objects.h"
 #include "kit/host/script_objects.h"
+#include "platform/win32.h"
 
 namespace Kit {
 namespace {
 
-constexpr char32_t kReplacement = 0xFFFD;
-constexpr char32_t kFirstHighSurrogate = 0xD800, kFirstLowSurrogate = 0xDC00, kBehindSurrogates = 0xE000;
-constexpr char32_t kFirstPair = 0x10000, kBehindUnicode = 0x110000;
+using WideText = std::basic_string<WCHAR>;
 
-// Takes one character off the front, surrogates as they stand; nothing where no whole character is.
-std::optional<char32_t> TakeCharacter(std::string_view& text) {
-  const auto first = static_cast<unsigned char>(text.front());
-  const size_t length = first < 0x80   ? 1
-                        : first < 0xC2 ? 0
-                        : first < 0xE0 ? 2
-                        : first < 0xF0 ? 3
-                        : first < 0xF5 ? 4
-                                       : 0;
-  char32_t character = length < 2 ? first : first & (0x7Fu >> length);
-  for (size_t at = 1; at < length; ++at) {
-    const unsigned next = at < text.size() ? static_cast<unsigned char>(text[at]) : 0;
-    if ((next & 0xC0u) != 0x80) return text.remove_prefix(1), std::nullopt;
-    character = character << 6 | (next & 0x3Fu);
-  }
-  text.remove_prefix(std::max<size_t>(length, 1));
-  constexpr char32_t kLeast[] = {0, 0, 0x80, 0x800, kFirstPair};
-  if (length == 0 || character < kLeast[length] || character >= kBehindUnicode) return {};
-  return character;
+// Both conversions replace what is ill-formed by U+FFFD.
+WideText WideOf(std::string_view utf8) {
+  const auto size = static_cast<int>(utf8.size());
+  WideText wide(utf8.size(), 0);  // A byte makes one unit at most.
+  wide.resize(static_cast<size_t>(MultiByteToWideChar(CP_UTF8, 0, utf8.data(), size, wide.data(), size)));
+  return wide;
 }
 
-void Append(std::string& text, char32_t character) {
-  const auto tail = [&](unsigned shift) { text += static_cast<char>(0x80 | (character >> shift & 0x3F)); };
-  if (character < 0x80) {
-    text += static_cast<char>(character);
-  } else if (character < 0x800) {
-    text += static_cast<char>(0xC0 | character >> 6);
-    tail(0);
-  } else if (character < kFirstPair) {
-    text += static_cast<char>(0xE0 | character >> 12);
-    tail(6);
-    tail(0);
-  } else {
-    text += static_cast<char>(0xF0 | character >> 18);
-    tail(12);
-    tail(6);
-    tail(0);
-  }
+std::string Utf8Of(const WideText& wide) {
+  std::string utf8(3 * wide.size(), '\0');  // A unit makes three bytes at most.
+  const int size = WideCharToMultiByte(CP_UTF8, 0, wide.data(), static_cast<int>(wide.size()), utf8.data(),
+                                       static_cast<int>(utf8.size()), nullptr, nullptr);
+  utf8.resize(static_cast<size_t>(size));
+  return utf8;
 }
 
-bool IsBetween(std::optional<char32_t> character, char32_t first, char32_t behind) {
-  return character && *character >= first && *character < behind;
+// The engine's form of a text: each 16-bit unit by itself as UTF-8 has it, surrogates too.
+std::string EngineTextOf(std::string_view utf8) {
+  std::string text;
+  for (const WCHAR wide : WideOf(utf8)) {
+    const auto unit = static_cast<char16_t>(wide);
+    if (unit < 0x80) {
+      text += static_cast<char>(unit);
+      continue;
+    }
+    text += static_cast<char>(unit < 0x800 ? 0xC0 | unit >> 6 : 0xE0 | unit >> 12);
+    if (unit >= 0x800) text += static_cast<char>(0x80 | (unit >> 6 & 0x3F));
+    text += static_cast<char>(0x80 | (unit & 0x3F));
+  }
+  return text;
 }
 
 NPVariant NumberVariant(double number) {
@@ -74,58 +59,24 @@ NPVariant NumberVariant(double number) {
 
 }  // namespace
 
-std::string ScriptTextOf(std::string_view utf8) {
-  std::string text;
-  while (!utf8.empty()) {
-    std::optional<char32_t> character = TakeCharacter(utf8);
-    if (IsBetween(character, kFirstHighSurrogate, kBehindSurrogates)) character.reset();
-    const char32_t known = character.value_or(kReplacement);
-    if (known < kFirstPair) {
-      Append(text, known);
-    } else {
-      Append(text, kFirstHighSurrogate + ((known - kFirstPair) >> 10));
-      Append(text, kFirstLowSurrogate + ((known - kFirstPair) & 0x3FF));
-    }
-  }
-  return text;
-}
-
-std::string Utf8Of(std::string_view scriptText) {
-  std::string text;
-  while (!scriptText.empty()) {
-    std::optional<char32_t> character = TakeCharacter(scriptText);
-    if (IsBetween(character, kFirstHighSurrogate, kFirstLowSurrogate) && !scriptText.empty()) {
-      std::string_view behind = scriptText;
-      const std::optional<char32_t> low = TakeCharacter(behind);
-      if (IsBetween(low, kFirstLowSurrogate, kBehindSurrogates)) {
-        scriptText = behind;
-        character = kFirstPair + ((*character - kFirstHighSurrogate) << 10) + (*low - kFirstLowSurrogate);
-      }
-    }
-    if (IsBetween(character, kFirstHighSurrogate, kBehindSurrogates)) character.reset();
-    Append(text, character.value_or(kReplacement));
-  }
-  return text;
-}
-
 void ThrowError(duk_context* context, const std::string& message) {
-  duk_push_error_object(context, DUK_ERR_ERROR, "%s", ScriptTextOf(message).c_str());
+  duk_push_error_object(context, DUK_ERR_ERROR, "%s", EngineTextOf(message).c_str());
   duk_throw_raw(context);
   std::abort();  // Never reached, which the engine's header does not tell the compiler when exceptions are on.
 }
 
 void PushText(duk_context* context, std::string_view utf8) {
-  const std::string text = ScriptTextOf(utf8);
+  const std::string text = EngineTextOf(utf8);
   duk_push_lstring(context, text.data(), text.size());
 }
 
 std::string TextAt(duk_context* context, duk_idx_t index) {
   duk_dup(context, index);
-  duk_size_t size = 0;
-  const char* const text = duk_to_lstring(context, -1, &size);
-  std::string utf8 = Utf8Of({text, size});
+  duk_to_string(context, -1);
+  WideText wide(duk_get_length(context, -1), 0);
+  for (size_t at = 0; at < wide.size(); ++at) wide[at] = static_cast<WCHAR>(duk_char_code_at(context, -1, at));
   duk_pop(context);
-  return utf8;
+  return Utf8Of(wide);
 }
 
 NPVariant VariantAt(duk_context* context, duk_idx_t index) {

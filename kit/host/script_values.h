@@ -1,4 +1,4 @@
-/// Values on their way between script and plug-in.
+/// Conversion of values between script and plug-in.
 #pragma once
 
 #include <duktape.h>
@@ -10,16 +10,12 @@
 
 namespace Kit {
 
-/// UTF-8 to the engine's own text and back: it keeps characters beyond U+FFFF as two surrogates, as script sees them.
-/// What is no UTF-8, or half a pair, becomes U+FFFD.
-std::string ScriptTextOf(std::string_view utf8);
-std::string Utf8Of(std::string_view scriptText);
-
 /// Throws an Error into script.
 [[noreturn]] void ThrowError(duk_context* context, const std::string& message);
 
+/// Ill-formed UTF-8 becomes U+FFFD, here as in the other direction an unpaired surrogate does.
 void PushText(duk_context* context, std::string_view utf8);
-/// The value converted to text as script does it, in UTF-8. May throw what the page's own `toString` throws.
+/// The value converted to text as script does it, in UTF-8. Throws what the page's own `toString` throws.
 std::string TextAt(duk_context* context, duk_idx_t index);
 
 /// The variant for a value of script; the caller releases it. Throws into script what has no variant.

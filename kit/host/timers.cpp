@@ -5,7 +5,7 @@
 namespace Kit {
 namespace {
 
-// A page that asks for no delay at all must leave room for the window's messages.
+// So that a repeating timer without delay does not starve the window's messages.
 constexpr Timers::Milliseconds kLeastRepeat{4};
 
 }  // namespace

@@ -1,4 +1,4 @@
-/// The page's timers: when which is due. What they call is the script engine's business.
+/// The due times of the page's timers. The script engine has their functions.
 #pragma once
 
 #include <chrono>
@@ -13,12 +13,12 @@ class Timers {
   using Clock = std::chrono::steady_clock;
   using Milliseconds = std::chrono::milliseconds;
 
-  /// Gives the timer's number, from 1 on.
+  /// Returns the timer's number, from 1 on.
   uint32_t Start(Milliseconds delay, bool repeats);
   void Stop(uint32_t timer) { timers.erase(timer); }
-  /// A timer that is due, the longest-due first; it ends with this, or begins anew.
+  /// The timer that has been due longest, if any. Removes it, or restarts it when it repeats.
   std::optional<uint32_t> TakeDue(Clock::time_point now);
-  /// When the next one is due; at most `latest`.
+  /// The time at which the next one is due, or `latest` if that is earlier.
   [[nodiscard]] Clock::time_point Next(Clock::time_point latest) const;
 
  private:

@@ -2,8 +2,8 @@
 
 #include <cstdlib>
 
-#include "kit/exit_status.h"
 #include "kit/host/complain.h"
+#include "kit/program/exit_status.h"
 
 namespace Kit {
 namespace {

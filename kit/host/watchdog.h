@@ -7,10 +7,10 @@
 
 namespace Kit {
 
-/// Ends a process whose page or plug-in never returns to the host, which then can't look at its own clock.
+/// Ends the process when the page or the plug-in never returns to the host, which then can't check its time-out.
 class Watchdog {
  public:
-  /// Past the page's own time-out, for the orderly end that the host tries first.
+  /// Ends the process three seconds after `timeout`, so that the host can end in order first.
   explicit Watchdog(std::chrono::seconds timeout);
   ~Watchdog();
   Watchdog(const Watchdog&) = delete;

@@ -13,10 +13,10 @@
 
 namespace KsvKit {
 
-/// Overwrites memory in a way that the compiler does not drop.
+/// Overwrites memory with zeros; the compiler does not optimise this away.
 void Wipe(void* data, size_t size) noexcept;
 
-/// Wipes what it gives back, so that a container that grows leaves no old copy behind either.
+/// Wipes memory before it frees it, also when a container grows.
 template <class T>
 struct WipingAllocator {
   using value_type = T;
@@ -37,7 +37,7 @@ struct WipingAllocator {
 };
 
 using Bytes = std::vector<uint8_t>;
-/// Every key, seed, password and provisioning text lives in this type and nowhere else.
+/// For every key, seed, password and provisioning text.
 using SecretBytes = std::vector<uint8_t, WipingAllocator<uint8_t>>;
 using ByteView = std::span<const uint8_t>;
 
@@ -62,23 +62,23 @@ void AppendNumber(Container& out, Number value) {
     out.push_back(static_cast<uint8_t>(value >> (shift - 8)));
 }
 
-/// A bounded cursor over foreign bytes: asking for more than is left throws the status given at the start.
+/// Reads untrusted bytes from the front. Throws the status given at the start when fewer bytes are left than are read.
 template <class Status>
 class ByteReader {
  public:
   ByteReader(ByteView bytes, Status onShortage) : rest_(bytes), onShortage_(onShortage) {}
 
-  ByteView Take(size_t count) {
+  ByteView Read(size_t count) {
     Require(count <= rest_.size(), onShortage_);
-    const ByteView taken = rest_.first(count);
+    const ByteView bytes = rest_.first(count);
     rest_ = rest_.subspan(count);
-    return taken;
+    return bytes;
   }
 
   template <std::unsigned_integral Number>
-  Number TakeNumber() {
+  Number ReadNumber() {
     Number value = 0;
-    for (const uint8_t byte : Take(sizeof(Number))) value = static_cast<Number>((uint64_t{value} << 8) | byte);
+    for (const uint8_t byte : Read(sizeof(Number))) value = static_cast<Number>((uint64_t{value} << 8) | byte);
     return value;
   }
 

@@ -1,9 +1,10 @@
-// The order matters: the second header leans on the first.
+// The order matters: the second header needs the first.
 // clang-format off
 #include <windows.h>
 #include <bcrypt.h>
 // clang-format on
 
+#include "base/owner.h"
 #include "kit/shared/crypto.h"
 
 namespace KsvKit {
@@ -15,27 +16,23 @@ void Wipe(void* data, size_t size) noexcept {
 namespace Crypto {
 namespace {
 
-/// The tag of a sealed message does not fit. Not in every header set of this platform.
+/// STATUS_AUTH_TAG_MISMATCH, which not every header set of this platform has.
 constexpr NTSTATUS kTagMismatch = static_cast<NTSTATUS>(0xC000A002);
 
 void Check(NTSTATUS status) {
   Require(status >= 0, Fault::kCryptography);
 }
 
-struct CloseProvider {
-  void operator()(void* handle) const noexcept { BCryptCloseAlgorithmProvider(handle, 0); }
-};
-struct DestroyHash {
-  void operator()(void* handle) const noexcept { BCryptDestroyHash(handle); }
-};
-struct DestroyKey {
-  void operator()(void* handle) const noexcept { BCryptDestroyKey(handle); }
-};
-using Provider = std::unique_ptr<void, CloseProvider>;
-using HashHandle = std::unique_ptr<void, DestroyHash>;
-using KeyHandle = std::unique_ptr<void, DestroyKey>;
+void CloseProvider(BCRYPT_ALG_HANDLE provider) {
+  BCryptCloseAlgorithmProvider(provider, 0);
+}
 
-/// CNG declares its inputs as writable and leaves them alone.
+using NorvoWebAPI::Owner;
+using Provider = Owner<BCRYPT_ALG_HANDLE, CloseProvider>;
+using HashHandle = Owner<BCRYPT_HASH_HANDLE, BCryptDestroyHash>;
+using KeyHandle = Owner<BCRYPT_KEY_HANDLE, BCryptDestroyKey>;
+
+/// CNG declares its inputs as writable, but does not write to them.
 PUCHAR Input(ByteView bytes) {
   return const_cast<PUCHAR>(bytes.data());
 }
@@ -46,9 +43,9 @@ ULONG Length(ByteView bytes) {
 }
 
 Provider OpenProvider(LPCWSTR algorithm, ULONG flags) {
-  BCRYPT_ALG_HANDLE handle = nullptr;
-  Check(BCryptOpenAlgorithmProvider(&handle, algorithm, nullptr, flags));
-  return Provider(handle);
+  Provider provider;
+  Check(BCryptOpenAlgorithmProvider(provider.Put(), algorithm, nullptr, flags));
+  return provider;
 }
 
 struct Algorithm {
@@ -69,11 +66,10 @@ Algorithm Find(Hash hash) {
 }
 
 void Digest(const Provider& provider, ByteView key, ByteView message, std::span<uint8_t> out) {
-  BCRYPT_HASH_HANDLE raw = nullptr;
-  Check(BCryptCreateHash(provider.get(), &raw, nullptr, 0, Input(key), Length(key), 0));
-  const HashHandle handle(raw);
-  Check(BCryptHashData(raw, Input(message), Length(message), 0));
-  Check(BCryptFinishHash(raw, out.data(), Length(out), 0));
+  HashHandle hash;
+  Check(BCryptCreateHash(provider.Get(), hash.Put(), nullptr, 0, Input(key), Length(key), 0));
+  Check(BCryptHashData(hash.Get(), Input(message), Length(message), 0));
+  Check(BCryptFinishHash(hash.Get(), out.data(), Length(out), 0));
 }
 
 /// The key with its provider, ready for GCM; the provider must outlive the key.
@@ -84,14 +80,12 @@ struct GcmKey {
 
 GcmKey ImportKey(ByteView key, ByteView nonce) {
   Require(key.size() == kKeySize && nonce.size() == kNonceSize, Fault::kCryptography);
-  GcmKey result{OpenProvider(BCRYPT_AES_ALGORITHM, 0), nullptr};
+  GcmKey result{OpenProvider(BCRYPT_AES_ALGORITHM, 0), {}};
   const std::wstring_view mode = BCRYPT_CHAIN_MODE_GCM;
-  Check(BCryptSetProperty(result.provider.get(), BCRYPT_CHAINING_MODE,
+  Check(BCryptSetProperty(result.provider.Get(), BCRYPT_CHAINING_MODE,
                           reinterpret_cast<PUCHAR>(const_cast<wchar_t*>(mode.data())),
                           static_cast<ULONG>((mode.size() + 1) * sizeof(wchar_t)), 0));
-  BCRYPT_KEY_HANDLE raw = nullptr;
-  Check(BCryptGenerateSymmetricKey(result.provider.get(), &raw, nullptr, 0, Input(key), Length(key), 0));
-  result.key.reset(raw);
+  Check(BCryptGenerateSymmetricKey(result.provider.Get(), result.key.Put(), nullptr, 0, Input(key), Length(key), 0));
   return result;
 }
 
@@ -131,7 +125,7 @@ Bytes Seal(ByteView key, ByteView nonce, ByteView associated, ByteView plain) {
   Bytes sealed(plain.size() + kTagSize);
   BCRYPT_AUTHENTICATED_CIPHER_MODE_INFO info = ModeInfo(nonce, associated, sealed.data() + plain.size());
   ULONG size = 0;
-  Check(BCryptEncrypt(gcm.key.get(), Input(plain), Length(plain), &info, nullptr, 0, sealed.data(), Length(plain),
+  Check(BCryptEncrypt(gcm.key.Get(), Input(plain), Length(plain), &info, nullptr, 0, sealed.data(), Length(plain),
                       &size, 0));
   Require(size == plain.size(), Fault::kCryptography);
   return sealed;
@@ -144,7 +138,7 @@ std::optional<SecretBytes> Open(ByteView key, ByteView nonce, ByteView associate
   BCRYPT_AUTHENTICATED_CIPHER_MODE_INFO info = ModeInfo(nonce, associated, Input(sealed.last(kTagSize)));
   SecretBytes plain(cipher.size());
   ULONG size = 0;
-  const NTSTATUS status = BCryptDecrypt(gcm.key.get(), Input(cipher), Length(cipher), &info, nullptr, 0, plain.data(),
+  const NTSTATUS status = BCryptDecrypt(gcm.key.Get(), Input(cipher), Length(cipher), &info, nullptr, 0, plain.data(),
                                         Length(plain), &size, 0);
   if (status == kTagMismatch) return std::nullopt;
   Check(status);

@@ -6,6 +6,7 @@
 #include <climits>
 #include <new>
 
+#include "base/owner.h"
 #include "kit/shared/crypto.h"
 
 namespace KsvKit {
@@ -38,14 +39,11 @@ const EVP_MD* Algorithm(Hash hash) {
   throw Failure(Fault::kCryptography);
 }
 
-struct FreeContext {
-  void operator()(EVP_CIPHER_CTX* context) const noexcept { EVP_CIPHER_CTX_free(context); }
-};
-using CipherContext = std::unique_ptr<EVP_CIPHER_CTX, FreeContext>;
+using CipherContext = NorvoWebAPI::Owner<EVP_CIPHER_CTX*, EVP_CIPHER_CTX_free>;
 
 CipherContext NewContext() {
   CipherContext context(EVP_CIPHER_CTX_new());
-  if (context == nullptr) throw std::bad_alloc();
+  if (!context) throw std::bad_alloc();
   return context;
 }
 
@@ -80,11 +78,11 @@ Bytes Seal(ByteView key, ByteView nonce, ByteView associated, ByteView plain) {
   const CipherContext context = NewContext();
   Bytes sealed(plain.size() + kTagSize);
   int size = 0;
-  Check(EVP_EncryptInit_ex(context.get(), EVP_aes_256_gcm(), nullptr, key.data(), nonce.data()));
-  Check(EVP_EncryptUpdate(context.get(), nullptr, &size, associated.data(), Length(associated)));
-  Check(EVP_EncryptUpdate(context.get(), sealed.data(), &size, plain.data(), Length(plain)));
-  Check(EVP_EncryptFinal_ex(context.get(), sealed.data() + plain.size(), &size));
-  Check(EVP_CIPHER_CTX_ctrl(context.get(), EVP_CTRL_GCM_GET_TAG, kTagSize, sealed.data() + plain.size()));
+  Check(EVP_EncryptInit_ex(context.Get(), EVP_aes_256_gcm(), nullptr, key.data(), nonce.data()));
+  Check(EVP_EncryptUpdate(context.Get(), nullptr, &size, associated.data(), Length(associated)));
+  Check(EVP_EncryptUpdate(context.Get(), sealed.data(), &size, plain.data(), Length(plain)));
+  Check(EVP_EncryptFinal_ex(context.Get(), sealed.data() + plain.size(), &size));
+  Check(EVP_CIPHER_CTX_ctrl(context.Get(), EVP_CTRL_GCM_GET_TAG, kTagSize, sealed.data() + plain.size()));
   return sealed;
 }
 
@@ -96,14 +94,14 @@ std::optional<SecretBytes> Open(ByteView key, ByteView nonce, ByteView associate
   std::copy(sealed.end() - kTagSize, sealed.end(), tag.begin());
 
   const CipherContext context = NewContext();
-  // One byte more than needed: an empty message must still have an address to be written to.
+  // One byte more than needed: the library must get an address for an empty message too.
   SecretBytes plain(cipher.size() + 1);
   int size = 0;
-  Check(EVP_DecryptInit_ex(context.get(), EVP_aes_256_gcm(), nullptr, key.data(), nonce.data()));
-  Check(EVP_DecryptUpdate(context.get(), nullptr, &size, associated.data(), Length(associated)));
-  Check(EVP_DecryptUpdate(context.get(), plain.data(), &size, cipher.data(), Length(cipher)));
-  Check(EVP_CIPHER_CTX_ctrl(context.get(), EVP_CTRL_GCM_SET_TAG, kTagSize, tag.data()));
-  if (EVP_DecryptFinal_ex(context.get(), plain.data() + cipher.size(), &size) != 1) return std::nullopt;
+  Check(EVP_DecryptInit_ex(context.Get(), EVP_aes_256_gcm(), nullptr, key.data(), nonce.data()));
+  Check(EVP_DecryptUpdate(context.Get(), nullptr, &size, associated.data(), Length(associated)));
+  Check(EVP_DecryptUpdate(context.Get(), plain.data(), &size, cipher.data(), Length(cipher)));
+  Check(EVP_CIPHER_CTX_ctrl(context.Get(), EVP_CTRL_GCM_SET_TAG, kTagSize, tag.data()));
+  if (EVP_DecryptFinal_ex(context.Get(), plain.data() + cipher.size(), &size) != 1) return std::nullopt;
   plain.resize(cipher.size());
   return plain;
 }

@@ -5,14 +5,13 @@
 
 namespace KsvKit {
 
-/// What all failures below have in common, for those who do not ask why.
+/// The base of all failures, for handlers to which the status does not matter.
 class AnyFailure : public std::exception {
  public:
   const char* what() const noexcept override { return "failure of a reference library"; }
 };
 
-/// Carries a library's status from where it is found to the guard of its entry points, which alone turns it into a
-/// result.
+/// Carries a status from where the error is found to the library's entry point (`StatusOf`), which returns it.
 template <class Status>
 class Failure : public AnyFailure {
  public:
@@ -29,15 +28,15 @@ void Require(bool condition, Status status) {
   if (!condition) throw Failure<Status>(status);
 }
 
-/// What the parts in this folder throw, as `Failure<Fault>`: each library has a status of its own for both.
+/// The errors of this folder, thrown as `Failure<Fault>`. `StatusOf` maps them to each library's own status.
 enum class Fault {
   /// The library's folder or its key cannot be used: unreadable, unwritable, damaged, or open to other users.
   kStore,
-  /// The system's cryptography failed, which leaves nothing to be done.
+  /// The system's cryptography failed.
   kCryptography,
 };
 
-/// The guard of a library's entry points: nothing but a status leaves it.
+/// Runs the work of an entry point and gives its status. No exception leaves it.
 template <class Status, class Operation>
 Status StatusOf(Operation&& operation) noexcept {
   try {

@@ -8,7 +8,7 @@
 namespace KsvKit {
 namespace {
 
-/// The last letter is the version of the layout; the key follows.
+/// The digit is the version of the layout; the key follows.
 constexpr std::string_view kMagic = "KSVKEY1\n";
 
 }  // namespace
@@ -17,8 +17,8 @@ std::optional<SecretBytes> KeyStore::Load() const {
   const std::optional<SecretBytes> content = System::ReadPrivateFile(file_, kMagic.size() + Crypto::kKeySize);
   if (!content) return std::nullopt;
   ByteReader reader(*content, Fault::kStore);
-  const ByteView magic = reader.Take(kMagic.size());
-  const ByteView key = reader.Take(Crypto::kKeySize);
+  const ByteView magic = reader.Read(kMagic.size());
+  const ByteView key = reader.Read(Crypto::kKeySize);
   Require(AsText(magic) == kMagic, Fault::kStore);
   return SecretBytes(key.begin(), key.end());
 }
@@ -31,7 +31,7 @@ SecretBytes KeyStore::LoadOrCreate() const {
     Crypto::FillRandom(std::span(content).subspan(kMagic.size()));
     System::CreatePrivateFolder(file_.parent_path());
     System::WritePrivateFile(file_, content, System::IfPresent::kKeep);
-    // Read back rather than used as drawn: another process may have been quicker.
+    // Read back, because another process may have stored its key first.
     key = Load();
   }
   Require(key.has_value(), Fault::kStore);

@@ -7,16 +7,17 @@
 
 namespace KsvKit {
 
-/// A user's key for one library, a file in the library's folder. The key is read for each use and never kept in memory.
+/// A user's key for one library, kept in a file in the library's folder. It is read again for each use, and is in
+/// memory only meanwhile.
 class KeyStore {
  public:
   explicit KeyStore(std::filesystem::path file) : file_(std::move(file)) {}
 
-  /// The key, or nothing when the user has none yet. Throws `Fault::kStore` for a file that is damaged or not the
-  /// user's alone.
+  /// The key, or nothing when the user has none yet. Throws `Fault::kStore` for a file that is damaged or that other
+  /// users can read.
   std::optional<SecretBytes> Load() const;
 
-  /// The key, drawn and stored on first use. Two processes that come here at once end up with the same key. Throws
+  /// The key; a random one is stored on first use. Two processes that do this at the same time get the same key. Throws
   /// `Fault::kStore`.
   SecretBytes LoadOrCreate() const;
 

@@ -8,6 +8,8 @@
 #include <cstdlib>
 #include <string>
 
+#include "base/owner.h"
+#include "base/scope_exit.h"
 #include "kit/shared/crypto.h"
 #include "kit/shared/hex.h"
 #include "kit/shared/system.h"
@@ -20,37 +22,7 @@ namespace fs = std::filesystem;
 constexpr size_t kMaxPathUnits = 32767;
 constexpr mode_t kOpenToOthers = S_IRWXG | S_IRWXO;
 
-class File {
- public:
-  explicit File(int descriptor) noexcept : descriptor_(descriptor) {}
-  ~File() { Close(); }
-  File(const File&) = delete;
-  File& operator=(const File&) = delete;
-
-  int get() const noexcept { return descriptor_; }
-  bool Close() noexcept {
-    const bool closed = descriptor_ < 0 || close(descriptor_) == 0;
-    descriptor_ = -1;
-    return closed;
-  }
-
- private:
-  int descriptor_;
-};
-
-/// Takes the file away again unless it has been moved to its place.
-class TemporaryFile {
- public:
-  explicit TemporaryFile(fs::path path) : path_(std::move(path)) {}
-  ~TemporaryFile() { unlink(path_.c_str()); }
-  TemporaryFile(const TemporaryFile&) = delete;
-  TemporaryFile& operator=(const TemporaryFile&) = delete;
-
-  const char* name() const noexcept { return path_.c_str(); }
-
- private:
-  fs::path path_;
-};
+using File = NorvoWebAPI::Owner<int, close, -1>;
 
 void WriteAll(int descriptor, ByteView content) {
   while (!content.empty()) {
@@ -82,7 +54,7 @@ fs::path HomeFolder(const char* variable, const char* name) {
   return user / ".local/share/norvo" / name;
 }
 
-std::optional<fs::path> PathFromHost(const WideChar* text) {
+std::optional<fs::path> PathFromHost(const WCHAR* text) {
   if (text == nullptr) return std::nullopt;
   size_t length = 0;
   while (length < kMaxPathUnits && text[length] != 0) ++length;
@@ -105,31 +77,32 @@ void CreatePrivateFolder(const fs::path& folder) {
 bool WritePrivateFile(const fs::path& file, ByteView content, IfPresent ifPresent) {
   const fs::path name = TemporaryName(file.parent_path());
   File out(open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, S_IRUSR | S_IWUSR));
-  Require(out.get() >= 0, Fault::kStore);
-  const TemporaryFile temporary(name);
-  WriteAll(out.get(), content);
-  Require(fsync(out.get()) == 0 && out.Close(), Fault::kStore);
+  Require(static_cast<bool>(out), Fault::kStore);
+  // After a rename there is no such name any more.
+  const NorvoWebAPI::ScopeExit removeTemporary([&name] { unlink(name.c_str()); });
+  WriteAll(out.Get(), content);
+  Require(fsync(out.Get()) == 0 && close(out.Release()) == 0, Fault::kStore);
   if (ifPresent == IfPresent::kReplace) {
-    Require(rename(temporary.name(), file.c_str()) == 0, Fault::kStore);
+    Require(rename(name.c_str(), file.c_str()) == 0, Fault::kStore);
     return true;
   }
-  // A second name for the finished file: unlike a rename this fails when another process was quicker.
-  if (link(temporary.name(), file.c_str()) == 0) return true;
+  // Unlike a rename, a hard link fails when another process has created the file meanwhile.
+  if (link(name.c_str(), file.c_str()) == 0) return true;
   Require(errno == EEXIST, Fault::kStore);
   return false;
 }
 
 std::optional<SecretBytes> ReadPrivateFile(const fs::path& file, size_t limit) {
   const File in(open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
-  if (in.get() < 0 && errno == ENOENT) return std::nullopt;
-  Require(in.get() >= 0, Fault::kStore);
+  if (!in && errno == ENOENT) return std::nullopt;
+  Require(static_cast<bool>(in), Fault::kStore);
   struct stat facts;
-  Require(fstat(in.get(), &facts) == 0 && S_ISREG(facts.st_mode) && facts.st_uid == geteuid() &&
+  Require(fstat(in.Get(), &facts) == 0 && S_ISREG(facts.st_mode) && facts.st_uid == geteuid() &&
               (facts.st_mode & kOpenToOthers) == 0 && static_cast<uint64_t>(facts.st_size) <= limit,
           Fault::kStore);
   SecretBytes content(static_cast<size_t>(facts.st_size));
   for (size_t done = 0; done < content.size();) {
-    const ssize_t got = read(in.get(), content.data() + done, content.size() - done);
+    const ssize_t got = read(in.Get(), content.data() + done, content.size() - done);
     if (got < 0 && errno == EINTR) continue;
     Require(got > 0, Fault::kStore);
     done += static_cast<size_t>(got);

@@ -1,9 +1,10 @@
 #include <windows.h>
 
 #include <array>
-#include <memory>
 #include <string>
 
+#include "base/owner.h"
+#include "base/scope_exit.h"
 #include "kit/shared/crypto.h"
 #include "kit/shared/hex.h"
 #include "kit/shared/system.h"
@@ -15,10 +16,7 @@ namespace fs = std::filesystem;
 
 constexpr size_t kMaxPathUnits = 32767;
 
-struct CloseFile {
-  void operator()(void* handle) const noexcept { CloseHandle(handle); }
-};
-using File = std::unique_ptr<void, CloseFile>;
+using File = NorvoWebAPI::Owner<HANDLE, CloseHandle>;
 
 File OpenFile(const fs::path& path, DWORD access, DWORD disposition) {
   const HANDLE handle =
@@ -27,22 +25,10 @@ File OpenFile(const fs::path& path, DWORD access, DWORD disposition) {
   return File(handle == INVALID_HANDLE_VALUE ? nullptr : handle);
 }
 
-/// Takes the file away again unless it has been moved to its place.
-class TemporaryFile {
- public:
-  explicit TemporaryFile(fs::path path) : path_(std::move(path)) {}
-  ~TemporaryFile() { DeleteFileW(path_.c_str()); }
-  TemporaryFile(const TemporaryFile&) = delete;
-  TemporaryFile& operator=(const TemporaryFile&) = delete;
-
- private:
-  fs::path path_;
-};
-
 }  // namespace
 
-/// Asks the system, not the run time: the run time of this library has a copy of the environment that a host's later
-/// changes do not reach.
+/// From the system, because the C run time of this library has a copy of the environment that does not get a host's
+/// later changes.
 fs::path PathFromEnvironment(const char* variable) {
   const std::wstring name(variable, variable + std::char_traits<char>::length(variable));
   std::wstring value(MAX_PATH, L'\0');
@@ -61,7 +47,7 @@ fs::path HomeFolder(const char* variable, const char* name) {
   return roaming / L"Norvo" / name;
 }
 
-std::optional<fs::path> PathFromHost(const WideChar* text) {
+std::optional<fs::path> PathFromHost(const WCHAR* text) {
   if (text == nullptr) return std::nullopt;
   size_t length = 0;
   while (length < kMaxPathUnits && text[length] != 0) ++length;
@@ -70,7 +56,7 @@ std::optional<fs::path> PathFromHost(const WideChar* text) {
 }
 
 void CreatePrivateFolder(const fs::path& folder) {
-  // The folder inherits the access list of what stands above it: within the user's profile that shuts other users out.
+  // The folder inherits the access list of its parent: within the user's profile other users have no access.
   std::error_code error;
   fs::create_directories(folder, error);
   Require(!error, Fault::kStore);
@@ -81,13 +67,14 @@ bool WritePrivateFile(const fs::path& file, ByteView content, IfPresent ifPresen
   Crypto::FillRandom(random);
   const fs::path name = file.parent_path() / (".new-" + Hex(AsText(random)));
   File out = OpenFile(name, GENERIC_WRITE, CREATE_NEW);
-  Require(out != nullptr, Fault::kStore);
-  const TemporaryFile temporary(name);
+  Require(static_cast<bool>(out), Fault::kStore);
+  // After a move there is no such name any more.
+  const NorvoWebAPI::ScopeExit removeTemporary([&name] { DeleteFileW(name.c_str()); });
   DWORD written = 0;
-  Require(WriteFile(out.get(), content.data(), static_cast<DWORD>(content.size()), &written, nullptr) != 0 &&
-              written == content.size() && FlushFileBuffers(out.get()) != 0,
+  Require(WriteFile(out.Get(), content.data(), static_cast<DWORD>(content.size()), &written, nullptr) != 0 &&
+              written == content.size() && FlushFileBuffers(out.Get()) != 0,
           Fault::kStore);
-  out.reset();
+  out.Reset();
   const DWORD replace = ifPresent == IfPresent::kReplace ? MOVEFILE_REPLACE_EXISTING : 0;
   if (MoveFileExW(name.c_str(), file.c_str(), replace | MOVEFILE_WRITE_THROUGH) != 0) return true;
   const DWORD reason = GetLastError();
@@ -97,18 +84,18 @@ bool WritePrivateFile(const fs::path& file, ByteView content, IfPresent ifPresen
 
 std::optional<SecretBytes> ReadPrivateFile(const fs::path& file, size_t limit) {
   const File in = OpenFile(file, GENERIC_READ, OPEN_EXISTING);
-  if (in == nullptr) {
+  if (!in) {
     const DWORD reason = GetLastError();
     Require(reason == ERROR_FILE_NOT_FOUND || reason == ERROR_PATH_NOT_FOUND, Fault::kStore);
     return std::nullopt;
   }
   LARGE_INTEGER size;
-  Require(GetFileType(in.get()) == FILE_TYPE_DISK && GetFileSizeEx(in.get(), &size) != 0 &&
+  Require(GetFileType(in.Get()) == FILE_TYPE_DISK && GetFileSizeEx(in.Get(), &size) != 0 &&
               static_cast<uint64_t>(size.QuadPart) <= limit,
           Fault::kStore);
   SecretBytes content(static_cast<size_t>(size.QuadPart));
   DWORD got = 0;
-  Require(ReadFile(in.get(), content.data(), static_cast<DWORD>(content.size()), &got, nullptr) != 0 &&
+  Require(ReadFile(in.Get(), content.data(), static_cast<DWORD>(content.size()), &got, nullptr) != 0 &&
               got == content.size(),
           Fault::kStore);
   return content;

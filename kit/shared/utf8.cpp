@@ -1,62 +1,51 @@
 #include "kit/shared/utf8.h"
 
-#include <bit>
+#include <climits>
+
+#include "platform/win32.h"
 
 namespace KsvKit {
 namespace {
 
-bool IsScalar(char32_t code) {
-  return code <= 0x10FFFF && (code < 0xD800 || code > 0xDFFF);
+/// Asks `convert(to, size)` for the size first. The system takes no empty text, and fails for an ill-formed one.
+template <class Container, class Convert>
+std::optional<Container> Converted(size_t length, Convert convert) {
+  Container result;
+  if (length == 0) return result;
+  if (length > INT_MAX) return std::nullopt;
+  const int size = convert(nullptr, 0);
+  if (size <= 0) return std::nullopt;
+  result.resize(static_cast<size_t>(size));
+  if (convert(result.data(), size) != size) return std::nullopt;
+  return result;
 }
 
 }  // namespace
 
-std::optional<std::u32string> DecodeUtf8(std::string_view text) {
-  constexpr char32_t kSmallest[] = {0, 0, 0x80, 0x800, 0x10000};
+std::optional<WideText> WideFromUtf8(std::string_view text) {
+  return Converted<WideText>(text.size(), [text](WCHAR* to, int size) {
+    return MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, text.data(), static_cast<int>(text.size()), to, size);
+  });
+}
+
+std::optional<SecretBytes> Utf8FromWide(WideView text) {
+  return Converted<SecretBytes>(text.size(), [text](uint8_t* to, int size) {
+    return WideCharToMultiByte(CP_UTF8, WC_ERR_INVALID_CHARS, text.data(), static_cast<int>(text.size()),
+                               reinterpret_cast<char*>(to), size, nullptr, nullptr);
+  });
+}
+
+std::optional<std::u32string> CodePointsOf(std::string_view text) {
+  const std::optional<WideText> wide = WideFromUtf8(text);
+  if (!wide) return std::nullopt;
   std::u32string result;
-  while (!text.empty()) {
-    const auto lead = static_cast<uint8_t>(text.front());
-    const auto length = static_cast<size_t>(lead < 0x80 ? 1 : std::countl_one(lead));
-    if (length > 4 || length > text.size() || (lead >= 0x80 && length < 2)) return std::nullopt;
-    char32_t code = length == 1 ? lead : lead & (0x7FU >> length);
-    for (size_t i = 1; i < length; ++i) {
-      const auto next = static_cast<uint8_t>(text[i]);
-      if ((next & 0xC0) != 0x80) return std::nullopt;
-      code = code << 6 | (next & 0x3F);
+  for (auto unit = wide->begin(); unit != wide->end(); ++unit) {
+    char32_t code = static_cast<char16_t>(*unit);
+    // What the conversion gives is well-formed: a low surrogate follows each high one.
+    if (code >= 0xD800 && code <= 0xDBFF) {
+      code = 0x10000 + ((code - 0xD800) << 10) + (static_cast<char16_t>(*++unit) - 0xDC00u);
     }
-    if (code < kSmallest[length] || !IsScalar(code)) return std::nullopt;
     result.push_back(code);
-    text.remove_prefix(length);
-  }
-  return result;
-}
-
-void AppendUtf8(SecretBytes& out, char32_t code) {
-  if (code < 0x80) {
-    out.push_back(static_cast<uint8_t>(code));
-    return;
-  }
-  const int followers = code < 0x800 ? 1 : code < 0x10000 ? 2 : 3;
-  out.push_back(static_cast<uint8_t>(0xFF00 >> (followers + 1) | code >> (6 * followers)));
-  for (int shift = 6 * (followers - 1); shift >= 0; shift -= 6) {
-    out.push_back(static_cast<uint8_t>(0x80 | (code >> shift & 0x3F)));
-  }
-}
-
-std::optional<EncodedText> EncodeUtf8(const WideChar* text, size_t limit) {
-  EncodedText result;
-  for (size_t i = 0; i < limit && text[i] != 0; ++i) {
-    char32_t code = static_cast<char16_t>(text[i]);
-    if (code >= 0xD800 && code <= 0xDBFF && i + 1 < limit) {
-      const auto low = static_cast<char16_t>(text[i + 1]);
-      if (low >= 0xDC00 && low <= 0xDFFF) {
-        code = 0x10000 + ((code - 0xD800) << 10) + (low - 0xDC00);
-        ++i;
-      }
-    }
-    if (!IsScalar(code)) return std::nullopt;
-    AppendUtf8(result.utf8, code);
-    ++result.characters;
   }
   return result;
 }

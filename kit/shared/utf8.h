@@ -6,19 +6,20 @@
 #include "kit/shared/bytes.h"
 #include "kit/shared/system.h"
 
+/// UTF-8 by the system's own conversion. Ill-formed text is refused, never replaced: nobody else's reading of it may
+/// differ from what was checked here.
 namespace KsvKit {
 
-/// The characters of a text; nothing when it is no well-formed UTF-8.
-std::optional<std::u32string> DecodeUtf8(std::string_view text);
+using WideText = std::basic_string<WCHAR>;
+using WideView = std::basic_string_view<WCHAR>;
 
-void AppendUtf8(SecretBytes& out, char32_t code);
+/// Nothing for a text that is not well-formed UTF-8.
+std::optional<WideText> WideFromUtf8(std::string_view text);
 
-/// UTF-8 for at most `limit` units of wide text up to its end mark, with the number of characters; nothing for a
-/// surrogate without its other half.
-struct EncodedText {
-  SecretBytes utf8;
-  size_t characters = 0;
-};
-std::optional<EncodedText> EncodeUtf8(const WideChar* text, size_t limit);
+/// Nothing for a text with an unpaired surrogate.
+std::optional<SecretBytes> Utf8FromWide(WideView text);
+
+/// The code points of a text; nothing when it is not well-formed UTF-8.
+std::optional<std::u32string> CodePointsOf(std::string_view text);
 
 }  // namespace KsvKit

@@ -1,4 +1,4 @@
-#include "kit/host/paths.h"
+#include "kit/program/paths.h"
 
 namespace Kit {
 

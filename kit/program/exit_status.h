@@ -1,4 +1,4 @@
-/// How the programs that open a page end: alike, so that a script can use either.
+/// The exit statuses of the programs that open a page.
 #pragma once
 
 namespace Kit {
