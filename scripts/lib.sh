@@ -10,6 +10,13 @@ die() {
   exit 1
 }
 
+# Usage: help_if_asked "$@"   prints the comment at the script's head and ends, if that is what the caller wants
+help_if_asked() {
+  [[ "${1:-}" == -h || "${1:-}" == --help ]] || return 0
+  sed -n '2,/^[^#]/s/^# \{0,1\}//p' "$0"
+  exit
+}
+
 # Where things live that are fetched once and serve every checkout. CMake's Base64Library.cmake looks in the same place.
 cache_dir() {
   [[ -n "${XDG_CACHE_HOME:-}${HOME:-}" ]] || die "neither HOME nor XDG_CACHE_HOME is set: set one, things are kept there"
