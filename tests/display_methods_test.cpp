@@ -295,8 +295,8 @@ TEST_F(DisplayMethodsTest, SettersTakeOneFunctionOfThePage) {
   const Result answer = page.Call("wysGetButtonUpCount");
   for (const char* setter : {"setMouseDownCallback", "setMouseUpCallback", "setWindowEventCallback",
                              "setRepaintImageCallback", "setDisplayEventsCallback"}) {
-    for (const Arguments& wrong : {Arguments{}, Arguments{7}, Arguments{nullptr}, Arguments{Callback(), Callback()},
-                                   Arguments{page.Object()}, Arguments{answer.Get()}}) {
+    for (const Arguments& wrong :
+         {Arguments{}, Arguments{7}, Arguments{nullptr}, Arguments{page.Object()}, Arguments{answer.Get()}}) {
       EXPECT_EQ(page.Call(setter, wrong).Show(), "failed") << setter;
     }
     for (int i = 0; i < 2; ++i) EXPECT_TRUE(page.Call(setter, {Callback()}).Answered()) << setter;

@@ -57,6 +57,19 @@ string TypeOf(const NorvoWebAPI::KSV::Argument& argument) {
   }
 }
 
+// Names each method that only one side has, or that the two write differently.
+void ExpectSame(const std::map<string, string>& documented, const std::map<string, string>& inTable) {
+  for (const auto& [method, arguments] : inTable) {
+    const auto found = documented.find(method);
+    if (found == documented.end()) {
+      ADD_FAILURE() << method << " is not documented";
+    } else {
+      EXPECT_EQ(found->second, arguments) << method;
+    }
+  }
+  for (const auto& [method, arguments] : documented) EXPECT_TRUE(inTable.contains(method)) << method << " is no method";
+}
+
 TEST(DocumentationTest, MethodsAreThoseOfTheTable) {
   std::map<string, string> told;
   std::map<string, string> typed;
@@ -72,7 +85,7 @@ TEST(DocumentationTest, MethodsAreThoseOfTheTable) {
     told[row.name] = names;
     typed[row.name] = types;
   }
-  EXPECT_EQ(Signatures(ReadSource("docs/page-api.md"), regex(R"(\n\| `(\w+)\(([^)]*)\)`)")), told);
+  ExpectSame(Signatures(ReadSource("docs/page-api.md"), regex(R"(\n\| `(\w+)\(([^)]*)\)`)")), told);
 
   string types = ReadSource("kit/pages/ksv.d.ts");
   types = types.substr(types.find("interface KsvPlugin"));
@@ -80,12 +93,12 @@ TEST(DocumentationTest, MethodsAreThoseOfTheTable) {
   // A language with types takes no two arguments of one name, has functions of several types, and knows what a method
   // that takes any value is meant for.
   types = std::regex_replace(types, regex(R"(\b(unused)\d)"), "$1");
-  types = std::regex_replace(types, regex(R"(: (Ksv\w+Callback|\(\) => void)\))"), ": function)");
+  types = std::regex_replace(types, regex(R"(: (Ksv\w+Callback|\(\) => void)([,)]))"), ": function$2");
   types = std::regex_replace(types, regex(R"(\b(secondDomain|input): string)"), "$1: value");
   types = std::regex_replace(types, regex(R"((getInstanceID\(name): string)"), "$1: value");
   types = std::regex_replace(types, regex(R"(\bunused: any\b)"), "unused: value");
   types = std::regex_replace(types, regex(R"(,\n\s+)"), ", ");
-  EXPECT_EQ(Signatures(types, regex(R"(\n  (\w+)\(([^)]*)\): )")), typed);
+  ExpectSame(Signatures(types, regex(R"(\n  (\w+)\(([^)]*)\): )")), typed);
 }
 
 TEST(DocumentationTest, CodesAreThoseOfTheSource) {

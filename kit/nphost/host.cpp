@@ -59,6 +59,8 @@ void Host::EndInstance(NPP instance, NPObject* scriptable) {
   instances.erase(instance);
   if (accounts == Accounts::Kept) std::memset(instance, kPoison, sizeof *instance);
   if (scriptable) objects.End(scriptable);
+  // As browsers do: the plug-in may be unloaded, and with it the code behind its objects.
+  objects.EndAllOf(instance);
 }
 
 std::vector<std::string> Host::Leaks() const {
@@ -90,7 +92,7 @@ NPObject* Host::CreateObject(NPP instance, NPClass* objectClass) {
   if (!object) return nullptr;
   object->_class = objectClass;
   object->referenceCount = 1;
-  objects.Add(object, Maker::Plugin);
+  objects.Add(object, Maker::Plugin, 0, instance);
   return object;
 }
 

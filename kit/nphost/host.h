@@ -59,7 +59,7 @@ class Host {
 
   /// The record of a new instance. It lives as long as the host.
   NPP AddInstance();
-  /// Ends the instance's object for script, whoever refers to it, and poisons the record. `scriptable` may be null.
+  /// Ends the instance's objects, whoever refers to them, and poisons the record. `scriptable` may be null.
   void EndInstance(NPP instance, NPObject* scriptable);
 
   /// A sentence for each thing of the host's that the plug-in has not given back, and for each object of its own.

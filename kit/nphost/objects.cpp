@@ -9,12 +9,12 @@ namespace NpHost {
 
 Objects::Objects(Accounts kept, Report reportMisuse) : accounts(kept), report(std::move(reportMisuse)) {}
 
-void Objects::Add(NPObject* object, Maker maker, uint32_t kept) {
-  if (accounts == Accounts::Kept) live[object] = {maker, kept};
+void Objects::Add(NPObject* object, Maker maker, uint32_t kept, NPP instance) {
+  if (accounts == Accounts::Kept) live[object] = {maker, kept, instance};
 }
 
 bool Objects::IsLive(const NPObject* object) const {
-  return accounts == Accounts::None || live.contains(object);
+  return accounts == Accounts::None || live.contains(const_cast<NPObject*>(object));
 }
 
 bool Objects::DemandLive(const NPObject* object, const char* what) const {
@@ -45,6 +45,14 @@ void Objects::End(NPObject* object) {
   if (table.deallocate) return table.deallocate(object);
   if (accounts == Accounts::Kept) std::memset(static_cast<void*>(object), kPoison, sizeof *object);
   std::free(object);
+}
+
+void Objects::EndAllOf(NPP instance) {
+  std::vector<NPObject*> ending;
+  for (const auto& [object, record] : live) {
+    if (record.maker == Maker::Plugin && record.instance == instance) ending.push_back(object);
+  }
+  for (NPObject* const object : ending) End(object);
 }
 
 uint32_t Objects::References(const NPObject* object) const {

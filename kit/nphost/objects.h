@@ -22,8 +22,8 @@ class Objects {
   Objects& operator=(const Objects&) = delete;
 
   /// Takes up an object with the references it has. `kept` of them are the host's own until its end: a release of one
-  /// is reported.
-  void Add(NPObject* object, Maker maker, uint32_t kept = 0);
+  /// is reported. `instance` is that of a plug-in's object.
+  void Add(NPObject* object, Maker maker, uint32_t kept = 0, NPP instance = nullptr);
   /// Without accounts every object is.
   [[nodiscard]] bool IsLive(const NPObject* object) const;
 
@@ -31,6 +31,8 @@ class Objects {
   void Release(NPObject* object);
   /// Ends an object whoever refers to it. No-op for one that has ended.
   void End(NPObject* object);
+  /// The same for all objects that the plug-in made for an instance.
+  void EndAllOf(NPP instance);
 
   /// 0 for an object that has ended.
   [[nodiscard]] uint32_t References(const NPObject* object) const;
@@ -42,13 +44,14 @@ class Objects {
   struct Record {
     Maker maker;
     uint32_t kept;
+    NPP instance;
   };
 
   [[nodiscard]] bool DemandLive(const NPObject* object, const char* what) const;
 
   const Accounts accounts;
   const Report report;
-  std::unordered_map<const NPObject*, Record> live;
+  std::unordered_map<NPObject*, Record> live;
 };
 
 }  // namespace NpHost

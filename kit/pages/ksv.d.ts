@@ -132,8 +132,8 @@ interface KsvPlugin extends HTMLObjectElement {
   setMouseDownCallback(callback: KsvMouseCallback): void;
   setMouseUpCallback(callback: KsvMouseCallback): void;
   setWindowEventCallback(callback: () => void): void;
-  setRepaintImageCallback(callback: KsvRepaintCallback): void;
-  setDisplayEventsCallback(callback: KsvDisplayCallback): void;
+  setRepaintImageCallback(callback: KsvRepaintCallback, ...ignored: any[]): void;
+  setDisplayEventsCallback(callback: KsvDisplayCallback, ...ignored: any[]): void;
 }
 
 /// The helper of ksv.js. Its calls give plain objects, with arrays where the plug-in has lists.

@@ -36,6 +36,15 @@ Outcome Unregister(ScriptCall& call, const std::string& name) {
              : EventTemplate::UnRegisterEvent(name, agent);
 }
 
+void UndoRegistration(ScriptCall& call, const std::string& name) {
+  try {
+    Unregister(call, name);
+  } catch (const CPluginException&) {
+    // It was not registered.
+  }
+  if (call.scriptable.Life().HasEnded()) EventTemplate::ForgetPage(call.scriptable.Life(), call.scriptable.Agent());
+}
+
 }  // namespace
 
 void RegisterEventCallback(ScriptCall& call) {
@@ -46,20 +55,13 @@ void RegisterEventCallback(ScriptCall& call) {
   call.scriptable.agentEventCallback = call.scriptable.BridgeTo(function);
   try {
     call.result.Set(Register(call, name));
+    // The host may have destroyed the instance during the library's call.
+    call.scriptable.Life().DemandAlive();
   } catch (const CPluginException&) {
     throw;
   } catch (...) {
-    try {
-      Unregister(call, name);
-    } catch (const CPluginException&) {
-      // It was not registered.
-    }
+    UndoRegistration(call, name);
     throw;
-  }
-  // The host may have destroyed the instance during the library's call.
-  if (call.scriptable.Life().HasEnded()) {
-    EventTemplate::ForgetPage(call.scriptable.Life(), call.scriptable.Agent());
-    throw CPluginException{kFailed};
   }
 }
 

@@ -20,6 +20,12 @@ constexpr char kShownKeys[] =
 
 }  // namespace
 
+Result::~Result() {
+  // The host has ended the objects of an instance that is gone.
+  const bool hasEnded = variant.type == NPVariantType_Object && host->References(variant.value.objectValue) == 0;
+  if (!hasEnded) host->Release(variant);
+}
+
 Result::Result(Result&& other) noexcept
     : host(other.host),
       answered(other.answered),

@@ -19,7 +19,7 @@ class Result {
   Result(const Result&) = delete;
   Result& operator=(const Result&) = delete;
   Result& operator=(Result&&) = delete;
-  ~Result() { host->Release(variant); }
+  ~Result();
 
   /// False when the script call or the read failed.
   [[nodiscard]] bool Answered() const { return answered; }
