@@ -24,7 +24,7 @@ std::vector<MethodRow> Rows(std::string_view start) {
   return rows;
 }
 
-// These work on files alone.
+// The `zub` methods that call no library. A new one is added here.
 bool NeedsNoLibrary(std::string_view method) {
   static const std::set<std::string_view> methods{"zubDeInit", "zubDeleteTokenDomainBinding"};
   return methods.contains(method);

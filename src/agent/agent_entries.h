@@ -5,7 +5,7 @@
 
 namespace NorvoWebAPI::KSV {
 
-/// The host agent's entry points as bound.
+/// The agent library's entry points, bound at run time.
 struct AgentEntries : EntryTable {
   KSV_ENTRY(Init, ZUB_Init);
   KSV_ENTRY(DeInit, ZUB_DeInit);

@@ -1,4 +1,5 @@
-/// What the sources of `CKSVPluginZUB` share: the frame of its operations, their output buffers, their calls by target.
+/// What the sources of `CKSVPluginZUB` share: the frame of an operation, output buffers, the call by name or by
+/// instance.
 #pragma once
 
 #include <cstdint>
@@ -39,12 +40,12 @@ void CKSVPluginZUB::CallTarget(const AgentTarget& target, const Named& named, co
   }
 }
 
-/// An output of the agent, which is told the low 16 bits of the page's capacity.
+/// An output buffer for the agent library, which gets only the low 16 bits of the page's capacity.
 class AgentOutput : public OutputBuffer<uint16_t> {
  public:
-  /// A buffer of the whole capacity.
+  /// Allocates as many bytes as the page asked for.
   static AgentOutput OfWhole(int32_t capacity) { return {capacity, static_cast<uint16_t>(capacity)}; }
-  /// A buffer of the capacity's low 16 bits and one byte for a terminator; none when these bits are 0.
+  /// Allocates the low 16 bits of the capacity, and one byte more for a terminator. No buffer when these bits are 0.
   static AgentOutput OfLow16(int32_t capacity) {
     const auto low = static_cast<uint16_t>(capacity);
     if (low == 0) return AgentOutput(low);

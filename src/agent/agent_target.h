@@ -6,8 +6,8 @@
 
 namespace NorvoWebAPI::KSV {
 
-/// What an agent operation works on: an applet by its identifier, in a library of the first generation, or a running
-/// instance by its id. The tags are those of the platform's `VARIANT`.
+/// What an operation works on: an applet, by its identifier (first generation), or an instance, by its id (instance
+/// generation). The tags have the values of the platform's `VARIANT`.
 struct AgentTarget {
   static constexpr uint16_t kName = 8;
   static constexpr uint16_t kInstance = 23;

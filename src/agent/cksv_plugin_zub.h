@@ -19,12 +19,13 @@ inline void LogOutcome(bool enabled, const char* tag, const char* word, const Ou
   DebugLog(enabled, tag, "%s:%d, %d\n", word, outcome.pluginCode, outcome.status);
 }
 
-/// The host-agent library, found and bound at construction, and the operations on it. Each operation returns its codes
-/// and adds the other keys of the page's result to `result`; none throws. Texts are terminated; null stands for the
-/// empty one. The browser's thread only.
+/// The agent library, loaded and bound by the constructor, and the operations on it. Each operation returns its codes
+/// and adds further keys to `result`; none throws. Texts end with a zero; null is the empty text. The browser's thread
+/// only.
 class CKSVPluginZUB {
  public:
-  /// Never fails: without a library the operations answer 10. `platformName` names the updater's time file.
+  /// Never fails: without a library the operations return code 10. The name of the updater's time file ends with
+  /// `platformName`.
   explicit CKSVPluginZUB(std::string platformName);
   CKSVPluginZUB(const CKSVPluginZUB&) = delete;
   CKSVPluginZUB& operator=(const CKSVPluginZUB&) = delete;
@@ -54,12 +55,13 @@ class CKSVPluginZUB {
   Outcome GetVersion(JSObject& result);
   Outcome DoFWUpdate();
 
-  /// The token comes from `tokenText` (Base64), else from the file of that name that the domain may read.
+  /// Takes the token from `tokenText` (Base64); if that is empty, from the file of that name of the domain, or of no
+  /// domain.
   Outcome GetOTP(const AgentTarget& target, int32_t otpSelector, int32_t tokenTextLength, const char* tokenText,
                  int32_t extraTextLength, const char* extraText, int32_t otpCapacity, int32_t tokenCapacity,
                  const char* domain, const char* tokenFileName, JSObject& result);
 
-  /// These two work on files alone: they need no library and pass no gate.
+  /// These two work on files only: they need no library, and the update gate does not apply.
   Outcome EnumTokens(const char* domain, JSObject& result);
   Outcome DelTokens(const char* domain, const char* fileName);
 
@@ -67,8 +69,8 @@ class CKSVPluginZUB {
   Outcome Install(const char* appletId, const char* b64Text, int32_t textLength);
   Outcome Uninstall(const char* appletId);
 
-  /// `callback` may be null; the library hands `context` back to it, on threads of its own. `instanceId` means
-  /// something only after success.
+  /// `callback` may be null. The library passes `context` to it, on its own threads. `instanceId` is valid only after
+  /// success.
   Outcome StartInstance(const char* name, InstanceEventCallback callback, void* context, uint32_t& instanceId,
                         JSObject& result);
   Outcome StopInstance(uint32_t instanceId, JSObject& result);
@@ -84,8 +86,8 @@ class CKSVPluginZUB {
   /// The frame of an operation on the library, with `CheckEntry` for its (first-generation) entry point.
   template <typename Work>
   Outcome Run(const char* word, const EntryTable::Row& entryPoint, CodedExceptions coded, Work work);
-  /// Calls the library by the target's generation and stores its status. A target of another tag, and a library without
-  /// the instance generation's entry point, leave the start status.
+  /// Calls `named` for an applet and `numbered` for an instance, and stores the library's status. The status keeps its
+  /// start value for any other tag, and if the library lacks `numbered` (code 11).
   template <typename Named, typename Numbered, typename... Arguments>
   void CallTarget(const AgentTarget& target, const Named& named, const Numbered& numbered, Outcome& outcome,
                   Arguments... arguments) const;

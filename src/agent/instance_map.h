@@ -9,14 +9,14 @@
 
 namespace NorvoWebAPI::KSV {
 
-/// A running binding of an applet to an id that the library gave out.
+/// An instance of an applet, which the library knows by this id.
 struct InstanceRecord {
   uint32_t instanceId = 0;
   bool hasEventCallback = false;  ///< Started for events, not by the first operation that needed it.
 };
 
-/// The instances of one page by applet identifier. The page's thread changes it, the library's threads read it: each
-/// operation holds the lock for itself alone.
+/// The instances of one page, by applet identifier. The page's thread changes the map and the library's threads read
+/// it: each operation takes the lock.
 class InstanceMap {
  public:
   [[nodiscard]] std::optional<InstanceRecord> Find(const std::string& name) const;
@@ -31,7 +31,7 @@ class InstanceMap {
  private:
   using Records = std::unordered_map<std::string, InstanceRecord>;
 
-  /// With the lock held.
+  /// The caller holds the lock.
   [[nodiscard]] Records::const_iterator FindId(uint32_t instanceId) const;
 
   mutable std::mutex mutex;

@@ -122,7 +122,7 @@ consteval const MethodRow& RowOf(std::string_view name) {
 using MethodTable::kMethods;
 using MethodTable::RowOf;
 
-/// What every page's object does.
+/// The methods of every page's object, and what happens when a page ends.
 inline constexpr ScriptApi kScriptApi{kMethods, EndPage};
 
 }  // namespace NorvoWebAPI::KSV

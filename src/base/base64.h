@@ -12,8 +12,8 @@ namespace NorvoWebAPI {
 /// The text of `length` bytes, its line feeds included.
 std::string EncodeBase64(const uint8_t* bytes, size_t length);
 
-/// Decodes the text and skips every byte outside the alphabet, so no text is wrong. `size` of the result is the number
-/// of whole bytes. A null or empty text gives size 0, in an allocated buffer of `length` bytes.
+/// Decodes the text. Bytes outside the alphabet are skipped, so that no text is invalid. `size` of the result is the
+/// number of complete bytes. For a null or empty text it is 0, and the buffer is allocated all the same.
 ByteBuffer DecodeBase64(const char* text, int32_t length);
 
 /// The same, but no buffer at all for a null or empty text.

@@ -7,7 +7,7 @@
 
 namespace NorvoWebAPI {
 
-/// Bytes owned for one call, not initialised.
+/// An owned buffer. Its bytes are not initialised.
 struct ByteBuffer {
   std::unique_ptr<uint8_t[]> bytes;  ///< Null for a buffer that was never allocated.
   size_t size = 0;

@@ -4,7 +4,7 @@
 
 namespace NorvoWebAPI {
 
-/// The module that holds this code, which a hook for all threads needs.
+/// The handle of the module that contains this code. A hook for all threads needs it.
 HINSTANCE OwnModule();
 
 }  // namespace NorvoWebAPI

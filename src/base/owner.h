@@ -4,7 +4,7 @@
 
 namespace NorvoWebAPI {
 
-/// Owns one handle of a C interface and gives it back by `close`. `none` is the value that owns nothing.
+/// Owns one handle of a C interface and closes it by `close`. `none` is the value of an empty owner.
 template <typename Handle, auto close, Handle none = Handle{}>
 class Owner {
  public:
@@ -24,9 +24,9 @@ class Owner {
 
   [[nodiscard]] Handle Get() const { return handle; }
   explicit operator bool() const { return handle != none; }
-  /// Gives up what is owned without closing it.
+  /// Returns the handle without closing it; the caller owns it then.
   Handle Release() { return std::exchange(handle, none); }
-  /// The place for a C interface to write a handle to. Closes what was owned.
+  /// Where a C interface can write a new handle. Closes the old one first.
   [[nodiscard]] Handle* Put() {
     Reset();
     return &handle;

@@ -1,4 +1,4 @@
-/// What the plug-in calls itself.
+/// The plug-in's names and versions.
 #pragma once
 
 #include "base/product_texts.h"

@@ -5,7 +5,7 @@
 
 namespace NorvoWebAPI::KSV {
 
-/// Values of "pluginRetCode": the plug-in's verdict on its own work.
+/// Values of "pluginRetCode", the plug-in's own result; docs/codes.md describes them.
 enum PluginRetCode : int32_t {
   kPluginOk = 0,
   kNoLibrary = 10,         ///< No library is loaded.
@@ -23,7 +23,7 @@ enum PluginRetCode : int32_t {
   kEventRegistrationFailed = 22,
 };
 
-/// Thrown where a failure has a code of its own. A plain record: what catches it stores the code for the page.
+/// Thrown when a failure has a code of its own. Whoever catches it stores the code in the page's result.
 struct CPluginException {
   int32_t pluginRetCode;
 };

@@ -10,9 +10,9 @@
 
 namespace NorvoWebAPI::KSV {
 
-/// The display library, found and bound at construction, and the operations on it. Each operation returns its codes and
-/// adds the other keys of the page's result to `result`; none throws. Texts are terminated; null stands for the empty
-/// one. Points are texts, as `ParsePoint` reads them. The browser's thread only.
+/// The display library, loaded and bound by the constructor, and the operations on it. Each operation returns its codes
+/// and adds further keys to `result`; none throws. Texts end with a zero; null is the empty text. Points are texts as
+/// `ParsePoint` reads them. The browser's thread only.
 class CKSVPluginWYS {
  public:
   /// Never fails: without a library the operations answer 10.
@@ -20,7 +20,7 @@ class CKSVPluginWYS {
   CKSVPluginWYS(const CKSVPluginWYS&) = delete;
   CKSVPluginWYS& operator=(const CKSVPluginWYS&) = delete;
 
-  /// Whether an image stands, as far as the calls that went through tell.
+  /// Whether the successful calls so far have left an image.
   [[nodiscard]] bool HasImage() const { return hasImage; }
 
   /// The test before every library call: a library (10), the entry point (11). Sets the plug-in's code; true
@@ -33,14 +33,14 @@ class CKSVPluginWYS {
   Outcome StatusToString(uint32_t statusCode, JSObject& result);
 
   Outcome EstablishSession(HWND window, uint32_t* sessionId, uint32_t displayContext);
-  /// A null callback withdraws the registration.
+  /// A null callback ends the registration.
   Outcome RegisterEvents(uint32_t sessionId, DisplayEventEntry callback, void* context);
   Outcome CloseSession(uint32_t sessionId);
   Outcome SendRecv(uint32_t displayContext, uint32_t sessionId, int32_t messageType, int32_t textLength,
                    const char* b64Text, int32_t capacity, int32_t flag, JSObject& result);
 
-  /// A point text that is none counts as {0,0}, and a logo of another size than told is left out. The library may alter
-  /// the image's id ("ImageId") and its size, which are read back.
+  /// An invalid point counts as {0,0}. A logo whose length does not match its size is left out. The library may change
+  /// the image's id and size: they are returned as "ImageId", `outWidth` and `outHeight`.
   Outcome CreateStdImage(uint32_t sessionId, int32_t inputType, uint32_t imageId, const char* originText,
                          const char* imageSizeText, int32_t valueA, const char* pointBText, int32_t valueC,
                          int32_t valueD, int32_t byteE, const char* logoSizeText, const char* logoText,
@@ -48,19 +48,19 @@ class CKSVPluginWYS {
   Outcome SubmitFrame(uint32_t sessionId, uint32_t imageId, const char* pointText, int32_t textLength,
                       const char* b64Text);
   Outcome ReleaseImage(uint32_t sessionId, uint32_t imageId);
-  /// Without an image the library is not asked.
+  /// Does not call the library while there is no image.
   Outcome RepaintImage(uint32_t sessionId, uint32_t imageId);
 
   Outcome MouseDown(uint32_t sessionId, uint32_t imageId, const char* pointText);
   Outcome MouseUp(uint32_t sessionId, uint32_t imageId, const char* pointText);
-  /// `length` counts the bytes that the text had before it was made wide.
+  /// `length` is the number of bytes of the text before its conversion to UTF-16.
   Outcome SubmitInput(uint32_t sessionId, uint32_t imageId, uint32_t length, const WCHAR* text);
   Outcome SubmitInputAndGetResponse(uint32_t sessionId, uint32_t imageId, JSObject& result);
   Outcome ClearInput(uint32_t sessionId, uint32_t imageId);
 
-  /// Shows an image that the page holds as a frame: sends the parts A, B and C of a channel set-up, takes the answer as
-  /// the stream key, submits the frame and paints it. Part C is the page's token, else the domain's token file of that
-  /// name. Once the image is painted, the outputs are the size in `imageSizeText`.
+  /// Shows the page's frame: sends parts A, B and C to set up a channel, sets the answer as the stream key, submits the
+  /// frame and paints it. Part C is the page's token or, without one, the domain's token file of that name. When the
+  /// image has been painted, `outWidth` and `outHeight` are the size in `imageSizeText`.
   Outcome ksvWYSRemoteWysSession(uint32_t displayContext, uint32_t sessionId, uint32_t imageId, const char* b64Frame,
                                  int32_t b64FrameLength, const char* b64PartA, int32_t b64PartALength,
                                  const char* b64PartB, int32_t b64PartBLength, int32_t b64TokenLength,

@@ -5,7 +5,7 @@
 
 namespace NorvoWebAPI::KSV {
 
-/// The display library's entry points as bound.
+/// The display library's entry points, bound at run time.
 struct DisplayEntries : EntryTable {
   KSV_ENTRY(Init, WYSInit);
   KSV_ENTRY(DeInit, WYSDeInit);

@@ -7,7 +7,7 @@
 
 namespace NorvoWebAPI::KSV {
 
-/// A place in the header of an image's description, in bytes.
+/// A field of the header: offset and size in bytes.
 struct DescriptorField {
   size_t offset;
   size_t size;
@@ -31,13 +31,13 @@ inline constexpr DescriptorField kLogoHeight{48, 2};
 inline constexpr size_t kHeaderSize = 50;  // The logo follows, three bytes a pixel.
 }  // namespace DescriptorLayout
 
-/// One image as the library is told of it: the header, then the logo.
+/// The description of an image for the library: the header, then the logo's pixels.
 class ImageDescriptor {
  public:
   /// A header of zeros, and the logo's bytes behind it. Throws `std::bad_alloc`.
   explicit ImageDescriptor(const ByteBuffer& logo);
 
-  /// Stores the low bytes that the field has room for.
+  /// Stores as many low bytes of the value as the field has.
   void Set(DescriptorField field, uint32_t value);
   [[nodiscard]] uint32_t Get(DescriptorField field) const;
 

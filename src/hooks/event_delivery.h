@@ -16,7 +16,7 @@ namespace NorvoWebAPI::KSV {
 /// The private message that carries an event: `wParam` is the record's address, `lParam` 0.
 inline constexpr UINT WM_AGENT_EVENT = WM_USER + 43;
 
-/// Deliveries log under it at every level: on the library's threads no page's setting is known.
+/// The log tag of deliveries. They log at every level, because the library's threads don't know a page's setting.
 inline constexpr char kEventLogTag[] = "pZUB:EventTemplate";
 
 /// The library's callbacks, on its own threads. An event that can't be passed on is dropped; nothing is thrown.
@@ -31,15 +31,15 @@ void Insert(const std::string& name, const std::shared_ptr<PageLife>& life);
 void Insert(uint32_t instanceId, const std::shared_ptr<PageLife>& life);
 [[nodiscard]] bool HasNames();
 [[nodiscard]] bool HasName(const std::string& name);
-/// The name of a page's first entry, or an empty text.
+/// Any one of the page's names, or an empty text if it has none.
 [[nodiscard]] std::string FindEventName(const PageLife& life);
-/// Erase an entry. A map that this leaves empty takes the hook away.
+/// Erase an entry. If the map is then empty, the hook is removed.
 void Release(const std::string& name);
 void Release(uint32_t instanceId);
 void ClearNames();
 void ClearInstances();
-/// Erases all entries and records of a page that ends. Without entries of any page left, the hook goes: it would stay
-/// behind an unloaded module.
+/// Erases all entries and records of a page that ends. Removes the hook when no page has entries: it must not outlive
+/// the module.
 void ForgetPage(const PageLife& life);
 
 }  // namespace EventRoutes
@@ -48,7 +48,7 @@ void ForgetPage(const PageLife& life);
 void InstallEventHook();
 void RemoveEventHook();
 
-/// Marks no delivery as running and wakes the callbacks that wait.
+/// Declares that no delivery runs, and wakes the callbacks that wait for its end.
 void ClearEventBusy();
 
 /// While one exists, callbacks don't wait for a running delivery. The library may wait for its callbacks before it

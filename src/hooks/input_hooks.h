@@ -17,10 +17,10 @@ inline constexpr UINT WM_DISPLAY_EVENT = WM_USER + 42;
 /// only that there was an event.
 uint32_t DisplayEventCallback(DisplayEventRecord* record);
 
-/// Installs the three hooks, in place of those that are installed. A hook that the system refuses is left out.
+/// Installs the three hooks; removes installed ones first. If the system refuses a hook, the others work without it.
 void InstallDisplayHooks();
 
-/// No press waits for its release any more.
+/// Forgets the press that waits for its release, on whatever page.
 void ResetClickState();
 /// Forgets a press on a page whose session or display ends, and clears its held-button flag, which would keep repaint
 /// pulses from the next image.

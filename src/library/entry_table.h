@@ -15,7 +15,7 @@ namespace NorvoWebAPI {
 /// `KSV_ENTRY` for each.
 class EntryTable {
  public:
-  /// One row without its signature.
+  /// What a row has whatever its signature: the name, and the address once it is bound.
   class Row {
    public:
     Row(EntryTable& table, const char* entryName) : name(entryName) { table.rows.push_back(this); }

@@ -8,8 +8,7 @@
 
 namespace NorvoWebAPI::KSV {
 
-/// How an operation ended: the plug-in's verdict on its own work ("pluginRetCode") and the library's status
-/// ("fnRetCode").
+/// How an operation ended: the plug-in's own code ("pluginRetCode") and the library's status ("fnRetCode").
 struct Outcome {
   int32_t pluginCode = kFailed;
   int32_t status = 0;
@@ -18,19 +17,19 @@ struct Outcome {
   [[nodiscard]] bool Succeeded() const { return pluginCode == kPluginOk && status == 0; }
 };
 
-/// The verdict on a binding: 10 without a library, 11 without the entry point, else 0.
+/// Code 10 without a library, 11 without the entry point, else 0.
 inline int32_t BindingCode(bool hasLibrary, bool hasEntryPoint) {
   if (!hasLibrary) return kNoLibrary;
   return hasEntryPoint ? kPluginOk : kNoEntryPoint;
 }
 
-/// Which exceptions end an operation with a code of their own; any other gives 13.
-/// `BadAlloc` has 14, and with `All` a `CPluginException` the code that it carries.
+/// Which exceptions have a code of their own. None: every exception gives 13. BadAlloc: `std::bad_alloc` gives 14. All:
+/// a `CPluginException` gives its code too.
 enum class CodedExceptions { None, BadAlloc, All };
 
-/// The frame of an operation: the start codes, then `check` (outside the guard), which sets `pluginCode` and tells
-/// whether the library may be called, then `work` (inside the guard), which sets `status` as soon as the library has
-/// returned. What `work` stored before an exception stays.
+/// The frame of an operation. First `check` sets `pluginCode` and returns whether the library may be called; its
+/// exceptions leave this function. Then `work` calls the library and sets `status` as soon as the library has returned;
+/// its exceptions become codes. What `work` stored before an exception is kept.
 template <typename Check, typename Work>
 Outcome RunOperation(int32_t startStatus, CodedExceptions coded, Check check, Work work) {
   Outcome outcome{kFailed, startStatus};

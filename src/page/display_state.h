@@ -23,7 +23,8 @@ struct DisplayState {
   MutexOwner repaintMutex;
   uint32_t repaintBusy = 0;  ///< 1 while a hook repaints: no session is closed then.
 
-  /// How deep the hooks are nested for this page, and how many nested repaint pulses the outermost one has caused.
+  /// How deeply hooks and repaint pulses of this page are nested, and how many nested pulses the outermost pulse has
+  /// caused.
   uint32_t hookDepth = 0;
   uint32_t pulseDepth = 0;
   uint32_t nestedPulses = 0;

@@ -8,8 +8,8 @@
 
 namespace NorvoWebAPI::KSV {
 
-/// The initialisations of one library: the total over all pages, which decides what a de-initialisation does, and each
-/// page's own, which are read only when a page ends.
+/// The initialisations of one library. The total over all pages decides what a de-initialisation does. The number of
+/// each page's own is read only when a page ends. docs/architecture.md has a table.
 class InitCount {
  public:
   /// The successful initialisations of all pages that have not been given back.
@@ -34,8 +34,9 @@ class InitCount {
   /// registered, or to take the library down.
   Release Decrement(PageLife& life);
 
-  /// Prepares the de-initialisation of a page that ends, and tells whether it is due. The library's only user takes it
-  /// down however often it was initialised; the last initialisation stays if it is another page's.
+  /// To be called when a page ends. True when the page has to be de-initialised once more: because other
+  /// initialisations remain after that, or because no other page uses the library. In the second case the total is set
+  /// to 1, so that the library is taken down however often the page has initialised it.
   bool PreparePageEnd(PageLife& life);
 
  private:

@@ -7,8 +7,8 @@
 
 namespace NorvoWebAPI {
 
-/// One embedded object as the host's instance calls see it: `P` is the class itself, `S` the class of its scriptable
-/// object. Every operation runs on the browser's thread, behind the guard of its entry.
+/// The base of a plug-in instance: one operation for each `NPP_` entry. `P` is the derived class, `S` the class of its
+/// scriptable object. Every operation runs on the browser's thread; the entry that calls it catches exceptions.
 template <typename P, typename S>
 class NPPlugin : public URLNetworking {
  public:

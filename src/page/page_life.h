@@ -12,8 +12,8 @@ namespace NorvoWebAPI::KSV {
 
 class Scriptable;
 
-/// What a page shares with those who may outlive it. The plug-in objects own it; the window registry, the event routes
-/// and the records on their way hold it weakly. It may be destroyed on any thread.
+/// The part of a page that others refer to after the page's end. `Plugin`, `Scriptable` and the page's functions own
+/// it; the window registry, the event routes and the event records hold it weakly. It may be destroyed on any thread.
 struct PageLife : InstanceLife {
   /// The browser's thread, which made the page. The page's script runs there alone.
   const DWORD thread = GetCurrentThreadId();

@@ -1,4 +1,5 @@
-/// `pluginWindows`: the registry of the pages' windows, and the display's hooks, which stand as long as it isn't empty.
+/// The registry of the pages' windows (`pluginWindows`), and the display's hooks, which are removed when it becomes
+/// empty.
 #pragma once
 
 #include <array>

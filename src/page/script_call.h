@@ -14,12 +14,12 @@
 
 namespace NorvoWebAPI::KSV {
 
-/// Text as the wrappers take it: null for an empty one.
+/// The text for a wrapper: null if it is empty.
 inline const char* TextOrNull(const std::string& text) {
   return text.empty() ? nullptr : text.c_str();
 }
 
-/// What a method gives the page: the two codes, as far as they are set, and keys of its own. Without any the page gets
+/// The result of a method: the codes that have been set, and further keys. If there are none at all, the page gets
 /// null.
 struct MethodResult {
   std::optional<int32_t> pluginCode;
@@ -43,7 +43,7 @@ class ScriptCall {
 
   /// The text of a text argument; throws `std::bad_cast` for a value of another kind.
   [[nodiscard]] const std::string& String(size_t index) const { return values.at(index).AsString(); }
-  /// The same as the wrappers take it: null for an empty one.
+  /// The same for a wrapper: null if it is empty.
   [[nodiscard]] const char* Text(size_t index) const { return TextOrNull(String(index)); }
   [[nodiscard]] int32_t Length(size_t index) const { return static_cast<int32_t>(String(index).size()); }
   [[nodiscard]] int32_t Number(size_t index) const { return values.at(index).ToInt(); }

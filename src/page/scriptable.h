@@ -37,7 +37,7 @@ class Scriptable : public NPScriptable<Scriptable>, public DisplayState {
   /// success the id is 0. A null name gives 12.
   Outcome ResolveInstance(const char* name, uint32_t& instanceId);
 
-  /// The page's function behind an argument, for one of the callback slots. Throws as `NPFuncBridge` does.
+  /// Wraps a page's function for one of the callback slots. Throws as `NPFuncBridge` does.
   [[nodiscard]] Callback BridgeTo(NPObject* function) const;
 
   [[nodiscard]] NPP Npp() const { return npp; }

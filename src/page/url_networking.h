@@ -11,7 +11,7 @@
 
 namespace NorvoWebAPI {
 
-/// Hears how a fetch ended; on the browser's thread.
+/// Is called when a fetch ends, on the browser's thread.
 class URLListener {
  public:
   /// The bytes of a fetch to memory; none when `ok` is false and no stream came.

@@ -1,4 +1,5 @@
-/// Owners for what the host hands over. Giving back needs no instance, so it is sound after the instance's end too.
+/// Owners of the host's variants, memory and references. Releasing needs no instance, so it works after the instance's
+/// end too.
 #pragma once
 
 #include <string>
@@ -7,7 +8,7 @@
 
 namespace NorvoWebAPI {
 
-/// Gives back what a host lent; a host that fails at it has nothing more to lose.
+/// Calls `release` and ignores its exceptions: a destructor must not throw, and nothing more can be done.
 template <typename Release>
 void ReleaseQuietly(Release release) noexcept {
   try {
@@ -17,7 +18,7 @@ void ReleaseQuietly(Release release) noexcept {
   }
 }
 
-/// A variant that belongs to this side; released with what it holds.
+/// A variant that the plug-in owns. The destructor releases its value.
 class HostVariant {
  public:
   explicit HostVariant(const NPNetscapeFuncs* npnFuncs) : funcs(npnFuncs) {}
@@ -35,7 +36,7 @@ class HostVariant {
   NPVariant variant{NPVariantType_Null, {}};
 };
 
-/// What the host lent, until its call `giveBack` has it again.
+/// Owns a pointer from the host. The destructor returns it by the host's function `giveBack`.
 template <typename T, auto giveBack>
 class HostOwned {
  public:

@@ -5,10 +5,10 @@
 
 namespace NorvoWebAPI {
 
-/// Whether the host's instance still exists. Any host call that runs page script may end the page that asked; from then
-/// on its `NPP` may be given to `NPN_CreateObject` alone, as long as the host still holds the page's object. Script
-/// objects can be neither read nor called for an ended instance; all other work goes on. Shared by whoever may outlive
-/// the instance; any thread may ask.
+/// Whether the host's instance still exists. Every host call that runs page script may end the instance. From then on
+/// script objects can be neither read nor called for it; all other work goes on. Its `NPP` may only be passed to
+/// `NPN_CreateObject`, while the host still has the page's object. Shared by all who may outlive the instance. Any
+/// thread.
 class InstanceLife {
  public:
   [[nodiscard]] bool HasEnded() const { return ended; }

@@ -13,7 +13,7 @@ class JSObject;
 /// A native function that a script value can hold. `context` is not owned. True when it has filled `*result`.
 using JSFunction = bool (*)(void* context, std::vector<JSObject>* args, JSObject* result);
 
-/// The one value type of the program's logic: a tagged script value that copies deeply. One thread at a time.
+/// A script value: a number, text, array, object or function. Copies are deep. One thread at a time.
 ///
 /// Strings are byte strings without an encoding of their own: UTF-8 at the script border, Base64 text for binary data.
 /// Failures are `std::runtime_error` unless said otherwise, and leave the value as it was.

@@ -8,11 +8,11 @@
 
 namespace NorvoWebAPI {
 
-/// A script object, with one reference for the caller, whose reads go into `value`. It has no methods, refuses writes
-/// and can't be listed; nested values are wrapped anew, over a copy, at each read. It depends on no plug-in object and
-/// lives by the host's count. Once `life` has ended, nested values can't be read: they would need a new object of the
-/// host's. Throws `std::invalid_argument` for a Function, `std::runtime_error` when the host makes
-/// no object.
+/// Makes a read-only script object that shows `value`, with one reference for the caller. It has no methods, refuses
+/// writes and can't be listed. Each read of a nested array or object makes a new script object with a copy. It needs no
+/// plug-in object and lives until the host's count is 0. Once `life` has ended, nested arrays and objects can't be
+/// read: they would need a new object of the host. Throws `std::invalid_argument` for a Function, `std::runtime_error`
+/// when the host makes no object.
 NPObject* MakeScriptView(JSObject value, NPP npp, const NPNetscapeFuncs* npnFuncs,
                          std::shared_ptr<const InstanceLife> life);
 

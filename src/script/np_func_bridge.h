@@ -9,12 +9,12 @@
 
 namespace NorvoWebAPI::NPJSConverter {
 
-/// A page's function as a native one. Holds one reference on it. Held by `shared_ptr`: a call keeps the bridge alive,
-/// since the page may replace the function, and so drop the bridge, from inside. The browser's thread only.
+/// A page's function that native code can call. Owns one reference on it. Always owned by `shared_ptr`: a call keeps
+/// the bridge alive, because the page may set another function inside the call. The browser's thread only.
 class NPFuncBridge : public std::enable_shared_from_this<NPFuncBridge> {
  public:
-  /// Throws `std::bad_typeid` without a table or an object, and for an object of this module's own;
-  /// `std::runtime_error` for an instance that has ended. Without `life` the caller vouches for the instance.
+  /// Throws `std::bad_typeid` for a null table or object, and for an object of this module; `std::runtime_error` for an
+  /// instance that has ended. Without `life` the caller must not call the bridge after the instance's end.
   NPFuncBridge(NPP npp, const NPNetscapeFuncs* npnFuncs, NPObject* object,
                std::shared_ptr<const InstanceLife> life = nullptr);
   NPFuncBridge(const NPFuncBridge&) = delete;

@@ -24,7 +24,7 @@ class ScriptDispatch {
 
   /// The host ends its record of the object, and with it the record's share.
   void Deallocate() { deallocated = true; }
-  /// True in a call that is still running after that: the instance may be gone too, and nobody is left to answer.
+  /// True in a call that is still running after that. The instance may be gone too, and nobody reads the answer.
   [[nodiscard]] bool IsDeallocated() const { return deallocated; }
 
   virtual void Invalidate() {}
@@ -42,8 +42,8 @@ class ScriptDispatch {
   bool deallocated = false;
 };
 
-/// A published class table and the word behind it that carries the native object into `allocate`, which has no
-/// parameter for it.
+/// A class table for the host, followed by a pointer to the native object for which an object is being made: the host's
+/// `allocate` has no parameter for it.
 struct ScriptClass {
   NPClass table;
   const std::shared_ptr<ScriptDispatch>* pendingObject;
@@ -52,7 +52,7 @@ struct ScriptClass {
 /// A class table whose twelve entries lead to `ScriptDispatch`.
 ScriptClass MakeScriptClass();
 
-/// Whether an object of the host's stands for one of this module's own.
+/// Whether this module made the object.
 bool IsOwnObject(const NPObject* object);
 
 /// Makes the host's object for `native`, with one reference. Null when the host refuses.

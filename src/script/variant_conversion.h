@@ -1,4 +1,4 @@
-/// The border between the host's variants and the program's values. The browser's thread only.
+/// Conversion between the host's variants and `JSObject`. The browser's thread only.
 #pragma once
 
 #include <cstddef>

@@ -30,8 +30,8 @@ void CreateDirectories(const std::string& path);
 /// Fails for a missing file too.
 void DeleteFile(const std::string& path);
 
-/// Whether the folder holds a file of this exact name (case counts). A folder of that name is searched for the same
-/// name in its turn. Names that start with a full stop are not found.
+/// Whether the folder has a file of this exact name (case-sensitive). If it has a folder of that name, that one is
+/// searched for the name too. Names that start with a full stop are not found.
 bool FileExists(const std::string& folder, const std::string& name);
 
 /// Appends the bare names of files and folders in the folder, except those that start with a full stop. False when the

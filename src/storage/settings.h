@@ -36,7 +36,8 @@ class LibraryPath {
 
   /// Takes the folder as the settings hold it. False when they hold none.
   bool ReadFolder();
-  /// Takes the folder for loading: fixed, and with one separator at its end. False when the settings hold none.
+  /// Takes the folder from which libraries are loaded: the settings' folder after `FixLibraryFolder`, with one
+  /// separator at its end. False when the settings have none.
   bool ReadLoadFolder();
   void Append(const WCHAR* text);
   [[nodiscard]] const WCHAR* c_str() const { return text.data(); }

@@ -13,9 +13,9 @@ inline constexpr int64_t kMaxUpdateAge = 172'800;
 /// Throws `std::runtime_error` when the file can't be read.
 int64_t ReadLastUpdate(const std::string& suffix);
 
-/// True when the agent must not be served: the updater's last run for the platform `suffix` lies 48 hours or more in
-/// the past, or can't be read. The file is read at every call, since the updater may write it at any time. Never
-/// throws.
+/// True when the agent library must not be called: the updater's last run for the platform `suffix` was 48 hours ago or
+/// earlier, or its time can't be read. Reads the file at every call, because the updater may write it at any time.
+/// Never throws.
 bool IsUpdateOverdue(const std::string& suffix);
 
 }  // namespace NorvoWebAPI::Platform

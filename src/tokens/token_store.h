@@ -1,6 +1,7 @@
-/// Encrypted tokens on disk, one raw file each: `KSV_tokens` under the base path, and in it one folder for each domain.
-/// A domain that is empty or holds a separator has no folder (code 19). A file name is taken as given. The file layer
-/// keeps every path inside the base path, and its failures pass on. Other failures are `CPluginException`.
+/// Encrypted tokens on disk, one file each: in the folder `KSV_tokens` of the base path (the root), and in it one
+/// folder for each domain. A domain that is empty or contains a separator can't have a folder (code 19). File names are
+/// not checked here: `Platform` refuses every path outside of the base path, and its exceptions are passed on. Other
+/// failures are `CPluginException`.
 #pragma once
 
 #include <cstdint>
