@@ -12,6 +12,7 @@
 #include "benchmarks/pairs.h"
 #include "hooks/input_hooks.h"
 #include "page/plugin.h"
+#include "page/plugin_windows.h"
 #include "page/scriptable.h"
 #include "platform/desktop.h"
 #include "vendor/ksvwys.h"
@@ -39,7 +40,7 @@ class PreparedCall {
 class ShowingPage {
  public:
   ShowingPage() {
-    Plugin* const plugin = Plugin::Of(Bench::ThePage().Instance());
+    auto* const plugin = static_cast<Plugin*>(Bench::ThePage().Instance()->pdata);
     NPWindow given{};
     given.window = window.handle();
     plugin->SetWindow(&given);
@@ -56,7 +57,7 @@ class ShowingPage {
     page.mouseDownCallback.reset();
     page.mouseUpCallback.reset();
     PreparedCall("wysCloseSession")();
-    RemoveDisplayHooks();
+    displayHooks.Remove();
   }
   ShowingPage(const ShowingPage&) = delete;
   ShowingPage& operator=(const ShowingPage&) = delete;
@@ -66,7 +67,7 @@ class ShowingPage {
   }
 
   platform::TestWindow window;
-  Scriptable& page = *Plugin::Of(Bench::ThePage().Instance())->GetScriptable();
+  Scriptable& page = *static_cast<Plugin*>(Bench::ThePage().Instance()->pdata)->GetScriptable();
 
  private:
   Bench::ListedObject function{};

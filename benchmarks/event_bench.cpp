@@ -26,7 +26,7 @@ constexpr UINT kForeignMessage = WM_USER + 1;
 class ListeningPage {
  public:
   ListeningPage() {
-    Plugin* const plugin = Plugin::Of(page.Instance());
+    auto* const plugin = static_cast<Plugin*>(page.Instance()->pdata);
     NPWindow given{};
     given.window = window.handle();
     plugin->SetWindow(&given);
@@ -34,7 +34,7 @@ class ListeningPage {
     plugin->GetScriptable()->agentEventCallback =
         std::make_shared<NorvoWebAPI::NPJSConverter::NPFuncBridge>(page.Instance(), &Bench::HostFuncs(), &function);
     InstallEventHook();
-    eventMap.Enter(kApplet, plugin);
+    EventRoutes::Insert(kApplet, plugin->GetScriptable()->SharedLife());
   }
   ~ListeningPage() { EventTemplate::ClearEvents(); }
   ListeningPage(const ListeningPage&) = delete;
