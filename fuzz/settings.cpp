@@ -22,14 +22,6 @@ void Store(fuzz::Input& input) {
     const std::string bytes = input.Text();
     const DWORD type = input.ConsumeBool() ? input.ConsumeIntegralInRange<DWORD>(0, 4) : input.ConsumeIntegral<DWORD>();
     RegSetValueExW(key, name, 0, type, reinterpret_cast<const BYTE*>(bytes.data()), static_cast<DWORD>(bytes.size()));
-    DWORD readType = 0;
-    std::vector<BYTE> read(bytes.size());
-    auto size = static_cast<DWORD>(read.size());
-    if (RegQueryValueExW(key, name, nullptr, &readType, read.data(), &size) == ERROR_SUCCESS) {
-      Demand(readType == type && std::equal(read.begin(), read.end(), bytes.begin(), bytes.end(),
-                                            [](BYTE a, char b) { return a == static_cast<BYTE>(b); }),
-             "a value reads back as it was stored");
-    }
   }
   RegCloseKey(key);
 }

@@ -31,21 +31,19 @@ TEST_F(DisplayMethodsTest, PointsAreReadAsFarAsTheyGo) {
   const struct {
     const char* text;
     std::optional<std::pair<int, int>> point;
-  } cases[] = {
-      {"{120,45}", {{120, 45}}},
-      {"x{1,2}y", {{1, 2}}},
-      {"{ 7 , 8 }", {{7, 8}}},
-      {"{a,b}", {{0, 0}}},
-      {"{-1,2}", {{65535, 2}}},
-      {"{70000,1}", {{4464, 1}}},
-      {",{5}", {{5, 0}}},
-      {"{1,2,3}", {}},
-      {"{1}", {}},
-      {"}1,{", {}},
-      {"1,2", {}},
-      {"", {}},
-      {nullptr, {}},
-  };
+  } cases[] = {{"{120,45}", {{120, 45}}},
+               {"x{1,2}y", {{1, 2}}},
+               {"{ 7 , 8 }", {{7, 8}}},
+               {"{a,b}", {{0, 0}}},
+               {"{-1,2}", {{65535, 2}}},
+               {"{70000,1}", {{4464, 1}}},
+               {",{5}", {{5, 0}}},
+               {"{1,2,3}", {}},
+               {"{1}", {}},
+               {"}1,{", {}},
+               {"1,2", {}},
+               {"", {}},
+               {nullptr, {}}};
   for (const auto& [text, expected] : cases) {
     WysPoint point{11, 12};
     EXPECT_EQ(ParsePoint(text, &point), expected.has_value()) << text;
@@ -64,36 +62,34 @@ TEST_F(DisplayMethodsTest, EachMethodAsksTheLibraryWithWhatThePageKeeps) {
     Arguments arguments;
     Calls calls;
     std::string answer = kWentWell;
-  } steps[] = {
-      {"wysInit", {5, "text"}, {"WYSInit(5, 'text')"}},
-      {"wysEstablishSession",
-       {},
-       {"WYSEstablishSession(" + window32 + ", 65535, 70)", "WYSRegisterEvents(7, 2, callback)"}},
-      {"wysRepaintImage", {}, {}, kNotCalled},
-      {"wysCreateStdImage",
-       Image(),
-       {"WYSCreateStdImage(7, {3,4}, descriptor of 50, 0, 0)", "WYSRepaintImage(7, 9)"},
-       "pluginRetCode=0 fnRetCode=0 ImageId=170"},
-      {"wysMouseDown", {"{1,2}"}, {"WYSMouseDown(7, 9, {1,2})"}},
-      {"wysMouseUp", {"{3,4}"}, {"WYSMouseUp(7, 9, {3,4})"}},
-      {"wysMouseUp", {"no point"}, {}, kNotCalled},
-      {"wysClearButton", {}, {"WYSClearInput(7, 9)"}},
-      {"wysRepaintImage", {}, {"WYSRepaintImage(7, 9)"}},
-      {"wysSubmitButton", {host.Object()}, {"WYSSubmitInput(7, 9, null, 0)"}},
-      {"wysGetVersion", {}, {"WYSGetVersion()"}, "pluginRetCode=0 fnRetCode=0 version=-2147483647"},
-      {"wysStatusToString", {42}, {"WYSStatusToString(256, 42)"}, "pluginRetCode=0 fnRetCode=0 status='k'"},
-      {"wysSendRecv",
-       {3, "aGk=", 16, 4294967295.0},
-       {"WYSSendRecv(70, 7, 3, <6869, >16, -1)"},
-       "pluginRetCode=0 fnRetCode=0 b64WysData='YWJj' Length=9"},
-      {"wysGetButtonUpCount", {1, 2, 3}, {}, "pluginRetCode=0 ButtonUpCount=0"},
-      {"wysCancelButton", {}, {"WYSReleaseImage(7, 9)"}},
-      {"wysSubmitFrame", {4000000000.0, "{8,9}", "aGk="}, {"WYSSubmitFrame(7, 4000000000, {8,9}, <6869)"}},
-      {"wysCloseSession", {}, {"WYSCloseSession(7)"}},
-      {"wysRepaintImage", {}, {}, kNotCalled},
-      {"wysDeInit", {}, {"WYSDeInit(70)"}},
-      {"wysInit", {5, ""}, {"WYSInit(5, null)"}},
-  };
+  } steps[] = {{"wysInit", {5, "text"}, {"WYSInit(5, 'text')"}},
+               {"wysEstablishSession",
+                {},
+                {"WYSEstablishSession(" + window32 + ", 65535, 70)", "WYSRegisterEvents(7, 2, callback)"}},
+               {"wysRepaintImage", {}, {}, kNotCalled},
+               {"wysCreateStdImage",
+                Image(),
+                {"WYSCreateStdImage(7, {3,4}, descriptor of 50, 0, 0)", "WYSRepaintImage(7, 9)"},
+                "pluginRetCode=0 fnRetCode=0 ImageId=170"},
+               {"wysMouseDown", {"{1,2}"}, {"WYSMouseDown(7, 9, {1,2})"}},
+               {"wysMouseUp", {"{3,4}"}, {"WYSMouseUp(7, 9, {3,4})"}},
+               {"wysMouseUp", {"no point"}, {}, kNotCalled},
+               {"wysClearButton", {}, {"WYSClearInput(7, 9)"}},
+               {"wysRepaintImage", {}, {"WYSRepaintImage(7, 9)"}},
+               {"wysSubmitButton", {host.Object()}, {"WYSSubmitInput(7, 9, null, 0)"}},
+               {"wysGetVersion", {}, {"WYSGetVersion()"}, "pluginRetCode=0 fnRetCode=0 version=-2147483647"},
+               {"wysStatusToString", {42}, {"WYSStatusToString(256, 42)"}, "pluginRetCode=0 fnRetCode=0 status='k'"},
+               {"wysSendRecv",
+                {3, "aGk=", 16, 4294967295.0},
+                {"WYSSendRecv(70, 7, 3, <6869, >16, -1)"},
+                "pluginRetCode=0 fnRetCode=0 b64WysData='YWJj' Length=9"},
+               {"wysGetButtonUpCount", {1, 2, 3}, {}, "pluginRetCode=0 ButtonUpCount=0"},
+               {"wysCancelButton", {}, {"WYSReleaseImage(7, 9)"}},
+               {"wysSubmitFrame", {4000000000.0, "{8,9}", "aGk="}, {"WYSSubmitFrame(7, 4000000000, {8,9}, <6869)"}},
+               {"wysCloseSession", {}, {"WYSCloseSession(7)"}},
+               {"wysRepaintImage", {}, {}, kNotCalled},
+               {"wysDeInit", {}, {"WYSDeInit(70)"}},
+               {"wysInit", {5, ""}, {"WYSInit(5, null)"}}};
   for (const auto& [method, arguments, calls, answer] : steps) {
     EXPECT_EQ(page.Call(method, arguments).Show(), answer) << method;
     EXPECT_EQ(display.TakeCalls(), calls) << method;
@@ -107,11 +103,14 @@ TEST_F(DisplayMethodsTest, RefusalsAreThePagesToRead) {
   for (const char* entry : {"WYSEstablishSession", "WYSCreateStdImage", "WYSSubmitFrame", "WYSSendRecv"}) {
     display.Refuse(entry, 42 + 1);
   }
-  EXPECT_EQ(page.Call("wysEstablishSession").Show(), "pluginRetCode=0 fnRetCode=43");
-  EXPECT_EQ(page.Call("wysCreateStdImage", Image({{0, 3}})).Show(), "pluginRetCode=0 fnRetCode=43");
-  EXPECT_EQ(page.Call("wysSubmitFrame", {1, "{1,2}", "aGk="}).Show(), "pluginRetCode=0 fnRetCode=43");
+  const std::pair<const char*, Arguments> refused[] = {{"wysEstablishSession", {}},
+                                                       {"wysCreateStdImage", Image({{0, 3}})},
+                                                       {"wysSubmitFrame", {1, "{1,2}", "aGk="}},
+                                                       {"wysSendRecv", {1, "", 4, 0}}};
+  for (const auto& [method, arguments] : refused)
+    EXPECT_EQ(page.Call(method, arguments).Show(), "pluginRetCode=0 fnRetCode=43") << method;
   EXPECT_EQ(page.Call("wysSubmitFrame", {1, "{1,2}", ""}).Show(), kNotCalled);
-  EXPECT_EQ(page.Call("wysSendRecv", {1, "", 4, 0}).Show(), "pluginRetCode=0 fnRetCode=43");
+  EXPECT_EQ(page.Call("wysRepaintImage").Show(), kNotCalled) << "none of them has left an image";
   EXPECT_EQ(State().displayActive, 0u);
   EXPECT_EQ(State().inputType, 3) << "kept for an image that failed too";
 
@@ -177,7 +176,7 @@ TEST_F(DisplayMethodsTest, LogoOfAnotherSizeIsLeftOut) {
       {"{2,2}", "", 50},
       {"no size", "AAAA", 50},
       {"{65535,65535}", "AAAA", 50},
-      {"{37838,37837}", "AAAAAAAA", 50},  // Three times that many is 6 beyond 2^32.
+      {"{37838,37837}", "AAAAAAAA", 50}  // Three times that many is 6 beyond 2^32.
   };
   for (const auto& [size, text, descriptor] : cases) {
     page.Call("wysCreateStdImage", Image({{2, "none"}, {10, size}, {11, text}}));
@@ -205,17 +204,21 @@ TEST_F(DisplayMethodsTest, InputGoesOutAsTheImageWantsIt) {
 
 TEST_F(DisplayMethodsTest, ResponseIsAskedForTwice) {
   const std::string entry = "WYSSubmitInputAndGetResponse";
-  const auto answer = [&](Answer first, Answer second) {
-    display.On(entry, [=](DisplayCall& call) { (call.bytes ? second : first)(call); });
-    return page.Call("wysProcessSubmitAndGetResponse").Show();
-  };
-  EXPECT_EQ(answer(Fills("", 3, 9), Fills("abc", 3)), "pluginRetCode=0 fnRetCode=0 ClientInput='YWJj'");
+  const struct {
+    Answer first, second;
+    const char* shown;
+  } cases[] = {{Fills("", 0, 9), Fills("abc", 3), "pluginRetCode=0 fnRetCode=9 ClientInput=''"},
+               {Fills("", 3), Fills("abc", 3, 9), "pluginRetCode=0 fnRetCode=9 ClientInput=''"},
+               {Fills("", 3), Fills("abc", 0), "pluginRetCode=0 fnRetCode=0 ClientInput=''"},
+               {Fills("", 3), Fills("abc", 4), "pluginRetCode=13 fnRetCode=0 ClientInput=''"},
+               {Fills("", 0xFFFFFFFF), Fills("abc", 3), "pluginRetCode=13 fnRetCode=0 ClientInput=''"},
+               {Fills("", 3, 9), Fills("abc", 3), "pluginRetCode=0 fnRetCode=0 ClientInput='YWJj'"}};
+  for (const auto& [first, second, shown] : cases) {
+    display.TakeCalls();
+    display.On(entry, [&](DisplayCall& call) { (call.bytes ? second : first)(call); });
+    EXPECT_EQ(page.Call("wysProcessSubmitAndGetResponse").Show(), shown);
+  }
   EXPECT_EQ(display.TakeCalls(), (Calls{entry + "(0, 0, >0/null)", entry + "(0, 0, >3)"}));
-  EXPECT_EQ(answer(Fills("", 0, 9), Fills("abc", 3)), "pluginRetCode=0 fnRetCode=9 ClientInput=''");
-  EXPECT_EQ(answer(Fills("", 3), Fills("abc", 3, 9)), "pluginRetCode=0 fnRetCode=9 ClientInput=''");
-  EXPECT_EQ(answer(Fills("", 3), Fills("abc", 0)), "pluginRetCode=0 fnRetCode=0 ClientInput=''");
-  EXPECT_EQ(answer(Fills("", 3), Fills("abc", 4)), "pluginRetCode=13 fnRetCode=0 ClientInput=''");
-  EXPECT_EQ(answer(Fills("", 0xFFFFFFFF), Fills("abc", 3)), "pluginRetCode=13 fnRetCode=0 ClientInput=''");
 }
 
 TEST_F(DisplayMethodsTest, ReceivedBytesStayWithinTheRoom) {
@@ -223,15 +226,13 @@ TEST_F(DisplayMethodsTest, ReceivedBytesStayWithinTheRoom) {
     Value capacity;
     uint32_t received;
     const char* answer;
-  } cases[] = {
-      {0, 0, kWentWell},
-      {4, 4, "pluginRetCode=0 fnRetCode=0 b64WysData='YWJjAA==' Length=11"},
-      {4, 5, "pluginRetCode=13 fnRetCode=0"},
-      {4, 0xFFFFFFFF, "pluginRetCode=13 fnRetCode=0"},
-      {0, 1, "pluginRetCode=13 fnRetCode=0"},
-      {-1, 0, "pluginRetCode=13 fnRetCode=34"},
-      {2147483648.0, 0, "pluginRetCode=13 fnRetCode=34"},
-  };
+  } cases[] = {{0, 0, kWentWell},
+               {4, 4, "pluginRetCode=0 fnRetCode=0 b64WysData='YWJjAA==' Length=11"},
+               {4, 5, "pluginRetCode=13 fnRetCode=0"},
+               {4, 0xFFFFFFFF, "pluginRetCode=13 fnRetCode=0"},
+               {0, 1, "pluginRetCode=13 fnRetCode=0"},
+               {-1, 0, "pluginRetCode=13 fnRetCode=34"},
+               {2147483648.0, 0, "pluginRetCode=13 fnRetCode=34"}};
   for (const auto& [capacity, received, answer] : cases) {
     display.On("WYSSendRecv", Fills("abc", received));
     EXPECT_EQ(page.Call("wysSendRecv", {1, "", capacity, 0}).Show(), answer);
@@ -292,11 +293,9 @@ TEST_F(DisplayMethodsTest, FramesReplaceOneAnother) {
 }
 
 TEST_F(DisplayMethodsTest, SettersTakeOneFunctionOfThePage) {
-  const Result answer = page.Call("wysGetButtonUpCount");
   for (const char* setter : {"setMouseDownCallback", "setMouseUpCallback", "setWindowEventCallback",
                              "setRepaintImageCallback", "setDisplayEventsCallback"}) {
-    for (const Arguments& wrong :
-         {Arguments{}, Arguments{7}, Arguments{nullptr}, Arguments{page.Object()}, Arguments{answer.Get()}}) {
+    for (const Arguments& wrong : {Arguments{}, Arguments{7}, Arguments{nullptr}, Arguments{page.Object()}}) {
       EXPECT_EQ(page.Call(setter, wrong).Show(), "failed") << setter;
     }
     for (int i = 0; i < 2; ++i) EXPECT_TRUE(page.Call(setter, {Callback()}).Answered()) << setter;
