@@ -11,25 +11,15 @@ using NorvoWebAPI::KSV::displayInitCount;
 using platform::FailCall;
 using platform::PumpMessages;
 
-namespace {
-
-constexpr UINT kHarmless = WM_USER + 5;
-
-}  // namespace
-
 class DisplayFaultsTest : public DisplayTest {};
 
 // The library lets the host run, and the host ends the page: the operation goes on, and an image that came of it ends
 // with the object.
 TEST_F(DisplayFaultsTest, PageThatEndsInsideALibraryCallLeavesNoImage) {
   page.Call("wysInit", {0, ""});
-  const struct {
-    const char* entry;
-    const char* lastCall;
-  } rows[] = {{"WYSEstablishSession", "WYSRegisterEvents(7, 2, callback)"},
-              {"WYSRegisterEvents", "WYSRegisterEvents(7, 2, callback)"},
-              {"WYSCreateStdImage", "WYSDeInit(70)"},
-              {"WYSRepaintImage", "WYSDeInit(70)"}};
+  const std::pair<const char*, const char*> rows[] = {{"WYSEstablishSession", "WYSRegisterEvents(7, 2, callback)"},
+                                                      {"WYSCreateStdImage", "WYSDeInit(70)"},
+                                                      {"WYSRepaintImage", "WYSDeInit(70)"}};
   for (const auto& [entry, lastCall] : rows) {
     Page ending(host, "https://page.example/", window.handle());
     ending.Call("wysInit", {0, ""});
@@ -63,7 +53,14 @@ TEST_F(DisplayFaultsTest, WhatThePageDidInsideACallStands) {
 TEST_F(DisplayFaultsTest, PageIsFoundOnItsOwnThreadAlone) {
   using NorvoWebAPI::KSV::FindScriptableByWindow;
   ASSERT_NE(FindScriptableByWindow(window.handle()), nullptr);
-  std::thread([&] { EXPECT_EQ(FindScriptableByWindow(window.handle()), nullptr); }).join();
+  ShowImage(page);
+  CallsOfAMessage();
+  page.Call("wysCloseSession");
+  std::thread([&] {
+    EXPECT_EQ(FindScriptableByWindow(window.handle()), nullptr);
+    for (const auto* mutex : {&State().buttonMutex, &State().repaintMutex})
+      EXPECT_TRUE(NorvoWebAPI::KSV::TakeMutex(mutex->Get(), 0)) << "nobody keeps it";
+  }).join();
 }
 
 TEST_F(DisplayFaultsTest, MessageCausesNoMoreThanSixteenRepaints) {
@@ -71,13 +68,13 @@ TEST_F(DisplayFaultsTest, MessageCausesNoMoreThanSixteenRepaints) {
   size_t painted = 0;
   const auto paint = [&] {
     ++painted;
-    for (int i = 0; i < 3; ++i) SendMessageA(window.handle(), kHarmless, 0, 0);
+    for (int i = 0; i < 3; ++i) SendMessageA(window.handle(), WM_USER + 5, 0, 0);
   };
   display.On("WYSRepaintImage", [&](DisplayCall&) { paint(); });
   for (const bool byThePage : {false, false, true}) {
     if (byThePage) page.Call("setRepaintImageCallback", {Callback(paint)});
     painted = 0;
-    SendMessageA(window.handle(), kHarmless, 0, 0);
+    CallsOfAMessage();
     EXPECT_EQ(painted, 16u);
   }
   EXPECT_EQ(page.Call("wysCloseSession").Show(), kWentWell);
@@ -99,47 +96,39 @@ TEST_F(DisplayFaultsTest, EventsInsideEventsComeToAnEnd) {
 }
 
 TEST_F(DisplayFaultsTest, PageThatLeavesInsideItsPressLeavesNoPressBehind) {
-  for (const char* method : {"wysDeInit", "wysCloseSession", ""}) {
-    Page leaving(host, "https://page.example/", window.handle());
-    leaving.Call("setMouseDownCallback", {Callback([&] { *method ? void(leaving.Call(method)) : leaving.End(); })});
-    ShowImage(leaving);
-    window.PressLeft(1, 1);
-    EXPECT_TRUE(platform::PumpUntil([&] { return !TakeHeard().empty(); }));
-    window.ReleaseLeft(1, 1);
-    PumpMessages();
-    EXPECT_TRUE(!*method || StateOf(leaving).buttonHeld == 0) << method;
-    leaving.End();
-
-    Page next(host, "https://page.example/", window.handle());
-    next.Call("setMouseDownCallback", {Callback()});
-    ShowImage(next);
+  const auto press = [&](const Page& on, std::function<void()> then) {
+    on.Call("setMouseDownCallback", {Callback(std::move(then))});
+    ShowImage(on);
     window.PressLeft(2, 2);
-    EXPECT_TRUE(platform::PumpUntil([&] { return !heard.empty(); })) << "its first press is told";
-    EXPECT_EQ(TakeHeard(), Calls{"XCode=2 YCode=2"});
+    EXPECT_TRUE(platform::PumpUntil([&] { return !heard.empty(); }));
     window.ReleaseLeft(2, 2);
     PumpMessages();
+    EXPECT_EQ(TakeHeard(), Calls{"XCode=2 YCode=2"});
+  };
+  for (const char* method : {"wysDeInit", "wysCloseSession", ""}) {
+    Page leaving(host, "https://page.example/", window.handle());
+    press(leaving, [&] { *method ? void(leaving.Call(method)) : leaving.End(); });
+    EXPECT_TRUE(!*method || StateOf(leaving).buttonHeld == 0) << method;
+    leaving.End();
+    Page next(host, "https://page.example/", window.handle());
+    press(next, {});
   }
 }
 
 TEST_F(DisplayFaultsTest, SystemThatRefusesCostsNoMoreThanItsPart) {
   if (!platform::kHasLayerSettings) GTEST_SKIP() << "the system's calls can't be made to fail here";
-  const auto repaints = [&] {
-    display.TakeCalls();
-    SendMessageA(window.handle(), kHarmless, 0, 0);
-    return display.TakeCalls().size();
-  };
   for (const int nth : {1, 2, 3}) {  // Mouse, posted messages, sent messages.
     const FailCall noHook("SetWindowsHookExA", ERROR_NOT_ENOUGH_MEMORY, nth);
     ShowImage(page);
-    EXPECT_EQ(repaints(), nth == 3 ? 0u : 1u);
+    EXPECT_EQ(CallsOfAMessage(), nth == 3 ? 0u : 1u);
   }
   ShowImage(page);
   {
     // Of the button, of busy's beginning and end.
     const FailCall noClearing("WaitForSingleObject", ERROR_GEN_FAILURE, 3);
-    EXPECT_EQ(repaints(), 1u);
+    EXPECT_EQ(CallsOfAMessage(), 1u);
   }
   EXPECT_EQ(page.Call("wysCloseSession").Show(), "pluginRetCode=13") << "a repaint seems to run";
-  EXPECT_EQ(repaints(), 1u);
+  EXPECT_EQ(CallsOfAMessage(), 1u);
   EXPECT_EQ(page.Call("wysCloseSession").Show(), kWentWell) << "until the next has ended";
 }

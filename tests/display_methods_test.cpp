@@ -176,7 +176,7 @@ TEST_F(DisplayMethodsTest, LogoOfAnotherSizeIsLeftOut) {
       {"{2,2}", "", 50},
       {"no size", "AAAA", 50},
       {"{65535,65535}", "AAAA", 50},
-      {"{37838,37837}", "AAAAAAAA", 50}  // Three times that many is 6 beyond 2^32.
+      {"{62571,45761}", "AA==", 50}  // Three times that many is 1 beyond twice 2^32.
   };
   for (const auto& [size, text, descriptor] : cases) {
     page.Call("wysCreateStdImage", Image({{2, "none"}, {10, size}, {11, text}}));
@@ -246,12 +246,14 @@ TEST_F(DisplayMethodsTest, StatusTextsAreCutToTheirRoom) {
   });
   EXPECT_EQ(page.Call("wysStatusToString", {1}).Show(),
             "pluginRetCode=0 fnRetCode=77 status='" + std::string(127, 's') + "'");
+  display.Refuse("WYSGetVersion", 3);
+  EXPECT_EQ(page.Call("wysGetVersion").Show(), "pluginRetCode=0 fnRetCode=3");
   display.Refuse("WYSStatusToString", 3);
   EXPECT_EQ(page.Call("wysStatusToString", {1}).Show(), "pluginRetCode=0 fnRetCode=3 status=''");
 }
 
 TEST_F(DisplayMethodsTest, InitialisationLeavesAnImageAlone) {
-  ShowImage(page);
+  ShowImage(page, {{0, 3}});
   State().buttonUpCount = 4;
   page.Call("wysInit", {0, ""});
   EXPECT_EQ(State().sessionId, 7u);
@@ -260,8 +262,24 @@ TEST_F(DisplayMethodsTest, InitialisationLeavesAnImageAlone) {
   EXPECT_EQ(State().buttonUpCount, 0u) << "the clicks are counted anew whatever becomes of the call";
   page.Call("wysCloseSession");
   EXPECT_EQ(State().displayContext, 70u);
+  EXPECT_EQ(State().imageId + State().displayActive + static_cast<uint32_t>(State().inputType), 0u);
   page.Call("wysInit", {0, ""});
   EXPECT_EQ(State().sessionId, 0u);
+}
+
+TEST_F(DisplayMethodsTest, ImageEndsWithWhatTheLibraryWasTold) {
+  const std::tuple<const char*, const char*, int32_t, bool> cases[] = {
+      {"wysDeInit", "WYSDeInit", 0, false},
+      {"wysInit", "WYSInit", 6, true},
+      {"wysInit", "WYSInit", 0, false},
+      {"wysCloseSession", "WYSCloseSession", 6, false}};
+  for (const auto& [method, entry, status, stands] : cases) {
+    ShowImage(page);
+    display.Refuse(entry, status);
+    page.Call(method, method == std::string("wysInit") ? Arguments{0, ""} : Arguments{});
+    EXPECT_EQ(State().Display().HasImage(), stands) << method << status;
+    display.On("WYSInit", [](DisplayCall& call) { *call.value = 70; });
+  }
 }
 
 TEST_F(DisplayMethodsTest, PageThatGoesLeavesTheLibraryAsItFoundIt) {

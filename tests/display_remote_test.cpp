@@ -41,16 +41,18 @@ TEST_F(DisplayRemoteTest, EachStepTakesWhatTheOneBeforeGave) {
 }
 
 TEST_F(DisplayRemoteTest, FirstRefusalEndsIt) {
-  const Calls steps{setUp, setKey, submit, repaint};
-  const char* const entries[] = {"WYSSendRecv", "WYSSetStreamKey", "WYSSubmitFrame", "WYSRepaintImage"};
-  for (size_t refusing = 0; refusing < steps.size(); ++refusing) {
-    if (refusing > 0) Answer("key", 3);
-    display.Refuse(entries[refusing], 6);
+  const std::pair<const char*, std::string> steps[] = {
+      {"WYSSendRecv", setUp}, {"WYSSetStreamKey", setKey}, {"WYSSubmitFrame", submit}, {"WYSRepaintImage", repaint}};
+  Calls expected;
+  for (const auto& [entry, call] : steps) {
+    display.Refuse(entry, 6);
     EXPECT_EQ(Put(), "pluginRetCode=0 fnRetCode=6");
-    EXPECT_EQ(display.TakeCalls(), Calls(steps.begin(), steps.begin() + static_cast<std::ptrdiff_t>(refusing) + 1));
+    expected.push_back(call);
+    EXPECT_EQ(display.TakeCalls(), expected);
     EXPECT_EQ(State().displayActive + State().remoteImagePresent, 0u);
-    EXPECT_EQ(State().Display().HasImage(), refusing == 3) << "it stands, though it is not painted";
-    display.Refuse(entries[refusing], 0);
+    EXPECT_EQ(State().Display().HasImage(), call == repaint) << "it stands, though it is not painted";
+    display.Refuse(entry, 0);
+    Answer("key", 3);
   }
 }
 

@@ -50,6 +50,10 @@ TEST_F(LayerRegistryTest, RegistryGivesBackWhatWasWritten) {
     }
   }
   RegCloseKey(MakeKey(kKey + "\\sub"s));
+  if (kHasLayerSettings) {
+    EXPECT_EQ(RegSetValueExA(key, "sub", 0, 77, nullptr, 0), ERROR_INVALID_PARAMETER)
+        << "a name is a key's or a value's";
+  }
   for (const auto& [size, result] : {std::pair<DWORD, LSTATUS>{3, ERROR_MORE_DATA}, {4, 0}}) {
     char name[4];
     DWORD length = size;

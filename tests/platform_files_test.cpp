@@ -96,10 +96,8 @@ TEST_F(PlatformFilesTest, WriteReadAndDeleteFile) {
 
   fs::create_directories(world.Path("folder"));
   EXPECT_EQ(ErrorOf([&] { Platform::DeleteFile(At("f")); }), "Failed to delete file");
-  for (const char* name : {"f", "folder"}) {
-    EXPECT_EQ(ErrorOf([&] { Platform::ReadFile(At(name), &buffer); }), "20") << name;
-  }
   for (const char* name : {"missing\\f", "folder"}) {
+    EXPECT_EQ(ErrorOf([&] { Platform::ReadFile(At(name), &buffer); }), "20") << name;
     EXPECT_EQ(ErrorOf([&] { Platform::WriteFile(At(name), nullptr, 0); }), "21") << name;
   }
   std::error_code noLinks;
@@ -120,25 +118,25 @@ TEST_F(PlatformFilesTest, TempFilesAreNewAndEmpty) {
 TEST_F(PlatformFilesTest, UpdateIsOverdueAfter48Hours) {
   const string file = "lastUpdatetest";
   EXPECT_TRUE(Platform::IsUpdateOverdue("test")) << "without the file";
-  std::vector<string> wrong;
-  __time64_t now = 0;
-  do {  // Again when the second has changed meanwhile.
-    wrong.clear();
+  const auto isOverdue = [&](const string& text) {
+    world.Write(file, text);
+    return Platform::IsUpdateOverdue("test");
+  };
+  const auto ago = [now = _time64(nullptr)](int64_t seconds) { return std::to_string(now - seconds); };
+  // Half a minute for a machine that is slow; the exact second is asked for below.
+  for (const string& text : {ago(0), ago(172'770), ago(-1'000'000), " \t\r\n+" + ago(0) + ".9\nby x"}) {
+    EXPECT_FALSE(isOverdue(text)) << text;
+  }
+  for (const string& text : {ago(172'800), "x" + ago(0), "0x" + ago(0), "-" + ago(0), "9999999999" + ago(0), string(),
+                             string("\n"), string("-9223372036854775808")}) {
+    EXPECT_TRUE(isOverdue(text)) << text;
+  }
+  bool exact = false;
+  for (__time64_t now = -1; now != _time64(nullptr);) {  // Again when the second has changed meanwhile.
     now = _time64(nullptr);
-    const auto ago = [now](int64_t seconds) { return std::to_string(now - seconds); };
-    const auto check = [&](const string& text, bool overdue) {
-      world.Write(file, text);
-      if (Platform::IsUpdateOverdue("test") != overdue) wrong.push_back(text);
-    };
-    for (const string& text : {ago(0), ago(172'799), ago(-1'000'000), " \t\r\n+" + ago(0) + ".9\nby x"}) {
-      check(text, false);
-    }
-    for (const string& text : {ago(172'800), "x" + ago(0), "0x" + ago(0), "-" + ago(0), "9999999999" + ago(0), string(),
-                               string("\n"), string("-9223372036854775808")}) {
-      check(text, true);
-    }
-  } while (_time64(nullptr) != now);
-  EXPECT_THAT(wrong, testing::IsEmpty());
+    exact = isOverdue(std::to_string(now - 172'800)) && !isOverdue(std::to_string(now - 172'799));
+  }
+  EXPECT_TRUE(exact);
   fs::remove(world.Path(file));
   fs::create_directories(world.Path(file));
   EXPECT_TRUE(Platform::IsUpdateOverdue("test")) << "with a folder in its place";

@@ -1,4 +1,5 @@
 // The machine's identity from the firmware's files, played by a folder of the test's own.
+#include <array>
 #include <fstream>
 
 #include "tests/support/agent_fixture.h"
@@ -18,9 +19,7 @@ class PlatformIdentityTest : public AgentTest {
 
 TEST_F(PlatformIdentityTest, FilesAreOneLineEach) {
   const std::string codes = "pluginRetCode=0 fnRetCode=0 manufacturer=";
-  const struct {
-    std::string vendor, model, serial, shown;
-  } rows[] = {
+  const std::array<std::string, 4> rows[] = {
       {"Norvo\n", "Model 5\n", "S-1\n", codes + "'Norvo' model='Model 5' serialNumber='S-1'"},
       {"", "\n", "", codes + "'' model='' serialNumber=''"},
       {" a ", "b\nc\n", "\n", codes + "' a ' model='b' serialNumber=''"},

@@ -113,7 +113,7 @@ class AgentTest : public testing::TestWithParam<const char*> {
   template <class... Values>
   Status Call(int32_t (*byName)(const char*, Values...), int32_t (*byInstance)(uint32_t, Values...),
               std::type_identity_t<Values>... values) const {
-    return static_cast<Status>(IsThird() ? byInstance(instance_, values...) : byName(kOath, values...));
+    return static_cast<Status>(IsThird() ? byInstance(instance_, values...) : byName(applet_, values...));
   }
   template <class Operation>
   static Answer Receive(uint16_t capacity, Operation operation) {
@@ -160,7 +160,6 @@ class AgentTest : public testing::TestWithParam<const char*> {
     std::ofstream(folder_ / "applet.trok", std::ios::binary) << package;
     return static_cast<Status>(ENTRY(ZUB_Install)(id, support::PlatformPath<WCHAR>(folder_ / "applet.trok").c_str()));
   }
-  // Registers for events under a name, by what the generation has for it.
   Status Register(const char* name, uint32_t* id) const {
     return static_cast<Status>(IsThird() ? ENTRY(ZUB3_StartInstance)(name, OnInstanceEvent, recorder, id)
                                          : ENTRY(ZUB_RegisterEventCb)(name, OnNamedEvent));
@@ -172,6 +171,8 @@ class AgentTest : public testing::TestWithParam<const char*> {
   const fs::path folder_ = fs::temp_directory_path() / ("ksv_agent_" + std::to_string(std::random_device()()));
   const platform::ScopedVariable home_{"KSV_AGENT_HOME", (folder_ / "home").string().c_str()};
   const HMODULE library_ = Load();
+  // What the calls are about, by generation.
+  const char* applet_ = kOath;
   uint32_t instance_ = 0;
   Recorder events_;
 };
@@ -221,6 +222,7 @@ TEST_P(AgentTest, NothingButTheWholeTokenOpens) {
   }
   EXPECT_EQ(Otp(token + Text(70000, 'K')).status, kBadToken);
   const fs::path key = folder_ / "home" / "token.key";
+  EXPECT_EQ(std::distance(fs::directory_iterator(folder_ / "home"), {}), 1) << "the key alone, and no draft of it";
   if (platform::kHasLayerSettings) {
     // A key that others may read is no secret any more.
     EXPECT_EQ(fs::status(key).permissions(), fs::perms::owner_read | fs::perms::owner_write);
@@ -237,6 +239,7 @@ TEST_P(AgentTest, ShortBuffersConsumeNothing) {
   const int32_t session = Start();
   const Answer tooShort = Exchange(session, kHotp + "7", 20);
   EXPECT_EQ(tooShort.status, kBufferTooSmall);
+  EXPECT_NE(Exchange(Start(), kTotp).data.find("\"issuer\":\"Norvo\""), Text::npos) << "the label has it";
   EXPECT_EQ(Exchange(session, kHotp + "7", tooShort.length).data,
             "{\"received\":" + std::to_string(kHotp.size() + 1) +
                 ",\"complete\":true,\"kind\":\"hotp\",\"label\":\"alice\",\"issuer\":\"\",\"algorithm\":"
@@ -259,7 +262,7 @@ TEST_P(AgentTest, RefusesWhatIsNoAccount) {
   // A star stands for a good secret, a blank ends a row.
   std::istringstream malformed(R"(otpauth http://totp/a?* otpauth://totp/?* otpauth://totp/a otpauth://totp/a?secret=
       otpauth://totp/a?*0189 otpauth://totp/a?*A otpauth://totp/a?*= otpauth://totp/%zz?* otpauth://totp/%C3?*
-      otpauth://totp/%4 otpauth://totp/%00?* otpauth://totp/a?*&* otpauth://totp/a?*#x otpauth://totp/a?*&digits=-6
+      otpauth://totp/%4 otpauth://totp/%4x?* otpauth://totp/%00?* otpauth://totp/a?*&* otpauth://totp/a?*#x otpauth://totp/a?*&digits=-6
       otpauth://totp/a?*&period= otpauth://hotp/a?* otpauth://hotp/a?*&counter=
       otpauth://hotp/a?*&counter=18446744073709551616)");
   std::istringstream unsupported(R"(otpauth://yaotp/a?* otpauth://totp/a?secret=GEZDGNBV otpauth://totp/a?*&digits=5
@@ -281,12 +284,15 @@ TEST_P(AgentTest, SessionsAreBoundedAndTheirOwners) {
   EXPECT_EQ(Send(session, "x", 1), kUnknownDataType);
   EXPECT_EQ(Send(session ^ 1, "x"), kUnknownSession);
   EXPECT_EQ(Send(session, Text(4097, 'x')), kInputTooLong);
+  const int32_t full = Start();
+  EXPECT_EQ(Send(full, Text(4096, 'x')), kOk);
+  EXPECT_EQ(Send(full, "x"), kInputTooLong);
   EXPECT_EQ(Call(EITHER(SendData), session, 0, -1, Data("x")), kInvalidArgument);
   EXPECT_EQ(Call(EITHER(SendData), session, 0, 1, nullptr), kInvalidArgument);
   EXPECT_EQ(Call(EITHER(EndProvisioning), session, nullptr, nullptr), kInvalidArgument);
   EXPECT_EQ(Call(EITHER(StartProvisioning), nullptr), kInvalidArgument);
   EXPECT_EQ(Exchange(session, "").data, "{\"received\":0,\"complete\":false,\"status\":110}");
-  for (int i = 1; i < 64; ++i) Start();
+  for (int i = 2; i < 64; ++i) Start();
   uint32_t handle = 0;
   EXPECT_EQ(Call(EITHER(StartProvisioning), &handle), kTooManySessions);
   EXPECT_EQ(Send(session, kTotp), kOk);
@@ -334,9 +340,22 @@ TEST_P(AgentTest, AppletsComeAndGoByWholePackages) {
 
   EXPECT_EQ(Install(kTimeOnly, kPackage), kOk);
   EXPECT_EQ(list(), Text("{\"applets\":[\"") + kOath + "\",\"" + kTimeOnly + "\"]}");
+  const Text token = Provision(kTotp).data;
   EXPECT_EQ(Register(kTimeOnly, &id), kOk);
+  applet_ = kTimeOnly;
+  std::swap(instance_, id);
+  EXPECT_EQ(Otp(token).status, kBadToken) << "another applet's";
+  EXPECT_EQ(Provision(kHotp + "0").status, kUnsupportedParameters);
+  const int32_t session = Start();
+  std::swap(instance_, id);
+  applet_ = kOath;
+  EXPECT_EQ(Send(session, "x"), kUnknownSession) << "another caller's";
+  std::swap(instance_, id);
+  applet_ = kTimeOnly;
   EXPECT_EQ(ENTRY(ZUB_Uninstall)(kTimeOnly), 0);
   EXPECT_TRUE(events_.Await("applet-removed"));
+  EXPECT_EQ(Install(kTimeOnly, kPackage), kOk);
+  EXPECT_EQ(Send(session, "x"), kUnknownSession) << "it went with its applet";
 }
 
 TEST_P(AgentTest, EventsComeUntilTheirEndAndNotAfter) {

@@ -220,6 +220,8 @@ TEST_F(ReferenceDisplay, FramesAreCheckedAndClicksOnThemAreTheInput) {
   EXPECT_EQ(Click({12, 7}, {30, 14}), 0);
   EXPECT_EQ(Click({12, 7}, {12, 7}), 0);
   EXPECT_EQ(Open(Respond().second), "9:" + Text("\0\x13\0\x9\0\x2\0\x2", 8));
+  for (int i = 0; i < 70; ++i) Click({12, 7}, {12, 7});
+  EXPECT_EQ(Open(Respond().second).size(), 2U + 64 * 4) << "as many as count";
 }
 
 TEST_F(ReferenceDisplay, ChannelBindsFramesAndInputsToItsKey) {
@@ -248,9 +250,13 @@ TEST_F(ReferenceDisplay, ChannelBindsFramesAndInputsToItsKey) {
   const Text frame = FrameBytes(20, 10, 1);
   EXPECT_EQ(Frame(FrameBytes(20, 10)), Code(Status::kFrameNotAuthentic));
   EXPECT_EQ(Frame(Tagged(frame, "another stream")), Code(Status::kFrameNotAuthentic));
-  Text altered = Tagged(frame, stream);
-  altered[20] ^= 1;
-  EXPECT_EQ(Frame(altered), Code(Status::kFrameNotAuthentic));
+  for (const size_t at : {size_t{20}, frame.size(), frame.size() + 31}) {
+    Text altered = Tagged(frame, stream);
+    altered[at] ^= 1;
+    EXPECT_EQ(Frame(altered), Code(Status::kFrameNotAuthentic)) << at;
+  }
+  EXPECT_NE(KsvDisplay::Channel::FrameKey(Key(), KsvKit::AsBytes(stream)),
+            KsvDisplay::Channel::InputKey(Key(), KsvKit::AsBytes(stream)));
   EXPECT_EQ(Frame(Tagged(frame, stream)), 0);
   Click({11, 6}, {11, 6});
   const Text sealed = Respond().second;
@@ -351,10 +357,14 @@ TEST_F(ReferenceDisplay, WindowHasOneSession) {
 
   // Another page in the same window gets the session, but not what the first one left in it.
   const uint32_t earlier = context_;
+  ASSERT_EQ(wys_.SetStreamKey(session_, 3, Data("key")), 0);
   ASSERT_EQ(wys_.Init(7, nullptr, &context_), 0);
   EXPECT_EQ(Establish(), 42);
   EXPECT_EQ(session_, first);
   EXPECT_EQ(wys_.RepaintImage(session_, 0), Code(Status::kUnknownImage));
+  ASSERT_EQ(Create(ImageRequest{}), 0);
+  EnterPin("1234");
+  EXPECT_EQ(Open(Respond().second), "77:1234") << "without the first one's stream key";
   EXPECT_EQ(wys_.DeInit(earlier), 0);
   EXPECT_EQ(wys_.CloseSession(session_), 0);
   EXPECT_EQ(Establish(), 0);

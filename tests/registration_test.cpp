@@ -140,8 +140,10 @@ TEST_F(RegistrationTest, RegisteringReadsTheFolderFromTheInstaller) {
     EXPECT_EQ(Show(kOwnKey), Tree(folder + kFileName));
   }
   Clear();
-  const std::tuple<const char*, int, DWORD> failures[] = {
-      {"", 99, 0}, {"C:\\", 1, ERROR_INVALID_HANDLE}, {"C:\\", 2, ERROR_INVALID_HANDLE}, {"C:\\", 2, ERROR_MORE_DATA}};
+  const std::tuple<const char*, int, DWORD> failures[] = {{"", 99, ERROR_INVALID_HANDLE},
+                                                          {"C:\\", 1, ERROR_INVALID_HANDLE},
+                                                          {"C:\\", 2, ERROR_INVALID_HANDLE},
+                                                          {"C:\\", 2, ERROR_MORE_DATA}};
   for (const auto& [folder, nth, error] : failures) {
     const InstallerProperty property("CustomActionData", folder);
     const FailCall failing("MsiGetPropertyA", error, nth);

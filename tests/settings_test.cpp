@@ -55,7 +55,7 @@ TEST_F(SettingsTest, LogLevelIsFourBytesOfAnyType) {
   EXPECT_EQ(GetLogLevel(), -1) << "without the value";
   const string one("\1\0\0\0", 4);
   const std::tuple<DWORD, string, int32_t> rows[] = {
-      {REG_DWORD, one, 1}, {REG_BINARY, one, 1}, {REG_DWORD, "\xFE\xFF\xFF\xFF", -2}, {REG_QWORD, one + one, -1}};
+      {REG_BINARY, one, 1}, {REG_DWORD, "\xFE\xFF\xFF\xFF", -2}, {REG_QWORD, one + one, -1}};
   for (const auto& [type, bytes, level] : rows) {
     world.SetSetting("KsvPluginLogLevel", type, bytes);
     EXPECT_EQ(GetLogLevel(), level) << type;
@@ -72,26 +72,20 @@ TEST_F(SettingsTest, LibraryFolderIsTextOfAtMost127Characters) {
   };
   EXPECT_EQ(read(), "refused") << "without the key";
   const string longest(127, 'a');
-  for (const DWORD type : {REG_SZ, REG_EXPAND_SZ}) {
-    for (const string& text :
-         {"%TEMP%\\N" + kEnd, string("C:\\N"), longest + kEnd, longest, kEnd, string(), "C:" + kEnd + "\\N" + kEnd}) {
+  const DWORD types[] = {REG_SZ, REG_EXPAND_SZ, REG_BINARY, REG_MULTI_SZ};
+  for (const string& text : {"%TEMP%\\N" + kEnd, string("C:\\N"), longest + kEnd, longest, kEnd, string(),
+                             "C:" + kEnd + "\\N" + kEnd, longest + "a", longest + "a" + kEnd}) {
+    for (const DWORD type : types) {
       SetFolder(text, type);
-      EXPECT_EQ(read(), text.c_str());
+      const bool isFolder = type <= REG_EXPAND_SZ && text.find('a', 127) == string::npos;
+      EXPECT_EQ(read(), isFolder ? text.c_str() : "refused") << text << type;
     }
-  }
-  for (const string& text : {longest + "a", longest + "a" + kEnd, string(1000, 'a')}) {
-    SetFolder(text);
-    EXPECT_EQ(read(), "refused") << text.size();
   }
   SetFolder("C:\\N" + kEnd);
   EXPECT_EQ(read(8), "refused") << "without room for the terminator";
   uint32_t length = 256;
   EXPECT_EQ(GetLibraryFolder(nullptr, &length) + GetLibraryFolder(data.get(), nullptr), -2);
   EXPECT_EQ(FixLibraryFolder(nullptr, &length) + FixLibraryFolder(data.get(), nullptr), -2);
-  for (const DWORD type : {REG_BINARY, REG_DWORD, REG_MULTI_SZ}) {
-    SetFolder("C:\\N" + kEnd, type);
-    EXPECT_EQ(read(), "refused") << type;
-  }
 }
 
 TEST_F(SettingsTest, FixTrimsTheFolderAndNamesThe32BitPrograms) {

@@ -23,7 +23,6 @@ constexpr int32_t kLimit = 2'000'000;
 // Keeps how each fetch ended: "data" or "file", "ok" or "failed", and the bytes, of a file those that it held then.
 struct Listener : URLListener {
   explicit Listener(const Environment& environment) : environment(environment) {}
-
   void OnURLData(bool ok, std::shared_ptr<std::vector<uint8_t>> data, void* context) override {
     Tell("data", ok, std::string(data->begin(), data->end()), context);
   }
@@ -74,10 +73,13 @@ void Notify(const Fetch& fetch, NPReason reason) {
 
 class URLNetworkingTest : public testing::TestWithParam<bool> {
  protected:
+  bool Ask(const std::string& url) {
+    URLNetworking& network = *static_cast<Plugin*>(page.Instance()->pdata);
+    return (network.*(GetParam() ? &URLNetworking::GetURLToFile : &URLNetworking::GetURLToMemory))(url, &listener,
+                                                                                                   &listener);
+  }
   Fetch Start(const std::string& url = "http://host.example/a") {
-    URLNetworking* const network = static_cast<Plugin*>(page.Instance()->pdata);
-    EXPECT_TRUE(GetParam() ? network->GetURLToFile(url, &listener, &listener)
-                           : network->GetURLToMemory(url, &listener, &listener));
+    EXPECT_TRUE(Ask(url));
     const auto fetches = host.TakeFetches();
     EXPECT_EQ(fetches.size(), 1u);
     EXPECT_EQ(fetches.at(0).url, url);
@@ -175,9 +177,7 @@ TEST_P(URLNetworkingTest, AFetchWithoutAStreamEndsByItsNotification) {
     EXPECT_EQ(Stream(fetch).Open(), NPERR_GENERIC_ERROR) << "it is over";
   }
   host.Fail(Fault::GetURLNotify);
-  URLNetworking* const network = static_cast<Plugin*>(page.Instance()->pdata);
-  EXPECT_FALSE(GetParam() ? network->GetURLToFile("u", &listener, &listener)
-                          : network->GetURLToMemory("u", &listener, &listener));
+  EXPECT_FALSE(Ask("u"));
   // Nothing is kept of the refused fetch, whose number was the next one.
   Notify({page.Instance(), "u", static_cast<char*>(last) + 1}, NPRES_NETWORK_ERR);
   EXPECT_EQ(listener.Take(), "");

@@ -60,33 +60,24 @@ NPVariant Keys(NPP instance, NPObject* object) {
 bool Invoke(NPObject* object, NPIdentifier id, const NPVariant* args, uint32_t count, NPVariant* result) {
   const std::string name = NameOf(id);
   const NPP instance = static_cast<Probe*>(object)->instance;
-  if (name == "echo" && count == 1) return *result = Copy(args[0]), true;
-  if (name == "call" && count > 0) {
-    return host.invokeDefault(instance, args[0].value.objectValue, args + 1, count - 1, result);
-  }
-  if (name == "keys" && count == 1) return *result = Keys(instance, args[0].value.objectValue), true;
+  if (count == 0) return false;
+  NPObject* const first = args[0].type == NPVariantType_Object ? args[0].value.objectValue : nullptr;
+  if (name == "echo") return *result = Copy(args[0]), true;
+  if (name == "call") return host.invokeDefault(instance, first, args + 1, count - 1, result);
+  if (name == "keys") return *result = Keys(instance, first), true;
+  if (name == "keep") return host.retainobject(first) != nullptr;
   if (name == "identity" && count == 2) {
     result->type = NPVariantType_Bool;
-    result->value.boolValue = args[0].value.objectValue == args[1].value.objectValue;
+    result->value.boolValue = first == args[1].value.objectValue;
     return true;
   }
-  if (name == "keep" && count == 1) return host.retainobject(args[0].value.objectValue) != nullptr;
-  if (name == "raise" && count == 1) {
-    host.setexception(
-        object,
-        NameOf(host.getstringidentifier(
-                   std::string(args[0].value.stringValue.UTF8Characters, args[0].value.stringValue.UTF8Length).c_str()))
-            .c_str());
-  }
+  const NPString& text = args[0].value.stringValue;
+  if (name == "raise") host.setexception(object, std::string(text.UTF8Characters, text.UTF8Length).c_str());
   return false;
 }
 
 bool HasMethod(NPObject* /*object*/, NPIdentifier id) {
-  const std::string name = NameOf(id);
-  for (const char* known : {"echo", "call", "keys", "refuse", "raise", "identity", "keep"}) {
-    if (name == known) return true;
-  }
-  return false;
+  return std::string(" echo call keys refuse raise identity keep ").find(" " + NameOf(id) + " ") != std::string::npos;
 }
 
 bool HasProperty(NPObject* object, NPIdentifier id) {

@@ -36,11 +36,15 @@ class DisplayTest : public testing::Test {
     for (const auto& [index, value] : changed) arguments[index] = value;
     return arguments;
   }
-  /// Initialised, with a session and that image, and no call of it to be told of.
-  void ShowImage(const Page& on, const std::map<size_t, Value>& changed = {}) {
+  /// Initialised, with a session and that image.
+  static Result PutImage(const Page& on, const std::map<size_t, Value>& changed = {}) {
     on.Call("wysInit", {0, ""});
     on.Call("wysEstablishSession");
-    EXPECT_TRUE(on.Call("wysCreateStdImage", Image(changed)).Show().starts_with(kWentWell));
+    return on.Call("wysCreateStdImage", Image(changed));
+  }
+  /// The same, and no call of it to be told of.
+  void ShowImage(const Page& on, const std::map<size_t, Value>& changed = {}) {
+    EXPECT_TRUE(PutImage(on, changed).Show().starts_with(kWentWell));
     platform::PumpMessages();
     display.TakeCalls();
   }
@@ -53,6 +57,12 @@ class DisplayTest : public testing::Test {
     });
   }
   std::vector<std::string> TakeHeard() { return std::exchange(heard, {}); }
+  /// A message sent to the window, and how often the library was called meanwhile.
+  size_t CallsOfAMessage() {
+    display.TakeCalls();
+    SendMessageA(window.handle(), WM_USER + 5, 0, 0);
+    return display.TakeCalls().size();
+  }
 
   Environment environment;
   DisplayStub display{environment};
