@@ -113,8 +113,7 @@ TEST_F(DisplayHooksTest, ClicksAreHeardWhileTheImageStands) {
   Release(window, 1, 1);
   EXPECT_EQ(TakeHeard().size(), 1u) << "no release of an image that is gone";
   ShowImage(page);
-  EXPECT_EQ(page.Call("wysInit", {0, ""}).Show(), kWentWell);
-  page.Call("wysDeInit");
+  page.Call("wysInit", {0, ""});
   EXPECT_EQ(click(), 0u) << "no press either";
   page.Call("wysCloseSession");
   EXPECT_EQ(click(), 0u);

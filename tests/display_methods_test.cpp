@@ -196,10 +196,6 @@ TEST_F(DisplayMethodsTest, InputGoesOutAsTheImageWantsIt) {
   EXPECT_EQ(display.TakeCalls(), Calls{});
   EXPECT_EQ(page.Call("wysSubmitButton", {"abc"}).Show(), kWentWell);
   EXPECT_EQ(display.TakeCalls(), Calls{"WYSSubmitInput(0, 9, 'abc', 3)"});
-  ScriptObject* const unread = host.Object();
-  unread->Define("a", []() -> Value { throw std::logic_error("an input that is not wanted is not read"); });
-  page.Call("wysCreateStdImage", Image({{0, 2}}));
-  EXPECT_EQ(page.Call("wysSubmitButton", {unread}).Show(), kWentWell);
 }
 
 TEST_F(DisplayMethodsTest, ResponseIsAskedForTwice) {
@@ -260,9 +256,11 @@ TEST_F(DisplayMethodsTest, InitialisationLeavesAnImageAlone) {
   EXPECT_EQ(State().buttonUpCount, 4u);
   EXPECT_EQ(page.Call("wysDeInit", {1}).Show(), "pluginRetCode=12");
   EXPECT_EQ(State().buttonUpCount, 0u) << "the clicks are counted anew whatever becomes of the call";
+  State().buttonUpCount = 4;
   page.Call("wysCloseSession");
   EXPECT_EQ(State().displayContext, 70u);
-  EXPECT_EQ(State().imageId + State().displayActive + static_cast<uint32_t>(State().inputType), 0u);
+  EXPECT_EQ(State().buttonUpCount + State().imageId + State().displayActive + static_cast<uint32_t>(State().inputType),
+            0u);
   page.Call("wysInit", {0, ""});
   EXPECT_EQ(State().sessionId, 0u);
 }

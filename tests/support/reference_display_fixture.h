@@ -54,7 +54,7 @@ inline int32_t Code(KsvDisplay::Status status) {
 
 inline std::string BigEndian(uint64_t value, int bytes) {
   std::string text;
-  for (int shift = 8 * (bytes - 1); shift >= 0; shift -= 8) text += static_cast<char>(value >> shift);
+  while (bytes-- > 0) text += static_cast<char>(value >> (8 * bytes));
   return text;
 }
 /// A remote image; with `tag` 1 the tag itself is still missing.
