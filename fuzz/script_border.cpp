@@ -1,8 +1,12 @@
 // Pages that mean harm, a host that fails and libraries that lie, all at once: calls of every method with every kind of
-// value, answered by lengths, statuses, throws, events, re-entries and page ends, with messages to the window between.
+// value, answered by lengths, statuses, throws, events (from other threads too), re-entries and page ends, with
+// messages to the window between.
+#include <functional>
 #include <list>
 #include <optional>
+#include <thread>
 
+#include "base/scope_exit.h"
 #include "fuzz/support/hostile_libraries.h"
 #include "fuzz/support/hostile_values.h"
 #include "hooks/event_delivery.h"
@@ -49,13 +53,8 @@ class Attack {
     if (libraries.quiet || depth == 4 || steps >= kMaxSteps || input.Done()) return;
     ++steps;
     ++depth;
-    try {
-      Act();
-    } catch (...) {
-      --depth;
-      throw;
-    }
-    --depth;
+    const NorvoWebAPI::ScopeExit end([this] { --depth; });
+    Act();
   }
 
   void Open(std::unique_ptr<Page>& page) {
@@ -127,28 +126,17 @@ class Attack {
     NPIdentifier* ids = nullptr;
     uint32_t count = 0;
     host.Retain(object);
-    switch (input.ConsumeIntegralInRange(0, 6)) {
-      case 0:
-        table.hasMethod(object, id);
-        break;
-      case 1:
-        if (table.hasProperty(object, id)) table.getProperty(object, id, &result);
-        break;
-      case 2:
-        table.setProperty(object, id, &value);
-        break;
-      case 3:
-        table.removeProperty(object, id);
-        break;
-      case 4:
-        table.invokeDefault(object, &value, 1, &result);
-        break;
-      case 5:
-        if (table.enumerate && table.enumerate(object, &ids, &count) && ids) host.Funcs().memfree(ids);
-        break;
-      default:
-        table.invoke(object, id, &value, 1, input.ConsumeBool() ? &result : nullptr);
-    }
+    const std::function<void()> entries[] = {
+        [&] { table.hasMethod(object, id); },
+        [&] { table.hasProperty(object, id) && table.getProperty(object, id, &result); },
+        [&] { table.setProperty(object, id, &value); },
+        [&] { table.removeProperty(object, id); },
+        [&] { table.invokeDefault(object, &value, 1, &result); },
+        [&] { table.enumerate(object, &ids, &count); },
+        [&] { table.invoke(object, id, &value, 1, input.ConsumeBool() ? &result : nullptr); },
+    };
+    entries[input.ConsumeIntegralInRange<size_t>(0, std::size(entries) - 1)]();
+    if (ids) host.Funcs().memfree(ids);
     host.Release(result);
     host.Release(value);
     if (!ended.contains(object)) host.Release(object);
@@ -196,18 +184,18 @@ class Attack {
     const std::string bytes = input.Text();
     const auto size = static_cast<uint32_t>(bytes.size());
     const char* const data = input.OnceIn(8) ? nullptr : bytes.data();
-    switch (input.ConsumeIntegralInRange(0, 2)) {
-      case 0:
-        return CallbackEvent(input.OnceIn(16) ? nullptr : name.c_str(), size, data, 1);
-      case 1:
-        return InstanceCallbackEvent(input.Word(), size, data, 1, input.ConsumeBool() ? libraries.context : &input);
-      default:
-        DisplayEventRecord record{input.Word(), {}, input.Word(), input.Word()};
-        if (window->handle() && input.ConsumeBool()) {
-          record.context = static_cast<uint32_t>(reinterpret_cast<uintptr_t>(window->handle()));
-        }
-        DisplayEventCallback(input.OnceIn(16) ? nullptr : &record);
+    const uint32_t id = input.ConsumeBool() ? input.ConsumeIntegralInRange(0U, 9U) : input.Word();
+    const bool isBroken = input.OnceIn(8);
+    DisplayEventRecord record{input.Word(), {}, id, input.Word()};
+    if (window->handle() && input.ConsumeBool()) {
+      record.context = static_cast<uint32_t>(reinterpret_cast<uintptr_t>(window->handle()));
     }
+    std::function<void()> tell = [&] { DisplayEventCallback(isBroken ? nullptr : &record); };
+    const int kind = input.ConsumeIntegralInRange(0, 2);
+    if (kind == 0) tell = [&] { CallbackEvent(isBroken ? nullptr : name.c_str(), size, data, 1); };
+    if (kind == 1) tell = [&] { InstanceCallbackEvent(id, size, data, 1, isBroken ? &input : libraries.context); };
+    // A library's thread waits for the end of a delivery, and this thread would wait for it.
+    depth == 1 && input.OnceIn(8) ? std::thread(tell).join() : tell();
   }
 
   fuzz::Input& input;

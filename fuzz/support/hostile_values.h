@@ -19,12 +19,12 @@ class HostileValues {
       : input(input), host(host), step(std::move(step)), given(std::move(given)) {}
 
   /// As the method demands it, but for some.
-  support::Value Wanted(NorvoWebAPI::KSV::Demand demand) {
+  support::Value Wanted(NorvoWebAPI::KSV::ArgumentKind kind) {
     if (input.OnceIn(8)) return AnyValue();
-    using NorvoWebAPI::KSV::Demand;
-    if (demand == ArgumentKind::Text) return input.Text();
-    if (demand == ArgumentKind::Function) return PageFunction();
-    if (demand == ArgumentKind::Any || demand == ArgumentKind::Unread) return AnyValue();
+    using NorvoWebAPI::KSV::ArgumentKind;
+    if (kind == ArgumentKind::Text) return input.Text();
+    if (kind == ArgumentKind::Function) return PageFunction();
+    if (kind == ArgumentKind::Any || kind == ArgumentKind::Unread) return AnyValue();
     return input.Number();
   }
   support::Value AnyValue() {
