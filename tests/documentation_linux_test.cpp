@@ -119,7 +119,8 @@ TEST(DocumentationTest, ThreatModelPointsAtTestsThatExist) {
   const auto pointers = AllMatches(model, regex(R"(`([\w/]+\.\w+): ([^`]+)`)"));
   EXPECT_THAT(pointers, testing::SizeIs(testing::Gt(20U)));
   for (const std::smatch& pointer : pointers) {
-    EXPECT_THAT(ReadSource("tests/" + pointer[1].str()), testing::HasSubstr(pointer[2].str())) << pointer[1];
+    const bool isThere = ReadSource("tests/" + pointer[1].str()).find(pointer[2]) != string::npos;
+    EXPECT_TRUE(isThere) << pointer[1] << " has no " << pointer[2];
   }
 }
 
