@@ -112,7 +112,10 @@ TEST_F(InitialisationsTest, RefusalsCountAsTheLibraryIsLeft) {
 
 TEST_F(InitialisationsTest, ObjectThatIsDeallocatedInsideTheReleaseIsStillReleasedOnce) {
   Play("b zubInit");
-  agent.On("ZUB_DeInit", [&](AgentCall&) { pages["b"]->End(); });
+  agent.On("ZUB_DeInit", [&](AgentCall&) {
+    EXPECT_EQ(pages["b"]->Call("zubEnumerateTokensDomainBinding").Show(), "pluginRetCode=13");
+    pages["b"]->End();
+  });
   EXPECT_EQ(Play("b destroyed"), "ZUB_DeInit()");
   EXPECT_EQ(agentInitCount.Total(), 0);
 }

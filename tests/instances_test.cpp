@@ -54,10 +54,11 @@ TEST_F(InstancesTest, ReleaseAsksTheLibraryByItsGeneration) {
   for (const auto& row : cases) {
     agent.SetVersion(row.version);
     Page first(host, "https://first.example/", window.handle());
-    Page second(host, "https://second.example/");
+    Page second(host, "https://second.example/", window.handle());
     first.Call("zubInit");
     second.Call("zubInit");
     first.Call("zubRegisterEventCallback", {"app", static_cast<NPObject*>(function)});
+    second.Call("zubRegisterEventCallback", {"other", static_cast<NPObject*>(function)});
     agent.TakeCalls();
     EXPECT_EQ(first.Call("zubDeInit").Int("pluginRetCode"), 0);
     EXPECT_EQ(agent.TakeCalls(), row.shared) << row.version;

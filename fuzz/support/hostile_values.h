@@ -28,26 +28,15 @@ class HostileValues {
     return input.Number();
   }
   support::Value AnyValue() {
-    switch (input.ConsumeIntegralInRange(0, 10)) {
-      case 0:
-        return nullptr;
-      case 1:
-        return input.ConsumeBool();
-      case 2:
-        return input.Number();
-      case 3:
-        return input.ConsumeFloatingPoint<double>();
-      case 4:
-        return input.Text();
-      case 5:
-        return PageFunction();
-      case 6:
-        return AnyObject();
-      case 7:
-        return given();
-      default:
-        return {};
-    }
+    const int type = input.ConsumeIntegralInRange(0, 10);
+    if (type == 0) return nullptr;
+    if (type == 1) return input.ConsumeBool();
+    if (type == 2) return input.Number();
+    if (type == 3) return input.ConsumeFloatingPoint<double>();
+    if (type == 4) return input.Text();
+    if (type == 5) return PageFunction();
+    if (type == 6) return AnyObject();
+    return type == 7 ? given() : support::Value();
   }
 
  private:
