@@ -1,9 +1,7 @@
 // Pages that mean harm, a host that fails and libraries that lie, all at once: calls of every method with every kind of
 // value, answered by lengths, statuses, throws, events (from other threads too), re-entries and page ends, with
 // messages to the window between.
-#include <functional>
 #include <list>
-#include <optional>
 #include <thread>
 
 #include "base/scope_exit.h"

@@ -1,9 +1,7 @@
 // Domains and file names of tokens, and paths for the file layer, made of the pieces that lead astray. Beside the base
 // folder nothing may appear, change or go.
 #include <fstream>
-#include <functional>
 #include <stdexcept>
-#include <vector>
 
 #include "base/result_codes.h"
 #include "fuzz/support/fuzzing.h"

@@ -1,9 +1,6 @@
 // What holds for every method, driven by the table that makes them, and what those of the host agent have in common.
-#include <algorithm>
 #include <set>
-#include <string_view>
 
-#include "platform/desktop.h"
 #include "tests/support/agent_fixture.h"
 #include "tests/support/method_calls.h"
 

@@ -1,8 +1,6 @@
 // Pages that mean harm or bad luck: values without an end, an instance that ends inside its own call, a host that
 // fails.
 #include <algorithm>
-#include <memory>
-#include <utility>
 
 #include "page/scriptable.h"
 #include "script/np_func_bridge.h"

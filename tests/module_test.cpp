@@ -1,7 +1,4 @@
 // The module's exports, the table of its entries, and the life of an instance as the host leads it.
-#include <gtest/gtest.h>
-
-#include <filesystem>
 
 #include "page/plugin.h"
 #include "page/plugin_windows.h"

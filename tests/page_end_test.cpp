@@ -1,5 +1,4 @@
 // What a page's object still does between NPP_Destroy and its deallocation.
-#include <map>
 
 #include "page/init_count.h"
 #include "script/np_func_bridge.h"

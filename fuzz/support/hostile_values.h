@@ -1,9 +1,5 @@
 #pragma once
 
-#include <functional>
-#include <utility>
-#include <vector>
-
 #include "api/method_table.h"
 #include "fuzz/support/fuzzing.h"
 #include "tests/support/test_host.h"

@@ -5,8 +5,6 @@
 #include <gtest/gtest-spi.h>
 #include <gtest/gtest.h>
 
-#include <functional>
-
 using namespace support;
 
 TEST(TestHostTest, LeaksWrongReleasesAndUnusedFaultsFailTheTest) {
