@@ -9,6 +9,8 @@
 #include "fuzz/support/hostile_values.h"
 #include "hooks/event_delivery.h"
 #include "hooks/input_hooks.h"
+#include "page/init_count.h"
+#include "page/plugin_windows.h"
 #include "page/scriptable.h"
 #include "platform/desktop.h"
 #include "tests/support/page.h"
@@ -34,7 +36,7 @@ class Attack {
     for (auto& page : pages) page->End();
     platform::PumpMessages();
     RemoveEventHook();
-    RemoveDisplayHooks();
+    displayHooks.Remove();
     ResetClickState();
   }
   Attack(const Attack&) = delete;
