@@ -1,12 +1,16 @@
 // Pages that mean harm, a host that fails and libraries that lie, all at once: calls of every method with every kind of
-// value, answered by lengths, statuses, throws, events, re-entries and page ends, with messages to the window between.
+// value, answered by lengths, statuses, throws, events (from other threads too), re-entries and page ends, with
+// messages to the window between.
 #include <list>
-#include <optional>
+#include <thread>
 
+#include "base/scope_exit.h"
 #include "fuzz/support/hostile_libraries.h"
 #include "fuzz/support/hostile_values.h"
 #include "hooks/event_delivery.h"
 #include "hooks/input_hooks.h"
+#include "page/init_count.h"
+#include "page/plugin_windows.h"
 #include "page/scriptable.h"
 #include "platform/desktop.h"
 #include "tests/support/page.h"
@@ -32,7 +36,7 @@ class Attack {
     for (auto& page : pages) page->End();
     platform::PumpMessages();
     RemoveEventHook();
-    RemoveDisplayHooks();
+    displayHooks.Remove();
     ResetClickState();
   }
   Attack(const Attack&) = delete;
@@ -49,18 +53,22 @@ class Attack {
     if (libraries.quiet || depth == 4 || steps >= kMaxSteps || input.Done()) return;
     ++steps;
     ++depth;
-    try {
-      Act();
-    } catch (...) {
-      --depth;
-      throw;
-    }
-    --depth;
+    const NorvoWebAPI::ScopeExit end([this] { --depth; });
+    Act();
   }
 
   void Open(std::unique_ptr<Page>& page) {
     void* const of = input.OnceIn(8) ? nullptr : static_cast<void*>(window->handle());
     page = std::make_unique<Page>(host, input.OnceIn(4) ? input.Text() : "https://page.example/", of);
+    const auto anything = [this] {
+      Step();
+      return values.AnyValue();
+    };
+    if (input.OnceIn(8)) page->Window().Define("location", anything);
+    if (!input.OnceIn(8)) return;
+    ScriptObject* const location = host.Object();
+    location->Define("toString", anything);
+    page->Window().Set("location", location);
   }
   // What a page has to do before most of the display's methods do anything.
   void ShowImage() {
@@ -80,28 +88,21 @@ class Attack {
 
   void Act() {
     std::unique_ptr<Page>& page = pages[input.OnceIn(4) ? 1 : 0];
-    switch (input.ConsumeIntegralInRange(0, 15)) {
-      case 0:
-        return host.Fail(static_cast<Fault>(input.ConsumeIntegralInRange(0, static_cast<int>(Fault::GetURLNotify))),
-                         input.ConsumeIntegralInRange(1, 6));
-      case 1:
-        return TellOfEvent();
-      case 2:
-        if (window->handle()) PostMessageA(window->handle(), input.Pick(kMessages), input.Word(), input.Word());
-        return;
-      case 3:
-        return platform::PumpMessages();
-      case 4:
-        if (!window->handle()) return;
-        return input.ConsumeBool() ? window->PressLeft(5, 6) : window->ReleaseLeft(5, 6);
-      case 5:
-        return Touch(*page);
-      case 6:
-        return EndSomething(page);
-      default:
-        if (page->Object()) Call(*page, kMethods[input.ConsumeIntegralInRange<size_t>(0, std::size(kMethods) - 1)]);
-    }
+    const int deed = input.ConsumeIntegralInRange(0, 15);
+    HWND const handle = window->handle();
+    if (deed == 0) return host.Fail(AnyFault(), input.ConsumeIntegralInRange(1, 6));
+    if (deed == 1) return TellOfEvent();
+    if (deed == 2 && handle) PostMessageA(handle, input.Pick(kMessages), input.Word(), input.Word());
+    if (deed == 3) return platform::PumpMessages();
+    if (deed == 4 && handle) return input.ConsumeBool() ? window->PressLeft(5, 6) : window->ReleaseLeft(5, 6);
+    if (deed == 5) return Touch(*page);
+    if (deed == 6) return EndSomething(page);
+    if (deed > 6 && page->Object()) Call(*page, AnyMethod());
   }
+  Fault AnyFault() {
+    return static_cast<Fault>(input.ConsumeIntegralInRange(0, static_cast<int>(Fault::GetURLNotify)));
+  }
+  const MethodRow& AnyMethod() { return kMethods[input.ConsumeIntegralInRange<size_t>(0, std::size(kMethods) - 1)]; }
 
   void Call(Page& page, const MethodRow& method) {
     std::vector<Value> arguments;
@@ -120,75 +121,54 @@ class Attack {
       const Value value = kept.back().Get();
       if (const auto* const given = std::get_if<NPObject*>(&value)) object = *given;
     }
-    const NPIdentifier id = input.ConsumeBool() ? host.Id(input.Number()) : host.Id(Name());
+    const std::string name = input.ConsumeBool() ? AnyMethod().name : input.Text();
+    const NPIdentifier id = input.ConsumeBool() ? host.Id(input.Number()) : host.Id(name);
     NPClass& table = *object->_class;
     NPVariant value = host.Make(values.AnyValue());
     NPVariant result{NPVariantType_Void, {}};
     NPIdentifier* ids = nullptr;
     uint32_t count = 0;
     host.Retain(object);
-    switch (input.ConsumeIntegralInRange(0, 6)) {
-      case 0:
-        table.hasMethod(object, id);
-        break;
-      case 1:
-        if (table.hasProperty(object, id)) table.getProperty(object, id, &result);
-        break;
-      case 2:
-        table.setProperty(object, id, &value);
-        break;
-      case 3:
-        table.removeProperty(object, id);
-        break;
-      case 4:
-        table.invokeDefault(object, &value, 1, &result);
-        break;
-      case 5:
-        if (table.enumerate && table.enumerate(object, &ids, &count) && ids) host.Funcs().memfree(ids);
-        break;
-      default:
-        table.invoke(object, id, &value, 1, input.ConsumeBool() ? &result : nullptr);
-    }
+    const std::function<void()> entries[] = {
+        [&] { table.hasMethod(object, id); },
+        [&] { table.hasProperty(object, id) && table.getProperty(object, id, &result); },
+        [&] { table.setProperty(object, id, &value); },
+        [&] { table.removeProperty(object, id); },
+        [&] { table.invokeDefault(object, &value, 1, &result); },
+        [&] { table.enumerate(object, &ids, &count); },
+        [&] { table.invoke(object, id, &value, 1, input.ConsumeBool() ? &result : nullptr); },
+    };
+    entries[input.ConsumeIntegralInRange<size_t>(0, std::size(entries) - 1)]();
+    if (ids) host.Funcs().memfree(ids);
     host.Release(result);
     host.Release(value);
     if (!ended.contains(object)) host.Release(object);
   }
-  std::string Name() {
-    return input.ConsumeBool() ? kMethods[input.ConsumeIntegralInRange<size_t>(0, std::size(kMethods) - 1)].name
-                               : input.Text();
-  }
-
   Value Given() {
     if (!kept.empty() && pages[0]->Object() && pages[1]->Object() && input.ConsumeBool()) return kept.back().Get();
     return pages[0]->Object() ? Value(pages[0]->Object()) : Value();
   }
 
   void EndSomething(std::unique_ptr<Page>& page) {
-    switch (input.ConsumeIntegralInRange(0, 7)) {
-      case 0:
-        return window->Destroy();
-      case 1: {
-        NPWindow given{};
-        given.window = input.ConsumeBool() ? window->handle() : nullptr;
-        if (page->Object()) Module().setwindow(page->Instance(), &given);
-        return;
-      }
-      case 2:
-        return kept.clear();
-      case 3:
-        return page->Destroy();
-      case 4:
-        // A new page, but never under the feet of a call on the old one.
-        if (page->Object() || depth > 1) return;
-        Disarm();
-        kept.clear();
-        return Open(page);
-      case 5:
-        if (page->Object()) ended.insert(page->Object());
-        return page->End();
-      default:
-        return fuzz::World().SetLastUpdate(input.ConsumeBool() ? std::optional<int64_t>(input.Number()) : std::nullopt);
+    const int deed = input.ConsumeIntegralInRange(0, 7);
+    NPWindow given{};
+    if (input.ConsumeBool()) given.window = window->handle();
+    if (deed == 0) return window->Destroy();
+    if (deed == 1 && page->Object()) Module().setwindow(page->Instance(), &given);
+    if (deed == 2) return kept.clear();
+    if (deed == 3) return page->Destroy();
+    if (deed == 4 && page->Object()) {
+      ended.insert(page->Object());
+      return page->End();
     }
+    // A new page, but not while a call on the old one runs.
+    if (deed == 5 && !page->Object() && depth == 1) {
+      Disarm();
+      kept.clear();
+      return Open(page);
+    }
+    if (deed > 5)
+      fuzz::World().SetLastUpdate(input.ConsumeBool() ? std::optional<int64_t>(input.Number()) : std::nullopt);
   }
 
   void TellOfEvent() {
@@ -196,18 +176,18 @@ class Attack {
     const std::string bytes = input.Text();
     const auto size = static_cast<uint32_t>(bytes.size());
     const char* const data = input.OnceIn(8) ? nullptr : bytes.data();
-    switch (input.ConsumeIntegralInRange(0, 2)) {
-      case 0:
-        return CallbackEvent(input.OnceIn(16) ? nullptr : name.c_str(), size, data, 1);
-      case 1:
-        return InstanceCallbackEvent(input.Word(), size, data, 1, input.ConsumeBool() ? libraries.context : &input);
-      default:
-        DisplayEventRecord record{input.Word(), {}, input.Word(), input.Word()};
-        if (window->handle() && input.ConsumeBool()) {
-          record.context = static_cast<uint32_t>(reinterpret_cast<uintptr_t>(window->handle()));
-        }
-        DisplayEventCallback(input.OnceIn(16) ? nullptr : &record);
+    const uint32_t id = input.ConsumeBool() ? input.ConsumeIntegralInRange(0U, 9U) : input.Word();
+    const bool isBroken = input.OnceIn(8);
+    DisplayEventRecord record{input.Word(), {}, id, input.Word()};
+    if (window->handle() && input.ConsumeBool()) {
+      record.context = static_cast<uint32_t>(reinterpret_cast<uintptr_t>(window->handle()));
     }
+    std::function<void()> tell = [&] { DisplayEventCallback(isBroken ? nullptr : &record); };
+    const int kind = input.ConsumeIntegralInRange(0, 2);
+    if (kind == 0) tell = [&] { CallbackEvent(isBroken ? nullptr : name.c_str(), size, data, 1); };
+    if (kind == 1) tell = [&] { InstanceCallbackEvent(id, size, data, 1, isBroken ? &input : libraries.context); };
+    // A library's thread waits for the end of a delivery, and this thread would wait for it.
+    depth == 1 && input.OnceIn(8) ? std::thread(tell).join() : tell();
   }
 
   fuzz::Input& input;

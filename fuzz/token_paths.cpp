@@ -2,11 +2,11 @@
 // folder nothing may appear, change or go.
 #include <fstream>
 #include <stdexcept>
-#include <vector>
 
 #include "base/result_codes.h"
 #include "fuzz/support/fuzzing.h"
 #include "storage/platform_files.h"
+#include "tokens/origin.h"
 #include "tokens/token_store.h"
 
 namespace fs = std::filesystem;
@@ -37,33 +37,35 @@ void Act(fuzz::Input& input) {
   const uint8_t bytes[] = {1, 2, 3};
   std::vector<std::string> names;
   std::unique_ptr<uint8_t[]> buffer;
-  switch (input.ConsumeIntegralInRange(0, 8)) {
-    case 0:
-      return TokenStore::Write(input.OnceIn(8) ? nullptr : domain.c_str(),
-                               input.ConsumeBool() ? second.c_str() : nullptr, name.c_str(), bytes, sizeof bytes);
-    case 1:
-      Demand(TokenStore::Read(domain.c_str(), name.c_str(), &buffer) != 5, "a token of another folder was read");
-      return;
-    case 2:
-      TokenStore::Enumerate(domain.c_str(), names);
-      return;
-    case 3:
-      TokenStore::Delete(domain.c_str(), name.c_str());
-      return;
-    case 4:
-      return Platform::WriteFile(PathOf(input), bytes, sizeof bytes);
-    case 5:
-      return Platform::CreateDirectories(PathOf(input));
-    case 6:
-      return Platform::DeleteFile(PathOf(input));
-    case 7:
-      Demand(Platform::ReadFile(PathOf(input), &buffer) != 5, "a file beside the base folder was read");
-      return;
-    default:
-      const std::string path = Platform::Canonicalize(PathOf(input));
-      Demand(Platform::Canonicalize(path) == path, "an absolute path stays as it is");
-      Platform::ListDirectory(PathOf(input), names);
-  }
+  std::string origin = input.Text();
+  const size_t before = origin.size();
+  const std::function<void()> deeds[] = {
+      [&] {
+        TokenStore::Write(input.OnceIn(8) ? nullptr : domain.c_str(), input.ConsumeBool() ? second.c_str() : nullptr,
+                          name.c_str(), bytes, sizeof bytes);
+      },
+      [&] {
+        Demand(TokenStore::Read(domain.c_str(), name.c_str(), &buffer) != 5, "a token of another folder was read");
+      },
+      [&] { TokenStore::Enumerate(domain.c_str(), names); },
+      [&] { TokenStore::Delete(domain.c_str(), name.c_str()); },
+      [&] { Platform::WriteFile(PathOf(input), bytes, sizeof bytes); },
+      [&] { Platform::CreateDirectories(PathOf(input)); },
+      [&] { Platform::DeleteFile(PathOf(input)); },
+      [&] { Demand(Platform::ReadFile(PathOf(input), &buffer) != 5, "a file beside the base folder was read"); },
+      [&] {
+        const std::string path = Platform::Canonicalize(PathOf(input));
+        Demand(Platform::Canonicalize(path) == path, "an absolute path stays as it is");
+      },
+      [&] { Platform::ListDirectory(PathOf(input), names); },
+      [&] {
+        const size_t scheme = origin.find("://");
+        NorvoWebAPI::NormalizeOrigin(origin);
+        Demand(scheme == std::string::npos ? origin.size() == before : origin.find('/', scheme) == std::string::npos,
+               "no path follows the host, and other text keeps its length");
+      },
+  };
+  deeds[input.ConsumeIntegralInRange<size_t>(0, std::size(deeds) - 1)]();
 }
 
 // The folder of the whole process, which the base folder lies in: LocalLow/Norvo/webapi.

@@ -1,9 +1,6 @@
 // What holds for every method, driven by the table that makes them, and what those of the host agent have in common.
-#include <algorithm>
 #include <set>
-#include <string_view>
 
-#include "platform/desktop.h"
 #include "tests/support/agent_fixture.h"
 #include "tests/support/method_calls.h"
 
@@ -52,7 +49,6 @@ TEST_F(MethodTableTest, WrongCountsGiveTwelveAlone) {
       const std::vector<Value> given(arguments.begin(), arguments.begin() + static_cast<std::ptrdiff_t>(count));
       EXPECT_EQ(page.Call(row.name, given).Show(), "pluginRetCode=12") << row.name << " with " << count;
     }
-    EXPECT_EQ(page.Call(row.name, std::vector<Value>(5000, "x")).Show(), "pluginRetCode=12") << row.name;
   }
   EXPECT_EQ(agent.TakeCalls(true), Calls{});
   EXPECT_EQ(display.TakeCalls(), Calls{});
@@ -77,29 +73,6 @@ TEST_F(MethodTableTest, OnlyTextWillDoForText) {
 }
 
 class AgentMethodsTest : public AgentTest {};
-
-TEST_F(AgentMethodsTest, NumbersArriveAsScriptTextOrNumberSays) {
-  // All conversions are the matter of the type's own test.
-  const std::pair<Value, int32_t> conversions[] = {{-7, -7}, {3.9, 3}, {"42", 1}, {host.Object({{"a", 0}}), 1}};
-  environment.Write("KSV_tokens/token", "1");
-  for (const MethodRow& row : Rows("zub")) {
-    std::string before = "'app'";  // What the library is given ahead of the argument.
-    for (size_t i = 0; i < row.ArgumentCount(); ++i) {
-      const std::string name = row.arguments[i].name;
-      if (row.arguments[i].kind != ArgumentKind::Number || name.ends_with("apacity")) continue;
-      for (const auto& [value, expected] : conversions) {
-        std::vector<Value> arguments = GoodArguments(row, host);
-        arguments[i] = value;
-        page.Call(row.name, arguments);
-        const Calls calls = agent.TakeCalls();
-        if (calls.empty()) continue;  // A method without a library call for this argument.
-        EXPECT_NE(calls.back().find(before + ", " + std::to_string(expected)), std::string::npos)
-            << row.name << ", " << name << " of type " << value.index() << ": " << calls.back();
-      }
-      before += name == "sessionHandle" ? ", 1" : ", 3";
-    }
-  }
-}
 
 TEST_F(AgentMethodsTest, GateComesBeforeLibraryBeforeEntry) {
   environment.SetLibraryFolder(environment.Scratch());
@@ -134,35 +107,30 @@ TEST_F(AgentMethodsTest, LibraryIsFoundUnderItsSecondName) {
 }
 
 TEST_F(AgentMethodsTest, LogTellsNameAndCodesOnlyWhenItIsOn) {
-  platform::DebugOutputCapture output;
-  const auto lines = [&output] {
-    Calls written = output.lines();
-    // These lines have no switch.
-    std::erase_if(written, [](const std::string& line) { return line.find("[pZUB:EventTemplate]") != line.npos; });
-    return written;
-  };
-  for (const uint32_t level : {0u, 0xFFFFFFFFu, 1u}) {
-    EXPECT_EQ(lines(), Calls{});
-    environment.SetLogLevel(level);
-    Page logged(host);
-    agent.On("ZUB_Init", Refuses(0));
-    logged.Call("zubInit");
-    logged.Call("zubDeInit");
-    agent.On("ZUB_Init", Refuses(5));
-    logged.Call("zubInit");
-  }
   const std::string head = "[" + std::to_string(static_cast<int32_t>(GetCurrentThreadId())) + "] ";
-  Calls expected;
+  std::string expected;
   for (const char* line :
        {"[pZUB] Init\n", "[pZUB] Running Norvo KSV Plugin version: : 5.0.5\n", "[pZUB] Init:0, 0\n",
         "[pPlugin-refcount] Init-1\n", "[pZUB] GetVersion\n", "[pZUB] GetVersion:0, 0\n", "[pZUB] Deinit\n",
-        "[pZUB] Deinit:0, 0\n", "[pPlugin-refcount] DeInit-0\n", "[pZUB] Init\n",
-        "[pZUB] Running Norvo KSV Plugin version: : 5.0.5\n", "[pZUB] Init:0, 5\n", "[pPlugin-refcount] Init-0\n"}) {
-    expected.push_back(head + line);
+        "[pZUB] Deinit:0, 5\n", "[pPlugin-refcount] DeInit-0\n", "[pPlugin] Destructor-"}) {
+    expected += head + line;
   }
-  Calls written = lines();
-  ASSERT_FALSE(written.empty());
-  EXPECT_TRUE(written.back().starts_with(head + "[pPlugin] Destructor-")) << written.back();
-  written.pop_back();
-  EXPECT_EQ(written, expected);
+  agent.On("ZUB_DeInit", Refuses(5));
+  platform::DebugOutputCapture output;
+  for (const uint32_t level : {0u, 0xFFFFFFFFu, 1u}) {
+    environment.SetLogLevel(level);
+    const size_t before = output.lines().size();
+    {
+      Page logged(host);
+      logged.Call("zubInit");
+      logged.Call("zubDeInit");
+    }
+    std::string written;
+    const Calls lines = output.lines();
+    for (size_t i = before; i < lines.size(); ++i) {
+      const bool hasNoSwitch = lines[i].find("[pZUB:EventTemplate]") != std::string::npos;
+      if (!hasNoSwitch) written += lines[i];
+    }
+    EXPECT_EQ(written.substr(0, expected.size()), level == 1 ? expected : "") << level;
+  }
 }

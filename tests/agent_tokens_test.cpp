@@ -58,9 +58,6 @@ TEST_F(AgentTokensTest, WritesTheTokenAndItsCopyOrTellsWhyNot) {
       {"", true, "", 0, {}},
       {"g", true, longest + "d", 19, {"own/g"}},
       {"h", true, "other.example:/x", 19, {"own/h"}},
-      {"i", true, "blank example", 19, {"own/i"}},
-      {"j", true, "back\\slash", 19, {"own/j"}},
-      {"k", true, "caf\xC3\xA9", 19, {"own/k"}},
       {"l", true, "..", 13, {"own/l"}},
       {"m", true, "file.example", 21, {"own/m"}},
       {"taken2", true, "other.example", 18, {"own/taken2"}},
@@ -94,6 +91,12 @@ TEST_F(AgentTokensTest, WritesTheTokenAndItsCopyOrTellsWhyNot) {
 TEST_F(AgentTokensTest, OriginsWithoutAFolderOfTheirOwnReadTheRootAlone) {
   environment.Write(std::string(kOwn) + "kept", "old");
   environment.Write("KSV_tokens/free", "root");
+  agent.On("ZUB_EndProvisioning", Gives("", 0));
+  EXPECT_EQ(Bind(bank, "new"), Codes(0, "")) << "nothing is written without a token";
+  agent.On("ZUB_EndProvisioning", Gives("token", 5, 11));
+  EXPECT_EQ(Bind(bank, "new"), "pluginRetCode=0 fnRetCode=11 requiredEncTokenLen=5");
+  EXPECT_FALSE(environment.Read(std::string(kOwn) + "new"));
+  agent.On("ZUB_EndProvisioning", Gives("token"));
   const Page hostless(host, "data:,/../https_bank.example_8443");
   const Page empty(host, std::string("\0x", 2));
   const Page longest(host, "https://" + std::string(121, 'x') + "/");
@@ -109,14 +112,6 @@ TEST_F(AgentTokensTest, OriginsWithoutAFolderOfTheirOwnReadTheRootAlone) {
   EXPECT_EQ(AskOTP(hostless, "", "kept"), "pluginRetCode=20 fnRetCode=10");
   EXPECT_EQ(AskOTP(hostless, "", "free"), "<'root'");
   EXPECT_EQ(environment.Read(std::string(kOwn) + "kept"), "old");
-}
-
-TEST_F(AgentTokensTest, NothingIsWrittenWithoutAToken) {
-  agent.On("ZUB_EndProvisioning", Gives("", 0));
-  EXPECT_EQ(Bind(bank, "t"), Codes(0, ""));
-  agent.On("ZUB_EndProvisioning", Gives("token", 5, 11));
-  EXPECT_EQ(Bind(bank, "t"), "pluginRetCode=0 fnRetCode=11 requiredEncTokenLen=5");
-  EXPECT_FALSE(fs::exists(environment.Path("KSV_tokens")));
 }
 
 TEST_F(AgentTokensTest, PageListsAndDeletesFilesOfItsOwnFolder) {

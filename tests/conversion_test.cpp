@@ -50,39 +50,23 @@ TEST_F(ConversionTest, PlainValuesCrossBothWays) {
   EXPECT_EQ(In(std::string("a\0b", 3)).AsString(), std::string("a\0b", 3));
 }
 
-TEST_F(ConversionTest, TextWithoutAPointerIsEmptyAndAFunctionHasNoForm) {
+TEST_F(ConversionTest, ObjectsAreReadWholeAndGoOutAsViewsOfTheirOwn) {
+  JSObject read = In(host.Object({{"a", 1}, {"b", host.Object({{0, 3}, {-4, "x"}})}, {"", "empty"}, {"length", 9}}));
+  EXPECT_TRUE(read["a"].ToInt() == 1 && read["b"]["0"].ToInt() == 3);
+  EXPECT_EQ(read["b"]["-4"].AsString() + read[""].AsString(), "xempty");
+  JSObject outer;
+  outer["list"].ToArray();
+  outer["list"][1u] = JSObject("text");
+  outer["call"] = JSObject([](void*, auto*, auto*) { return true; }, nullptr);
+  const Result view = Out(outer);
+  EXPECT_NE(view.Get(), Out(outer).Get());
+  EXPECT_EQ(view.Member("list").Show(), "[null 'text']");
+  EXPECT_TRUE(view.Has("call") && !view.Member("call").Answered());
+  EXPECT_THROW(Out(outer["call"]), std::invalid_argument);
+
   NPVariant variant{NPVariantType_String, {}};
   variant.value.stringValue = {nullptr, 0};
   EXPECT_EQ(fromNPVariant(npp, &host.Funcs(), &variant).AsString(), "");
-  EXPECT_THROW(Out(JSObject([](void*, auto*, auto*) { return true; }, nullptr)), std::invalid_argument);
   EXPECT_THROW(fromNPVariant(npp, nullptr, &variant), std::bad_typeid);
   EXPECT_THROW(toNPVariant(npp, nullptr, JSObject(1)), std::bad_typeid);
-}
-
-TEST_F(ConversionTest, ObjectsAreReadWhole) {
-  ScriptObject* const list = host.Object({{0, 3}, {-4, "x"}});
-  JSObject read = In(host.Object({{"a", 1}, {"b", list}, {"", "empty"}, {"length", 9}}));
-  EXPECT_EQ(read.GetType(), Type::Object);
-  EXPECT_EQ(read["a"].ToInt(), 1);
-  EXPECT_EQ(read["b"].GetType(), Type::Object);
-  EXPECT_EQ(read["b"]["0"].ToInt(), 3);
-  EXPECT_EQ(read["b"]["-4"].AsString(), "x");
-  EXPECT_EQ(read[""].AsString(), "empty");
-}
-
-TEST_F(ConversionTest, ObjectsGoOutAsViewsOfTheirOwn) {
-  JSObject inner;
-  inner.ToArray();
-  inner[1u] = JSObject("text");
-  JSObject outer;
-  outer["list"] = inner;
-  outer["call"] = JSObject([](void*, auto*, auto*) { return true; }, nullptr);
-  const Result first = Out(outer);
-  const Result second = Out(outer);
-  EXPECT_NE(first.Get(), second.Get());
-  EXPECT_NE(first.Member("list").Get(), first.Member("list").Get());
-  EXPECT_EQ(first.Member("list").Show(), "[null 'text']");
-  EXPECT_TRUE(first.Has("call"));
-  EXPECT_FALSE(first.Member("call").Answered());
-  EXPECT_FALSE(first.Has("0"));
 }

@@ -19,6 +19,7 @@ using NorvoWebAPI::KSV::Arity;
 using NorvoWebAPI::KSV::kMethods;
 using std::regex;
 using std::string;
+using testing::ContainerEq;
 
 string ReadSource(const string& path) {
   std::ifstream file(KSV_SOURCES "/" + path);
@@ -42,32 +43,13 @@ std::map<string, string> Signatures(const string& text, const regex& pattern) {
 
 // How editors are told of an argument. What any value will do for is the author's choice.
 string TypeOf(const NorvoWebAPI::KSV::Argument& argument) {
-  switch (argument.kind) {
-    case ArgumentKind::Text:
-      return "string";
-    case ArgumentKind::Number:
-    case ArgumentKind::Unsigned:
-      return "number";
-    case ArgumentKind::Flag:
-      return "boolean";
-    case ArgumentKind::Function:
-      return "function";
-    default:
-      return "value";
-  }
-}
-
-// Names each method that only one side has, or that the two write differently.
-void ExpectSame(const std::map<string, string>& documented, const std::map<string, string>& inTable) {
-  for (const auto& [method, arguments] : inTable) {
-    const auto found = documented.find(method);
-    if (found == documented.end()) {
-      ADD_FAILURE() << method << " is not documented";
-    } else {
-      EXPECT_EQ(found->second, arguments) << method;
-    }
-  }
-  for (const auto& [method, arguments] : documented) EXPECT_TRUE(inTable.contains(method)) << method << " is no method";
+  static const std::map<ArgumentKind, string> types{{ArgumentKind::Text, "string"},
+                                                    {ArgumentKind::Number, "number"},
+                                                    {ArgumentKind::Unsigned, "number"},
+                                                    {ArgumentKind::Flag, "boolean"},
+                                                    {ArgumentKind::Function, "function"}};
+  const auto found = types.find(argument.kind);
+  return found == types.end() ? "value" : found->second;
 }
 
 TEST(DocumentationTest, MethodsAreThoseOfTheTable) {
@@ -85,7 +67,7 @@ TEST(DocumentationTest, MethodsAreThoseOfTheTable) {
     told[row.name] = names;
     typed[row.name] = types;
   }
-  ExpectSame(Signatures(ReadSource("docs/page-api.md"), regex(R"(\n\| `(\w+)\(([^)]*)\)`)")), told);
+  EXPECT_THAT(Signatures(ReadSource("docs/page-api.md"), regex(R"(\n\| `(\w+)\(([^)]*)\)`)")), ContainerEq(told));
 
   string types = ReadSource("kit/pages/ksv.d.ts");
   types = types.substr(types.find("interface KsvPlugin"));
@@ -98,7 +80,7 @@ TEST(DocumentationTest, MethodsAreThoseOfTheTable) {
   types = std::regex_replace(types, regex(R"((getInstanceID\(name): string)"), "$1: value");
   types = std::regex_replace(types, regex(R"(\bunused: any\b)"), "unused: value");
   types = std::regex_replace(types, regex(R"(,\n\s+)"), ", ");
-  ExpectSame(Signatures(types, regex(R"(\n  (\w+)\(([^)]*)\): )")), typed);
+  EXPECT_THAT(Signatures(types, regex(R"(\n  (\w+)\(([^)]*)\): )")), ContainerEq(typed));
 }
 
 TEST(DocumentationTest, CodesAreThoseOfTheSource) {
@@ -119,7 +101,8 @@ TEST(DocumentationTest, ThreatModelPointsAtTestsThatExist) {
   const auto pointers = AllMatches(model, regex(R"(`([\w/]+\.\w+): ([^`]+)`)"));
   EXPECT_THAT(pointers, testing::SizeIs(testing::Gt(20U)));
   for (const std::smatch& pointer : pointers) {
-    EXPECT_THAT(ReadSource("tests/" + pointer[1].str()), testing::HasSubstr(pointer[2].str())) << pointer[1];
+    const bool isThere = ReadSource("tests/" + pointer[1].str()).find(pointer[2]) != string::npos;
+    EXPECT_TRUE(isThere) << pointer[1] << " has no " << pointer[2];
   }
 }
 

@@ -77,6 +77,19 @@ TEST_F(InitialisationsTest, AreCountedOverAllPages) {
       {"b gone", "ZUB_DeInit()", 0, 0},
       {"a zubInit, a zubInit, idle gone, b zubInit, a gone", "ZUB_Init() ZUB_Init() ZUB_Init()", 1, 0},
       {"b gone", "ZUB_DeInit()", 0, 0},
+      {"a zubInit, a zubInit, b zubInit, a gone", "ZUB_Init() ZUB_Init() ZUB_Init()", 2, 0},
+      {"b zubDeInit, b gone", "ZUB_DeInit()", 0, 0},
+      // An ended page has nothing left to give back, and what it initialises is undone unless others use it.
+      {"a zubInit, b zubInit, a destroyed", "ZUB_Init() ZUB_Init()", 1, 0},
+      {"a zubDeInit, a zubInit, a zubDeInit, a gone", "ZUB_Init()", 1, 0},
+      {"c zubInit, b gone, c zubDeInit, c gone", "ZUB_Init() ZUB_DeInit()", 0, 0},
+      {"a destroyed, a zubInit, a wysInit, a gone", "ZUB_Init() ZUB_DeInit() WYSInit(1, null) WYSDeInit(70)", 0, 0},
+      // A page whose own were given back by others no longer uses the library.
+      {"a zubInit, b zubInit, b zubDeInit, b gone", "ZUB_Init() ZUB_Init()", 1, 0},
+      {"a gone", "ZUB_DeInit()", 0, 0},
+      {"a zubInit, b zubInit, c zubInit, a zubDeInit, b gone", "ZUB_Init() ZUB_Init() ZUB_Init()", 1, 0},
+      {"a gone", "", 1, 0},
+      {"c gone", "ZUB_DeInit()", 0, 0},
   };
   for (const auto& [deeds, outcome, agents, displays] : rows) {
     EXPECT_EQ(Play(deeds), outcome) << deeds;
@@ -99,7 +112,10 @@ TEST_F(InitialisationsTest, RefusalsCountAsTheLibraryIsLeft) {
 
 TEST_F(InitialisationsTest, ObjectThatIsDeallocatedInsideTheReleaseIsStillReleasedOnce) {
   Play("b zubInit");
-  agent.On("ZUB_DeInit", [&](AgentCall&) { pages["b"]->End(); });
+  agent.On("ZUB_DeInit", [&](AgentCall&) {
+    EXPECT_EQ(pages["b"]->Call("zubEnumerateTokensDomainBinding").Show(), "pluginRetCode=13");
+    pages["b"]->End();
+  });
   EXPECT_EQ(Play("b destroyed"), "ZUB_DeInit()");
   EXPECT_EQ(agentInitCount.Total(), 0);
 }

@@ -54,10 +54,11 @@ TEST_F(InstancesTest, ReleaseAsksTheLibraryByItsGeneration) {
   for (const auto& row : cases) {
     agent.SetVersion(row.version);
     Page first(host, "https://first.example/", window.handle());
-    Page second(host, "https://second.example/");
+    Page second(host, "https://second.example/", window.handle());
     first.Call("zubInit");
     second.Call("zubInit");
     first.Call("zubRegisterEventCallback", {"app", static_cast<NPObject*>(function)});
+    second.Call("zubRegisterEventCallback", {"other", static_cast<NPObject*>(function)});
     agent.TakeCalls();
     EXPECT_EQ(first.Call("zubDeInit").Int("pluginRetCode"), 0);
     EXPECT_EQ(agent.TakeCalls(), row.shared) << row.version;
@@ -67,17 +68,39 @@ TEST_F(InstancesTest, ReleaseAsksTheLibraryByItsGeneration) {
 }
 
 TEST_F(InstancesTest, AppletsGoThroughATemporaryFileThatIsGoneAfterwards) {
+  AgentStub otp(environment, "otps", "otpZub.dll");
+  const Page otpPage(host);
   std::string installed;
-  agent.On("ZUB_Install", [&](AgentCall& call) {
-    installed = environment.Read("KSV_applets/temp.trok").value_or("missing");
+  const auto install = [&](AgentCall& call) {
+    installed.assign(reinterpret_cast<const char*>(call.input[0]), static_cast<size_t>(call.inputLength[0]));
+    std::erase(installed, '\0');  // Of the wide characters.
+    for (const char* file : {"KSV_applets/temp.trok", "KSV_applets/temp.pack"}) {
+      if (const auto bytes = environment.Read(file)) installed = std::string(file) + " " + *bytes;
+    }
     call.status = 5;
-  });
-  EXPECT_EQ(page.Call("zubInstall", {"app", "aGVsbG8="}).Show(), "pluginRetCode=0 fnRetCode=5");
-  EXPECT_EQ(installed, "hello");
-  EXPECT_FALSE(environment.Read("KSV_applets/temp.trok"));
-
-  std::filesystem::create_directories(environment.Path("KSV_applets/temp.trok"));
-  EXPECT_EQ(page.Call("zubInstall", {"app", "aGVsbG8="}).Show(), "pluginRetCode=15 fnRetCode=10");
+  };
+  agent.On("ZUB_Install", install);
+  otp.On("ZUB_InstallOTPS", install);
+  const struct {
+    const Page& page;
+    const char* uninstall;
+    const char* file;
+    const char* builtIn;
+  } rows[] = {{page, "ZUB_Uninstall('app')", "KSV_applets/temp.trok", "oath.trok"},
+              {otpPage, "ZUB_UninstallOTPS('app')", "KSV_applets/temp.pack", "oath.pack"}};
+  for (const auto& row : rows) {
+    EXPECT_EQ(row.page.Call("zubInstall", {"app", "aGVsbG8="}).Show(), "pluginRetCode=0 fnRetCode=5");
+    EXPECT_EQ(installed, std::string(row.file) + " hello");
+    EXPECT_FALSE(environment.Read(row.file));
+    row.page.Call("zubInstall", {kOathApplet, ""});
+    EXPECT_TRUE(installed.ends_with(row.builtIn)) << installed;
+    agent.TakeCalls(), otp.TakeCalls();
+    row.page.Call("zubUninstall", {"app"});
+    EXPECT_EQ(&row.page == &page ? agent.TakeCalls() : otp.TakeCalls(), Calls{row.uninstall});
+    std::filesystem::create_directories(environment.Path(row.file));
+    EXPECT_EQ(row.page.Call("zubInstall", {"app", "aGVsbG8="}).Show(), "pluginRetCode=15 fnRetCode=10");
+    std::filesystem::remove(environment.Path(row.file));
+  }
 }
 
 TEST_F(InstancesTest, InstallHoldsItsLimitsBeforeTheGate) {
@@ -99,16 +122,4 @@ TEST_F(InstancesTest, InstallHoldsItsLimitsBeforeTheGate) {
   EXPECT_EQ(agent.TakeCalls(), Calls{});
   EXPECT_EQ(page.Call("zubInstall", {kOathApplet, ""}).Show(), "pluginRetCode=0 fnRetCode=0");
   EXPECT_EQ(page.Call("zubInstall", {id512, std::string(1'000'000, 'A')}).Show(), "pluginRetCode=0 fnRetCode=0");
-  EXPECT_EQ(page.Call("zubUninstall", {""}).Show(), "pluginRetCode=0 fnRetCode=0");
-}
-
-TEST_F(InstancesTest, AnOtpLibraryTakesTheOtherAppletFormatAndEntries) {
-  AgentStub otp(environment, "otps", "otpZub.dll");
-  Page installing(host);
-  std::string installed;
-  otp.On("ZUB_InstallOTPS",
-         [&](AgentCall&) { installed = environment.Read("KSV_applets/temp.pack").value_or("missing"); });
-  EXPECT_EQ(installing.Call("zubInstall", {"app", "aGVsbG8="}).Show(), "pluginRetCode=0 fnRetCode=0");
-  EXPECT_EQ(installed, "hello");
-  EXPECT_EQ(installing.Call("zubUninstall", {"app"}).Show(), "pluginRetCode=0 fnRetCode=0");
 }

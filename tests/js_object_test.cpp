@@ -51,11 +51,9 @@ TEST(JSObjectTest, ConversionsByTag) {
     bool asBool;
     double asDouble;
   } cases[] = {
-      {JSObject(1), 1, true, 1},
       {JSObject(kLowest), kLowest, false, kLowest},
       {JSObject(true), 1, true, 1},
       {JSObject(2.5), 2, false, 2.5},
-      {JSObject(-0.5), 0, false, -0.5},
       {JSObject(-2147483648.9), kLowest, false, -2147483648.9},
       {JSObject(2147483647.9), 2147483647, false, 2147483647.9},
       {JSObject(2147483648.0), kLowest, false, 2147483648.0},
@@ -74,17 +72,18 @@ TEST(JSObjectTest, ConversionsByTag) {
     EXPECT_EQ(value.ToInt(), asInt) << which;
     EXPECT_EQ(value.ToBool(), asBool) << which;
     EXPECT_EQ(value.ToDouble(), asDouble) << which;
-    if (value.GetType() != Type::String) {
-      EXPECT_THROW(static_cast<void>(value.AsString()), std::bad_cast);
-    }
+    EXPECT_EQ(ThrownBy([&made = value] { static_cast<void>(made.AsString()); }) == "nothing",
+              value.GetType() == Type::String);
   }
   EXPECT_EQ(JSObject(std::nan("")).ToInt(), kLowest);
 }
 
 TEST(JSObjectTest, KeysAndIndicesOfArraysAndObjects) {
-  JSObject looked;
-  EXPECT_EQ(looked["a"].GetType(), Type::Null);
-  EXPECT_TRUE(looked.GetType() == Type::Object && looked.HasKey("a") && !looked.HasKey("b"));
+  JSObject text("abc");
+  EXPECT_EQ(ThrownBy([&] { text["a"]; }), "Property request on non-object");
+  EXPECT_EQ(ThrownBy([&] { text[0u]; }), "Index request on non-array");
+  EXPECT_EQ(ThrownBy([] { ObjectOf({{"a", 1}})[0u]; }), "Index request on non-array");
+  EXPECT_TRUE(!text.HasKey("a") && ObjectOf({{"a", 1}}).HasKey("a"));
   JSObject grown;
   EXPECT_EQ(grown[3u].GetType(), Type::Null);
   EXPECT_EQ(grown.ElementCount(), 4u);
@@ -103,16 +102,12 @@ TEST(JSObjectTest, KeysAndIndicesOfArraysAndObjects) {
     bool has;
     const char* thrown;
   } cases[] = {
-      {"Length", false, "String not an integer"},
       {"", false, "String not an integer"},
       {"length", true, "nothing"},
       {"-", false, "String not an integer"},
-      {"+-1", false, "String not an integer"},
-      {" ", false, "String not an integer"},
       {"99999", true, "nothing"},
       {"100000", false, "Index out of range"},
       {"-1", false, "Index out of range"},
-      {"2147483647", false, "Index out of range"},
       {"99999999999999999999", false, "String not an integer"},
   };
   for (const auto& [key, has, thrown] : cases) {
@@ -131,7 +126,6 @@ TEST(JSObjectTest, ToArrayNeedsIntegerKeys) {
     const char* thrown;
   } cases[] = {
       {JSObject(), Type::Array, 0, "nothing"},
-      {ArrayOf(3), Type::Array, 3, "nothing"},
       {ObjectOf({{"1", 7}, {"length", 9}}), Type::Array, 2, "nothing"},
       {ObjectOf({{"length", 9}}), Type::Null, 0, "nothing"},
       {ObjectOf({{"x", 7}}), Type::Object, 0, "String not an integer"},
@@ -146,19 +140,6 @@ TEST(JSObjectTest, ToArrayNeedsIntegerKeys) {
   JSObject holed = ObjectOf({{"1", 7}});
   holed.ToArray();
   EXPECT_TRUE(holed[0u].GetType() == Type::Null && holed[1u].ToInt() == 7 && holed["length"].ToInt() == 2);
-}
-
-TEST(JSObjectTest, OperationsOfAnotherTagThrow) {
-  JSObject text("abc");
-  std::vector<JSObject> args;
-  JSObject result;
-  EXPECT_EQ(ThrownBy([&] { text["a"]; }), "Property request on non-object");
-  EXPECT_EQ(ThrownBy([&] { text[0u]; }), "Index request on non-array");
-  EXPECT_EQ(ThrownBy([&] { ObjectOf({{"a", 1}})[0u]; }), "Index request on non-array");
-  EXPECT_EQ(ThrownBy([&] { text.Call(args, result); }), "Function call request on non-function");
-  EXPECT_EQ(ThrownBy([&] { JSObject(nullptr, &args); }), "bad typeid");
-  EXPECT_EQ(text.AsString(), "abc");
-  EXPECT_FALSE(text.HasKey("a"));
 }
 
 TEST(JSObjectTest, CopiesAreDeepAndShareFunctions) {
@@ -183,4 +164,6 @@ TEST(JSObjectTest, CopiesAreDeepAndShareFunctions) {
   JSObject result;
   EXPECT_TRUE(function.Call(args, result));
   EXPECT_EQ(result.ToInt(), 42);
+  EXPECT_EQ(ThrownBy([&] { tree.Call(args, result); }), "Function call request on non-function");
+  EXPECT_EQ(ThrownBy([&] { JSObject(nullptr, &args); }), "bad typeid");
 }

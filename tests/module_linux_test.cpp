@@ -10,10 +10,11 @@ TEST(ModuleLinuxTest, X11BrowsersLearnTheModulesData) {
             "application/x-vnd-norvo-webapi-ksv-5.0.9::Norvo KSV WebApi plugin;"
             "application/x-vnd-norvo-webapi-ksv-5.0.5::Norvo KSV WebApi plugin");
   const char* text = nullptr;
-  EXPECT_EQ(NP_GetValue(nullptr, NPPVpluginNameString, static_cast<void*>(&text)), NPERR_NO_ERROR);
-  EXPECT_STREQ(text, "ksv");
-  EXPECT_EQ(NP_GetValue(nullptr, NPPVpluginDescriptionString, static_cast<void*>(&text)), NPERR_NO_ERROR);
-  EXPECT_STREQ(text, "Norvo KSV WebApi plugin");
+  for (const auto& [variable, expected] :
+       {std::pair{NPPVpluginNameString, "ksv"}, std::pair{NPPVpluginDescriptionString, "Norvo KSV WebApi plugin"}}) {
+    EXPECT_EQ(NP_GetValue(nullptr, variable, static_cast<void*>(&text)), NPERR_NO_ERROR);
+    EXPECT_STREQ(text, expected);
+  }
   EXPECT_EQ(NP_GetValue(nullptr, NPPVpluginScriptableNPObject, static_cast<void*>(&text)), NPERR_GENERIC_ERROR);
   EXPECT_EQ(NP_GetValue(nullptr, NPPVpluginNameString, nullptr), NPERR_GENERIC_ERROR);
 }

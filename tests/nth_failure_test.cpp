@@ -1,5 +1,4 @@
 // Every method of the table, and what else lets the plug-in run, with each single failure that can come in it.
-#include "tests/support/nth_failure.h"
 
 #include "page/init_count.h"
 #include "tests/support/method_calls.h"

@@ -2,9 +2,7 @@
 #include <cstdlib>
 
 #include "page/init_count.h"
-#include "platform/desktop.h"
 #include "tests/support/method_calls.h"
-#include "tests/support/nth_failure.h"
 
 using namespace support;
 using namespace NorvoWebAPI::KSV;

@@ -18,20 +18,10 @@ class EndOnFailure : public testing::EmptyTestEventListener {
 
 constexpr int32_t kNumbers[] = {0,   1,   2,   7,    9,    11,    15,    16,    70,       101,     255,
                                 256, 512, 999, 4096, 9999, 32767, 32768, 65535, 0x7FFFFF, INT_MAX, -1};
-constexpr const char* kTexts[] = {"app",
-                                  "",
-                                  "aGk=",
-                                  "{3,4}",
-                                  "{100,50}",
-                                  "{65536,-1}",
-                                  "token",
-                                  "..\\x",
-                                  "..\\..\\..\\x",
-                                  "https_page.example",
-                                  "https://other.example:81/",
-                                  "*",
-                                  "\xFF\xC0",
-                                  "%s%n"};
+// clang-format off
+constexpr const char* kTexts[] = {"app", "", "aGk=", "{3,4}", "{100,50}", "{65536,-1}", "token", "..\\x", "..\\..\\..\\x",
+                                  "https_page.example", "https://other.example:81/", "*", "\xFF\xC0", "%s%n"};
+// clang-format on
 
 }  // namespace
 

@@ -4,11 +4,8 @@
 
 #include <fuzzer/FuzzedDataProvider.h>
 
-#include <cstdint>
-#include <filesystem>
 #include <iterator>
 #include <set>
-#include <string>
 
 #include "tests/support/environment.h"
 

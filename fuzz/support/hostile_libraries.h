@@ -1,9 +1,7 @@
 #pragma once
 
 #include <algorithm>
-#include <functional>
 #include <stdexcept>
-#include <utility>
 
 #include "fuzz/support/fuzzing.h"
 

@@ -1,9 +1,5 @@
 #pragma once
 
-#include <functional>
-#include <utility>
-#include <vector>
-
 #include "api/method_table.h"
 #include "fuzz/support/fuzzing.h"
 #include "tests/support/test_host.h"
@@ -19,35 +15,24 @@ class HostileValues {
       : input(input), host(host), step(std::move(step)), given(std::move(given)) {}
 
   /// As the method demands it, but for some.
-  support::Value Wanted(NorvoWebAPI::KSV::Demand demand) {
+  support::Value Wanted(NorvoWebAPI::KSV::ArgumentKind kind) {
     if (input.OnceIn(8)) return AnyValue();
-    using NorvoWebAPI::KSV::Demand;
-    if (demand == ArgumentKind::Text) return input.Text();
-    if (demand == ArgumentKind::Function) return PageFunction();
-    if (demand == ArgumentKind::Any || demand == ArgumentKind::Unread) return AnyValue();
+    using NorvoWebAPI::KSV::ArgumentKind;
+    if (kind == ArgumentKind::Text) return input.Text();
+    if (kind == ArgumentKind::Function) return PageFunction();
+    if (kind == ArgumentKind::Any || kind == ArgumentKind::Unread) return AnyValue();
     return input.Number();
   }
   support::Value AnyValue() {
-    switch (input.ConsumeIntegralInRange(0, 10)) {
-      case 0:
-        return nullptr;
-      case 1:
-        return input.ConsumeBool();
-      case 2:
-        return input.Number();
-      case 3:
-        return input.ConsumeFloatingPoint<double>();
-      case 4:
-        return input.Text();
-      case 5:
-        return PageFunction();
-      case 6:
-        return AnyObject();
-      case 7:
-        return given();
-      default:
-        return {};
-    }
+    const int type = input.ConsumeIntegralInRange(0, 10);
+    if (type == 0) return nullptr;
+    if (type == 1) return input.ConsumeBool();
+    if (type == 2) return input.Number();
+    if (type == 3) return input.ConsumeFloatingPoint<double>();
+    if (type == 4) return input.Text();
+    if (type == 5) return PageFunction();
+    if (type == 6) return AnyObject();
+    return type == 7 ? given() : support::Value();
   }
 
  private:

@@ -12,9 +12,9 @@ class StubCall {
  public:
   explicit StubCall(const char* entry) : shown(entry) { call.entry = entry; }
 
-  template <typename Number>
-  StubCall& Plain(Number number) {
-    return Part(std::to_string(number));
+  template <typename... Numbers>
+  StubCall& Plain(Numbers... numbers) {
+    return (Part(std::to_string(numbers)), ...);
   }
   StubCall& Point(const WysPoint* point) {
     if (!point) return Part("no point");
@@ -78,87 +78,48 @@ class StubCall {
 
 }  // namespace
 
+// An entry point: its name, its parameters, and how its call is shown.
+#define ENTRY(name, parameters, ...)             \
+  int32_t name parameters {                      \
+    return StubCall(#name).__VA_ARGS__.Answer(); \
+  }
+
 extern "C" {
 
 DisplayStubControl* DisplayStub_Control() {
   return &control;
 }
 
-int32_t WYSInit(int32_t value, const char* text, uint32_t* context) {
-  return StubCall(__func__).Plain(value).Text(text).Value(context).Answer();
-}
-int32_t WYSDeInit(uint32_t context) {
-  return StubCall(__func__).Plain(context).Answer();
-}
-int32_t WYSEstablishSession(const WysSessionRequest* request, uint32_t* session) {
-  return StubCall(__func__)
-      .Plain(request->window)
-      .Plain(request->windowKind)
-      .Plain(request->displayContext)
-      .Value(session)
-      .Answer();
-}
-int32_t WYSCloseSession(uint32_t session) {
-  return StubCall(__func__).Plain(session).Answer();
-}
-int32_t WYSCreateStdImage(uint32_t session, const WysPoint* origin, uint8_t* descriptor, uint32_t size, int32_t zero,
-                          int32_t alsoZero) {
-  return StubCall(__func__)
-      .Plain(session)
-      .Point(origin)
-      .Descriptor(descriptor, size)
-      .Plain(zero)
-      .Plain(alsoZero)
-      .Answer();
-}
-int32_t WYSMouseDown(uint32_t session, uint32_t image, const WysPoint* point) {
-  return StubCall(__func__).Plain(session).Plain(image).Point(point).Answer();
-}
-int32_t WYSMouseUp(uint32_t session, uint32_t image, const WysPoint* point) {
-  return StubCall(__func__).Plain(session).Plain(image).Point(point).Answer();
-}
-int32_t WYSSubmitInput(uint32_t session, uint32_t image, uint32_t length, const WCHAR* text) {
-  return StubCall(__func__).Plain(session).Plain(image).Input(text).Plain(length).Answer();
-}
-int32_t WYSSubmitInputAndGetResponse(uint32_t session, uint32_t image, uint32_t* length, uint8_t* bytes) {
-  return StubCall(__func__).Plain(session).Plain(image).Fill(length, bytes).Answer();
-}
-int32_t WYSReleaseImage(uint32_t session, uint32_t image) {
-  return StubCall(__func__).Plain(session).Plain(image).Answer();
-}
-int32_t WYSClearInput(uint32_t session, uint32_t image) {
-  return StubCall(__func__).Plain(session).Plain(image).Answer();
-}
-int32_t WYSSetStreamKey(uint32_t session, uint32_t length, const uint8_t* key) {
-  return StubCall(__func__).Plain(session).Bytes(key, length).Answer();
-}
-int32_t WYSSubmitFrame(uint32_t session, uint32_t image, const WysPoint* point, uint32_t length, const uint8_t* frame) {
-  return StubCall(__func__).Plain(session).Plain(image).Point(point).Bytes(frame, length).Answer();
-}
-int32_t WYSSendRecv(uint32_t context, uint32_t session, int32_t type, uint32_t length, const uint8_t* bytes,
-                    uint32_t* room, uint8_t* received, int32_t flag) {
-  return StubCall(__func__)
-      .Plain(context)
-      .Plain(session)
-      .Plain(type)
-      .Bytes(bytes, length)
-      .Fill(room, received)
-      .Plain(flag)
-      .Answer();
-}
-int32_t WYSRepaintImage(uint32_t session, uint32_t image) {
-  return StubCall(__func__).Plain(session).Plain(image).Answer();
-}
-int32_t WYSGetVersion(uint32_t* version) {
-  return StubCall(__func__).Value(version).Answer();
-}
-int32_t WYSStatusToString(WCHAR* text, uint32_t capacity, uint32_t status) {
-  return StubCall(__func__).Plain(capacity).Plain(status).Wide(text, capacity).Answer();
-}
+ENTRY(WYSInit, (int32_t value, const char* text, uint32_t* context), Plain(value).Text(text).Value(context))
+ENTRY(WYSDeInit, (uint32_t context), Plain(context))
+ENTRY(WYSEstablishSession, (const WysSessionRequest* request, uint32_t* session),
+      Plain(request->window, request->windowKind, request->displayContext).Value(session))
+ENTRY(WYSCloseSession, (uint32_t session), Plain(session))
+ENTRY(WYSCreateStdImage,
+      (uint32_t session, const WysPoint* origin, uint8_t* descriptor, uint32_t size, int32_t zero, int32_t alsoZero),
+      Plain(session).Point(origin).Descriptor(descriptor, size).Plain(zero, alsoZero))
+ENTRY(WYSMouseDown, (uint32_t session, uint32_t image, const WysPoint* point), Plain(session, image).Point(point))
+ENTRY(WYSMouseUp, (uint32_t session, uint32_t image, const WysPoint* point), Plain(session, image).Point(point))
+ENTRY(WYSSubmitInput, (uint32_t session, uint32_t image, uint32_t length, const WCHAR* text),
+      Plain(session, image).Input(text).Plain(length))
+ENTRY(WYSSubmitInputAndGetResponse, (uint32_t session, uint32_t image, uint32_t* length, uint8_t* bytes),
+      Plain(session, image).Fill(length, bytes))
+ENTRY(WYSReleaseImage, (uint32_t session, uint32_t image), Plain(session, image))
+ENTRY(WYSClearInput, (uint32_t session, uint32_t image), Plain(session, image))
+ENTRY(WYSSetStreamKey, (uint32_t session, uint32_t length, const uint8_t* key), Plain(session).Bytes(key, length))
+ENTRY(WYSSubmitFrame, (uint32_t session, uint32_t image, const WysPoint* point, uint32_t length, const uint8_t* frame),
+      Plain(session, image).Point(point).Bytes(frame, length))
+ENTRY(WYSSendRecv,
+      (uint32_t context, uint32_t session, int32_t type, uint32_t length, const uint8_t* bytes, uint32_t* room,
+       uint8_t* received, int32_t flag),
+      Plain(context, session, type).Bytes(bytes, length).Fill(room, received).Plain(flag))
+ENTRY(WYSRepaintImage, (uint32_t session, uint32_t image), Plain(session, image))
+ENTRY(WYSGetVersion, (uint32_t * version), Value(version))
+ENTRY(WYSStatusToString, (WCHAR * text, uint32_t capacity, uint32_t status),
+      Plain(capacity, status).Wide(text, capacity))
 #ifndef STUB_WITHOUT_EVENTS
-int32_t WYSRegisterEvents(uint32_t session, const uint32_t* mask, DisplayEventEntry callback, void* context) {
-  return StubCall(__func__).Plain(session).Plain(*mask).Callback(callback, context).Answer();
-}
+ENTRY(WYSRegisterEvents, (uint32_t session, const uint32_t* mask, DisplayEventEntry callback, void* context),
+      Plain(session, *mask).Callback(callback, context))
 #endif
 
 }  // extern "C"

@@ -2,11 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <ctime>
 #include <fstream>
 #include <sstream>
-#include <utility>
 
 #include "platform/system_path.h"
 #include "storage/platform_files.h"

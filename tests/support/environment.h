@@ -2,15 +2,11 @@
 
 #include <cstdint>
 #include <filesystem>
-#include <functional>
 #include <map>
 #include <new>
-#include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
-#include "platform/faults.h"
 #include "tests/stubs/agent_stub.h"
 #include "tests/stubs/display_stub.h"
 #include "tests/support/nth_failure.h"

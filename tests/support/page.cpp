@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <sstream>
-#include <utility>
 
 #include "tests/support/module_exports.h"
 #include "tests/support/nth_failure.h"

@@ -1,8 +1,6 @@
 #pragma once
 
 #include <initializer_list>
-#include <string>
-#include <vector>
 
 #include "kit/nphost/instance.h"
 #include "tests/support/test_host.h"

@@ -2,12 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <filesystem>
 #include <fstream>
 #include <map>
 #include <random>
-#include <string>
 #include <utility>
 #include <vector>
 

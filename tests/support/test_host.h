@@ -2,12 +2,8 @@
 /// left over at its end fail the running test.
 #pragma once
 
-#include <cstdint>
 #include <map>
 #include <memory>
-#include <string>
-#include <utility>
-#include <vector>
 
 #include "kit/nphost/host.h"
 #include "tests/support/page_objects.h"
