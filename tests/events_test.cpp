@@ -174,7 +174,17 @@ TEST_P(EventsTest, AreNotPostedWithoutDataNameOrPage) {
 }
 
 TEST_P(EventsTest, MessagesWithoutARecordArePassedOn) {
+  static int passed;
+  passed = 0;
+  const auto countPassed = [](int code, WPARAM removes, LPARAM message) -> LRESULT {
+    passed += reinterpret_cast<const MSG*>(message)->message == kAgentEvent ? 1 : 0;
+    return CallNextHookEx(nullptr, code, removes, message);
+  };
+  HHOOK const older = SetWindowsHookExA(WH_GETMESSAGE, countPassed, nullptr, GetCurrentThreadId());
   Register(page, "app", listener);
+  Raise("app", "w");
+  EXPECT_EQ(Heard(), Calls{"app 240 dw=="});
+  EXPECT_EQ(passed, 0) << "a delivered message";
   TestWindow other;
   Raise("app", "x");
   MSG message{};
@@ -189,6 +199,8 @@ TEST_P(EventsTest, MessagesWithoutARecordArePassedOn) {
   ASSERT_TRUE(PeekMessageA(&message, window.handle(), kAgentEvent, kAgentEvent, PM_NOREMOVE));
   ASSERT_TRUE(PostMessageA(other.handle(), kAgentEvent, message.wParam, 0));
   EXPECT_EQ(Heard(), Calls{"app 240 eQ=="});
+  EXPECT_GT(passed, 0);
+  UnhookWindowsHookEx(older);
 }
 
 TEST_P(EventsTest, ThatMeetADeliveryWaitForItsEndUnlessTheyAreReleased) {
