@@ -176,10 +176,7 @@ TEST_F(AgentOperationsTest, OTPComesAsBytesAndAsText) {
       *call.outputLength[1] = tokenLength;
     };
   };
-  const struct {
-    AgentStub::Answer answer;
-    const char* expected;
-  } cases[] = {
+  const std::pair<AgentStub::Answer, const char*> cases[] = {
       {gives("1234", 4, 2, 0), "pluginRetCode=0 fnRetCode=0 b64OTP='MTIzNA==' OTP='1234' b64EncToken='dG8='"},
       {gives("12345678", 8, 0, 0), "pluginRetCode=0 fnRetCode=0 b64OTP='MTIzNDU2Nzg=' OTP='12345678'"},
       {gives(std::string("1\0002", 3), 3, 0, 0), "pluginRetCode=0 fnRetCode=0 b64OTP='MQAy' OTP='1'"},

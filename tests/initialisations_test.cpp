@@ -114,6 +114,8 @@ TEST_F(InitialisationsTest, ObjectThatIsDeallocatedInsideTheReleaseIsStillReleas
   Play("b zubInit");
   agent.On("ZUB_DeInit", [&](AgentCall&) {
     EXPECT_EQ(pages["b"]->Call("zubEnumerateTokensDomainBinding").Show(), "pluginRetCode=13");
+    NPWindow none{};
+    EXPECT_EQ(Module().setwindow(pages["b"]->Instance(), &none), NPERR_INVALID_INSTANCE_ERROR);
     pages["b"]->End();
   });
   EXPECT_EQ(Play("b destroyed"), "ZUB_DeInit()");

@@ -18,12 +18,8 @@ class PlatformInfoTest : public AgentTest {};
 TEST_F(PlatformInfoTest, IdentityIsWholeOrNotThere) {
   const Result first = page.Call("getPlatformInfo");
   const std::string shown = first.Show();
-  if (first.Int("pluginRetCode") != 0) {
-    EXPECT_EQ(shown, "pluginRetCode=13 fnRetCode=0");
-  } else {
-    EXPECT_TRUE(first.Has("manufacturer") && first.Has("model") && first.Has("serialNumber")) << shown;
-    EXPECT_EQ(first.Int("fnRetCode"), 0);
-  }
+  const bool isWhole = first.Has("manufacturer") && first.Has("model") && first.Has("serialNumber");
+  EXPECT_TRUE(isWhole ? shown.starts_with("pluginRetCode=0 fnRetCode=0") : shown == "pluginRetCode=13 fnRetCode=0");
   EXPECT_EQ(page.Call("getPlatformInfo").Show(), shown) << "asked again";
   EXPECT_EQ(agent.TakeCalls(true), Calls{});
 }

@@ -78,19 +78,19 @@ bool Enumerate(NPObject* object, NPIdentifier** ids, uint32_t* count) {
   return true;
 }
 
-NPClass pageClass{.structVersion = NP_CLASS_STRUCT_VERSION,
-                  .allocate = nullptr,
-                  .deallocate = End,
-                  .invalidate = nullptr,
-                  .hasMethod = nullptr,
-                  .invoke = Invoke,
-                  .invokeDefault = InvokeDefault,
-                  .hasProperty = HasProperty,
-                  .getProperty = GetProperty,
-                  .setProperty = nullptr,
-                  .removeProperty = nullptr,
-                  .enumerate = Enumerate,
-                  .construct = nullptr};
+NPClass pageClass{NP_CLASS_STRUCT_VERSION,
+                  nullptr,
+                  End,
+                  nullptr,
+                  nullptr,
+                  Invoke,
+                  InvokeDefault,
+                  HasProperty,
+                  GetProperty,
+                  nullptr,
+                  nullptr,
+                  Enumerate,
+                  nullptr};
 
 }  // namespace
 
