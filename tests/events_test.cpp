@@ -295,12 +295,12 @@ TEST_P(EventsTest, OfOnePageOutlastAReleaseByAnother) {
       {"takes the library down", [](Page& other, int32_t) { other.Call("zubDeInit"); }, true},
       {"ends as the last user", [](Page& other, int32_t) { other.End(); }, true},
   };
-  const size_t heardUnlessTakenDown[] = {1, 1, 1, 1, 1, 1};
-  const size_t heardWhenTakenDown[] = {1, 1, 1, 0, 0, 0};  // In each state an earlier and a later event.
+  // Of the event and of a later one, by the state in which the library is taken down.
+  const std::pair<size_t, size_t> heardWhenTakenDown[] = {{1, 1}, {1, 0}, {0, 0}};
   for (const auto& [what, release, isLastUser] : rows) {
     for (const State state : {Registers, IsInItsCallback, HasAnEventOnItsWay}) {
       const std::string row = std::string(what) + " in state " + std::to_string(state);
-      const size_t* const heard = (isLastUser ? heardWhenTakenDown : heardUnlessTakenDown) + size_t{2} * state;
+      const auto [first, later] = isLastUser ? heardWhenTakenDown[state] : std::pair<size_t, size_t>{1, 1};
       agentInitCount = {};
       const Page third(host, "https://third.example/");
       if (!isLastUser) third.Call("zubInit");
@@ -319,12 +319,12 @@ TEST_P(EventsTest, OfOnePageOutlastAReleaseByAnother) {
       if (state == HasAnEventOnItsWay) releases();
       if (state == IsInItsCallback) PumpMessages();
       InstallHookAgain();
-      EXPECT_EQ(Heard().size(), heard[0]) << row;
+      EXPECT_EQ(Heard().size(), first) << row;
       lastInstance = own;
       context = ownContext;
       Raise("app", "later");
       InstallHookAgain();
-      EXPECT_EQ(Heard().size(), heard[1]) << row;
+      EXPECT_EQ(Heard().size(), later) << row;
       EXPECT_EQ(others.heard, Calls{}) << row;
     }
   }
