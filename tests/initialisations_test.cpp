@@ -84,6 +84,10 @@ TEST_F(InitialisationsTest, AreCountedOverAllPages) {
       {"a zubDeInit, a zubInit, a zubDeInit, a gone", "ZUB_Init()", 1, 0},
       {"c zubInit, b gone, c zubDeInit, c gone", "ZUB_Init() ZUB_DeInit()", 0, 0},
       {"a destroyed, a zubInit, a wysInit, a gone", "ZUB_Init() ZUB_DeInit() WYSInit(1, null) WYSDeInit(70)", 0, 0},
+      {"a zubInit, b zubInit, b zubInit, a zubDeInit, a zubDeInit, a zubDeInit",
+       "ZUB_Init() ZUB_Init() ZUB_Init() ZUB_DeInit()", 0, 0},
+      {"a zubInit, a gone", "ZUB_Init() ZUB_DeInit()", 0, 0},
+      {"b gone", "", 0, 0},
       // A page whose own were given back by others no longer uses the library.
       {"a zubInit, b zubInit, b zubDeInit, b gone", "ZUB_Init() ZUB_Init()", 1, 0},
       {"a gone", "ZUB_DeInit()", 0, 0},
