@@ -68,6 +68,7 @@ TEST_F(InitialisationsTest, AreCountedOverAllPages) {
       {"a gone", "ZUB_DeInit()", 0, 0},
       {"a zubInit, a wysInit, a wysDeInit, a zubDeInit, a gone",
        "ZUB_Init() WYSInit(1, null) WYSDeInit(70) ZUB_DeInit()", 0, 0},
+      {"a zubInit, a zubInit, a gone", "ZUB_Init() ZUB_Init() ZUB_DeInit()", 0, 0},
       // One that goes takes nothing down that others brought up.
       {"a zubInit, b zubInit, b wysInit, b wysDeInit", "ZUB_Init() ZUB_Init() WYSInit(1, null) WYSDeInit(70)", 2, 0},
       {"c wysInit, b gone", "WYSInit(1, null)", 1, 1},
