@@ -252,12 +252,10 @@ TEST_P(EventsTest, ThatMeetADeliveryWaitForItsEndUnlessTheyAreReleased) {
     Raise("app", "first");
     if (hasSecondInQueue) Raise("app", "second");
     listener.then = inDelivery;
-    const auto begin = std::chrono::steady_clock::now();
     PumpMessages();
     if (library.joinable()) library.join();
     InstallHookAgain();
     EXPECT_EQ(Heard().size(), heard) << what;
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(900)) << what << " waits in vain";
     page.Call("zubUnRegisterEventCallback", {"app"});
   }
 }
