@@ -209,10 +209,10 @@ TEST_F(DisplayMethodsTest, ResponseIsAskedForTwice) {
                {Fills("", 3), Fills("abc", 4), "pluginRetCode=13 fnRetCode=0 ClientInput=''"},
                {Fills("", 0xFFFFFFFF), Fills("abc", 3), "pluginRetCode=13 fnRetCode=0 ClientInput=''"},
                {Fills("", 3, 9), Fills("abc", 3), "pluginRetCode=0 fnRetCode=0 ClientInput='YWJj'"}};
-  for (const auto& [first, second, shown] : cases) {
+  for (const auto& row : cases) {
     display.TakeCalls();
-    display.On(entry, [&](DisplayCall& call) { (call.bytes ? second : first)(call); });
-    EXPECT_EQ(page.Call("wysProcessSubmitAndGetResponse").Show(), shown);
+    display.On(entry, [&](DisplayCall& call) { (call.bytes ? row.second : row.first)(call); });
+    EXPECT_EQ(page.Call("wysProcessSubmitAndGetResponse").Show(), row.shown);
   }
   EXPECT_EQ(display.TakeCalls(), (Calls{entry + "(0, 0, >0/null)", entry + "(0, 0, >3)"}));
 }

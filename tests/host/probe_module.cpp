@@ -2,6 +2,7 @@
 // Its object has `echo(value)`, `call(function, argument…)`, `keys(object)`, `refuse()`, `raise(text)`, `identity(a,
 // b)`, `keep(value)`, which keeps a reference for good, and a property `value` that can be written, read and removed.
 #include <cstring>
+#include <set>
 #include <string>
 
 #include "npapi/npfunctions.h"
@@ -77,7 +78,8 @@ bool Invoke(NPObject* object, NPIdentifier id, const NPVariant* args, uint32_t c
 }
 
 bool HasMethod(NPObject* /*object*/, NPIdentifier id) {
-  return std::string(" echo call keys refuse raise identity keep ").find(" " + NameOf(id) + " ") != std::string::npos;
+  static const std::set<std::string> methods{"echo", "call", "keys", "refuse", "raise", "identity", "keep"};
+  return methods.contains(NameOf(id));
 }
 
 bool HasProperty(NPObject* object, NPIdentifier id) {
