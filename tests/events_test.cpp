@@ -17,6 +17,13 @@ namespace {
 
 constexpr UINT kAgentEvent = 1067;
 
+// Counts the event messages that reach an older hook.
+int passed = 0;
+LRESULT CALLBACK CountPassed(int code, WPARAM removes, LPARAM message) {
+  passed += reinterpret_cast<const MSG*>(message)->message == kAgentEvent ? 1 : 0;
+  return CallNextHookEx(nullptr, code, removes, message);
+}
+
 // What the page's function was told, as in "app 240 AQID".
 struct Listener {
   explicit Listener(TestHost& host) {
@@ -174,13 +181,8 @@ TEST_P(EventsTest, AreNotPostedWithoutDataNameOrPage) {
 }
 
 TEST_P(EventsTest, MessagesWithoutARecordArePassedOn) {
-  static int passed;
   passed = 0;
-  const auto countPassed = [](int code, WPARAM removes, LPARAM message) -> LRESULT {
-    passed += reinterpret_cast<const MSG*>(message)->message == kAgentEvent ? 1 : 0;
-    return CallNextHookEx(nullptr, code, removes, message);
-  };
-  HHOOK const older = SetWindowsHookExA(WH_GETMESSAGE, countPassed, nullptr, GetCurrentThreadId());
+  HHOOK const older = SetWindowsHookExA(WH_GETMESSAGE, CountPassed, nullptr, GetCurrentThreadId());
   Register(page, "app", listener);
   Raise("app", "w");
   EXPECT_EQ(Heard(), Calls{"app 240 dw=="});
