@@ -51,7 +51,7 @@ class FaultSource {
   virtual std::optional<std::string> InstallerProperty(const std::string& name) = 0;
 
  protected:
-  ~FaultSource() = default;
+  virtual ~FaultSource() = default;
 };
 
 /// For the rest of the process.

@@ -20,7 +20,7 @@ extern const bool kHasLayerSettings;
 class FailCall {
  public:
   explicit FailCall(std::string_view call, DWORD error, int nth = 1);
-  ~FailCall();
+  ~FailCall();  // NOLINT(performance-trivially-destructible): trivial on Windows only
   FailCall(const FailCall&) = delete;
   FailCall& operator=(const FailCall&) = delete;
 
@@ -28,14 +28,14 @@ class FailCall {
   bool fired() const;
 
  private:
-  int plan;
+  [[maybe_unused]] int plan;  // Not used on Windows.
 };
 
 /// Sets the result of `IsWow64Process` until it is destroyed.
 class Wow64Answer {
  public:
   explicit Wow64Answer(bool answer);
-  ~Wow64Answer();
+  ~Wow64Answer();  // NOLINT(performance-trivially-destructible): trivial on Windows only
   Wow64Answer(const Wow64Answer&) = delete;
   Wow64Answer& operator=(const Wow64Answer&) = delete;
 };

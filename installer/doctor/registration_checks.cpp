@@ -43,7 +43,10 @@ std::string FindDifference(const std::vector<Registration::KeyEntry>& keys) {
       std::string found;
       if (ReadText(name, value, found) != ERROR_SUCCESS)
         return "there is no text " + std::string(value) + " in " + shown;
-      if (found != expected) return std::string(value) + " of " + shown + " is " + found + ", not " + expected;
+      if (found != expected) {
+        return std::string(value).append(" of ").append(shown).append(" is ").append(found).append(", not ").append(
+            expected);
+      }
     }
   }
   return {};

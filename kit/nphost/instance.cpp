@@ -5,12 +5,13 @@
 
 namespace NpHost {
 
-Instance::Instance(Host& owner, const NPPluginFuncs& plugin, NPP of, std::string mimeType, Attributes attributes)
+Instance::Instance(Host& owner, const NPPluginFuncs& plugin, NPP of, std::string mimeType, const Attributes& attributes)
     : host(owner), funcs(plugin), record(of) {
+  // The published signature has no const, but the texts are only read.
   std::vector<char*> names, values;
-  for (auto& [name, value] : attributes) {
-    names.push_back(name.data());
-    values.push_back(value.data());
+  for (const auto& [name, value] : attributes) {
+    names.push_back(const_cast<char*>(name.c_str()));
+    values.push_back(const_cast<char*>(value.c_str()));
   }
   const NPError made = funcs.newp(mimeType.data(), record, NP_EMBED, static_cast<int16_t>(names.size()), names.data(),
                                   values.data(), nullptr);

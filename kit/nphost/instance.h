@@ -14,7 +14,7 @@ class Instance {
   using Attributes = std::vector<std::pair<std::string, std::string>>;
 
   /// `NPP_New`, for a record of `Host::AddInstance`. Throws `std::runtime_error` when the plug-in refuses.
-  Instance(Host& host, const NPPluginFuncs& funcs, NPP record, std::string mimeType, Attributes attributes = {});
+  Instance(Host& host, const NPPluginFuncs& funcs, NPP record, std::string mimeType, const Attributes& attributes = {});
   ~Instance() { End(); }
   Instance(const Instance&) = delete;
   Instance& operator=(const Instance&) = delete;

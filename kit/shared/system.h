@@ -6,10 +6,8 @@
 #include "kit/shared/bytes.h"
 #include "platform/wide_text.h"
 
-namespace KsvKit {
-
 /// What differs between the systems; one source file each.
-namespace System {
+namespace KsvKit::System {
 
 /// The value of an environment variable as it is now; empty when it is not set.
 std::filesystem::path PathFromEnvironment(const char* variable);
@@ -48,5 +46,4 @@ class ModulePin {
   void* module_ = nullptr;
 };
 
-}  // namespace System
-}  // namespace KsvKit
+}  // namespace KsvKit::System
