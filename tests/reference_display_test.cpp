@@ -88,7 +88,8 @@ TEST_F(ReferenceDisplay, KeyCountsWhenPressAndReleaseFallOnIt) {
   EXPECT_EQ(Respond().first, Code(Status::kInputIncomplete));
   EnterPin("9");
   EXPECT_EQ(wys_.SubmitInput(session_, 0, 0, nullptr), 0);
-  EXPECT_EQ(Click(one, one), Code(Status::kInputClosed));
+  EXPECT_EQ(wys_.MouseDown(session_, 0, &one), Code(Status::kInputClosed));
+  EXPECT_EQ(wys_.MouseUp(session_, 0, &one), Code(Status::kInputClosed));
   EXPECT_EQ(Open(Respond().second), "77:6789");
   EXPECT_EQ(Click(one, one), 0);
 }
@@ -116,8 +117,9 @@ TEST_F(ReferenceDisplay, PadIsShuffledForEachImageAndInput) {
   }
   ASSERT_EQ(Create(ImageRequest{.options = 1}), 0);
   const Text before = order();
-  EnterPin("11");
+  EnterPin("1234");
   EXPECT_NE(order(), before);
+  EXPECT_EQ(Open(Respond().second), "77:1234");
 }
 
 TEST_F(ReferenceDisplay, ConfirmationAndTextAreInputsToo) {
