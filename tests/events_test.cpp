@@ -186,7 +186,10 @@ TEST_P(EventsTest, MessagesWithoutARecordArePassedOn) {
   Register(page, "app", listener);
   Raise("app", "w");
   EXPECT_EQ(Heard(), Calls{"app 240 dw=="});
-  EXPECT_EQ(passed, 0) << "a delivered message";
+  // Windows runs a thread's own hooks before those for all threads.
+  if (platform::kHasLayerSettings) {
+    EXPECT_EQ(passed, 0) << "a delivered message";
+  }
   TestWindow other;
   Raise("app", "x");
   MSG message{};
