@@ -45,13 +45,11 @@ class CallName {
 /// What faults.h puts in place of the layer's own answers. Called on any thread.
 class FaultSource {
  public:
+  virtual ~FaultSource() = default;
   /// The error that this call shall fail with now, or `ERROR_SUCCESS`.
   virtual DWORD ErrorOf(CallName call) = 0;
   virtual bool IsWow64() = 0;
   virtual std::optional<std::string> InstallerProperty(const std::string& name) = 0;
-
- protected:
-  virtual ~FaultSource() = default;
 };
 
 /// For the rest of the process.
