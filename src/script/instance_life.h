@@ -23,4 +23,9 @@ class InstanceLife {
   std::atomic<bool> ended = false;
 };
 
+/// The same for a caller that may have no life to ask.
+inline void DemandAlive(const InstanceLife* life) {
+  if (life) life->DemandAlive();
+}
+
 }  // namespace NorvoWebAPI

@@ -44,7 +44,7 @@ NPFuncBridge::NPFuncBridge(NPP instance, const NPNetscapeFuncs* funcs, NPObject*
   if (!npnFuncs || !object) throw BadTypeid();
   // The host ends the module's own objects with their instance, whoever holds a reference: one kept here would dangle.
   if (IsOwnObject(object)) throw BadTypeid();
-  if (life) life->DemandAlive();
+  DemandAlive(life.get());
   npnFuncs->retainobject(object);
   function = JSObject(CallEntry, this);
 }
@@ -64,7 +64,7 @@ bool NPFuncBridge::CallEntry(void* context, std::vector<JSObject>* args, JSObjec
 }
 
 bool NPFuncBridge::CallHost(const std::vector<JSObject>& args, JSObject& result) {
-  if (life) life->DemandAlive();
+  DemandAlive(life.get());
   HostVariant answer(npnFuncs);
   ArgumentList variants(npnFuncs, life.get());
   variants.Reserve(args.size());

@@ -52,14 +52,15 @@ class VariantReader {
     if (!object) return {};
     if (depth == kMaxDepth) throw std::runtime_error("Script value too deep");
     ++depth;
-    DemandAlive();
+    DemandAlive(life);
     NPIdentifier* list = nullptr;
     uint32_t count = 0;
     if (!funcs->enumerate(npp, object, &list, &count)) {
       throw std::runtime_error("Unable to enumerate NPObject properties");
     }
     const HostMemory<NPIdentifier> ids(funcs, list);
-    DemandAlive();
+    // Each call below may run a getter of the page's, which may end the instance.
+    DemandAlive(life);
     JSObject members;
     for (uint32_t i = 0; list && i < count; ++i) {
       std::string key = KeyOf(list[i]);
@@ -67,16 +68,11 @@ class VariantReader {
       if (!funcs->getproperty(npp, object, list[i], element.Out())) {
         throw std::runtime_error("Failed to get propertly value");
       }
-      DemandAlive();
+      DemandAlive(life);
       members[key] = Read(element.Get());
     }
     --depth;
     return members;
-  }
-
-  // A getter of the page's may have ended the instance.
-  void DemandAlive() const {
-    if (life) life->DemandAlive();
   }
 
   std::string KeyOf(NPIdentifier id) {
