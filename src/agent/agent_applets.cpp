@@ -63,7 +63,7 @@ Outcome CKSVPluginZUB::Install(const char* appletId, const char* b64Text, int32_
       outcome.pluginCode = kBadArguments;
       return false;
     }
-    return CheckEither(entries.Install, entries.InstallOTPS, outcome);
+    return CheckAnyEntry(entries.Install || entries.InstallOTPS, outcome);
   };
   const auto work = [&](Outcome& outcome) {
     const auto& install = entries.Install ? entries.Install : entries.InstallOTPS;
@@ -83,7 +83,9 @@ Outcome CKSVPluginZUB::Install(const char* appletId, const char* b64Text, int32_
 }
 
 Outcome CKSVPluginZUB::Uninstall(const char* appletId) {
-  const auto check = [&](Outcome& outcome) { return CheckEither(entries.Uninstall, entries.UninstallOTPS, outcome); };
+  const auto check = [&](Outcome& outcome) {
+    return CheckAnyEntry(entries.Uninstall || entries.UninstallOTPS, outcome);
+  };
   return RunChecked("Uninstall", kAgentNotCalled, CodedExceptions::None, check, [&](Outcome& outcome) {
     const auto& uninstall = entries.Uninstall ? entries.Uninstall : entries.UninstallOTPS;
     outcome.status = uninstall(appletId);

@@ -87,7 +87,7 @@ Outcome CKSVPluginZUB::SendAndRecvData(const AgentTarget& target, int32_t sessio
 
 Outcome CKSVPluginZUB::GetCaps(const char* name, int32_t selector, int32_t capacity, JSObject& result) {
   const auto check = [&](Outcome& outcome) {
-    return CheckEither(entries.GetCapabilities, entries.GetOTPCapabilities, outcome);
+    return CheckAnyEntry(entries.GetCapabilities || entries.GetOTPCapabilities, outcome);
   };
   return RunChecked("GetCaps", kAgentNotCalled, CodedExceptions::BadAlloc, check, [&](Outcome& outcome) {
     AgentOutput data = AgentOutput::OfWhole(capacity);

@@ -28,14 +28,10 @@ void CKSVPluginZUB::BindLibrary() {
 }
 
 bool CKSVPluginZUB::CheckEntry(const EntryTable::Row& entryPoint, Outcome& outcome) const {
-  return CheckGate(static_cast<bool>(entryPoint), outcome);
+  return CheckAnyEntry(static_cast<bool>(entryPoint), outcome);
 }
 
-bool CKSVPluginZUB::CheckEither(const EntryTable::Row& first, const EntryTable::Row& second, Outcome& outcome) const {
-  return CheckGate(first || second, outcome);
-}
-
-bool CKSVPluginZUB::CheckGate(bool hasEntryPoint, Outcome& outcome) const {
+bool CKSVPluginZUB::CheckAnyEntry(bool hasEntryPoint, Outcome& outcome) const {
   outcome.pluginCode =
       Platform::IsUpdateOverdue(platformName) ? kUpdateOverdue : BindingCode(static_cast<bool>(library), hasEntryPoint);
   return outcome.pluginCode == kPluginOk;

@@ -91,9 +91,8 @@ class CKSVPluginZUB {
   template <typename Named, typename Numbered, typename... Arguments>
   void CallTarget(const AgentTarget& target, const Named& named, const Numbered& numbered, Outcome& outcome,
                   Arguments... arguments) const;
-  /// As `CheckEntry`, for an operation that either of two entry points can serve.
-  bool CheckEither(const EntryTable::Row& first, const EntryTable::Row& second, Outcome& outcome) const;
-  bool CheckGate(bool hasEntryPoint, Outcome& outcome) const;
+  /// `CheckEntry` for an operation that several entry points can serve: `hasEntryPoint` tells whether there is one.
+  bool CheckAnyEntry(bool hasEntryPoint, Outcome& outcome) const;
 
   bool logEnabled = false;
   std::string platformName;
