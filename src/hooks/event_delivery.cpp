@@ -183,6 +183,14 @@ LRESULT CALLBACK AgentEventHookProc(int code, WPARAM wParam, LPARAM lParam) {
   return delivered ? 0 : CallNextHookEx(nullptr, code, wParam, lParam);
 }
 
+template <typename Key>
+void ReleaseFrom(Routes<Key>& routes, const Key& key) {
+  std::unique_lock lock(state->mutex);
+  const bool isEmpty = routes.Release(key);
+  lock.unlock();
+  if (isEmpty) RemoveEventHook();
+}
+
 }  // namespace
 
 void CallbackEvent(const char* appName, uint32_t size, const void* data, uint8_t source) {
@@ -237,17 +245,11 @@ std::string FindEventName(const PageLife& life) {
 }
 
 void Release(const std::string& name) {
-  std::unique_lock lock(state->mutex);
-  const bool isEmpty = state->eventMap.Release(name);
-  lock.unlock();
-  if (isEmpty) RemoveEventHook();
+  ReleaseFrom(state->eventMap, name);
 }
 
 void Release(uint32_t instanceId) {
-  std::unique_lock lock(state->mutex);
-  const bool isEmpty = state->instanceEventMap.Release(instanceId);
-  lock.unlock();
-  if (isEmpty) RemoveEventHook();
+  ReleaseFrom(state->instanceEventMap, instanceId);
 }
 
 void ClearNames() {

@@ -16,8 +16,8 @@ namespace {
 NeverDestroyed<std::weak_ptr<PageLife>> pressedPage;
 
 bool AwaitsRelease() {
-  const std::shared_ptr<PageLife> page = pressedPage->lock();
-  return page && !page->HasEnded();
+  const std::shared_ptr<PageLife> life = pressedPage->lock();
+  return life && !life->HasEnded();
 }
 
 // A library or a page that answers a message by sending one to its window would never come to an end: hooks may be

@@ -8,8 +8,8 @@
 
 namespace NorvoWebAPI::KSV {
 
-/// The initialisations of one library. The total over all pages decides what a de-initialisation does. The number of
-/// each page's own is read only when a page ends. docs/architecture.md has a table.
+/// The initialisations of one library. The total over all pages decides what a de-initialisation does. Each page's
+/// own number is read only when a page ends. docs/architecture.md has a table.
 class InitCount {
  public:
   /// The successful initialisations of all pages that have not been given back.
@@ -41,8 +41,8 @@ class InitCount {
 
  private:
   int32_t total = 0;
-  std::unordered_map<const PageLife*, int32_t>
-      ofPages;  // Only compared: living pages with initialisations of their own.
+  /// The living pages that have initialised the library, and how often each has. The pointers are only compared.
+  std::unordered_map<const PageLife*, int32_t> ofPages;
 };
 
 extern InitCount agentInitCount;

@@ -19,27 +19,27 @@ NeverDestroyed<Windows> pluginWindows;
 
 DisplayHooks displayHooks;
 
-void InsertPluginWindow(HWND window, const std::shared_ptr<PageLife>& page) {
+void InsertPluginWindow(HWND window, const std::shared_ptr<PageLife>& life) {
   const std::lock_guard lock(pluginWindows->mutex);
-  pluginWindows->pages.insert_or_assign(window, page);
+  pluginWindows->pages.insert_or_assign(window, life);
 }
 
 std::shared_ptr<Scriptable> FindScriptableByWindow(HWND window) {
-  std::shared_ptr<PageLife> page;
+  std::shared_ptr<PageLife> life;
   {
     const std::lock_guard lock(pluginWindows->mutex);
     const auto found = pluginWindows->pages.find(window);
-    if (found != pluginWindows->pages.end()) page = found->second.lock();
+    if (found != pluginWindows->pages.end()) life = found->second.lock();
   }
-  if (!page || page->HasEnded() || page->thread != GetCurrentThreadId()) return nullptr;
-  return page->scriptable.lock();
+  if (!life || life->HasEnded() || life->thread != GetCurrentThreadId()) return nullptr;
+  return life->scriptable.lock();
 }
 
-void RemovePluginWindows(const PageLife& page) {
+void RemovePluginWindows(const PageLife& life) {
   bool isEmpty = false;
   {
     const std::lock_guard lock(pluginWindows->mutex);
-    std::erase_if(pluginWindows->pages, [&](const auto& entry) { return entry.second.lock().get() == &page; });
+    std::erase_if(pluginWindows->pages, [&](const auto& entry) { return entry.second.lock().get() == &life; });
     isEmpty = pluginWindows->pages.empty();
   }
   if (isEmpty) displayHooks.Remove();

@@ -92,8 +92,11 @@ Outcome Scriptable::ResolveInstance(const char* name, uint32_t& instanceId) {
   }
   JSObject ignored;
   const Outcome outcome = agent.StartInstance(name, nullptr, life.get(), instanceId, ignored);
-  if (!outcome.Succeeded()) instanceId = 0;
-  if (outcome.Succeeded()) life->instanceMap.Insert(name, {instanceId, false});
+  if (outcome.Succeeded()) {
+    life->instanceMap.Insert(name, {instanceId, false});
+  } else {
+    instanceId = 0;
+  }
   return outcome;
 }
 
