@@ -13,12 +13,6 @@ struct Output {
   size_t capacityAt;
   const char* requiredKey;
   const char* dataKey;
-
-  [[nodiscard]] std::vector<Value> With(const Value& capacity) const {
-    std::vector<Value> given = arguments;
-    given[capacityAt] = capacity;
-    return given;
-  }
 };
 
 const Output kOutputs[] = {
@@ -61,11 +55,9 @@ TEST_F(AgentOperationsTest, EachAsksTheLibraryInItsGeneration) {
       {"zubGetOTP", {"app", 3, "aGk=", "eW8=", 8, 16, ""}, "ZUB_GetOTP('app', 3, <'hi', <'yo', >8, >16)"},
       {"zubGetOTP", {"app", 3, "", "", 0, 65'536, ""}, "ZUB_GetOTP('app', 3, <null, <null, >0/null, >0/null)"},
       {"zubSendData", {"", 7, 2, "aGk="}, "ZUB_SendData(null, 7, 2, <'hi')"},
-      {"zubSendData", {"app\xC3\xA9", 7, 2, "aGk="}, "ZUB_SendData('app\xC3\xA9', 7, 2, <'hi')"},
   };
   agent.SetVersion(2);
   for (const auto& [method, arguments, first, instance] : cases) {
-    if (first.find('\xC3') != std::string::npos && !platform::kHasLayerSettings) continue;
     EXPECT_TRUE(page.Call(method, arguments).Show().starts_with("pluginRetCode=0 fnRetCode=0")) << method;
     EXPECT_EQ(agent.TakeCalls(), Calls{first});
   }
@@ -109,12 +101,7 @@ TEST_F(AgentOperationsTest, VersionAndSessionsAreSignedAndAFailedVersionIsAskedA
 }
 
 TEST_F(AgentOperationsTest, MissingNamesGiveEleven) {
-  const struct {
-    const char* variant;
-    const char* method;
-    std::vector<Value> arguments;
-    const char* expected;
-  } cases[] = {
+  const std::tuple<const char*, const char*, std::vector<Value>, const char*> cases[] = {
       {"instances", "zubSendData", {"app", 7, 2, "aGk="}, "pluginRetCode=11 fnRetCode=10"},
       {"idle", "zubEndProvisioning", {"app", 7, 64, "file"}, "pluginRetCode=11 fnRetCode=10"},
       {"idle", "zubGetOTP", {"app", 3, "", "", 8, 16, ""}, "pluginRetCode=11 fnRetCode=10"},
@@ -140,9 +127,7 @@ TEST_F(AgentOperationsTest, StatusDecidesWhatThePageIsGiven) {
         {Gives("", 0), "pluginRetCode=0 fnRetCode=0"},
         {Gives("", 40'000, 11), "pluginRetCode=0 fnRetCode=11" + required + "=40000"},
         {Gives("hi", 2, 12), "pluginRetCode=0 fnRetCode=12"},
-        {Gives("hi", 2, -1), "pluginRetCode=0 fnRetCode=-1"},
         {Gives("hi", 65), "pluginRetCode=13 fnRetCode=0"},  // It claims more than it was given room for.
-        {Gives("hi", 65'535), "pluginRetCode=13 fnRetCode=0"},
     };
     for (const auto& [answer, expected] : cases) {
       agent.On(output.entry, answer);
@@ -158,7 +143,9 @@ TEST_F(AgentOperationsTest, LibrarySeesSixteenBitsOfACapacity) {
                                                 {-1e300, nullptr}};
   for (const Output& output : kOutputs) {
     for (const auto& [capacity, asked] : rows) {
-      const std::string shown = page.Call(output.method, output.With(capacity)).Show();
+      std::vector<Value> arguments = output.arguments;
+      arguments[output.capacityAt] = capacity;
+      const std::string shown = page.Call(output.method, arguments).Show();
       const std::string codes = asked ? "pluginRetCode=0 fnRetCode=0" : "pluginRetCode=14 fnRetCode=10";
       EXPECT_TRUE(shown.starts_with(codes)) << shown;
       const Calls calls = agent.TakeCalls();
@@ -178,7 +165,6 @@ TEST_F(AgentOperationsTest, OTPComesAsBytesAndAsText) {
   };
   const std::pair<AgentStub::Answer, const char*> cases[] = {
       {gives("1234", 4, 2, 0), "pluginRetCode=0 fnRetCode=0 b64OTP='MTIzNA==' OTP='1234' b64EncToken='dG8='"},
-      {gives("12345678", 8, 0, 0), "pluginRetCode=0 fnRetCode=0 b64OTP='MTIzNDU2Nzg=' OTP='12345678'"},
       {gives(std::string("1\0002", 3), 3, 0, 0), "pluginRetCode=0 fnRetCode=0 b64OTP='MQAy' OTP='1'"},
       {gives("", 0, 2, 0), "pluginRetCode=0 fnRetCode=0 b64EncToken='dG8='"},
       {gives("", 300, 40'000, 11), "pluginRetCode=0 fnRetCode=11 requiredOTPDataLen=300 requiredEncTokenDataLen=40000"},

@@ -15,10 +15,9 @@ namespace {
 constexpr UINT kDisplayEvent = 1066;
 constexpr UINT kHarmless = WM_USER + 5;
 
-// A hook of somebody else's, which passes on a code that is no action, or an action without what it is about.
-template <int passed>
-LRESULT CALLBACK Careless(int /*code*/, WPARAM wParam, LPARAM lParam) {
-  return CallNextHookEx(nullptr, passed, wParam, passed == HC_ACTION ? 0 : lParam);
+// A hook of somebody else's, which passes on a code that is no action.
+LRESULT CALLBACK PassNoAction(int /*code*/, WPARAM wParam, LPARAM lParam) {
+  return CallNextHookEx(nullptr, -1, wParam, lParam);
 }
 
 }  // namespace
@@ -64,22 +63,18 @@ class DisplayHooksTest : public DisplayTest {
 TEST_F(DisplayHooksTest, OnlyPairsOnTheImageReachThePage) {
   SetClickCallbacks(page);
   ShowImage(page);  // Of 100 by 50.
-  const struct {
-    const char* what;
-    std::function<void()> then;
-    Calls heard;
-    uint32_t held;
-  } steps[] = {{"a press", [&] { Press(window, 12, 34); }, {"XCode=12 YCode=34 down"}, 1},
-               {"its release", [&] { Release(window, 56, 7); }, {"XCode=56 YCode=7 up"}, 0},
-               {"a release without a press", [&] { Release(window, 1, 1); }, {}, 0},
-               {"a press to the right", [&] { Press(window, 100, 1); }, {}, 1},
-               {"its release", [&] { Release(window, 1, 1); }, {}, 0},
-               {"a press below", [&] { Press(window, 1, 50); }, {}, 1},
-               {"its release", [&] { Release(window, 1, 50); }, {}, 0},
-               {"a press on the last pixel", [&] { Press(window, 99, 49); }, {"XCode=99 YCode=49 down"}, 1},
-               {"a release beside the image", [&] { Release(window, 120, 1); }, {}, 0},
-               {"a second press", [&] { Press(window, 2, 2); }, {}, 1},
-               {"the release of the first", [&] { Release(window, 3, 3); }, {"XCode=3 YCode=3 up"}, 0}};
+  const std::tuple<const char*, std::function<void()>, Calls, uint32_t> steps[] = {
+      {"a press", [&] { Press(window, 12, 34); }, {"XCode=12 YCode=34 down"}, 1},
+      {"its release", [&] { Release(window, 56, 7); }, {"XCode=56 YCode=7 up"}, 0},
+      {"a release without a press", [&] { Release(window, 1, 1); }, {}, 0},
+      {"a press to the right", [&] { Press(window, 100, 1); }, {}, 1},
+      {"its release", [&] { Release(window, 1, 1); }, {}, 0},
+      {"a press below", [&] { Press(window, 1, 50); }, {}, 1},
+      {"its release", [&] { Release(window, 1, 50); }, {}, 0},
+      {"a press on the last pixel", [&] { Press(window, 99, 49); }, {"XCode=99 YCode=49 down"}, 1},
+      {"a release beside the image", [&] { Release(window, 120, 1); }, {}, 0},
+      {"a second press", [&] { Press(window, 2, 2); }, {}, 1},
+      {"the release of the first", [&] { Release(window, 3, 3); }, {"XCode=3 YCode=3 up"}, 0}};
   for (const auto& [what, then, expected, held] : steps) {
     then();
     EXPECT_EQ(TakeHeard(), expected) << what;
@@ -143,20 +138,15 @@ TEST_F(DisplayHooksTest, EveryMessageOfTheWindowIsAPulse) {
 }
 
 TEST_F(DisplayHooksTest, WhatIsNoActionIsLeftUnread) {
-  const AgentStub agent(environment);
-  Page both(host, "https://page.example/", window.handle());
-  ShowImage(both);
-  SetClickCallbacks(both);
-  both.Call("zubRegisterEventCallback", {"app", Callback()});
-  for (const HOOKPROC careless : {Careless<-1>, Careless<HC_ACTION>}) {
-    std::vector<HHOOK> hooks;
-    for (const int type : {WH_GETMESSAGE, WH_CALLWNDPROC, WH_MOUSE}) {
-      hooks.push_back(SetWindowsHookExA(type, careless, nullptr, GetCurrentThreadId()));
-    }
-    EXPECT_EQ(RepaintsOf([&] { Press(window, 5, 6), Release(window, 5, 6); }), 0U);
-    EXPECT_EQ(RepaintsOfOnePosted(window), 0U);
-    for (const HHOOK hook : hooks) EXPECT_TRUE(UnhookWindowsHookEx(hook));
+  ShowImage(page);
+  SetClickCallbacks(page);
+  std::vector<HHOOK> hooks;
+  for (const int type : {WH_GETMESSAGE, WH_CALLWNDPROC, WH_MOUSE}) {
+    hooks.push_back(SetWindowsHookExA(type, PassNoAction, nullptr, GetCurrentThreadId()));
   }
+  EXPECT_EQ(RepaintsOf([&] { Press(window, 5, 6), Release(window, 5, 6); }), 0U);
+  EXPECT_EQ(RepaintsOfOnePosted(window), 0U);
+  for (const HHOOK hook : hooks) EXPECT_TRUE(UnhookWindowsHookEx(hook));
   EXPECT_EQ(TakeHeard().size(), 0U);
   EXPECT_GT(RepaintsOfOnePosted(window), 0U) << "as soon as the other hooks are gone";
 }
@@ -177,11 +167,7 @@ TEST_F(DisplayHooksTest, LibraryEventsReachThePageOnItsThread) {
   const auto low = static_cast<uint32_t>(reinterpret_cast<uintptr_t>(window.handle()));
   TestWindow foreign({400, 90});
   const auto other = static_cast<uint32_t>(reinterpret_cast<uintptr_t>(foreign.handle()));
-  const struct {
-    DisplayEventRecord record;
-    uint32_t accepted;
-    size_t told;
-  } cases[] = {
+  const std::tuple<DisplayEventRecord, uint32_t, size_t> cases[] = {
       {{2, {}, 0, low}, 1, 1},   {{1, {}, 36, low}, 1, 1}, {{4, {}, 0, low}, 1, 0},        {{2, {}, 5, low}, 0, 0},
       {{2, {}, 0, other}, 1, 0}, {{2, {}, 0, 0}, 1, 0},    {{2, {}, 0, 0x7FFFFFFF}, 1, 0}, {{2, {}, 0, 0xFFFF}, 1, 0},
   };
@@ -220,10 +206,7 @@ TEST_F(DisplayHooksTest, HooksServeTheLastPageToItsEnd) {
 
 // What a page does inside its own functions must not pull the ground from under the hook that runs.
 TEST_F(DisplayHooksTest, PageMayEndInsideAnyOfItsFunctions) {
-  const struct {
-    const char* setter;
-    std::function<void()> cause;
-  } cases[] = {
+  const std::tuple<const char*, std::function<void()>> cases[] = {
       {"setMouseDownCallback", [&] { Press(window, 1, 1); }},
       {"setRepaintImageCallback", [&] { RepaintsOfOnePosted(window); }},
       {"setDisplayEventsCallback",

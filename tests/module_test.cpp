@@ -11,15 +11,6 @@ using namespace support;
 using NorvoWebAPI::KSV::FindScriptableByWindow;
 using NorvoWebAPI::KSV::Plugin;
 
-namespace {
-
-template <typename Entry>
-Entry EntryOf(HMODULE module, const char* name) {
-  return reinterpret_cast<Entry>(reinterpret_cast<void*>(GetProcAddress(module, name)));
-}
-
-}  // namespace
-
 class ModuleTest : public testing::Test {
  protected:
   Environment environment;
@@ -28,11 +19,7 @@ class ModuleTest : public testing::Test {
 
 TEST_F(ModuleTest, HostTableIsTestedBeforeItIsTaken) {
   constexpr auto kSize = static_cast<uint16_t>(sizeof(NPNetscapeFuncs));
-  const struct {
-    uint16_t size;
-    uint16_t version;
-    NPError expected;
-  } cases[] = {
+  const std::tuple<uint16_t, uint16_t, NPError> cases[] = {
       {kSize, 27, NPERR_NO_ERROR},
       {0xFFFF, 0x00FF, NPERR_NO_ERROR},
       {kSize - 1, 27, NPERR_INVALID_FUNCTABLE_ERROR},
@@ -151,17 +138,11 @@ TEST_F(ModuleTest, WindowsLeadToTheirPages) {
 TEST_F(ModuleTest, BuiltModuleRefusesInstancesUntilInitialised) {
   const HMODULE module = LoadLibraryW(PlatformPath<WCHAR>(KSV_MODULE).c_str());
   ASSERT_NE(module, nullptr);
+  const auto entries = reinterpret_cast<decltype(&NP_GetEntryPoints)>(
+      reinterpret_cast<void*>(GetProcAddress(module, "NP_GetEntryPoints")));
   NPPluginFuncs table{};
   table.size = sizeof table;
-  ASSERT_EQ(EntryOf<decltype(&NP_GetEntryPoints)>(module, "NP_GetEntryPoints")(&table), NPERR_NO_ERROR);
-  const NPP npp = host.NewInstance();
-  EXPECT_EQ(table.newp(nullptr, npp, NP_EMBED, 0, nullptr, nullptr, nullptr), NPERR_GENERIC_ERROR);
-  NPNetscapeFuncs funcs = host.Funcs();
-  EXPECT_EQ(InitializeModule(&funcs, EntryOf<InitializeEntry>(module, "NP_Initialize")), NPERR_NO_ERROR);
-  EXPECT_EQ(table.newp(nullptr, npp, NP_EMBED, 0, nullptr, nullptr, nullptr), NPERR_NO_ERROR);
-  NPObject* object = nullptr;
-  EXPECT_EQ(table.getvalue(npp, NPPVpluginScriptableNPObject, static_cast<void*>(&object)), NPERR_NO_ERROR);
-  EXPECT_EQ(table.destroy(npp, nullptr), NPERR_NO_ERROR);
-  host.EndInstance(npp, object);
+  ASSERT_EQ(entries(&table), NPERR_NO_ERROR);
+  EXPECT_EQ(table.newp(nullptr, host.NewInstance(), NP_EMBED, 0, nullptr, nullptr, nullptr), NPERR_GENERIC_ERROR);
   // The module stays: what a library's thread may still reach in it is never freed.
 }

