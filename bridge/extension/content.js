@@ -1,0 +1,99 @@
+// In the isolated world of each document: takes the requests of page.js, and waits for the answer by a blocking
+// request, which the extension's background answers. See bridge/PROTOCOL.md.
+(() => {
+  "use strict";
+
+  const api = globalThis.browser || globalThis.chrome;
+  const ADDRESS = "https://ksv.invalid:1/";
+  const GONE = "The plug-in's host could not be reached. Reload the page; if that does not help, the extension's button tells what is missing.";
+  const channel = performance;
+
+  let port = null;
+  let nonce = "";
+  let number = 0;
+  let hidden = false;  // In the back-forward cache, or on the way there.
+  let asking = false;
+  let events = [];     // What came inside a request: the page hears it afterwards.
+
+  function tell(name, message) {
+    channel.dispatchEvent(new CustomEvent(name, { detail: message }));
+  }
+
+  function tellEvents() {
+    while (events.length && !asking) tell("ksv-event", JSON.stringify(events.shift()));
+  }
+
+  function open() {
+    nonce = Array.from(crypto.getRandomValues(new Uint8Array(16)), byte => byte.toString(16).padStart(2, "0")).join("");
+    number = 0;
+    const opened = api.runtime.connect({ name: nonce });
+    opened.onMessage.addListener(event => {
+      if (opened !== port) return;
+      events.push(event);
+      tellEvents();
+    });
+    opened.onDisconnect.addListener(() => {
+      if (opened !== port) return;
+      port = null;
+      events.push({ gone: "" });
+      tellEvents();
+    });
+    port = opened;
+  }
+
+  // The text that the background gives for this request, in its parts.
+  function fetchAnswer() {
+    let answer = "";
+    for (let part = 0; ; ) {
+      const request = new XMLHttpRequest();
+      request.open("GET", ADDRESS + nonce + "/" + number + "/" + part, false);
+      request.send();
+      const got = request.responseText;
+      if (got[0] === "w") continue;  // Not yet: without the browser's policy nothing holds a request up.
+      answer += got.slice(1);
+      if (got[0] !== "m") return got[0] === "e" ? answer : "";
+      ++part;
+    }
+  }
+
+  function post(body) {
+    if (!port) open();
+    port.postMessage({ n: ++number, text: '{"n":' + number + "," + body.slice(1) });
+  }
+
+  channel.addEventListener("ksv-request", event => {
+    let answer = "";
+    if (!hidden) {
+      asking = true;
+      try {
+        post(event.detail);
+        answer = fetchAnswer();
+      } catch (error) {
+        console.debug(error);
+      }
+      asking = false;
+    }
+    if (!answer) {
+      port?.disconnect();
+      port = null;
+      answer = JSON.stringify({ gone: GONE });
+    }
+    tell("ksv-answer", answer);
+    Promise.resolve().then(tellEvents);
+  });
+
+  channel.addEventListener("ksv-note", event => {
+    if (port) post(event.detail);
+  });
+
+  // A page in the back-forward cache has no plug-in: its instances have ended when it comes back.
+  addEventListener("pagehide", event => {
+    if (!event.persisted) return;
+    hidden = true;
+    port?.disconnect();
+    port = null;
+    events = [];
+    tell("ksv-event", JSON.stringify({ gone: "" }));
+  }, true);
+  addEventListener("pageshow", () => { hidden = false; }, true);
+})();
