@@ -15,6 +15,7 @@ class DocumentLink {
     this.waiting = new Map();
     this.pieces = "";
     this.ended = "";
+    this.rules = [];
     documents.set(port.name, this);
     port.onMessage.addListener(message => this.takeRequest(message));
     port.onDisconnect.addListener(() => this.close());
@@ -25,8 +26,10 @@ class DocumentLink {
     this.native.postMessage({ hello: 1, origin: origin || "null", address: url || "" });
   }
 
-  takeRequest({ text }) {
+  async takeRequest({ n, text }) {
     if (!this.ended) this.native.postMessage(JSON.parse(text));
+    await ready;
+    if (polls) publish(this, n);
   }
 
   takeMessage(message) {
@@ -62,6 +65,7 @@ class DocumentLink {
     this.ended ||= "gone";
     this.native.disconnect();
     documents.delete(this.port.name);
+    if (this.rules.length) api.declarativeNetRequest.updateSessionRules({ removeRuleIds: this.rules });
   }
 
   // The answer to a request, once it is there; that the host has gone, when it has.
@@ -73,18 +77,64 @@ class DocumentLink {
   }
 }
 
-async function answerFor(url) {
-  const [nonce, number, part] = new URL(url).pathname.split("/").slice(-3);
-  const link = documents.get(nonce);
-  if (!link) return "g";
-  const text = await link.answer(Number(number));
-  const start = Number(part) * MAX_PART;
-  return (start + MAX_PART < text.length ? "m" : "e") + text.slice(start, start + MAX_PART);
+// The text of an answer in parts; each begins with a letter: more parts follow, the end, or nobody is there ("g").
+function partsOf(text) {
+  const parts = [];
+  for (let start = 0; start < text.length; start += MAX_PART) {
+    parts.push((start + MAX_PART < text.length ? "m" : "e") + text.slice(start, start + MAX_PART));
+  }
+  return parts;
 }
 
 const addressOf = text => "data:text/plain;charset=utf-8," + encodeURIComponent(text);
 
+// --- Browsers that hold a request up until its answer is there ------------------------------------------------------
+
+async function answerFor(url) {
+  const [nonce, number, part] = new URL(url).pathname.split("/").slice(-3);
+  const link = documents.get(nonce);
+  return link ? partsOf(await link.answer(Number(number)))[part] : "g";
+}
+
+function holdRequests() {
+  api.webRequest.onBeforeRequest.addListener(
+    details => answerFor(details.url).then(text => ({ redirectUrl: addressOf(text) })),
+    { urls: ["https://ksv.invalid/*", "*://*/__ksv__/*"] }, ["blocking"]);
+}
+
+// --- Chromium without a policy: content.js asks again and again, and rules give the answer ---------------------------
+
+let lastRule = 0;
+
+// Replaces the rules of the document's last answer by those of this one.
+async function publish(link, number) {
+  const text = await link.answer(number);
+  const addRules = partsOf(text).map((part, index) => ({
+    id: ++lastRule,
+    priority: 2,
+    condition: {
+      urlFilter: "|https://ksv.invalid:1/" + link.port.name + "/" + number + "/" + index + "|",
+      resourceTypes: ["xmlhttprequest"]
+    },
+    action: { type: "redirect", redirect: { url: addressOf(part) } }
+  }));
+  const removeRuleIds = link.rules;
+  link.rules = addRules.map(rule => rule.id);
+  await api.declarativeNetRequest.updateSessionRules({ addRules, removeRuleIds });
+}
+
+let polls = false;
+
+async function choosePolling() {
+  if (!api.declarativeNetRequest) return;
+  polls = (await api.management.getSelf()).installType !== "admin";
+  const { updateEnabledRulesets, getSessionRules, updateSessionRules } = api.declarativeNetRequest;
+  await updateEnabledRulesets(polls ? { enableRulesetIds: ["wait"] } : { disableRulesetIds: ["wait"] });
+  // The rules of a background that was ended outlive it.
+  await updateSessionRules({ removeRuleIds: (await getSessionRules()).map(rule => rule.id) });
+}
+
+const ready = choosePolling();
+
 api.runtime.onConnect.addListener(port => new DocumentLink(port));
-api.webRequest.onBeforeRequest.addListener(
-  details => answerFor(details.url).then(text => ({ redirectUrl: addressOf(text) })),
-  { urls: ["https://ksv.invalid/*"] }, ["blocking"]);
+holdRequests();
