@@ -8,9 +8,19 @@ const MAX_PART = 500000;  // Of an answer, in characters: an address has its lim
 
 const documents = new Map();  // By nonce.
 
+// Whether the administrator and the user let the origin's pages use the plug-in; gives a sentence when not.
+async function refusalOf(origin) {
+  const { sites } = await api.storage.managed.get("sites").catch(() => ({}));
+  if (sites && !sites.includes(origin)) return "Your administrator does not allow the plug-in for this site.";
+  const { off = [] } = await api.storage.local.get("off");
+  return off.includes(origin) ? "The plug-in is switched off for this site: the extension's button switches it on." : "";
+}
+
 class DocumentLink {
   constructor(port) {
     this.port = port;
+    this.origin = port.sender.origin || "null";
+    this.host = "";
     this.answers = new Map();
     this.waiting = new Map();
     this.pieces = "";
@@ -19,14 +29,25 @@ class DocumentLink {
     documents.set(port.name, this);
     port.onMessage.addListener(message => this.takeRequest(message));
     port.onDisconnect.addListener(() => this.close());
-    const { origin, url } = port.sender;
+    this.started = this.start();
+  }
+
+  async start() {
+    const refusal = await refusalOf(this.origin);
+    if (refusal) this.end(refusal);
+    if (this.ended) return;
     this.native = api.runtime.connectNative(HOST);
     this.native.onMessage.addListener(message => this.takeMessage(message));
-    this.native.onDisconnect.addListener(() => this.endHost(api.runtime.lastError?.message || this.native.error?.message));
-    this.native.postMessage({ hello: 1, origin: origin || "null", address: url || "" });
+    this.native.onDisconnect.addListener(() => {
+      const reason = api.runtime.lastError?.message || this.native.error?.message || "it crashed or was killed";
+      this.end("The plug-in's host has ended: " + reason + ". Reload the page to start it again; if it ends again, the "
+        + "extension's button tells what is missing.");
+    });
+    this.native.postMessage({ hello: 1, origin: this.origin, address: this.port.sender.url || "" });
   }
 
   async takeRequest({ n, text }) {
+    await this.started;
     if (!this.ended) this.native.postMessage(JSON.parse(text));
     await ready;
     if (polls) publish(this, n);
@@ -44,8 +65,10 @@ class DocumentLink {
       this.answers.delete(message.n - 16);
       this.wake(message.n);
     } else if (message.end) {
-      this.ended = "The plug-in's host has ended: " + message.end;
-    } else if (!message.hello) {
+      this.end("The plug-in's host has ended: " + message.end);
+    } else if (message.hello) {
+      this.host = message.host;
+    } else {
       this.port.postMessage(message);
     }
   }
@@ -55,15 +78,17 @@ class DocumentLink {
     this.waiting.delete(number);
   }
 
-  endHost(reason) {
-    this.ended ||= "The plug-in's host has ended: " + (reason || "it crashed or was killed") + ". Reload the page to start it again.";
+  // The first reason counts: what waits is told it, and the page.
+  end(reason) {
+    if (this.ended) return;
+    this.ended = reason;
     for (const number of [...this.waiting.keys()]) this.wake(number);
-    this.port.postMessage({ gone: this.ended });
+    this.port.postMessage({ gone: reason });
   }
 
   close() {
-    this.ended ||= "gone";
-    this.native.disconnect();
+    this.ended ||= "The page has gone.";
+    this.native?.disconnect();
     documents.delete(this.port.name);
     if (this.rules.length) api.declarativeNetRequest.updateSessionRules({ removeRuleIds: this.rules });
   }
@@ -138,3 +163,11 @@ const ready = choosePolling();
 
 api.runtime.onConnect.addListener(port => new DocumentLink(port));
 holdRequests();
+
+// --- The toolbar's page asks who uses the plug-in in a tab -------------------------------------------------------------
+
+api.runtime.onMessage.addListener((message, sender, answer) => {
+  if (sender.id !== api.runtime.id || message.usersIn === undefined) return;
+  answer([...documents.values()].filter(link => link.port.sender.tab?.id === message.usersIn)
+    .map(link => ({ origin: link.origin, host: link.host, ended: link.ended })));
+});

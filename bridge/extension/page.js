@@ -5,7 +5,7 @@
   "use strict";
 
   const TYPES = ["application/x-vnd-norvo-webapi-ksv-5.0.9", "application/x-vnd-norvo-webapi-ksv-5.0.5"];
-  const DESCRIPTION = "Norvo WebAPI KSV";
+  const DESCRIPTION = "Norvo KSV WebApi plugin";
   const METHODS = [
     "getPlatformInfo", "isUpdaterPromptRequired", "zubInit", "zubDeInit", "zubStartProvisioning",
     "zubEndProvisioning", "zubEndProvisioningDomainBinding", "zubSendData", "zubReceiveData", "zubProcessSVPMessage",
@@ -25,7 +25,7 @@
 
   const { parse, stringify } = JSON;
   const { apply, ownKeys, getOwnPropertyDescriptor, get: getMember } = Reflect;
-  const { defineProperty, create, is, setPrototypeOf } = Object;
+  const { defineProperty, create, freeze, is, setPrototypeOf } = Object;
   const { isArray } = Array;
   const PageError = Error;
   const PageMap = Map;
@@ -144,12 +144,12 @@
     if (value.object) {
       const object = {};
       for (let i = 0; i < value.object.length; ++i) put(object, value.object[i][0], read(value.object[i][1]));
-      return object;
+      return freeze(object);
     }
     if (value.array) {
       const array = [];
       for (let i = 0; i < value.array.length; ++i) put(array, i, read(value.array[i]));
-      return array;
+      return freeze(array);
     }
     if (value.number) return value.number === "NaN" ? NaN : value.number === "-0" ? -0 : value.number === "Infinity" ? Infinity : -Infinity;
     return undefined;
@@ -206,7 +206,7 @@
   const refused = () => ({ pluginRetCode: 13, fnRetCode: 0 });
 
   function use(element, message) {
-    const number = instanceOf(element);
+    const number = isOurs(element) ? instanceOf(element) : 0;
     const given = number && ask('{"on":' + number + "," + message + "}");
     if (!given) return undefined;
     if (given.error) throw new PageError(given.error);
@@ -245,6 +245,49 @@
     }
   }
 
+  // --- What pages look for: the plug-in among those of the browser ---------------------------------------------------
+
+  // A list of the browser's with entries of ours behind its own.
+  function extended(list, entries) {
+    const own = list.length;
+    const member = key => entries.find((entry, index) => key === entry.name || key === entry.type || key === String(own + index));
+    const item = key => member(String(key >>> 0)) || list.item(key);
+    const namedItem = key => member(key) || list.namedItem(key);
+    return new Proxy(list, {
+      get(target, key) {
+        if (key === "length") return own + entries.length;
+        if (key === "item") return item;
+        if (key === "namedItem") return namedItem;
+        if (key === Symbol.iterator) return function* () { yield* target; yield* entries; };
+        const found = typeof key === "string" && member(key);
+        const value = found || getMember(target, key, target);
+        return typeof value === "function" ? value.bind(target) : value;
+      },
+      has: (target, key) => Boolean(typeof key === "string" && member(key)) || key in target
+    });
+  }
+
+  const described = (type, members) => create(type.prototype, Object.fromEntries(
+    Object.entries(members).map(([key, value]) => [key, { value, enumerable: true }])));
+
+  function announce() {
+    const plugin = described(Plugin, { name: DESCRIPTION, description: DESCRIPTION, filename: "", length: TYPES.length });
+    const types = TYPES.map(type =>
+      described(MimeType, { type, description: DESCRIPTION, suffixes: "", enabledPlugin: plugin }));
+    types.forEach((type, index) => put(plugin, index, type));
+    for (const [name, entries] of [["mimeTypes", types], ["plugins", [plugin]]]) {
+      const { get } = getOwnPropertyDescriptor(Navigator.prototype, name);
+      let list = null;
+      defineProperty(Navigator.prototype, name, {
+        configurable: true,
+        enumerable: true,
+        get() { return list ||= extended(apply(get, this, []), entries); }
+      });
+    }
+  }
+
+  announce();
+
   // --- What the module does to the page's functions -----------------------------------------------------------------
 
   listen("ksv-event", message => {
@@ -252,7 +295,7 @@
     if (event.run) {
       const held = functions.get(event.run);
       try {
-        if (held) apply(held.run, window, read({ array: event.arguments }));
+        if (held) apply(held.run, undefined, read({ array: event.arguments }));
       } catch (error) {
         report(error);
       }
