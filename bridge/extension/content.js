@@ -33,6 +33,7 @@
     opened.onMessage.addListener(event => {
       if (opened !== port) return;
       events.push(event);
+      if (event.gone) close();
       tellEvents();
     });
     opened.onDisconnect.addListener(() => {
@@ -61,6 +62,12 @@
     request.open("GET", address, false);
     request.send();
     return request.responseText;
+  }
+
+  // The next use opens another.
+  function close() {
+    port?.disconnect();
+    port = null;
   }
 
   // The text that the background gives for this request, in its parts.
@@ -93,8 +100,7 @@
       asking = false;
     }
     if (!answer) {
-      port?.disconnect();
-      port = null;
+      close();
       answer = JSON.stringify({ gone: GONE });
     }
     tell("ksv-answer", answer);
@@ -109,8 +115,7 @@
   addEventListener("pagehide", event => {
     if (!event.persisted) return;
     hidden = true;
-    port?.disconnect();
-    port = null;
+    close();
     events = [];
     tell("ksv-event", JSON.stringify({ gone: "" }));
   }, true);
