@@ -75,8 +75,9 @@ async function awaitExtension(browser) {
   const tab = await browser.newPage();
   const end = Date.now() + 30000;
   while (Date.now() < end) {
-    await tab.goto(address);
-    if (await tab.evaluate(() => "zubInit" in HTMLObjectElement.prototype)) return tab.close();
+    // The installation may end a navigation that is under way.
+    const isThere = await tab.goto(address).then(() => tab.evaluate(() => "zubInit" in HTMLObjectElement.prototype)).catch(() => false);
+    if (isThere) return tab.close();
     await new Promise(done => setTimeout(done, 100));
   }
   throw new Error("The browser has not installed the extension.");

@@ -6,7 +6,21 @@ const api = globalThis.browser || globalThis.chrome;
 const HOST = "com.norvo.ksv";
 const MAX_PART = 500000;  // Of an answer, in characters: an address has its limits.
 
+const ARRIVAL_TIME = 3000;  // In milliseconds.
+
 const documents = new Map();  // By nonce.
+const expected = new Map();   // Who waits for a document, by nonce.
+
+// The document of a request, which may come before its document's port; null for a nonce that nobody has.
+function linkOf(nonce) {
+  return documents.get(nonce) || new Promise(done => {
+    expected.set(nonce, done);
+    setTimeout(() => {
+      expected.delete(nonce);
+      done(null);
+    }, ARRIVAL_TIME);
+  });
+}
 
 // Whether the administrator and the user let the origin's pages use the plug-in; gives a sentence when not.
 async function refusalOf(origin) {
@@ -27,6 +41,7 @@ class DocumentLink {
     this.ended = "";
     this.rules = [];
     documents.set(port.name, this);
+    expected.get(port.name)?.(this);
     port.onMessage.addListener(message => this.takeRequest(message));
     port.onDisconnect.addListener(() => this.close());
     this.started = this.start();
@@ -117,7 +132,7 @@ const addressOf = text => "data:text/plain;charset=utf-8," + encodeURIComponent(
 
 async function answerFor(url) {
   const [nonce, number, part] = new URL(url).pathname.split("/").slice(-3);
-  const link = documents.get(nonce);
+  const link = await linkOf(nonce);
   return link ? partsOf(await link.answer(Number(number)))[part] : "g";
 }
 

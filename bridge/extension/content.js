@@ -9,6 +9,7 @@
   const pageRequest = typeof content === "object" && content && content.XMLHttpRequest;
   const ADDRESS = pageRequest ? "https://ksv.invalid/" : "https://ksv.invalid:1/";
   const GONE = "The plug-in's host could not be reached. Reload the page; if that does not help, the extension's button tells what is missing.";
+  const START_TIME = 5000;  // What a background may take to be there, in milliseconds.
   const channel = performance;
 
   let port = null;
@@ -70,14 +71,23 @@
     port = null;
   }
 
-  // The text that the background gives for this request, in its parts.
+  // The text that the background gives for this request, in its parts; empty when there is none to be had.
   function fetchAnswer() {
+    const end = Date.now() + START_TIME;
     let answer = "";
     for (let part = 0; ; ) {
-      const got = fetchPart(nonce + "/" + number + "/" + part);
+      let got = "";
+      try {
+        got = fetchPart(nonce + "/" + number + "/" + part);
+      } catch {
+        // A background that is just being started answers nothing yet.
+        if (Date.now() > end) return "";
+        continue;
+      }
       if (got[0] === "w") continue;  // Not yet: without the browser's policy nothing holds a request up.
+      if (got[0] !== "m" && got[0] !== "e") return "";
       answer += got.slice(1);
-      if (got[0] !== "m") return got[0] === "e" ? answer : "";
+      if (got[0] === "e") return answer;
       ++part;
     }
   }
