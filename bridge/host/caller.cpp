@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <fstream>
 #include <nlohmann/json.hpp>
+#include <string_view>
 
 #include "kit/program/paths.h"
 
@@ -22,12 +23,14 @@ bool ManifestAllows(const std::string& path, const std::string& id) {
 
 }  // namespace
 
-std::optional<std::string> RefuseCaller(const std::vector<std::string>& arguments) {
+std::optional<std::string> RefuseCaller(std::vector<std::string> arguments) {
+  // On Windows Chromium tells its window too.
+  std::erase_if(arguments, [](std::string_view argument) { return argument.starts_with("--parent-window="); });
   if (arguments.size() < 2) return "This program is started by a browser, for its extension. See --help.";
-  if (arguments[1] == kChromiumCaller) return std::nullopt;
+  if (arguments.size() == 2 && arguments[1] == kChromiumCaller) return std::nullopt;
   if (arguments.size() == 3 && arguments[2] == kFirefoxId) {
     if (ManifestAllows(arguments[1], arguments[2])) return std::nullopt;
-    return arguments[1] + " does not allow the extension " + arguments[2] + ".";
+    return arguments[1] + " does not allow the extension " + arguments[2] + ": install the plug-in again.";
   }
   return "Another extension than the plug-in's asked for the host: " + arguments.back() + ".";
 }

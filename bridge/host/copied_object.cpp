@@ -1,6 +1,8 @@
 #include "bridge/host/copied_object.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <memory>
 
 #include "kit/nphost/host.h"
 
@@ -32,30 +34,49 @@ bool Guarded(Work work) noexcept {
 
 }  // namespace
 
-NPClass CopiedObject::copiedClass{NP_CLASS_STRUCT_VERSION, nullptr,     Deallocate,  nullptr, HasMethod, Invoke, nullptr,
-                                  HasProperty,             GetProperty, nullptr,     nullptr, Enumerate, nullptr};
+NPClass CopiedObject::copiedClass{NP_CLASS_STRUCT_VERSION,
+                                  nullptr,
+                                  Deallocate,
+                                  nullptr,
+                                  HasMethod,
+                                  Invoke,
+                                  nullptr,
+                                  HasProperty,
+                                  GetProperty,
+                                  nullptr,
+                                  nullptr,
+                                  Enumerate,
+                                  nullptr};
 
-CopiedObject* CopiedObject::Make() {
-  auto* const object = new CopiedObject;  // Its last reference ends it: see Deallocate.
-  object->_class = &copiedClass;
-  object->referenceCount = 1;
-  Host::Current().Add(object);
-  return object;
+CopiedObject& CopiedObject::MakeIn(NpHost::Variant& owner) {
+  std::unique_ptr<CopiedObject> made(new CopiedObject);
+  made->_class = &copiedClass;
+  made->referenceCount = 1;
+  Host::Current().Add(made.get());
+  NPVariant& variant = *owner.Get();
+  variant.type = NPVariantType_Object;
+  variant.value.objectValue = made.get();
+  return *made.release();  // Its last reference ends it: see Deallocate.
 }
 
 void CopiedObject::Add(NPIdentifier key, const NPVariant& value) {
+  NpHost::Variant owned(value);  // Growing may fail.
   members.emplace_back(key, value);
+  *owned.Get() = {NPVariantType_Void, {}};
 }
 
 void CopiedObject::Deallocate(NPObject* object) {
-  auto* const copied = static_cast<CopiedObject*>(object);
+  const std::unique_ptr<CopiedObject> copied(static_cast<CopiedObject*>(object));
   for (auto& [key, value] : copied->members) Host::Current().Release(value);
-  delete copied;
 }
 
-const NPVariant* CopiedObject::Find(NPIdentifier key) const {
-  const auto found = std::ranges::find(members, key, &std::pair<NPIdentifier, NPVariant>::first);
-  return found == members.end() ? nullptr : &found->second;
+const NPVariant* CopiedObject::Find(NPIdentifier key) {
+  const auto start = members.begin() + static_cast<ptrdiff_t>(next);
+  auto found = std::ranges::find(start, members.end(), key, &Member::first);
+  if (found == members.end()) found = std::ranges::find(members.begin(), start, key, &Member::first);
+  if (found == members.end() || found->first != key) return nullptr;
+  next = static_cast<size_t>(found - members.begin());
+  return &found->second;
 }
 
 bool CopiedObject::HasProperty(NPObject* object, NPIdentifier key) {
@@ -70,26 +91,29 @@ bool CopiedObject::GetProperty(NPObject* object, NPIdentifier key, NPVariant* re
   });
 }
 
-bool CopiedObject::HasMethod(NPObject* /*object*/, NPIdentifier key) {
-  return Guarded([&] { return key == Host::Current().IdOfName("toString"); });
+bool CopiedObject::HasMethod(NPObject* object, NPIdentifier key) {
+  return Guarded(
+      [&] { return static_cast<CopiedObject*>(object)->asText && key == Host::Current().IdOfName("toString"); });
 }
 
 bool CopiedObject::Invoke(NPObject* object, NPIdentifier key, const NPVariant* /*arguments*/, uint32_t /*count*/,
                           NPVariant* result) {
   return Guarded([&] {
     if (!HasMethod(object, key)) return false;
-    *result = Host::Current().Text(static_cast<CopiedObject*>(object)->asText);
+    *result = Host::Current().Text(*static_cast<CopiedObject*>(object)->asText);
     return true;
   });
 }
 
 bool CopiedObject::Enumerate(NPObject* object, NPIdentifier** keys, uint32_t* count) {
-  const auto& members = static_cast<CopiedObject*>(object)->members;
-  auto* const list = static_cast<NPIdentifier*>(Host::Current().Allocate(members.size() * sizeof(NPIdentifier)));
-  if (!list && !members.empty()) return false;
-  std::ranges::transform(members, list, &std::pair<NPIdentifier, NPVariant>::first);
+  const auto& copied = *static_cast<CopiedObject*>(object);
+  if (copied.isUnreadable) return false;
+  const size_t size = copied.members.size() * sizeof(NPIdentifier);
+  auto* const list = static_cast<NPIdentifier*>(Host::Current().Allocate(size));
+  if (!list && size > 0) return false;
+  std::ranges::transform(copied.members, list, &Member::first);
   *keys = list;
-  *count = static_cast<uint32_t>(members.size());
+  *count = static_cast<uint32_t>(copied.members.size());
   return true;
 }
 

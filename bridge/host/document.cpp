@@ -23,6 +23,10 @@ std::string AddressOf(const Hello& attested) {
   return attested.address.starts_with(root) ? attested.address : root;
 }
 
+constexpr size_t kMaxInstances = 1'000;
+// Names of members live as long as the host.
+constexpr size_t kMaxNameBytes = size_t{256} << 20;
+
 json Error(const std::string& sentence) {
   return {{"error", sentence}};
 }
@@ -71,12 +75,13 @@ Document::Page::Page(Document& document, const Request& request)
 json Document::Create(const Request& request) {
   if (request.instance <= lastInstance) throw ProtocolError("an instance's number is used again");
   lastInstance = request.instance;
+  if (pages.size() >= kMaxInstances) return Error("The document has too many elements of the plug-in's.");
   try {
     if (!module) module = std::make_unique<NpHost::Module>(modulePath, Funcs());
     pages.try_emplace(request.instance, *this, request);
     return Value({{"undefined", true}});
   } catch (const std::runtime_error& error) {
-    return Error(Kit::TextOf(modulePath) + ": " + error.what());
+    return Error(Kit::TextOf(modulePath) + ": " + error.what() + " Install the plug-in again, and reload the page.");
   }
 }
 
@@ -85,21 +90,28 @@ NPObject* Document::ObjectOf(uint32_t instance) {
   return found == pages.end() ? nullptr : found->second.instance.Scriptable();
 }
 
-json Document::Use(NPObject* object, const Request& request) {
+json Document::Use(NpHost::Instance& instance, const Request& request) {
+  const NPNetscapeFuncs& call = Funcs();
+  const NPP npp = instance.Record();
+  NPObject* const object = instance.Scriptable();
   const NpHost::Variant hold(object);
-  const NPClass& table = *object->_class;
   const NPIdentifier name = IdOfName(request.name);
   NpHost::VariantList values;
   ReadValues(request.content, {functions, [this](uint32_t number) { return ObjectOf(number); }}, values);
+  if (NameBytes() > kMaxNameBytes) throw ProtocolError("the page has used too many different names");
   NpHost::Variant result;
   exception.reset();
   bool done = false;
   switch (request.action) {
-    case Action::Call: done = table.invoke(object, name, values.Data(), values.Size(), result.Get()); break;
-    case Action::Set: done = table.setProperty(object, name, values.Data()); break;
+    case Action::Call:
+      done = call.invoke(npp, object, name, values.Data(), values.Size(), result.Get());
+      break;
+    case Action::Set:
+      done = call.setproperty(npp, object, name, values.Data());
+      break;
     default:
-      if (!table.hasProperty(object, name)) return Value({{"undefined", true}});
-      done = table.getProperty(object, name, result.Get());
+      if (!call.hasproperty(npp, object, name)) return Value({{"undefined", true}});
+      done = call.getproperty(npp, object, name, result.Get());
   }
   if (!done) return Error(exception.value_or("the plug-in refused " + request.name));
   return Value(WriteValue(*result.Get()));
@@ -108,10 +120,10 @@ json Document::Use(NPObject* object, const Request& request) {
 json Document::Answer(const Request& request) {
   if (request.action == Action::Create) return Create(request);
   if (request.instance > lastInstance) throw ProtocolError("there is no such instance");
-  NPObject* const object = ObjectOf(request.instance);
-  if (!object) return Error("the plug-in's instance has ended");
-  if (request.action != Action::Destroy) return Use(object, request);
-  pages.erase(request.instance);
+  const auto page = pages.find(request.instance);
+  if (page == pages.end()) return Error("the plug-in's instance has ended");
+  if (request.action != Action::Destroy) return Use(page->second.instance, request);
+  pages.erase(page);
   return Value({{"undefined", true}});
 }
 

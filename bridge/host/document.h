@@ -46,7 +46,7 @@ class Document : private NpHost::Host {
 
   nlohmann::json Create(const Request& request);
   NPObject* ObjectOf(uint32_t instance);
-  nlohmann::json Use(NPObject* object, const Request& request);
+  nlohmann::json Use(NpHost::Instance& instance, const Request& request);
 
   const std::filesystem::path modulePath;
   const std::string address;

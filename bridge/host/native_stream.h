@@ -10,15 +10,10 @@ namespace Bridge {
 
 using File = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
 
-/// The browser's two pipes. Taken once, at the start: from then on what the module and the libraries print goes to
-/// standard error, because a line of theirs among the messages would end the connection.
 struct NativePipes {
   File input;
   File output;
 };
-
-/// Throws `std::runtime_error`.
-NativePipes TakePipes();
 
 /// Gives nothing at the end of the input. Throws `ProtocolError` for a message that is cut off or too long.
 std::optional<std::string> ReadNativeMessage(std::FILE* input);

@@ -1,8 +1,12 @@
 #include "bridge/host/page_values.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
+#include <memory>
+#include <optional>
 #include <string>
+#include <utility>
 
 #include "bridge/host/copied_object.h"
 #include "bridge/host/protocol.h"
@@ -35,6 +39,11 @@ NPVariant OfObject(NPObject* object) {
   return variant;
 }
 
+// What the owner had, for the caller.
+NPVariant Given(NpHost::Variant& owner) {
+  return std::exchange(*owner.Get(), {NPVariantType_Void, {}});
+}
+
 double NumberWithoutJson(const std::string& name) {
   constexpr double kInfinity = std::numeric_limits<double>::infinity();
   if (name == "NaN") return std::numeric_limits<double>::quiet_NaN();
@@ -49,19 +58,23 @@ class Reader {
   explicit Reader(const PageContext& context) : context(context) {}
 
   NPVariant Read(const json& value, int depth) {
-    if (++count > kMaxValues || depth > kMaxDepth) throw ProtocolError("a value is too large or too deep");
+    if (++count > kMaxValues) throw ProtocolError("there are too many values");
     switch (value.type()) {
-      case json::value_t::null: return {NPVariantType_Null, {}};
+      case json::value_t::null:
+        return {NPVariantType_Null, {}};
       case json::value_t::boolean: {
         NPVariant variant{NPVariantType_Bool, {}};
         variant.value.boolValue = value.get<bool>();
         return variant;
       }
-      case json::value_t::string: return Host::Current().Text(value.get_ref<const std::string&>());
+      case json::value_t::string:
+        return Host::Current().Text(value.get_ref<const std::string&>());
       case json::value_t::number_integer:
       case json::value_t::number_unsigned:
-      case json::value_t::number_float: return OfNumber(value.get<double>());
-      default: return ReadTagged(value, depth);
+      case json::value_t::number_float:
+        return OfNumber(value.get<double>());
+      default:
+        return ReadTagged(value, depth);
     }
   }
 
@@ -73,41 +86,38 @@ class Reader {
     if (kind == "undefined" && content == true) return {NPVariantType_Void, {}};
     if (kind == "number" && content.is_string()) return OfNumber(NumberWithoutJson(content.get<std::string>()));
     if (kind == "object" && content.is_array()) return ReadObject(content, depth);
-    if (kind == "array" && content.is_array()) return ReadArray(content, depth);
-    if (kind == "function" && IsIndex(content)) return OfObject(context.functions.Take(content.get<uint32_t>()));
-    if (kind == "plugin" && IsIndex(content)) {
+    if (kind == "unreadable" && content == true) return Unreadable();
+    if (kind == "function" && IsNumber(content)) return OfObject(context.functions.Take(content.get<uint32_t>()));
+    if (kind == "plugin" && IsNumber(content)) {
+      // The instance may have ended, or could not be made.
       NPObject* const object = context.pluginObject(content.get<uint32_t>());
-      if (!object) throw ProtocolError("there is no such instance");
-      return OfObject(Host::Current().Retain(object));
+      return object ? OfObject(Host::Current().Retain(object)) : Unreadable();
     }
     throw ProtocolError("there is no value of the kind '" + kind.substr(0, 40) + "'");
   }
 
-  static bool IsIndex(const json& content) {
+  static bool IsNumber(const json& content) {
     return content.is_number_unsigned() && content.get<uint64_t>() <= UINT32_MAX;
   }
 
+  static NPVariant Unreadable() {
+    NpHost::Variant owner;
+    CopiedObject::MakeIn(owner).SetUnreadable();
+    return Given(owner);
+  }
+
   NPVariant ReadObject(const json& members, int depth) {
-    auto* const object = CopiedObject::Make();
-    NpHost::Variant owner(OfObject(object));
-    object->SetText("[object Object]");
+    if (depth == kMaxDepth) throw ProtocolError("a value is too deep");
+    NpHost::Variant owner;
+    CopiedObject& object = CopiedObject::MakeIn(owner);
     for (const json& member : members) {
       if (!member.is_array() || member.size() != 2 || !member[0].is_string()) {
         throw ProtocolError("a member is no pair of a key and a value");
       }
-      object->Add(Host::Current().IdOfName(member[0].get<std::string>()), Read(member[1], depth + 1));
+      const NPIdentifier key = Host::Current().IdOfName(member[0].get_ref<const std::string&>());
+      object.Add(key, Read(member[1], depth + 1));
     }
-    return std::exchange(*owner.Get(), {NPVariantType_Void, {}});
-  }
-
-  // As browsers list an array: its elements' numbers. The length is a member that is not listed.
-  NPVariant ReadArray(const json& elements, int depth) {
-    auto* const object = CopiedObject::Make();
-    NpHost::Variant owner(OfObject(object));
-    for (size_t at = 0; at < elements.size(); ++at) {
-      object->Add(Host::Current().Id(static_cast<int32_t>(at)), Read(elements[at], depth + 1));
-    }
-    return std::exchange(*owner.Get(), {NPVariantType_Void, {}});
+    return Given(owner);
   }
 
   const PageContext& context;
@@ -121,29 +131,56 @@ json WriteNumber(double number) {
   return number;
 }
 
+json Write(const NPVariant& value, int depth);
+
 // Nothing when the object has no such member.
-std::optional<json> WriteMember(NPObject* object, NPIdentifier key) {
+std::optional<json> WriteMember(NPObject* object, NPIdentifier key, int depth) {
   const NPClass& table = *object->_class;
   if (!table.hasProperty || !table.hasProperty(object, key)) return std::nullopt;
   NpHost::Variant value;
   if (!table.getProperty || !table.getProperty(object, key, value.Get())) return std::nullopt;
-  return WriteValue(*value.Get());
+  return Write(*value.Get(), depth + 1);
 }
 
-json WriteObject(NPObject* object) {
+json WriteObject(NPObject* object, int depth) {
+  if (depth == kMaxDepth) return nullptr;
   Host& host = Host::Current();
-  if (const std::optional<json> length = WriteMember(object, host.IdOfName("length")); length && length->is_number()) {
+  const std::optional<json> length = WriteMember(object, host.IdOfName("length"), depth);
+  if (length && length->is_number_integer()) {
     json elements = json::array();
-    for (int32_t at = 0; at < length->get<int32_t>(); ++at) {
-      elements.push_back(WriteMember(object, host.Id(at)).value_or(json{{"undefined", true}}));
+    const int32_t count = std::min(length->get<int32_t>(), kMaxValues);
+    for (int32_t at = 0; at < count; ++at) {
+      elements.push_back(WriteMember(object, host.Id(at), depth).value_or(json{{"undefined", true}}));
     }
     return {{"array", std::move(elements)}};
   }
   json members = json::array();
   for (const char* key : kResultKeys) {
-    if (auto value = WriteMember(object, host.IdOfName(key))) members.push_back(json::array({key, std::move(*value)}));
+    if (auto value = WriteMember(object, host.IdOfName(key), depth)) {
+      members.push_back(json::array({key, std::move(*value)}));
+    }
   }
   return {{"object", std::move(members)}};
+}
+
+json Write(const NPVariant& value, int depth) {
+  switch (value.type) {
+    case NPVariantType_Void:
+      break;
+    case NPVariantType_Null:
+      return nullptr;
+    case NPVariantType_Bool:
+      return value.value.boolValue;
+    case NPVariantType_Int32:
+      return value.value.intValue;
+    case NPVariantType_Double:
+      return WriteNumber(value.value.doubleValue);
+    case NPVariantType_String:
+      return std::string(value.value.stringValue.UTF8Characters, value.value.stringValue.UTF8Length);
+    case NPVariantType_Object:
+      return WriteObject(value.value.objectValue, depth);
+  }
+  return {{"undefined", true}};
 }
 
 }  // namespace
@@ -165,18 +202,18 @@ NPClass PageFunctions::functionClass{NP_CLASS_STRUCT_VERSION,
                                      nullptr,
                                      nullptr,
                                      nullptr,
-                                     nullptr,
+                                     ListNothing,
                                      nullptr};
 
 NPObject* PageFunctions::Take(uint32_t number) {
-  Function*& function = held[number];
-  if (function) {
-    ++function->seen;
-    return Host::Current().Retain(function);
+  if (const auto known = held.find(number); known != held.end()) {
+    ++known->second->seen;
+    return Host::Current().Retain(known->second);
   }
-  function = new Function{{&functionClass, 1}, this, number, 1};  // Its last reference ends it: see Deallocate.
-  Host::Current().Add(function);
-  return function;
+  std::unique_ptr<Function> function(new Function{{&functionClass, 1}, this, number, 1});
+  Host::Current().Add(function.get());
+  held.emplace(number, function.get());
+  return function.release();  // Its last reference ends it: see Deallocate.
 }
 
 void PageFunctions::Deallocate(NPObject* object) {
@@ -198,32 +235,28 @@ bool PageFunctions::Run(NPObject* object, const NPVariant* arguments, uint32_t c
   }
 }
 
+// Members that a page gives to a function stay in the page.
+bool PageFunctions::ListNothing(NPObject* /*object*/, NPIdentifier** keys, uint32_t* count) {
+  *keys = nullptr;
+  *count = 0;
+  return true;
+}
+
 void ReadValues(const json& values, const PageContext& context, NpHost::VariantList& list) {
   Reader reader(context);
-  for (const json& value : values) list.Add(reader.Read(value, 1));
+  for (const json& value : values) list.Add(reader.Read(value, 0));
 }
 
 json WriteValue(const NPVariant& value) {
-  switch (value.type) {
-    case NPVariantType_Void: return {{"undefined", true}};
-    case NPVariantType_Null: return nullptr;
-    case NPVariantType_Bool: return value.value.boolValue;
-    case NPVariantType_Int32: return value.value.intValue;
-    case NPVariantType_Double: return WriteNumber(value.value.doubleValue);
-    case NPVariantType_String:
-      return std::string(value.value.stringValue.UTF8Characters, value.value.stringValue.UTF8Length);
-    case NPVariantType_Object: return WriteObject(value.value.objectValue);
-  }
-  return {{"undefined", true}};
+  return Write(value, 0);
 }
 
 NPObject* MakeWindow(const std::string& address) {
-  auto* const location = CopiedObject::Make();
-  location->SetText(address);
-  auto* const window = CopiedObject::Make();
-  window->SetText("[object Window]");
-  window->Add(Host::Current().IdOfName("location"), OfObject(location));
-  return window;
+  NpHost::Variant location;
+  CopiedObject::MakeIn(location).SetText(address);
+  NpHost::Variant window;
+  CopiedObject::MakeIn(window).Add(Host::Current().IdOfName("location"), Given(location));
+  return Given(window).value.objectValue;
 }
 
 }  // namespace Bridge

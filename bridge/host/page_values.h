@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <functional>
 #include <nlohmann/json.hpp>
+#include <string>
 #include <unordered_map>
 
 #include "kit/nphost/variants.h"
@@ -26,6 +27,7 @@ class PageFunctions {
   static NPClass functionClass;
   static void Deallocate(NPObject* object);
   static bool Run(NPObject* object, const NPVariant* arguments, uint32_t count, NPVariant* result);
+  static bool ListNothing(NPObject* object, NPIdentifier** keys, uint32_t* count);
 
   const std::function<void(const nlohmann::json&)> send;
   std::unordered_map<uint32_t, Function*> held;
@@ -38,14 +40,14 @@ struct PageContext {
   std::function<NPObject*(uint32_t)> pluginObject;
 };
 
-/// The arguments of a call, or one value as a list of one. Throws `ProtocolError` for what is no value, for more than
-/// 64 levels and for more than 100,000 values.
+/// The arguments of a call, or one value as a list of one. Throws `ProtocolError` for what is no value, for objects in
+/// more than 64 levels and for more than 100,000 values in all.
 void ReadValues(const nlohmann::json& values, const PageContext& context, NpHost::VariantList& list);
 
 /// What the module gave. Its objects are read at once: the keys of the page API, or the elements of an array.
 nlohmann::json WriteValue(const NPVariant& value);
 
-/// A page's window, which has its address only; with a reference for the caller.
+/// A page's window, which has its address only; with a reference for the caller. Throws `std::bad_alloc`.
 NPObject* MakeWindow(const std::string& address);
 
 }  // namespace Bridge

@@ -4,6 +4,8 @@
 #include <initializer_list>
 #include <limits>
 #include <map>
+#include <utility>
+#include <vector>
 
 namespace Bridge {
 
@@ -11,16 +13,22 @@ using nlohmann::json;
 
 namespace {
 
-// A value has at most 64 levels of two lists each; the message and its lists come on top.
-constexpr int kMaxNesting = 140;
+// An object of the page's is three of JSON's: the tag, the list of members, a member. 64 of them may be nested, and the
+// message is around them.
+constexpr int kMaxNesting = 64 * 3 + 3;
+// A member is at most six events of the parser's, and there are 100,000 of them at most. Each may take a hundred bytes,
+// however short it is written.
+constexpr int kMaxEvents = 1'000'000;
 
 json Parse(std::string_view text) {
-  const auto refuseDepth = [](int depth, json::parse_event_t /*event*/, json& /*parsed*/) {
+  int events = 0;
+  const auto checkSize = [&events](int depth, json::parse_event_t /*event*/, json& /*parsed*/) {
     if (depth > kMaxNesting) throw ProtocolError("a message is nested too deeply");
+    if (++events > kMaxEvents) throw ProtocolError("a message has too many values");
     return true;
   };
   try {
-    return json::parse(text, refuseDepth);
+    return json::parse(text, checkSize);
   } catch (const json::exception&) {
     throw ProtocolError("a message is no JSON");
   }
@@ -79,12 +87,16 @@ Request ReadRequest(const json& message) {
       request.content = message["arguments"];
       if (!request.content.is_array()) throw ProtocolError("arguments are no list");
       break;
-    case Action::Get: DemandMembers(message, {"n", "on", "do", "name"}); break;
+    case Action::Get:
+      DemandMembers(message, {"n", "on", "do", "name"});
+      break;
     case Action::Set:
       DemandMembers(message, {"n", "on", "do", "name", "to"});
       request.content = json::array({message["to"]});
       break;
-    case Action::Destroy: DemandMembers(message, {"n", "on", "do"}); break;
+    case Action::Destroy:
+      DemandMembers(message, {"n", "on", "do"});
+      break;
   }
   request.number = Number(message, "n", uint64_t{1} << 53);
   request.instance = static_cast<uint32_t>(Number(message, "on", UINT32_MAX));
@@ -123,9 +135,11 @@ std::optional<Message> MessageReader::Read(std::string_view text) {
   return ReadRequest(message);
 }
 
-void WriteMessage(const json& message, const std::function<void(const std::string&)>& write) {
-  // The module's texts may be no UTF-8: what a browser shows for such bytes goes to the page.
-  const std::string text = message.dump(-1, ' ', false, json::error_handler_t::replace);
+std::string TextOf(const json& message) {
+  return message.dump(-1, ' ', false, json::error_handler_t::replace);
+}
+
+void WriteMessage(const std::string& text, const std::function<void(const std::string&)>& write) {
   if (text.size() <= kMaxUncut) return write(text);
   std::vector<std::string_view> pieces;
   for (size_t start = 0; start < text.size();) {
@@ -136,7 +150,7 @@ void WriteMessage(const json& message, const std::function<void(const std::strin
     start = end;
   }
   for (size_t at = 0; at < pieces.size(); ++at) {
-    write(json{{"piece", at + 1}, {"of", pieces.size()}, {"text", pieces[at]}}.dump());
+    write(TextOf({{"piece", at + 1}, {"of", pieces.size()}, {"text", pieces[at]}}));
   }
 }
 

@@ -61,7 +61,10 @@ class MessageReader {
   uint32_t piecesInAll = 0;  // 0 when no message is under way in pieces.
 };
 
-/// Gives the text of a message to `write`, whole or in pieces.
-void WriteMessage(const nlohmann::json& message, const std::function<void(const std::string&)>& write);
+/// The message as text. Bytes of the module's that are no UTF-8 become U+FFFD, as a browser shows them.
+std::string TextOf(const nlohmann::json& message);
+
+/// Gives a message's text to `write`, whole or in pieces.
+void WriteMessage(const std::string& text, const std::function<void(const std::string&)>& write);
 
 }  // namespace Bridge
