@@ -1,5 +1,5 @@
 // The browsers of this machine with the extension in them, for the programs that drive one.
-import { createReadStream, cpSync, mkdirSync, mkdtempSync, rmSync, statSync } from "node:fs";
+import { createReadStream, mkdirSync, mkdtempSync, readFileSync, rmSync, statSync, writeFileSync } from "node:fs";
 import { createServer } from "node:http";
 import { createRequire } from "node:module";
 import { tmpdir } from "node:os";
@@ -29,10 +29,30 @@ export function serve(source) {
   return new Promise(done => server.listen(0, "127.0.0.1", () => done(`http://127.0.0.1:${server.address().port}`)));
 }
 
+const quoted = text => "'" + text.replaceAll("'", "'\\''") + "'";
+
+// The hosts that the browser starts from now on have the plug-in's variables of this environment.
+function setEnvironment(profile, environment) {
+  const lines = Object.entries(environment).filter(([name]) => /^KSV_|^AppData$/.test(name))
+    .map(([name, value]) => `export ${name}=${quoted(value)}\n`);
+  writeFileSync(join(profile, "environment"), lines.join(""));
+}
+
+// Makes the native manifest in a folder; it names a script, for the browser gives its hosts its own environment.
+function installHost(profile, name, folder) {
+  const manifest = JSON.parse(readFileSync(join(made, `${name}-hosts/com.norvo.ksv.json`)));
+  const script = join(profile, "host");
+  writeFileSync(script, `#!/bin/sh\n. ${quoted(join(profile, "environment"))}\nexec ${quoted(manifest.path)} "$@"\n`, { mode: 0o755 });
+  mkdirSync(folder, { recursive: true });
+  writeFileSync(join(folder, "com.norvo.ksv.json"), JSON.stringify({ ...manifest, path: script }));
+  setEnvironment(profile, process.env);
+}
+
 // Starts a browser with a profile of its own, which goes with it. The policies are those of the mount namespace.
 export async function launch({ browser: name, managed = true, visible = false }) {
   const profile = mkdtempSync(join(tmpdir(), "ksv-profile-"));
   const browser = await (name === "firefox" ? launchFirefox(profile, visible) : launchChromium(profile, managed, visible));
+  browser.setEnvironment = environment => setEnvironment(profile, environment);
   const close = browser.close.bind(browser);
   browser.close = async () => {
     await close().catch(() => {});
@@ -48,9 +68,7 @@ export async function launch({ browser: name, managed = true, visible = false })
 }
 
 function launchFirefox(profile, visible) {
-  const hosts = join(profile, ".mozilla/native-messaging-hosts");
-  mkdirSync(hosts, { recursive: true });
-  cpSync(join(made, "firefox-hosts"), hosts, { recursive: true });
+  installHost(profile, "firefox", join(profile, ".mozilla/native-messaging-hosts"));
   mkdirSync(join(profile, "firefox"));
   return puppeteer.launch({
     browser: "firefox", executablePath: "/usr/bin/firefox-esr", headless: !visible,
@@ -59,7 +77,7 @@ function launchFirefox(profile, visible) {
 }
 
 function launchChromium(profile, managed, visible) {
-  cpSync(join(made, "chromium-hosts"), join(profile, "NativeMessagingHosts"), { recursive: true });
+  installHost(profile, "chromium", join(profile, "NativeMessagingHosts"));
   return puppeteer.launch({
     executablePath: "/usr/bin/chromium", headless: !visible, userDataDir: profile,
     args: ["--no-sandbox", ...(managed ? [] : [`--load-extension=${made}/chromium`])],
