@@ -15,9 +15,10 @@ namespace {
 constexpr UINT kDisplayEvent = 1066;
 constexpr UINT kHarmless = WM_USER + 5;
 
-// A hook of somebody else's, which passes on a code that is no action.
-LRESULT CALLBACK PassNoAction(int /*code*/, WPARAM wParam, LPARAM lParam) {
-  return CallNextHookEx(nullptr, -1, wParam, lParam);
+// A hook of somebody else's, which passes on a code that is no action, or an action without what it is about.
+template <int passed>
+LRESULT CALLBACK Careless(int /*code*/, WPARAM wParam, LPARAM lParam) {
+  return CallNextHookEx(nullptr, passed, wParam, passed == HC_ACTION ? 0 : lParam);
 }
 
 }  // namespace
@@ -138,26 +139,25 @@ TEST_F(DisplayHooksTest, EveryMessageOfTheWindowIsAPulse) {
 }
 
 TEST_F(DisplayHooksTest, WhatIsNoActionIsLeftUnread) {
-  ShowImage(page);
-  SetClickCallbacks(page);
-  std::vector<HHOOK> hooks;
-  for (const int type : {WH_GETMESSAGE, WH_CALLWNDPROC, WH_MOUSE}) {
-    hooks.push_back(SetWindowsHookExA(type, PassNoAction, nullptr, GetCurrentThreadId()));
+  AgentStub agent(environment);
+  AgentEventCallback tellOfEvent = nullptr;
+  agent.On("ZUB_RegisterEventCb", [&](AgentCall& call) { tellOfEvent = call.appletCallback; });
+  const Page both(host, "https://page.example/", window.handle());
+  ShowImage(both);
+  SetClickCallbacks(both);
+  both.Call("zubRegisterEventCallback", {"app", Callback()});
+  for (const HOOKPROC careless : {Careless<-1>, Careless<HC_ACTION>}) {
+    std::vector<HHOOK> hooks;
+    for (const int type : {WH_GETMESSAGE, WH_CALLWNDPROC, WH_MOUSE}) {
+      hooks.push_back(SetWindowsHookExA(type, careless, nullptr, GetCurrentThreadId()));
+    }
+    tellOfEvent("app", 1, "x", 1);
+    EXPECT_EQ(RepaintsOf([&] { Press(window, 5, 6), Release(window, 5, 6); }), 0U);
+    EXPECT_EQ(RepaintsOfOnePosted(window), 0U);
+    for (const HHOOK hook : hooks) EXPECT_TRUE(UnhookWindowsHookEx(hook));
   }
-  EXPECT_EQ(RepaintsOf([&] { Press(window, 5, 6), Release(window, 5, 6); }), 0U);
-  EXPECT_EQ(RepaintsOfOnePosted(window), 0U);
-  for (const HHOOK hook : hooks) EXPECT_TRUE(UnhookWindowsHookEx(hook));
   EXPECT_EQ(TakeHeard().size(), 0U);
   EXPECT_GT(RepaintsOfOnePosted(window), 0U) << "as soon as the other hooks are gone";
-}
-
-TEST_F(DisplayHooksTest, SessionStaysOpenDuringARepaint) {
-  ShowImage(page);
-  std::string answer;
-  display.On("WYSRepaintImage", [&](DisplayCall&) { answer = page.Call("wysCloseSession").Show(); });
-  EXPECT_EQ(RepaintsOfOnePosted(window), 1u);
-  EXPECT_EQ(answer, "pluginRetCode=13");
-  EXPECT_EQ(page.Call("wysCloseSession").Show(), kWentWell);
 }
 
 TEST_F(DisplayHooksTest, LibraryEventsReachThePageOnItsThread) {

@@ -48,6 +48,7 @@ TEST(JSObjectTest, ConversionsByTag) {
       {JSObject(kLowest), kLowest, false, kLowest},
       {JSObject(true), 1, true, 1},
       {JSObject(-2147483647.9), -2147483647, false, -2147483647.9},
+      {JSObject(2147483647.9), 2147483647, false, 2147483647.9},
       {JSObject(2147483648.0), kLowest, false, 2147483648.0},
       {JSObject("42"), 1, true, 1},
       {JSObject(""), 0, false, 0},

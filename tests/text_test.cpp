@@ -49,7 +49,7 @@ TEST(TextTest, LogLinesHaveAHeadAndAtMost2047Characters) {
 }
 
 TEST(Base64Test, EncodingPadsAndBreaksLinesAfter72Characters) {
-  EXPECT_EQ(Encode("") + Encode("fo") + Encode("foo"), "\nZm8=\nZm9v\n");
+  EXPECT_EQ(Encode("") + Encode("f") + Encode("fo") + Encode("foo"), "\nZg==\nZm8=\nZm9v\n");
   string line, bytes;
   for (int i = 0; i < 18; ++i) line += "+/+/", bytes += "\xFB\xFF\xBF";
   EXPECT_EQ(Encode(bytes), line + "\n\n");
