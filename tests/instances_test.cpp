@@ -82,6 +82,10 @@ TEST_F(InstancesTest, AppletsGoThroughATemporaryFileThatIsGoneAfterwards) {
     std::filesystem::create_directories(environment.Path(file));
     EXPECT_EQ(on.Call("zubInstall", {"app", "aGVsbG8="}).Show(), "pluginRetCode=15 fnRetCode=10");
     std::filesystem::remove(environment.Path(file));
+    if (!platform::kHasLayerSettings) continue;
+    const platform::FullDisk full;
+    EXPECT_EQ(on.Call("zubInstall", {"app", "aGVsbG8="}).Show(), "pluginRetCode=15 fnRetCode=10");
+    EXPECT_FALSE(environment.Read(file)) << "a half-written one";
   }
 }
 

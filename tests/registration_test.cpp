@@ -97,6 +97,12 @@ TEST_F(RegistrationTest, UnregisteringRemovesTheWholeKeyAndNoOther) {
   EXPECT_EQ(Show(kOwnKey), "none");
   EXPECT_EQ(UnregisterNPAPIPlugin(77) + UnregisterNPAPIPluginNoParam(), 0u) << "with nothing left";
   EXPECT_EQ(Show(kOther), theirs);
+  {
+    const support::NthFailure noMemory(support::Source::Allocation, 1, {});
+    const support::InPlugin unregisters(true);
+    EXPECT_EQ(UnregisterNPAPIPluginNoParam(), 0u) << "whatever fails, an uninstallation goes on";
+  }
+  EXPECT_EQ(BuildPluginKeyName("x", ""), "Software\\MozillaPlugins\\@norvo.com/Norvo WebAPI x");
 }
 
 TEST_F(RegistrationTest, EachFailingCallStopsTheWorkAndGivesItsError) {

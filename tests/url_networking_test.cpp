@@ -142,15 +142,21 @@ TEST_P(URLNetworkingTest, TheListenerHearsHowTheStreamEnded) {
        file("ok 'abccc'", "ok 'ab'")},
       {"ended by the user", {{0, "ab", 2}}, NPRES_USER_BREAK, file("failed 'gone'", "failed 'ab'")},
       {"no byte", {}, NPRES_NETWORK_ERR, file("failed 'gone'", "failed ''")},
+      {"a full disk", {{0, "ab", 2}}, NPRES_DONE, file("failed 'gone'", "ok 'ab'")},
   };
   for (const auto& [told, pieces, reason, heard] : cases) {
     SCOPED_TRACE(told);
+    const bool isFull = told == std::string("a full disk");
+    if (isFull && !platform::kHasLayerSettings) continue;
     const Fetch fetch = Start();
     Stream stream(fetch, 3);
     ASSERT_EQ(stream.Open(), NPERR_NO_ERROR);
     const auto before = Files();
     for (const auto& [offset, bytes, answer] : pieces) EXPECT_EQ(stream.Write(offset, bytes), answer);
-    EXPECT_EQ(stream.End(reason), NPERR_NO_ERROR);
+    {
+      const auto full = isFull ? std::make_unique<platform::FullDisk>() : nullptr;
+      EXPECT_EQ(stream.End(reason), NPERR_NO_ERROR);
+    }
     Notify(fetch, reason);
     EXPECT_EQ(listener.Take(), Says(heard)) << "once, though the host notifies too";
     EXPECT_EQ(Files(), before - (GetParam() && heard.starts_with("failed")));
@@ -199,6 +205,12 @@ TEST_P(URLNetworkingTest, AnInstanceEndsWithFetchesUnderWay) {
   const Fetch waiting = Start(), open = Start();
   Stream stream(open);
   ASSERT_EQ(stream.Open(), NPERR_NO_ERROR);
+  if (!GetParam()) {
+    const NthFailure noMemory(Source::Allocation, 1, {});
+    const InPlugin writing(true);
+    EXPECT_EQ(stream.Write(0, "ab"), 2) << "dropped, but no error of the stream";
+    EXPECT_TRUE(noMemory.Came());
+  }
   stream.Write(0, "ab");
   page.End();
   // The host's calls for an instance that is gone; its record is poisoned.
