@@ -238,12 +238,3 @@ TEST_F(DisplayHooksTest, PageMayEndInsideAnyOfItsFunctions) {
   display.On("WYSRepaintImage", [&](DisplayCall&) { ending.End(); });
   EXPECT_EQ(RepaintsOfOnePosted(window), 1u);
 }
-
-TEST_F(DisplayHooksTest, WindowMayGoWhileItsImageStands) {
-  auto going = std::make_unique<TestWindow>(POINT{400, 90});
-  Page on(host, "https://page.example/", going->handle());
-  ShowImage(on);
-  going->Destroy();
-  PumpMessages();
-  for (const char* method : {"wysRepaintImage", "wysCloseSession"}) EXPECT_EQ(on.Call(method).Show(), kWentWell);
-}

@@ -104,15 +104,6 @@ TEST_F(PlatformFilesTest, WriteReadAndDeleteFile) {
   EXPECT_EQ(ErrorOf([&] { Platform::WriteFile(At("full"), Data("1"), 1); }), "13");
 }
 
-TEST_F(PlatformFilesTest, TempFilesAreNewAndEmpty) {
-  const string first = Platform::GetTempFileName();
-  EXPECT_NE(first, Platform::GetTempFileName());
-  EXPECT_TRUE(first.starts_with(base + "NWA") && first.find('\\', base.size()) == string::npos) << first;
-  EXPECT_EQ(world.Read(first.substr(base.size())), "");
-  fs::remove_all(world.Scratch().parent_path() / "LocalLow");
-  EXPECT_EQ(ErrorOf([] { Platform::GetTempFileName(); }), "Unable to create temporary filename");
-}
-
 TEST_F(PlatformFilesTest, UpdateIsOverdueAfter48Hours) {
   const string file = "lastUpdatetest";
   EXPECT_TRUE(Platform::IsUpdateOverdue("test")) << "without the file";

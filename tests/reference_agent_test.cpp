@@ -283,6 +283,7 @@ TEST_P(AgentTest, SessionsAreBoundedAndTheirOwners) {
   EXPECT_EQ(Send(full, "x"), kInputTooLong);
   EXPECT_EQ(Call(EITHER(SendData), session, 0, -1, Data("x")), kInvalidArgument);
   EXPECT_EQ(Call(EITHER(SendData), session, 0, 1, nullptr), kInvalidArgument);
+  EXPECT_EQ(Call(EITHER(StartProvisioning), nullptr), kInvalidArgument);
   EXPECT_EQ(Exchange(session, "").data, "{\"received\":0,\"complete\":false,\"status\":110}");
   for (int i = 2; i < 64; ++i) Start();
   uint32_t handle = 0;
@@ -297,6 +298,7 @@ TEST_P(AgentTest, SessionsAreBoundedAndTheirOwners) {
   // What belongs to the other generation is there, and says so.
   const int32_t other = IsThird() ? ENTRY(ZUB_StartProvisioning)(kOath, &handle) : ENTRY(ZUB3_StopInstance)(1);
   EXPECT_EQ(static_cast<Status>(other), kWrongGeneration);
+  EXPECT_TRUE(ENTRY(ZUB_GetVersion)(&handle) == 0 && (handle & 0xFF) == (IsThird() ? 3u : 2u));
   EXPECT_EQ(ENTRY(ZUB_DeInit)(), 0);
   EXPECT_EQ(Call(EITHER(StartProvisioning), &handle), kNotInitialised);
   EXPECT_EQ(ENTRY(ZUB_Init)(), 0);
@@ -323,6 +325,7 @@ TEST_P(AgentTest, AppletsComeAndGoByWholePackages) {
   EXPECT_EQ(Status(ENTRY(ZUB_Uninstall)(kTimeOnly)), kAppletNotInstalled);
   uint32_t id = 0;
   EXPECT_EQ(Register(kTimeOnly, &id), kUnknownApplet);
+  EXPECT_EQ(Register("", &id), kInvalidArgument);
   EXPECT_EQ(Install(kTimeOnly, kPackage), kOk);
   const auto list = [this](auto... out) { return Status(ENTRY(ZUB_GetCapabilities)(nullptr, 1, out...)); };
   EXPECT_EQ(Receive(500, list).data, Text("{\"applets\":[\"") + kOath + "\",\"" + kTimeOnly + "\"]}");

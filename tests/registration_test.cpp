@@ -143,16 +143,3 @@ TEST_F(RegistrationTest, RegisteringReadsTheFolderFromTheInstaller) {
   }
   EXPECT_EQ(Show(kOwnKey), "none");
 }
-
-TEST_F(RegistrationTest, DeleteKeyTreeDeletesManyAndDeepKeys) {
-  const RegistryKey tree = MakeKey(kScratch);
-  for (int i = 0; i < 60; ++i) {
-    std::string name = std::to_string(i) + "-";
-    if (i % 10 == 0) name.resize(255, 'n');
-    MakeKey(name, tree.Get());
-  }
-  std::string deep = kScratch;
-  for (int i = 0; i < 30; ++i) MakeKey(deep += "\\level");
-  EXPECT_EQ(DeleteKeyTree(HKEY_LOCAL_MACHINE, kScratch.c_str()), ERROR_SUCCESS);
-  EXPECT_EQ(DeleteKeyTree(HKEY_LOCAL_MACHINE, kScratch.c_str()), ERROR_FILE_NOT_FOUND);
-}

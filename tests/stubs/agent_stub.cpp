@@ -19,10 +19,7 @@ class StubCall {
     call.instance = instance;
     return *this;
   }
-  StubCall& Number(int32_t number) {
-    call.numbers[call.numberCount++] = number;
-    return *this;
-  }
+  StubCall& Number(int32_t number) { return call.numbers[call.numberCount++] = number, *this; }
   StubCall& In(int32_t length, const uint8_t* bytes) {
     call.inputLength[call.inputCount] = length;
     call.input[call.inputCount++] = bytes;
@@ -39,14 +36,8 @@ class StubCall {
     call.output[call.outputCount++] = bytes;
     return *this;
   }
-  StubCall& Value(uint32_t* value) {
-    call.value = value;
-    return *this;
-  }
-  StubCall& Callback(AgentEventCallback callback) {
-    call.appletCallback = callback;
-    return *this;
-  }
+  StubCall& Value(uint32_t* value) { return call.value = value, *this; }
+  StubCall& Callback(AgentEventCallback callback) { return call.appletCallback = callback, *this; }
   StubCall& Callback(InstanceEventCallback callback, void* context) {
     call.instanceCallback = callback;
     call.context = context;

@@ -38,10 +38,7 @@ class StubCall {
     call.bytes = bytes;
     return Part(">" + std::to_string(*length) + (bytes ? "" : "/null"));
   }
-  StubCall& Value(uint32_t* value) {
-    call.value = value;
-    return *this;
-  }
+  StubCall& Value(uint32_t* value) { return call.value = value, *this; }
   StubCall& Descriptor(uint8_t* bytes, uint32_t size) {
     call.bytes = bytes;
     call.size = size;
