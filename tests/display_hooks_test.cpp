@@ -63,23 +63,17 @@ class DisplayHooksTest : public DisplayTest {
 
 TEST_F(DisplayHooksTest, OnlyPairsOnTheImageReachThePage) {
   SetClickCallbacks(page);
-  ShowImage(page);  // Of 100 by 50.
-  const std::tuple<const char*, std::function<void()>, Calls, uint32_t> steps[] = {
-      {"a press", [&] { Press(window, 12, 34); }, {"XCode=12 YCode=34 down"}, 1},
-      {"its release", [&] { Release(window, 56, 7); }, {"XCode=56 YCode=7 up"}, 0},
-      {"a release without a press", [&] { Release(window, 1, 1); }, {}, 0},
-      {"a press to the right", [&] { Press(window, 100, 1); }, {}, 1},
-      {"its release", [&] { Release(window, 1, 1); }, {}, 0},
-      {"a press below", [&] { Press(window, 1, 50); }, {}, 1},
-      {"its release", [&] { Release(window, 1, 50); }, {}, 0},
-      {"a press on the last pixel", [&] { Press(window, 99, 49); }, {"XCode=99 YCode=49 down"}, 1},
-      {"a release beside the image", [&] { Release(window, 120, 1); }, {}, 0},
-      {"a second press", [&] { Press(window, 2, 2); }, {}, 1},
-      {"the release of the first", [&] { Release(window, 3, 3); }, {"XCode=3 YCode=3 up"}, 0}};
-  for (const auto& [what, then, expected, held] : steps) {
-    then();
-    EXPECT_EQ(TakeHeard(), expected) << what;
-    EXPECT_EQ(State().buttonHeld, held) << what;
+  ShowImage(page);                                  // Of 100 by 50.
+  const std::tuple<bool, int, int, bool> steps[] = {// A press or a release, where, and whether it is told.
+                                                    {true, 12, 34, true},  {false, 56, 7, true}, {false, 1, 1, false},
+                                                    {true, 100, 1, false}, {false, 1, 1, false}, {true, 1, 50, false},
+                                                    {false, 1, 50, false}, {true, 99, 49, true}, {false, 120, 1, false},
+                                                    {true, 2, 2, false},   {false, 3, 3, true}};
+  for (const auto& [isPress, x, y, isTold] : steps) {
+    (isPress ? Press : Release)(window, x, y);
+    const std::string told = "XCode=" + std::to_string(x) + " YCode=" + std::to_string(y) + (isPress ? " down" : " up");
+    EXPECT_EQ(TakeHeard(), isTold ? Calls{told} : Calls{}) << told;
+    EXPECT_EQ(State().buttonHeld, isPress) << told;
   }
   EXPECT_EQ(page.Call("wysGetButtonUpCount").Show(), "pluginRetCode=0 ButtonUpCount=2");
   ShowImage(page, {{3, "{0,0}"}});
