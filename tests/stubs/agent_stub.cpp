@@ -9,15 +9,10 @@ class StubCall {
  public:
   explicit StubCall(const char* entry) { call.entry = entry; }
 
-  StubCall& On(const char* name) {
-    call.hasTarget = true;
-    call.name = name;
-    return *this;
-  }
+  StubCall& On(const char* name) { return call.hasTarget = true, call.name = name, *this; }
   StubCall& On(uint32_t instance) {
     call.hasTarget = call.byInstance = true;
-    call.instance = instance;
-    return *this;
+    return call.instance = instance, *this;
   }
   StubCall& Number(int32_t number) { return call.numbers[call.numberCount++] = number, *this; }
   StubCall& In(int32_t length, const uint8_t* bytes) {
@@ -39,9 +34,7 @@ class StubCall {
   StubCall& Value(uint32_t* value) { return call.value = value, *this; }
   StubCall& Callback(AgentEventCallback callback) { return call.appletCallback = callback, *this; }
   StubCall& Callback(InstanceEventCallback callback, void* context) {
-    call.instanceCallback = callback;
-    call.context = context;
-    return *this;
+    return call.instanceCallback = callback, call.context = context, *this;
   }
   int32_t Answer() {
     if (control.answer) control.answer(control.context, &call);
