@@ -10,8 +10,8 @@
 
 namespace platform {
 
-/// Whether `FailCall`, `FullDisk`, `Wow64Answer` and `InstallerProperty` work on this system. Where the calls are the system's own
-/// they don't: a test that needs one skips itself, and the constructors throw `std::logic_error`.
+/// Whether `FailCall`, `FullDisk`, `Wow64Answer` and `InstallerProperty` work on this system. Where the calls are the
+/// system's own they don't: a test that needs one skips itself, and the constructors throw `std::logic_error`.
 extern const bool kHasLayerSettings;
 
 /// Makes the `nth` following call of a function fail with `error`, on whatever thread it comes. The two forms of a

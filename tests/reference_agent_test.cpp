@@ -255,10 +255,11 @@ TEST_P(AgentTest, ShortBuffersConsumeNothing) {
 
 TEST_P(AgentTest, RefusesWhatIsNoAccount) {
   // A star stands for a good secret, a blank ends a row.
-  std::istringstream malformed(R"(otpauth http://totp/a?* otpauth://totp/?* otpauth://totp/a otpauth://totp/a?secret=
-      otpauth://totp/a?*0189 otpauth://totp/a?*A otpauth://totp/a?*= otpauth://totp/%x4%8F%80%80?*
-      otpauth://totp/%C3?* otpauth://totp/%4 otpauth://totp/%00?* otpauth://totp/a?*&* otpauth://totp/a?*#x otpauth://totp/a?*&digits=-6
-      otpauth://hotp/a?* otpauth://hotp/a?*&counter=18446744073709551616)");
+  std::istringstream malformed(R"(otpauth http://totp/a?* otpauth://totp/?* otpauth://totp/a
+      otpauth://totp/a?secret= otpauth://totp/a?*0189 otpauth://totp/a?*A otpauth://totp/a?*=
+      otpauth://totp/%x4%8F%80%80?* otpauth://totp/%C3?* otpauth://totp/%4 otpauth://totp/%00?*
+      otpauth://totp/a?*&* otpauth://totp/a?*#x otpauth://totp/a?*&digits=-6 otpauth://hotp/a?*
+      otpauth://hotp/a?*&counter=18446744073709551616)");
   std::istringstream unsupported(R"(otpauth://yaotp/a?* otpauth://totp/a?secret=GEZDGNBV otpauth://totp/a?*&digits=5
       otpauth://totp/a?*&digits=9 otpauth://totp/a?*&digits=262 otpauth://totp/a?*&period=0
       otpauth://totp/a?*&period=4294967296 otpauth://totp/a?*&algorithm=MD5)");
