@@ -91,8 +91,6 @@ if(DOCTOR)
   list(APPEND definitions DoctorGuid=${doctor_guid} Doctor=yes)
 endif()
 list(TRANSFORM definitions PREPEND "-D;")
-# A cabinet's times are local times.
-set(ENV{TZ} UTC)
 execute_process(COMMAND "${WIXL}" -a ${ARCH} ${definitions} -o package.msi ksv.wxs WORKING_DIRECTORY "${stage}"
                 COMMAND_ERROR_IS_FATAL ANY)
 
