@@ -155,14 +155,16 @@ interface KsvPlugin extends HTMLObjectElement, KsvMethods {
 }
 
 /// A result as the helper gives it: a plain object, with an array where the plug-in has a list.
-type KsvRead<R> = R extends KsvTokenNames ? KsvTokenNamesRead : R;
+type KsvRead<R> =
+  R extends KsvResult ? ("tokenFileNames" extends keyof R ? KsvTokenNamesRead : R) : R extends void ? undefined : R;
 /// What it has when the call has succeeded: all keys of its method, and no required lengths.
 type KsvSuccess<R> =
   R extends KsvResult
-    ? KsvResult & {readonly [K in keyof R as K extends keyof KsvResult | `required${string}` ? never : K]-?: R[K]}
+    ? KsvResult & {readonly pluginRetCode: 0} & {readonly [K in keyof R as K extends keyof KsvResult | `required${string}` ? never : K]-?: R[K]}
     : R;
 /// What it has at fnRetCode 11.
-type KsvTooSmall<R> = KsvResult & {readonly [K in keyof R as K extends `required${string}` ? K : never]-?: R[K]};
+type KsvTooSmall<R> =
+  KsvResult & {readonly fnRetCode: 11} & {readonly [K in keyof R as K extends `required${string}` ? K : never]-?: R[K]};
 
 type KsvAnswer<M extends keyof KsvMethods> = KsvRead<ReturnType<KsvMethods[M]>>;
 
@@ -175,15 +177,15 @@ interface KsvHelper {
   /// Gives whatever the method answers. Throws when there is no plug-in.
   call<M extends keyof KsvMethods>(name: M, ...args: Parameters<KsvMethods[M]>): KsvAnswer<M>;
   /// Throws an Error that says why when the call did not succeed.
-  must<M extends keyof KsvMethods>(name: M, ...args: Parameters<KsvMethods[M]>): KsvSuccess<NonNullable<KsvAnswer<M>>>;
+  must<M extends keyof KsvMethods>(name: M, ...args: Parameters<KsvMethods[M]>): KsvSuccess<Exclude<KsvAnswer<M>, null>>;
   read<R>(result: R): KsvRead<R>;
   show(value: any): string;
   /// With the method's name also true for those that give nothing, the `set…Callback` methods.
-  succeeded<R extends KsvResult>(result: R | null | void, name?: string): result is R & KsvSuccess<R>;
+  succeeded<R extends KsvResult>(result: R | null | undefined, name?: string): result is R & KsvSuccess<R>;
   /// Whether a capacity was too small: then the result has the lengths to ask for.
   tooSmall<R extends KsvResult>(result: R | null): result is R & KsvTooSmall<R>;
   /// A sentence about the two codes; more exact with the method's name.
-  explain(result: KsvResult | null | void, name?: string): string;
+  explain(result: KsvResult | null | undefined, name?: string): string;
   toBase64(text: string): string;
   fromBase64(base64: string): string;
 }

@@ -31,6 +31,7 @@ var ksv = (function () {
 
   // What a code means for one method alone. Where the two generations of the agent library differ, both are told.
   var MEANINGS_BY_METHOD = {
+    getPlatformInfo: {13: "the machine's serial number can't be read; on Linux the administrator alone can read it"},
     zubRegisterEventCallback: {
       12: "two arguments are needed: a name that is not empty, and a function",
       22: "the name is registered already: by any page (first generation), or by this page, which may also have used " +
@@ -153,6 +154,7 @@ var ksv = (function () {
   }
 
   // A method of the display that asks no library has no fnRetCode; a method that sets a function gives nothing at all.
+  /** @type {KsvHelper["succeeded"]} */
   function succeeded(result, name) {
     if (result === undefined) return /^set/.test(name || "");
     return result !== null && result.pluginRetCode === 0 &&
@@ -160,11 +162,13 @@ var ksv = (function () {
   }
 
   // The page gave too small a capacity; the result has the lengths that are needed.
+  /** @type {KsvHelper["tooSmall"]} */
   function tooSmall(result) {
     return !!result && result.pluginRetCode === 0 && result.fnRetCode === TOO_SMALL;
   }
 
   // What a result says, as a sentence. With the method's name it is more exact.
+  /** @type {KsvHelper["explain"]} */
   function explain(result, name) {
     var code, needed;
     if (succeeded(result, name)) return "it went well";
