@@ -16,7 +16,9 @@ ksv_make_environment() {
   export KSV_DISPLAY_HOME=$folder/display KSV_DISPLAY_LAYOUT=$folder/layout KSV_DISPLAY_PICTURE=$folder/display.png
   # The plug-in's paths have backslashes on every system.
   export AppData="${folder//\//\\}\\AppData\\Roaming"
-  ksv_base=$folder/AppData/LocalLow/Norvo/webapi ksv_storage=$folder/storage
+  ksv_base=$folder/AppData/LocalLow/Norvo/webapi
+  # shellcheck disable=SC2034 # the callers read it
+  ksv_storage=$folder/storage
   mkdir -p "$ksv_base"
   ksv_fit_folder "$agent"
   jq -n --arg folder "$ksv_fitting\\" --argjson level "$level" \

@@ -30,7 +30,8 @@ std::optional<int> ReadBrowserOptions(const std::vector<std::string>& arguments,
       ->type_name("FILE")
       ->capture_default_str();
   std::string storage;
-  parser.add_option("--storage", storage, "keep what pages put into localStorage in FOLDER;\nwithout it they have none")
+  parser
+      .add_option("--storage", storage, "keep what pages put into localStorage in FOLDER;\nwithout it they have none")
       ->type_name("FOLDER");
   parser.add_flag("--stay", options.stay, "leave the window open until the user closes it;\nthere is no time-out then");
   if (const std::optional<int> end = parser.Read(arguments)) return end;

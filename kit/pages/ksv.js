@@ -31,7 +31,7 @@ var ksv = (function () {
 
   // What a code means for one method alone. Where the two generations of the agent library differ, both are told.
   var MEANINGS_BY_METHOD = {
-    getPlatformInfo: {13: "the machine's serial number can't be read; on Linux the administrator alone can read it"},
+    getPlatformInfo: {13: "the machine's serial number can't be read; on most Linux machines the administrator alone can"},
     zubRegisterEventCallback: {
       12: "two arguments are needed: a name that is not empty, and a function",
       22: "the name is registered already: by any page (first generation), or by this page, which may also have used " +
