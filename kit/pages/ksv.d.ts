@@ -196,5 +196,7 @@ declare var plugin: KsvPlugin;
 /// In `ksv-browser` and `ksv-host` only.
 declare var ksvBrowser: {finish(succeeded: boolean): void};
 
-interface Document { getElementById(elementId: "plugin"): KsvPlugin; }
+interface Document {
+  getElementById<I extends string>(elementId: I): I extends "plugin" ? KsvPlugin : HTMLElement | null;
+}
 interface Window { ksvBrowser?: typeof ksvBrowser; }
