@@ -119,6 +119,15 @@ TEST(DocumentationTest, HelperExplainsTheStatusesOfBothLibraries) {
   EXPECT_THAT(Explained("STATUSES"), ContainerEq(statuses));
 }
 
+TEST(DocumentationTest, PagesCallTheElementPluginAndAreReadAloud) {
+  for (const char* name : {"otp", "hotp", "tokens", "events", "remote", "diagnosis"}) {
+    const string page = ReadSource(string("kit/pages/") + name + ".html");
+    EXPECT_THAT(page, testing::HasSubstr("<object id=\"plugin\"")) << name;
+    EXPECT_THAT(page, testing::HasSubstr("plugin = document.getElementById(\"plugin\")")) << name;
+    EXPECT_THAT(page, testing::HasSubstr("aria-live=\"polite\"")) << name;
+  }
+}
+
 TEST(DocumentationTest, ThreatModelPointsAtTestsThatExist) {
   const string model = ReadSource("SECURITY.md");
   const auto pointers = AllMatches(model, regex(R"(`([\w/]+\.\w+): ([^`]+)`)"));
