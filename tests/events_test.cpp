@@ -226,7 +226,7 @@ TEST_P(EventsTest, ThatMeetADeliveryWaitForItsEndUnlessTheyAreReleased) {
       {"a library's thread enters",
        [&] {
          enter();
-         for (int i = 0; i < 200; ++i) std::this_thread::yield(), PumpMessages();
+         for (int i = 0; i < 20; ++i) std::this_thread::yield(), PumpMessages();
        },
        2},
       {"the delivering thread enters", [&] { Enter("app", "second"); }, 2},
