@@ -129,7 +129,7 @@ TEST_F(BridgeHostTest, EachMessageIsAnsweredOrEndsTheTalk) {
     while (--count > 0) values += ",0";
     return "[" + values + "]";
   };
-  const string refused = R"({"n":2,"value":{"object":[["pluginRetCode",12],["fnRetCode",0]]}})";
+  const string refused = R"({"n":2,"value":{"object":[["pluginRetCode",12]]}})";
   const std::pair<string, string> rows[] = {
       {R"({"n":2,"on":1,"do":"get","name":"version"})", R"({"n":2,"value":"5.0.5"})"},
       {R"({"n":2,"on":1,"do":"get","name":"none"})", R"({"n":2,"value":{"undefined":true}})"},
