@@ -10,29 +10,30 @@ const { values: options, positionals } = parseArgs({
   allowPositionals: true,
   options: {
     browser: { type: "string" }, managed: { type: "string" }, timeout: { type: "string", default: "60" },
-    picture: { type: "string" }, stay: { type: "boolean", default: false }, serve: { type: "string" }
+    picture: { type: "string" }, storage: { type: "string", default: "" }, stay: { type: "boolean", default: false }, serve: { type: "string" }
   }
 });
 
-const addresses = new Map();  // Of the folders that are served.
+const addresses = new Map();  // Of the folders that are served, one for each storage: another address is another origin.
 
 // A page of the project is served with the project around it, for it may use files of other folders.
-async function addressOf(named) {
+async function addressOf(named, storage) {
   if (/^https?:/.test(named)) return named;
   const [path, hash = ""] = named.replace(/^file:\/\//, "").split("#");
   const file = realpathSync(path);
   const folder = file.startsWith(root + "/") ? root : dirname(file);
-  if (!addresses.has(folder)) addresses.set(folder, await serve(folder));
-  return addresses.get(folder) + file.slice(folder.length) + (hash && "#" + hash);
+  const key = folder + "\n" + storage;
+  if (!addresses.has(key)) addresses.set(key, await serve(folder));
+  return addresses.get(key) + file.slice(folder.length) + (hash && "#" + hash);
 }
 
 // Opens the page in a tab of its own; gives the exit status. `say` and `complain` take its lines.
-async function open(browser, { page, timeout, picture, stay }, say, complain) {
+async function open(browser, { page, timeout, picture, storage, stay }, say, complain) {
   const giveUp = sentence => {
     complain("open-page: " + sentence);
     return 3;
   };
-  const address = await addressOf(page);
+  const address = await addressOf(page, storage);
   const tab = await browser.newPage();
   await tab.setViewport({ width: 960, height: 740 });
   let finish;
@@ -94,7 +95,7 @@ async function ask(socket, asked) {
 }
 
 async function run() {
-  const asked = { page: positionals[0], timeout: options.timeout, picture: options.picture, stay: options.stay };
+  const asked = { page: positionals[0], timeout: options.timeout, picture: options.picture, storage: options.storage, stay: options.stay };
   const socket = process.env.KSV_BRIDGE_SOCKET;
   if (!options.serve && socket && existsSync(socket)) return ask(socket, asked);
   const browser = await launch({ browser: options.browser, managed: options.managed === "1", visible: options.stay });

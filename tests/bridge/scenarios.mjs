@@ -1,8 +1,7 @@
 // What a page meets in a browser that a file of the page tests can't set up: policies, frames, several pages, faults.
 // Usage: node scenarios.mjs BROWSER [unmanaged]. Prints a line a check; exit status: 0 none failed, 1 some did.
-import { execFileSync } from "node:child_process";
 import { launch, root, serve } from "../../bridge/driver/browser.mjs";
-import { readFileSync } from "node:fs";
+import { readFileSync, readdirSync, readlinkSync } from "node:fs";
 
 const [, , name, mode = "managed"] = process.argv;
 const TYPE = "application/x-vnd-norvo-webapi-ksv-5.0.9";
@@ -11,13 +10,17 @@ const ELEMENT = `<object id="ksv" type="${TYPE}" width="100" height="50"></objec
 const helper = readFileSync(root + "/kit/pages/ksv.js", "utf8");
 let failed = 0;
 
-// The processes of hosts that this browser has started.
+// The processes of hosts that this browser has started: other runs may be under way.
 function hosts() {
-  try {
-    return execFileSync("pgrep", ["-f", root + "/build/native/bridge/ksv-bridge"], { encoding: "utf8" }).trim().split("\n");
-  } catch {
-    return [];
-  }
+  const own = `KSV_REGISTRY=${process.env.KSV_REGISTRY}`;
+  return readdirSync("/proc").filter(pid => /^[0-9]+$/.test(pid)).filter(pid => {
+    try {
+      return readlinkSync(`/proc/${pid}/exe`).endsWith("/ksv-bridge") &&
+        readFileSync(`/proc/${pid}/environ`, "utf8").split("\0").includes(own);
+    } catch {
+      return false;  // It has ended meanwhile, or is another user's.
+    }
+  });
 }
 
 async function until(what, test) {
