@@ -48,7 +48,8 @@ struct Wanted {
 
 // Looks for a library as the plug-in does and reports it.
 Probed ExamineLibrary(Report& report, const Prober& prober, const LibraryPath& folder, const Wanted& wanted) {
-  const std::string remedy = std::string("Put the vendor's ") + OwnKind() + " library there, and all that it needs.";
+  const std::string remedy =
+      std::string("Put the vendor's ") + OwnKind() + " library there, and all that it needs, for this user to read.";
   std::vector<std::string> names;
   std::vector<std::string> refused;
   bool mayLoad = false;
