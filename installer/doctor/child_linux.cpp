@@ -77,6 +77,7 @@ ChildEnd RunChild(const std::vector<std::string>& arguments, std::chrono::second
     // What a library prints while it crashes would stand between the report's lines.
     Check(posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0), "no start");
     std::vector<char*> words;
+    words.reserve(arguments.size() + 1);
     for (const std::string& argument : arguments) words.push_back(const_cast<char*>(argument.c_str()));
     words.push_back(nullptr);
     Check(posix_spawn(&process, words[0], &actions, nullptr, words.data(), environ), words[0]);
