@@ -58,7 +58,8 @@ void Report::Fail(std::string name, const std::string& found, const std::string&
 void Report::Add(std::string name, Status status, const std::string& found, const std::string& remedy) {
   const Check& check = checks.emplace_back(Check{std::move(name), status, Printable(found), Printable(remedy)});
   if (!print) return;
-  std::string line = Word(status) + ("  " + check.name);
+  std::string line = Word(status);
+  line.append("  ").append(check.name);
   line.append(kNameWidth + 2 - std::min(check.name.size(), kNameWidth), ' ').append(check.found);
   // Of the failures, the first one's remedy is printed at the end: the others often follow from it.
   if (status == Status::Warn && !check.remedy.empty()) line += " " + check.remedy;
