@@ -83,8 +83,9 @@ std::string Report::TellAnswers() const {
 void Report::Finish() const {
   if (!print) return;
   const Check* const broken = FirstBroken();
-  print("\n" + TellAnswers() + "\n" +
-        (broken ? "The first broken link is the " + broken->name + ". " + broken->remedy : "No link is broken.") +
+  print("\n");
+  print(TellAnswers() + "\n");
+  print((broken ? "The first broken link is the " + broken->name + ". " + broken->remedy : "No link is broken.") +
         "\n");
 }
 
