@@ -95,6 +95,10 @@ TEST_F(InitialisationsTest, AreCountedOverAllPages) {
       {"a zubInit, b zubInit, c zubInit, a zubDeInit, b gone", "ZUB_Init() ZUB_Init() ZUB_Init()", 1, 0},
       {"a gone", "", 1, 0},
       {"c gone", "ZUB_DeInit()", 0, 0},
+      // An initialisation that nobody has left ends with the next page, whatever became of the flag.
+      {"a wysInit, b wysInit, b wysInit, b gone, a wysDeInit, a zubInit",
+       "WYSInit(1, null) WYSInit(1, null) WYSInit(1, null) pluginRetCode=13 ZUB_Init()", 1, 1},
+      {"a gone", "ZUB_DeInit() WYSDeInit(70)", 0, 0},
   };
   for (const auto& [deeds, outcome, agents, displays] : rows) {
     EXPECT_EQ(Play(deeds), outcome) << deeds;
