@@ -79,8 +79,9 @@ void StopInstance(ScriptCall& call) {
 
 void GetInstanceID(ScriptCall& call) {
   call.result.Set({kPluginOk, kAgentOk});
-  // Demanded here, not by the row: a name that is no text leaves the status above beside its code 13.
-  const std::optional<InstanceRecord> instance = call.scriptable.Life().instanceMap.Find(call.String(0).c_str());
+  // Converted here, not by the row: a name that is no text leaves the status above beside its code 13.
+  const JSObject name = call.Read(0);
+  const std::optional<InstanceRecord> instance = call.scriptable.Life().instanceMap.Find(name.AsString().c_str());
   call.result.keys["instanceID"] = JSObject(static_cast<int32_t>(instance ? instance->instanceId : 0));
 }
 
