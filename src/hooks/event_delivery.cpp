@@ -15,7 +15,6 @@
 #include "base/debug_log.h"
 #include "base/never_destroyed.h"
 #include "base/own_module.h"
-#include "base/result_codes.h"
 #include "base/scope_exit.h"
 #include "page/scriptable.h"
 
@@ -274,15 +273,15 @@ void ForgetPage(const PageLife& life) {
 
 }  // namespace EventRoutes
 
-void InstallEventHook() {
+bool InstallEventHook() {
   {
     const std::lock_guard lock(state->mutex);
-    if (state->eventHook) return;
+    if (state->eventHook) return true;
   }
   const HHOOK hook = SetWindowsHookExA(WH_GETMESSAGE, AgentEventHookProc, OwnModule(), 0);
-  if (!hook) throw CPluginException{kEventRegistrationFailed};
   const std::lock_guard lock(state->mutex);
   state->eventHook = hook;
+  return hook != nullptr;
 }
 
 void RemoveEventHook() {

@@ -44,8 +44,8 @@ void ForgetPage(const PageLife& life);
 
 }  // namespace EventRoutes
 
-/// Installs the hook unless it is there. Throws `CPluginException` 22 when the system refuses.
-void InstallEventHook();
+/// Installs the hook unless it is there. False when the system refuses.
+[[nodiscard]] bool InstallEventHook();
 void RemoveEventHook();
 
 /// Declares that no delivery runs, and wakes the callbacks that wait for its end.

@@ -1,6 +1,7 @@
 #include "hooks/event_template.h"
 
 #include <optional>
+#include <stdexcept>
 
 #include "base/debug_log.h"
 #include "base/result_codes.h"
@@ -12,6 +13,18 @@ namespace {
 
 void LogStart(const CKSVPluginZUB& agent, const char* word) {
   DebugLog(agent.LogEnabled(), kEventLogTag, "%s\n", word);
+}
+
+void DemandHook() {
+  if (!InstallEventHook()) throw CPluginException{kEventRegistrationFailed};
+}
+
+// Enters the route of a registration that the library has accepted. A page that ended during the library's call may have
+// taken the hook away. No `CPluginException`: the caller then undoes the registration.
+template <typename Key>
+void InsertRoute(const Key& key, const std::shared_ptr<PageLife>& life) {
+  EventRoutes::Insert(key, life);
+  if (!InstallEventHook()) throw std::runtime_error("The event hook can't be installed again");
 }
 
 template <typename Key>
@@ -35,11 +48,11 @@ Outcome Unregister(const std::string& name, CKSVPluginZUB& agent) {
 
 Outcome RegisterEvent(const std::string& name, const std::shared_ptr<PageLife>& life, CKSVPluginZUB& agent) {
   LogStart(agent, "RegisterEvent");
-  InstallEventHook();
+  DemandHook();
   if (EventRoutes::HasName(name)) throw CPluginException{kEventRegistrationFailed};
   ClearEventBusy();
   const Outcome outcome = agent.RegisterCallback(name.c_str(), CallbackEvent);
-  if (outcome.Succeeded()) EventRoutes::Insert(name, life);
+  if (outcome.Succeeded()) InsertRoute(name, life);
   LogOutcome(agent.LogEnabled(), kAgentLogTag, "RegisterEvent", outcome);
   return outcome;
 }
@@ -47,13 +60,13 @@ Outcome RegisterEvent(const std::string& name, const std::shared_ptr<PageLife>& 
 Outcome StartInstanceEvent(const std::string& name, const std::shared_ptr<PageLife>& life, CKSVPluginZUB& agent,
                            JSObject& result) {
   LogStart(agent, "StartInstance");
-  InstallEventHook();
+  DemandHook();
   ClearEventBusy();
   uint32_t instanceId = 0;
   const Outcome outcome = agent.StartInstance(name.c_str(), InstanceCallbackEvent, life.get(), instanceId, result);
   if (outcome.Succeeded()) {
-    EventRoutes::Insert(instanceId, life);
     life->instanceMap.Insert(name, {instanceId, true});
+    InsertRoute(instanceId, life);
   }
   LogOutcome(agent.LogEnabled(), kAgentLogTag, "StartInstance", outcome);
   return outcome;
