@@ -5,7 +5,6 @@
 
 #include "api/agent_methods.h"
 #include "base/result_codes.h"
-#include "hooks/event_delivery.h"
 #include "hooks/event_template.h"
 #include "page/script_call.h"
 #include "page/scriptable.h"
@@ -71,7 +70,6 @@ void UnRegisterEventCallback(ScriptCall& call) {
 
 void StopInstance(ScriptCall& call) {
   const auto instanceId = static_cast<uint32_t>(call.Number(0));
-  const NoWaitScope releasing;
   const Outcome outcome = call.scriptable.Agent().StopInstance(instanceId, call.result.keys);
   call.result.Set(outcome);
   if (outcome.Succeeded()) EventTemplate::ReleaseInstance(call.scriptable.Life(), instanceId);

@@ -19,7 +19,8 @@ inline constexpr UINT WM_AGENT_EVENT = WM_USER + 43;
 /// The log tag of deliveries. They log at every level, because the library's threads don't know a page's setting.
 inline constexpr char kEventLogTag[] = "pZUB:EventTemplate";
 
-/// The library's callbacks, on its own threads. An event that can't be passed on is dropped; nothing is thrown.
+/// The library's callbacks, on its own threads. They never wait: an event that comes during a delivery is posted after
+/// it. An event that can't be passed on is dropped; nothing is thrown.
 void CallbackEvent(const char* appName, uint32_t size, const void* data, uint8_t source);
 void InstanceCallbackEvent(uint32_t instanceId, uint32_t size, const void* data, uint8_t source, void* context);
 
@@ -48,17 +49,7 @@ void ForgetPage(const PageLife& life);
 [[nodiscard]] bool InstallEventHook();
 void RemoveEventHook();
 
-/// Declares that no delivery runs, and wakes the callbacks that wait for its end.
+/// Declares that no delivery runs, and posts the events that have come during one. The browser's thread only.
 void ClearEventBusy();
-
-/// While one exists, callbacks don't wait for a running delivery. The library may wait for its callbacks before it
-/// gives up a registration; asked inside a delivery, it would block until their wait ends.
-class NoWaitScope {
- public:
-  NoWaitScope();
-  ~NoWaitScope();
-  NoWaitScope(const NoWaitScope&) = delete;
-  NoWaitScope& operator=(const NoWaitScope&) = delete;
-};
 
 }  // namespace NorvoWebAPI::KSV

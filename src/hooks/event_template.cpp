@@ -19,8 +19,8 @@ void DemandHook() {
   if (!InstallEventHook()) throw CPluginException{kEventRegistrationFailed};
 }
 
-// Enters the route of a registration that the library has accepted. A page that ended during the library's call may have
-// taken the hook away. No `CPluginException`: the caller then undoes the registration.
+// Enters the route of a registration that the library has accepted. A page that ended during the library's call may
+// have taken the hook away. No `CPluginException`: the caller then undoes the registration.
 template <typename Key>
 void InsertRoute(const Key& key, const std::shared_ptr<PageLife>& life) {
   EventRoutes::Insert(key, life);
@@ -34,11 +34,10 @@ void ReleaseEventMap(const Key& key) {
 }
 
 Outcome Unregister(const std::string& name, CKSVPluginZUB& agent) {
-  const NoWaitScope releasing;
   const Outcome outcome = agent.UnregisterCallback(name.c_str());
   if (outcome.Succeeded()) {
-    ClearEventBusy();
     ReleaseEventMap(name);
+    ClearEventBusy();
   }
   LogOutcome(agent.LogEnabled(), kEventLogTag, "UnRegisterEvent", outcome);
   return outcome;
@@ -82,12 +81,11 @@ Outcome UnRegisterInstanceEvent(const std::string& name, PageLife& life, CKSVPlu
   LogStart(agent, "UnRegisterEvent");
   const std::optional<InstanceRecord> instance = life.instanceMap.Find(name);
   if (!instance || !instance->hasEventCallback) throw CPluginException{kEventRegistrationFailed};
-  const NoWaitScope releasing;
   const Outcome outcome = agent.StopInstance(instance->instanceId, result);
   if (outcome.Succeeded()) {
-    ClearEventBusy();
     ReleaseInstance(life, instance->instanceId);
     ReleaseEventMap(instance->instanceId);
+    ClearEventBusy();
   }
   LogOutcome(agent.LogEnabled(), kEventLogTag, "UnRegisterEvent", outcome);
   return outcome;
@@ -107,7 +105,6 @@ void StopPluginInstances(PageLife& life, CKSVPluginZUB& agent, JSObject& result)
   LogStart(agent, "UnRegisterEvent");
   Outcome outcome{kPluginOk, kAgentOk};
   try {
-    const NoWaitScope releasing;
     for (const uint32_t instanceId : life.instanceMap.Ids()) {
       outcome = agent.StopInstance(instanceId, result);
       ReleaseEventMap(instanceId);
@@ -141,7 +138,6 @@ void ReleaseInstance(PageLife& life, uint32_t instanceId) {
 void ForgetPage(const PageLife& life, CKSVPluginZUB& agent) noexcept {
   const ScopeExit forget([&] { EventRoutes::ForgetPage(life); });
   try {
-    const NoWaitScope releasing;
     for (std::string name; !(name = EventRoutes::FindEventName(life)).empty();) {
       agent.UnregisterCallback(name.c_str());
       EventRoutes::Release(name);
