@@ -27,9 +27,13 @@ void InsertRoute(const Key& key, const std::shared_ptr<PageLife>& life) {
   if (!InstallEventHook()) throw std::runtime_error("The event hook can't be installed again");
 }
 
+void LogMapRelease() {
+  DebugLog(true, kEventLogTag, "%s\n", "Releasing event map");
+}
+
 template <typename Key>
 void ReleaseEventMap(const Key& key) {
-  DebugLog(true, kEventLogTag, "%s\n", "Releasing event map");
+  LogMapRelease();
   EventRoutes::Release(key);
 }
 
@@ -107,9 +111,10 @@ void StopPluginInstances(PageLife& life, CKSVPluginZUB& agent, JSObject& result)
   try {
     for (const uint32_t instanceId : life.instanceMap.Ids()) {
       outcome = agent.StopInstance(instanceId, result);
-      ReleaseEventMap(instanceId);
+      EventRoutes::Release(instanceId);
     }
     life.instanceMap.Clear();
+    LogMapRelease();
   } catch (...) {
     outcome = {kEventRegistrationFailed, kAgentOk};
   }
@@ -131,7 +136,7 @@ void ClearInstanceEvents(PageLife& life) {
 }
 
 void ReleaseInstance(PageLife& life, uint32_t instanceId) {
-  DebugLog(true, kEventLogTag, "%s\n", "Releasing event map");
+  LogMapRelease();
   if (life.instanceMap.Remove(instanceId)) RemoveEventHook();
 }
 
