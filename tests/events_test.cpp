@@ -274,6 +274,13 @@ TEST_P(EventsTest, OfOnePageOutlastAReleaseByAnother) {
       {"stops its instance", [](Page& other, int32_t id) { other.Call("zubStopInstance", {id}); }, true},
       {"is destroyed", [](Page& other, int32_t) { other.Destroy(); }},
       {"ends", [](Page& other, int32_t) { other.End(); }},
+      {"is destroyed inside a registration of its own",
+       [&](Page& other, int32_t) {
+         const std::pair before(lastInstance, context);
+         inRegistration = [&] { other.Destroy(); };
+         Register(other, "late", listener);
+         std::tie(lastInstance, context) = before;
+       }},
       {"takes the library down", [](Page& other, int32_t) { other.Call("zubDeInit"); }, true, true},
       {"ends as the last user", [](Page& other, int32_t) { other.End(); }, true, true},
   };
@@ -307,6 +314,22 @@ TEST_P(EventsTest, OfOnePageOutlastAReleaseByAnother) {
       EXPECT_EQ(others.heard, Calls{}) << row;
     }
   }
+}
+
+TEST_P(EventsTest, OfAReusedNameOrIdOutlastTheEndOfItsFormerPage) {
+  const Page third(host);
+  Page other(host, "https://other.example/", window.handle());
+  Listener others{host};
+  Register(page, "app", listener);
+  for (const char* method : {"zubInit", "zubDeInit", "zubInit"}) other.Call(method);  // The second takes it down.
+  third.Call("zubInit");
+  started = 100;
+  Register(other, "app", others);
+  agent.TakeCalls();
+  page.Destroy();
+  EXPECT_EQ(agent.TakeCalls(), Calls{});
+  Raise("app", "x");
+  EXPECT_EQ(Heard(others).size(), 1U);
 }
 
 TEST_P(EventsTest, NamesOfAPageThatEndsAreUnregisteredOnce) {

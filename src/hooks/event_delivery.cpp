@@ -39,10 +39,10 @@ struct Routes {
     const auto found = pages.find(key);
     return found == pages.end() ? nullptr : found->second.lock();
   }
-  // True when this leaves the map empty.
-  bool Release(const Key& key) {
+  // Erases an entry, or only if it is of this page. True when that leaves the map empty.
+  bool Release(const Key& key, const PageLife* of) {
     if (pages.empty()) return false;
-    pages.erase(key);
+    if (!of || PageOf(key).get() == of) pages.erase(key);
     return pages.empty();
   }
   void Forget(const PageLife& life) {
@@ -179,9 +179,9 @@ LRESULT CALLBACK AgentEventHookProc(int code, WPARAM wParam, LPARAM lParam) {
 }
 
 template <typename Key>
-void ReleaseFrom(Routes<Key>& routes, const Key& key) {
+void ReleaseFrom(Routes<Key>& routes, const Key& key, const PageLife* of = nullptr) {
   std::unique_lock lock(state->mutex);
-  const bool isEmpty = routes.Release(key);
+  const bool isEmpty = routes.Release(key, of);
   lock.unlock();
   if (isEmpty) RemoveEventHook();
 }
@@ -243,8 +243,13 @@ void Release(const std::string& name) {
   ReleaseFrom(state->eventMap, name);
 }
 
-void Release(uint32_t instanceId) {
-  ReleaseFrom(state->instanceEventMap, instanceId);
+bool Has(uint32_t instanceId, const PageLife& life) {
+  const std::lock_guard lock(state->mutex);
+  return state->instanceEventMap.PageOf(instanceId).get() == &life;
+}
+
+void Release(uint32_t instanceId, const PageLife& life) {
+  ReleaseFrom(state->instanceEventMap, instanceId, &life);
 }
 
 void ClearNames() {

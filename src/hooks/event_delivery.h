@@ -34,9 +34,11 @@ void Insert(uint32_t instanceId, const std::shared_ptr<PageLife>& life);
 [[nodiscard]] bool HasName(const std::string& name);
 /// Any one of the page's names, or an empty text if it has none.
 [[nodiscard]] std::string FindEventName(const PageLife& life);
-/// Erase an entry. If the map is then empty, the hook is removed.
+/// Whether the instance's events go to this page. The library may have given the id to another one's instance since.
+[[nodiscard]] bool Has(uint32_t instanceId, const PageLife& life);
+/// Erase an entry, an instance's only if it is of this page. If the map is then empty, the hook is removed.
 void Release(const std::string& name);
-void Release(uint32_t instanceId);
+void Release(uint32_t instanceId, const PageLife& life);
 void ClearNames();
 void ClearInstances();
 /// Erases all entries and records of a page that ends. Removes the hook when no page has entries: it must not outlive

@@ -31,16 +31,11 @@ void LogMapRelease() {
   DebugLog(true, kEventLogTag, "%s\n", "Releasing event map");
 }
 
-template <typename Key>
-void ReleaseEventMap(const Key& key) {
-  LogMapRelease();
-  EventRoutes::Release(key);
-}
-
 Outcome Unregister(const std::string& name, CKSVPluginZUB& agent) {
   const Outcome outcome = agent.UnregisterCallback(name.c_str());
   if (outcome.Succeeded()) {
-    ReleaseEventMap(name);
+    LogMapRelease();
+    EventRoutes::Release(name);
     ClearEventBusy();
   }
   LogOutcome(agent.LogEnabled(), kEventLogTag, "UnRegisterEvent", outcome);
@@ -88,7 +83,8 @@ Outcome UnRegisterInstanceEvent(const std::string& name, PageLife& life, CKSVPlu
   const Outcome outcome = agent.StopInstance(instance->instanceId, result);
   if (outcome.Succeeded()) {
     ReleaseInstance(life, instance->instanceId);
-    ReleaseEventMap(instance->instanceId);
+    LogMapRelease();
+    EventRoutes::Release(instance->instanceId, life);
     ClearEventBusy();
   }
   LogOutcome(agent.LogEnabled(), kEventLogTag, "UnRegisterEvent", outcome);
@@ -109,9 +105,11 @@ void StopPluginInstances(PageLife& life, CKSVPluginZUB& agent, JSObject& result)
   LogStart(agent, "UnRegisterEvent");
   Outcome outcome{kPluginOk, kAgentOk};
   try {
-    for (const uint32_t instanceId : life.instanceMap.Ids()) {
+    for (const auto& [instanceId, hasEventCallback] : life.instanceMap.Instances()) {
+      // The library was taken down since, and the id may be another page's by now: an end must not stop that.
+      if (life.HasEnded() && hasEventCallback && !EventRoutes::Has(instanceId, life)) continue;
       outcome = agent.StopInstance(instanceId, result);
-      EventRoutes::Release(instanceId);
+      EventRoutes::Release(instanceId, life);
     }
     life.instanceMap.Clear();
     LogMapRelease();
@@ -137,7 +135,8 @@ void ClearInstanceEvents(PageLife& life) {
 
 void ReleaseInstance(PageLife& life, uint32_t instanceId) {
   LogMapRelease();
-  if (life.instanceMap.Remove(instanceId)) RemoveEventHook();
+  // After its end `ForgetPage` sees to the hook, which other pages may need.
+  if (life.instanceMap.Remove(instanceId) && !life.HasEnded()) RemoveEventHook();
 }
 
 void ForgetPage(const PageLife& life, CKSVPluginZUB& agent) noexcept {
