@@ -35,7 +35,6 @@ struct Descriptor {
   /// Of digits or characters.
   uint32_t least = 0;
   uint32_t greatest = 0;
-  bool shufflesAfterEachDigit = false;
   Theme theme = Theme::kLight;
   /// Null when the page gave none.
   PixelsPtr logo;

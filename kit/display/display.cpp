@@ -4,6 +4,7 @@
 #include <nlohmann/json.hpp>
 
 #include "kit/display/channel.h"
+#include "kit/display/disclosure.h"
 #include "kit/display/painter.h"
 #include "kit/display/visible_text.h"
 #include "kit/shared/handles.h"
@@ -163,6 +164,7 @@ void Display::EstablishSession(WysSessionRequest request, uint32_t& sessionId) {
   Session& session = sessions_[id];
   session.context = request.displayContext;
   session.window = request.window;
+  session.watch = UserInput::Watch(request.window);
   session.age = nextAge_++;
   sessionId = id;
 }
@@ -296,40 +298,55 @@ void Display::RepaintImage(uint32_t sessionId, uint32_t imageId) {
     image.picture = std::move(picture);
   }
   const std::shared_ptr<const Picture> picture = image.picture;
-  const std::filesystem::path keysFile = System::PathFromEnvironment("KSV_DISPLAY_LAYOUT");
+  const std::filesystem::path keysFile = Disclosure::KeysFile();
   const std::string keys = keysFile.empty() ? std::string() : image.ListKeys();
   lock.unlock();
   Painter::Show(window, origin, *picture);
   lock.lock();
-  // An image that was removed while the lock was released has just been painted once more.
   const auto found = sessions_.find(sessionId);
   if (found == sessions_.end() || !found->second.image || found->second.image->id() != id) {
+    // An image that was removed while the lock was released has just been painted once more.
     Painter::Invalidate(window, area);
+  } else if (found->second.image->picture == picture) {
+    found->second.image->NoteShown();
   }
   lock.unlock();
   if (!keysFile.empty()) System::WritePrivateFile(keysFile, AsBytes(keys), System::IfPresent::kReplace);
 }
 
-/// Runs `work` on the image. It returns the bits of the event to post, 0 for none.
+void Display::RequireUser(const Session& session, const Image& image, UserInput::Button button, Point at) {
+  // Such a frame is the page's own, and hosts tell the page of no clicks on it.
+  if (image.isRemote() && session.streamKey.empty()) return;
+  UserInput::Take(session.window, button, at);
+  UserInput::RequireVisible(session.window, image.area());
+}
+
+/// Runs `work` on session and image. It returns the bits of the event to post, 0 for none.
 template <class Work>
 void Display::ChangeImage(uint32_t sessionId, uint32_t imageId, Work work) {
   const std::scoped_lock lock(mutex_);
   Session& session = SessionAt(sessionId);
   Image& image = ImageAt(session, imageId);
-  const uint32_t bits = work(image);
+  const uint32_t bits = work(session, image);
   if (bits != 0 && session.events) session.events->Post(bits, sessionId, image.id());
 }
 
 void Display::MouseDown(uint32_t sessionId, uint32_t imageId, Point at) {
-  ChangeImage(sessionId, imageId, [=](Image& image) { return image.Press(at); });
+  ChangeImage(sessionId, imageId, [=](const Session& session, Image& image) {
+    RequireUser(session, image, UserInput::Button::kPressed, at);
+    return image.Press(at);
+  });
 }
 
 void Display::MouseUp(uint32_t sessionId, uint32_t imageId, Point at) {
-  ChangeImage(sessionId, imageId, [=](Image& image) { return image.Release(at); });
+  ChangeImage(sessionId, imageId, [=](const Session& session, Image& image) {
+    RequireUser(session, image, UserInput::Button::kReleased, at);
+    return image.Release(at);
+  });
 }
 
 void Display::ClearInput(uint32_t sessionId, uint32_t imageId) {
-  ChangeImage(sessionId, imageId, [](Image& image) {
+  ChangeImage(sessionId, imageId, [](const Session&, Image& image) {
     image.Clear();
     return kImageChanged;
   });
@@ -338,7 +355,7 @@ void Display::ClearInput(uint32_t sessionId, uint32_t imageId) {
 void Display::SubmitInput(uint32_t sessionId, uint32_t imageId, uint32_t length, const WCHAR* text) {
   Require((text != nullptr) == (length > 0), Status::kInvalidArgument);
   Require(length <= kMaxText, Status::kBadText);
-  ChangeImage(sessionId, imageId, [=](Image& image) {
+  ChangeImage(sessionId, imageId, [=](const Session&, Image& image) {
     if (text != nullptr) {
       image.SubmitText(text, length);
     } else {
@@ -349,10 +366,10 @@ void Display::SubmitInput(uint32_t sessionId, uint32_t imageId, uint32_t length,
 }
 
 void Display::GetResponse(uint32_t sessionId, uint32_t imageId, OutputBuffer out) {
-  ChangeImage(sessionId, imageId, [&](Image& image) {
+  ChangeImage(sessionId, imageId, [&](const Session& session, Image& image) {
     const Input input = image.CompleteInput();
     CheckCapacity(out, SealedSize(input.content.size()));
-    const Bytes sealed = SealInput(input, UserKey(), SessionAt(sessionId).streamKey);
+    const Bytes sealed = SealInput(input, UserKey(), session.streamKey);
     // The last step that can fail, so that no input is cleared without being returned.
     image.Clear();
     std::ranges::copy(sealed, out.data);
@@ -363,7 +380,13 @@ void Display::GetResponse(uint32_t sessionId, uint32_t imageId, OutputBuffer out
 void Display::SetStreamKey(uint32_t sessionId, ByteView key) {
   Require(!key.empty() && key.size() <= Channel::kStreamKeySize, Status::kInvalidArgument);
   const std::scoped_lock lock(mutex_);
-  SessionAt(sessionId).streamKey.assign(key.begin(), key.end());
+  Session& session = SessionAt(sessionId);
+  session.streamKey.assign(key.begin(), key.end());
+  // A frame without a tag, or with a tag under another key, must not pass for one of this channel.
+  if (session.image && session.image->isRemote()) {
+    Painter::Invalidate(session.window, session.image->area());
+    session.image.reset();
+  }
 }
 
 void Display::SendRecv(uint32_t context, uint32_t sessionId, int32_t messageType, ByteView sent, OutputBuffer out,

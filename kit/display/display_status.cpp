@@ -32,6 +32,8 @@ constexpr Entry kTexts[] = {
     {Status::kInputClosed, "The input has been closed; clear it first."},
     {Status::kBadText, "The text is malformed, too short or too long."},
     {Status::kWrongInputType, "The image takes no text, or requires one."},
+    {Status::kNoUserInput, "The user has not clicked there, or the call came outside of the click's own function."},
+    {Status::kImageNotVisible, "The image must be visible as a whole in its window before clicks on it count."},
     {Status::kBadFrame, "The frame is malformed."},
     {Status::kFrameNotAuthentic, "The frame is not authentic."},
     {Status::kBadSetupMessage, "The channel set-up message is malformed."},

@@ -36,6 +36,8 @@ enum class Status : int32_t {
   kInputClosed = 221,
   kBadText = 222,
   kWrongInputType = 223,
+  kNoUserInput = 224,
+  kImageNotVisible = 225,
 
   kBadFrame = 230,
   kFrameNotAuthentic = 231,

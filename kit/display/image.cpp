@@ -60,6 +60,7 @@ void Image::Shuffle() {
     std::swap(order[last], order[RandomBelow(static_cast<uint8_t>(last + 1))]);
   }
   digits_.swap(order);
+  orderIsShown_ = false;
 }
 
 uint32_t Image::Changed() {
@@ -106,19 +107,21 @@ uint32_t Image::UseKey(const Key& key) {
       Clear();
       return 0;
     case Key::Kind::kDigit: {
-      if (entered_ == descriptor_.greatest) return 0;
+      // An order that was not shown yet has nothing to choose from: the user saw another one.
+      if (IsComplete() || !orderIsShown_) return 0;
       const uint8_t digit = digits_[static_cast<size_t>(&key - layout_.keys.data())];
-      if (descriptor_.shufflesAfterEachDigit) Shuffle();
+      Shuffle();
       input_.push_back(digit);
       ++entered_;
-      return 0;
+      return IsComplete() ? kInputCompleted : 0;
     }
     case Key::Kind::kOk:
       if (descriptor_.type == InputType::kConfirmation) {
         input_.assign(kConfirmed.begin(), kConfirmed.end());
         entered_ = 1;
       }
-      return IsComplete() ? kInputCompleted : 0;
+      isConfirmed_ = HasEnough();
+      return isConfirmed_ ? kInputCompleted : 0;
   }
   return 0;
 }
@@ -127,21 +130,28 @@ void Image::Clear() {
   Shuffle();
   input_.clear();
   entered_ = 0;
+  isConfirmed_ = false;
   closed_ = false;
   isDown_ = false;
   pressedKey_.reset();
   Changed();
 }
 
-bool Image::IsComplete() const {
+bool Image::HasEnough() const {
   if (descriptor_.type == InputType::kConfirmation) return entered_ > 0;
   return entered_ >= descriptor_.least;
+}
+
+bool Image::IsComplete() const {
+  // Clicks on a remote image have no OK: each may be the last.
+  if (descriptor_.type == InputType::kClicks) return HasEnough();
+  return isConfirmed_ || closed_ || (descriptor_.type == InputType::kPin && entered_ == descriptor_.greatest);
 }
 
 void Image::Submit() {
   Require(descriptor_.type != InputType::kText, Status::kWrongInputType);
   Require(!closed_, Status::kInputClosed);
-  Require(IsComplete(), Status::kInputIncomplete);
+  Require(HasEnough(), Status::kInputIncomplete);
   closed_ = true;
   Changed();
 }

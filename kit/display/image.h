@@ -17,6 +17,7 @@ class Image {
   /// A remote image: clicks on it are the input.
   Image(PixelsPtr frame, uint32_t id, Point origin, ByteView source);
 
+  bool isRemote() const { return frame_ != nullptr; }
   uint32_t id() const { return descriptor_.imageId; }
   Point origin() const { return origin_; }
   /// In the window's client area.
@@ -29,17 +30,20 @@ class Image {
 
   /// Clears and reopens the input, and shuffles the digits. Changes nothing when it throws.
   void Clear();
-  /// Closes the input. Throws kInputIncomplete and kInputClosed, and kWrongInputType for an image that requires a text.
+  /// Closes and so completes the input, of which the least number is enough. Throws kInputIncomplete and kInputClosed,
+  /// and kWrongInputType for an image that requires a text.
   void Submit();
   /// Makes the text the whole input and closes it. Reads at most `limit` units. Throws kWrongInputType, kBadText and
   /// kInputClosed.
   void SubmitText(const WCHAR* text, size_t limit);
 
-  /// Throws kInputIncomplete.
+  /// Input is complete at OK, at the greatest number of digits, or when it has been closed. Throws kInputIncomplete.
   Input CompleteInput() const;
 
   Scene Draw() const;
-  /// The lines of the file `KSV_DISPLAY_LAYOUT`: the keys' labels and areas in the window's client area.
+  /// Digits count from now on, until their order changes.
+  void NoteShown() { orderIsShown_ = true; }
+  /// The keys for `Disclosure::KeysFile`, a line each: their labels and areas in the window's client area.
   std::string ListKeys() const;
 
   /// The picture of the last repaint; null when the image has changed since.
@@ -49,6 +53,7 @@ class Image {
   const Key* KeyAt(Point at) const;
   uint32_t UseKey(const Key& key);
   void Shuffle();
+  bool HasEnough() const;
   bool IsComplete() const;
   uint32_t Changed();
 
@@ -61,9 +66,12 @@ class Image {
   PixelsPtr frame_;
   /// The digits of the ten places, in their order.
   SecretBytes digits_;
+  bool orderIsShown_ = false;
   SecretBytes input_;
   /// Characters of a typed text; else digits, confirmations or clicks.
   size_t entered_ = 0;
+  /// OK was pressed with enough entered.
+  bool isConfirmed_ = false;
   bool isDown_ = false;
   std::optional<size_t> pressedKey_;
   bool closed_ = false;
