@@ -23,7 +23,7 @@ class ReferenceDisplay : public support::ReferenceDisplayTest {
   // What the holder of the key reads, or a word for what is wrong.
   Text Open(const Text& sealed, const Text& stream = "") const {
     const auto input = KsvDisplay::OpenInput(KsvKit::AsBytes(sealed), Key(), KsvKit::AsBytes(stream));
-    return input ? std::to_string(input->imageId) + ":" + Text(KsvKit::AsText(input->content)) : "sealed";
+    return input ? std::to_string(input->asked.imageId) + ":" + Text(KsvKit::AsText(input->content)) : "sealed";
   }
   Text Tagged(Text frame, const Text& stream) const {
     const auto key = KsvDisplay::Channel::FrameKey(Key(), KsvKit::AsBytes(stream));

@@ -6,10 +6,8 @@
 #include "kit/display/channel.h"
 #include "kit/display/disclosure.h"
 #include "kit/display/painter.h"
-#include "kit/display/visible_text.h"
 #include "kit/shared/handles.h"
 #include "kit/shared/key_store.h"
-#include "kit/shared/utf8.h"
 
 namespace KsvDisplay {
 namespace {
@@ -22,7 +20,7 @@ constexpr size_t kMaxText = 4096;
 /// The only window kind that is supported.
 constexpr uint32_t kWindowKind = 0xFFFF;
 
-enum MessageType : int32_t { kEcho = 0, kCapabilities = 1, kChannelSetup = 250 };
+enum MessageType : int32_t { kEcho = 0, kCapabilities = 1, kRequest = 2, kChannelSetup = 250 };
 
 std::string CapabilitiesText() {
   return nlohmann::ordered_json{{"name", "Reference display"},
@@ -58,10 +56,7 @@ void StoreLittle(std::span<uint8_t> block, size_t at, Number value) {
 std::string CheckCaption(const char* caption) {
   if (caption == nullptr) return {};
   std::string text(caption, strnlen(caption, kMaxCaption + 1));
-  const std::optional<std::u32string> codePoints = CodePointsOf(text);
-  // With characters that are invisible or change the direction of others, one caption could look like another.
-  Require(text.size() <= kMaxCaption && codePoints && std::ranges::all_of(*codePoints, IsVisible),
-          Status::kInvalidArgument);
+  Require(IsShowable(text, kMaxCaption), Status::kInvalidArgument);
   return text;
 }
 
@@ -153,6 +148,7 @@ void Display::EstablishSession(WysSessionRequest request, uint32_t& sessionId) {
       session.context = request.displayContext;
       session.image.reset();
       session.streamKey.clear();
+      session.request = {};
     }
     session.age = nextAge_++;
     sessionId = id;
@@ -236,6 +232,7 @@ void Display::WithdrawEvents(uint32_t sessionId) {
 void Display::ShowImage(Session& session, uint32_t sessionId, Image image, uint32_t eventBits) {
   if (session.image) Painter::Invalidate(session.window, session.image->area());
   session.image = std::move(image);
+  session.request = {};
   if (session.events) session.events->Post(eventBits, sessionId, session.image->id());
 }
 
@@ -248,9 +245,10 @@ void Display::CreateStdImage(uint32_t sessionId, Point origin, std::span<uint8_t
   const std::scoped_lock lock(mutex_);
   Session& session = SessionAt(sessionId);
   while (descriptor.imageId == 0) descriptor.imageId = RandomHandle(sessions_);
+  descriptor.reference = session.request.reference;
   const uint32_t id = descriptor.imageId;
   const Point size = descriptor.size;
-  Image image(std::move(descriptor), origin, contexts_.at(session.context).caption, source);
+  Image image(std::move(descriptor), origin, contexts_.at(session.context).caption, session.request.challenge, source);
   StoreLittle(block, kDescriptorIdOffset, id);
   StoreLittle(block, kDescriptorSizeOffset, size.x);
   StoreLittle(block, kDescriptorSizeOffset + 2, size.y);
@@ -272,7 +270,8 @@ void Display::SubmitFrame(uint32_t sessionId, uint32_t imageId, Point origin, By
   // The key may have been replaced while the lock was released.
   Require(session.streamKey == streamKey, Status::kFrameNotAuthentic);
   while (imageId == 0) imageId = RandomHandle(sessions_);
-  ShowImage(session, sessionId, Image(frame.pixels, imageId, origin, frame.bytes), kImageChanged | kFrameArrived);
+  ShowImage(session, sessionId, Image(frame.pixels, imageId, origin, session.request.challenge, frame.bytes),
+            kImageChanged | kFrameArrived);
 }
 
 void Display::ReleaseImage(uint32_t sessionId, uint32_t imageId) {
@@ -368,7 +367,7 @@ void Display::SubmitInput(uint32_t sessionId, uint32_t imageId, uint32_t length,
 void Display::GetResponse(uint32_t sessionId, uint32_t imageId, OutputBuffer out) {
   ChangeImage(sessionId, imageId, [&](const Session& session, Image& image) {
     const Input input = image.CompleteInput();
-    CheckCapacity(out, SealedSize(input.content.size()));
+    CheckCapacity(out, SealedSize(input));
     const Bytes sealed = SealInput(input, UserKey(), session.streamKey);
     // The last step that can fail, so that no input is cleared without being returned.
     image.Clear();
@@ -394,7 +393,7 @@ void Display::SendRecv(uint32_t context, uint32_t sessionId, int32_t messageType
   {
     const std::scoped_lock lock(mutex_);
     Require(contexts_.contains(context), Status::kUnknownContext);
-    if (messageType == kChannelSetup) {
+    if (messageType == kChannelSetup || messageType == kRequest) {
       Require(SessionAt(sessionId).context == context, Status::kUnknownSession);
     }
   }
@@ -407,6 +406,12 @@ void Display::SendRecv(uint32_t context, uint32_t sessionId, int32_t messageType
     case kCapabilities:
       Append(answer, AsBytes(CapabilitiesText()));
       break;
+    case kRequest: {
+      Request request = ReadRequest(Bytes(sent.begin(), sent.end()));
+      const std::scoped_lock lock(mutex_);
+      SessionAt(sessionId).request = std::move(request);
+      break;
+    }
     case kChannelSetup:
       answer = Channel::AnswerSetup(UserKey(), Bytes(sent.begin(), sent.end()));
       break;

@@ -5,6 +5,7 @@
 #include <mutex>
 
 #include "kit/display/image.h"
+#include "kit/display/request.h"
 #include "kit/display/user_input.h"
 
 namespace KsvDisplay {
@@ -65,6 +66,8 @@ class Display {
     uint32_t window = 0;
     UserInput::Watch watch;
     SecretBytes streamKey;
+    /// For the next image.
+    Request request;
     std::optional<Image> image;
     std::optional<EventRegistration> events;
     uint64_t age = 0;

@@ -38,6 +38,7 @@ constexpr Entry kTexts[] = {
     {Status::kFrameNotAuthentic, "The frame is not authentic."},
     {Status::kBadSetupMessage, "The channel set-up message is malformed."},
     {Status::kUnknownMessageType, "The message type is not known."},
+    {Status::kBadRequest, "The request for the next image is malformed, or a text in it is too long or not visible."},
     {Status::kNotRegistered, "No callback is registered for this session."},
     {Status::kCallbackRunning, "A callback has not returned yet, or the call came from within it."},
     {Status::kWindowGone, "The window does not exist any more."},

@@ -34,10 +34,11 @@ Descriptor DescribeFrame(const Pixels& frame, uint32_t id) {
 
 }  // namespace
 
-Image::Image(Descriptor descriptor, Point origin, std::string caption, ByteView source)
+Image::Image(Descriptor descriptor, Point origin, std::string caption, std::string challenge, ByteView source)
     : descriptor_(std::move(descriptor)),
       origin_(origin),
       caption_(std::move(caption)),
+      challenge_(std::move(challenge)),
       digest_(Crypto::Sha256(source)),
       layout_(LayOut(descriptor_, !caption_.empty())) {
   // So that it never grows, which would copy the secret and could fail in the middle of an input.
@@ -45,9 +46,10 @@ Image::Image(Descriptor descriptor, Point origin, std::string caption, ByteView 
   Shuffle();
 }
 
-Image::Image(PixelsPtr frame, uint32_t id, Point origin, ByteView source)
+Image::Image(PixelsPtr frame, uint32_t id, Point origin, std::string challenge, ByteView source)
     : descriptor_(DescribeFrame(*frame, id)),
       origin_(origin),
+      challenge_(std::move(challenge)),
       digest_(Crypto::Sha256(source)),
       frame_(std::move(frame)) {
   input_.reserve(kMaxClicks * sizeof(Point));
@@ -173,7 +175,22 @@ void Image::SubmitText(const WCHAR* text, size_t limit) {
 
 Input Image::CompleteInput() const {
   Require(IsComplete(), Status::kInputIncomplete);
-  return {descriptor_.type, descriptor_.imageId, digest_, input_};
+  Question asked{descriptor_.type, descriptor_.imageId, caption_, isRemote() ? std::string() : descriptor_.reference,
+                 Texts(),          challenge_,          digest_};
+  return {std::move(asked), input_};
+}
+
+/// What the image says before anything is entered, but for the caption, the reference and the digits.
+std::string Image::Texts() const {
+  if (isRemote()) return {};
+  Descriptor plain = descriptor_;
+  plain.reference.clear();
+  std::string texts;
+  for (const Label& label : DrawScene(plain, layout_, {}, AsText(digits_), {}).labels) {
+    const bool isDigit = label.text.size() == 1 && label.text[0] >= '0' && label.text[0] <= '9';
+    if (!isDigit) texts += (texts.empty() ? "" : "\n") + label.text;
+  }
+  return texts;
 }
 
 Scene Image::Draw() const {

@@ -12,10 +12,11 @@ namespace KsvDisplay {
 /// An image in a window, with the user's input. Not thread-safe.
 class Image {
  public:
-  /// Chooses a random order of the digits. `source` are the bytes that describe the image.
-  Image(Descriptor descriptor, Point origin, std::string caption, ByteView source);
+  /// Chooses a random order of the digits. `source` are the bytes that describe the image; they, the texts and the
+  /// challenge are sealed with the input.
+  Image(Descriptor descriptor, Point origin, std::string caption, std::string challenge, ByteView source);
   /// A remote image: clicks on it are the input.
-  Image(PixelsPtr frame, uint32_t id, Point origin, ByteView source);
+  Image(PixelsPtr frame, uint32_t id, Point origin, std::string challenge, ByteView source);
 
   bool isRemote() const { return frame_ != nullptr; }
   uint32_t id() const { return descriptor_.imageId; }
@@ -52,6 +53,7 @@ class Image {
  private:
   const Key* KeyAt(Point at) const;
   uint32_t UseKey(const Key& key);
+  std::string Texts() const;
   void Shuffle();
   bool HasEnough() const;
   bool IsComplete() const;
@@ -60,6 +62,7 @@ class Image {
   Descriptor descriptor_;
   Point origin_;
   std::string caption_;
+  std::string challenge_;
   std::array<uint8_t, 32> digest_;
   Layout layout_;
   /// A remote image's; null for a described one.
