@@ -1,5 +1,7 @@
 #include "kit/shared/key_store.h"
 
+#include <algorithm>
+
 #include "kit/shared/crypto.h"
 #include "kit/shared/system.h"
 
@@ -24,10 +26,8 @@ SecretBytes KeyIn(ByteView plain) {
 }
 
 SecretBytes FileOf(ByteView key) {
-  SecretBytes content;
-  content.reserve(kMagic.size() + key.size());
-  Append(content, AsBytes(kMagic));
-  Append(content, key);
+  SecretBytes content(kMagic.size() + key.size());
+  std::ranges::copy(key, std::ranges::copy(kMagic, content.begin()).out);
   return content;
 }
 
