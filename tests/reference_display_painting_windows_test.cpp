@@ -27,20 +27,6 @@ TEST_F(ReferenceDisplayPainting, WindowShowsTheImageAtItsPlace) {
   EXPECT_EQ(PixelAt({30, 14}), before);
 }
 
-TEST_F(ReferenceDisplayPainting, ClicksOnAnImageThatIsCoveredInPartDoNotCount) {
-  ASSERT_EQ(Create(support::ImageRequest{}), 0);
-  const platform::TestWindow cover{{320, 400}, 100, 50};
-  host_ = [&](UINT message, WysPoint at) {
-    SetWindowPos(cover.handle(), HWND_TOPMOST, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE | SWP_NOACTIVATE | SWP_SHOWWINDOW);
-    const int32_t covered = Tell(message, at);
-    ShowWindow(cover.handle(), SW_HIDE);
-    return covered;
-  };
-  EXPECT_EQ(Click({100, 100}, {100, 100}), support::Code(KsvDisplay::Status::kImageNotVisible));
-  host_ = nullptr;
-  EXPECT_EQ(Click({100, 100}, {100, 100}), 0);
-}
-
 TEST_F(ReferenceDisplayPainting, WindowMayGo) {
   ASSERT_EQ(Create(support::ImageRequest{}), 0);
   window_.Destroy();
