@@ -16,7 +16,7 @@ function(ksv_add_stand_in target folder file)
 endfunction()
 
 # Lets a library export the entry points that a header of vendor/ declares, all of them and nothing else. The link fails
-# when one is not defined.
+# when one is not defined. Further arguments are patterns of names that the library shares with the program that loads it.
 function(ksv_export_contract target header)
   set(contract "${CMAKE_SOURCE_DIR}/vendor/${header}")
   set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${contract}")
@@ -34,6 +34,9 @@ function(ksv_export_contract target header)
   else()
     set(exports "${CMAKE_CURRENT_BINARY_DIR}/${target}.map")
     list(JOIN names ";\n    " lines)
+    foreach(pattern IN LISTS ARGN)
+      string(APPEND lines ";\n    ${pattern}")
+    endforeach()
     file(CONFIGURE OUTPUT "${exports}" CONTENT "{\n  global:\n    @lines@;\n  local: *;\n};\n" @ONLY)
     list(TRANSFORM names PREPEND "-Wl,--require-defined=")
     target_link_options(${target} PRIVATE "-Wl,--version-script=${exports}" ${names})

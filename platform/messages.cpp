@@ -20,6 +20,7 @@ struct Window {
   DWORD thread;
   WNDPROC procedure;
   POINT clientOrigin;
+  POINT clientSize;
 };
 
 struct Queued {
@@ -40,9 +41,10 @@ struct Hook {
   DWORD owner;
 };
 
-// Hooks are numbered as they are made. The chain runs from the newest to the oldest, so it goes down the numbers, also
-// when a procedure adds or removes hooks.
+// Hooks are numbered as they are made, those of one thread above all others. The chain runs from the newest to the
+// oldest of each, so it goes down the numbers, also when a procedure adds or removes hooks.
 using HookNumber = uintptr_t;
+constexpr HookNumber kFirstOfThreads = std::numeric_limits<HookNumber>::max() / 2 + 1;
 
 struct State {
   std::mutex mutex;  // Never held while a procedure runs.
@@ -181,8 +183,9 @@ HHOOK SetWindowsHookExA(int type, HOOKPROC procedure, HINSTANCE module, DWORD th
   ThreadEnd::Arm();
   State& state = Messages();
   const std::lock_guard lock(state.mutex);
-  state.hooks.emplace(++state.lastHook, Hook{type, procedure, thread, GetCurrentThreadId()});
-  return reinterpret_cast<HHOOK>(state.lastHook);
+  const HookNumber number = ++state.lastHook + (thread != 0 ? kFirstOfThreads : 0);
+  state.hooks.emplace(number, Hook{type, procedure, thread, GetCurrentThreadId()});
+  return reinterpret_cast<HHOOK>(number);
 }
 
 BOOL UnhookWindowsHookEx(HHOOK hook) {
@@ -211,6 +214,22 @@ BOOL DestroyWindow(HWND window) {
   std::erase_if(state.queues[entry->thread].messages,
                 [window](const Queued& queued) { return queued.message.hwnd == window; });
   state.windows.erase(static_cast<uint32_t>(reinterpret_cast<uintptr_t>(window)));
+  return TRUE;
+}
+
+DWORD GetWindowThreadProcessId(HWND window, DWORD*) {
+  State& state = Messages();
+  const std::lock_guard lock(state.mutex);
+  const Window* entry = FindWindowEntry(state, window);
+  return entry ? entry->thread : Fail(ERROR_INVALID_WINDOW_HANDLE, DWORD{0});
+}
+
+BOOL GetClientRect(HWND window, RECT* client) {
+  State& state = Messages();
+  const std::lock_guard lock(state.mutex);
+  const Window* entry = FindWindowEntry(state, window);
+  if (!entry) return Fail(ERROR_INVALID_WINDOW_HANDLE, FALSE);
+  *client = {0, 0, entry->clientSize.x, entry->clientSize.y};
   return TRUE;
 }
 
@@ -268,12 +287,12 @@ LRESULT DispatchMessageA(const MSG* message) {
 
 namespace platform {
 
-HWND MakeTestWindow(WNDPROC procedure, POINT clientOrigin, int, int) {
+HWND MakeTestWindow(WNDPROC procedure, POINT clientOrigin, int width, int height) {
   ThreadEnd::Arm();
   State& state = Messages();
   const std::lock_guard lock(state.mutex);
   state.lastWindow += 2;
-  state.windows.emplace(state.lastWindow, Window{GetCurrentThreadId(), procedure, clientOrigin});
+  state.windows.emplace(state.lastWindow, Window{GetCurrentThreadId(), procedure, clientOrigin, {width, height}});
   return reinterpret_cast<HWND>(static_cast<uintptr_t>(state.lastWindow));
 }
 

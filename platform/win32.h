@@ -90,6 +90,8 @@ using HINSTANCE = struct HINSTANCE__*;
 using HMODULE = HINSTANCE;
 using HWND = struct HWND__*;
 using HHOOK = struct HHOOK__*;
+using HDC = struct HDC__*;
+using HRGN = struct HRGN__*;
 using HKEY = struct HKEY__*;
 using PHKEY = HKEY*;
 using FARPROC = INT_PTR (*)();
@@ -105,6 +107,13 @@ struct FILETIME {
 struct POINT {
   LONG x;
   LONG y;
+};
+
+struct RECT {
+  LONG left;
+  LONG top;
+  LONG right;
+  LONG bottom;
 };
 
 inline constexpr DWORD MAX_PATH = 260;
@@ -286,8 +295,8 @@ DWORD GetCurrentProcessId();
 HANDLE GetCurrentProcess();
 /// Answers FALSE unless a test wants otherwise. Callers find it through `GetProcAddress`.
 BOOL IsWow64Process(HANDLE process, BOOL* answer);
-/// Appends to the file that the environment variable KSV_DEBUG_OUTPUT names, or writes to standard error if that is
-/// "stderr". Without the variable the text is dropped.
+/// Appends to the file that the environment variable KSV_DEBUG_OUTPUT names, or else "DebugOutput" in the registry's
+/// file; writes to standard error if that is "stderr". Without either the text is dropped.
 void OutputDebugStringA(LPCSTR text);
 
 // --- Mutexes ----------------------------------------------------------------------------------------------------
@@ -345,7 +354,8 @@ struct CWPSTRUCT {
 using HOOKPROC = LRESULT(CALLBACK*)(int code, WPARAM wParam, LPARAM lParam);
 using WNDPROC = LRESULT(CALLBACK*)(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
 
-/// A hook for all threads (`thread` 0) needs `module`. A thread's hooks are removed when it ends.
+/// A hook for all threads (`thread` 0) needs `module`. A thread's hooks are removed when it ends, and run before those
+/// for all threads.
 HHOOK SetWindowsHookExA(int type, HOOKPROC procedure, HINSTANCE module, DWORD thread);
 BOOL UnhookWindowsHookEx(HHOOK hook);
 /// Continues after the procedure that the calling thread is in. Ignores `hook`.
@@ -353,6 +363,9 @@ LRESULT CallNextHookEx(HHOOK hook, int code, WPARAM wParam, LPARAM lParam);
 
 BOOL IsWindow(HWND window);
 BOOL DestroyWindow(HWND window);
+/// Ignores `process`, which may be null.
+DWORD GetWindowThreadProcessId(HWND window, DWORD* process);
+BOOL GetClientRect(HWND window, RECT* client);
 BOOL ScreenToClient(HWND window, POINT* point);
 
 /// Appends to the queue of the window's thread, which holds 10,000 at most.
@@ -361,6 +374,21 @@ BOOL PostMessageA(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
 LRESULT SendMessageA(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
 BOOL PeekMessageA(MSG* message, HWND window, UINT first, UINT last, UINT remove);
 LRESULT DispatchMessageA(const MSG* message);
+
+// --- What is visible of a window --------------------------------------------------------------------------------
+
+inline constexpr DWORD DCX_CACHE = 0x2;
+inline constexpr DWORD DCX_CLIPCHILDREN = 0x8;
+inline constexpr DWORD DCX_CLIPSIBLINGS = 0x10;
+inline constexpr int RGN_ERROR = 0;
+inline constexpr int NULLREGION = 1;
+inline constexpr int SIMPLEREGION = 2;
+
+/// Nothing covers the windows here: their whole client area is visible. Needs a null `region`.
+HDC GetDCEx(HWND window, HRGN region, DWORD flags);
+int IntersectClipRect(HDC context, int left, int top, int right, int bottom);
+int GetClipBox(HDC context, RECT* box);
+int ReleaseDC(HWND window, HDC context);
 
 #pragma GCC visibility pop
 

@@ -76,6 +76,9 @@ TEST_F(InitialisationsTest, AreCountedOverAllPages) {
       {"a zubInit, b zubInit, b zubDeInit, b gone, a gone", "+zub 1:0 +zub 2:0 1:0 1:0 -zub 0:0"},
       {"a zubInit, b zubInit, c zubInit, a zubDeInit, b gone, a gone, c gone",
        "+zub 1:0 +zub 2:0 +zub 3:0 2:0 1:0 1:0 -zub 0:0"},
+      // An initialisation that nobody has left ends with the next page, whatever became of the flag.
+      {"a wysInit, b wysInit, b wysInit, b gone, a wysDeInit, a zubInit, a gone",
+       "+wys 0:1 +wys 0:2 +wys 0:3 0:2 13 0:1 +zub 1:1 -zub -wys 0:0"},
   };
   for (const auto& [deeds, outcome] : rows) {
     EXPECT_EQ(Play(deeds), outcome) << deeds;

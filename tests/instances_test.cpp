@@ -18,6 +18,8 @@ TEST_F(InstancesTest, StopTakesAnInstanceOutUnlessTheLibraryRefuses) {
   second.Call("zubStartProvisioning", {"app"});
   EXPECT_EQ(second.Call("getInstanceID", {"app"}).Int("instanceID"), 102) << "an instance of its own";
   EXPECT_EQ(page.Call("getInstanceID", {5}).Show(), "pluginRetCode=13 fnRetCode=0");
+  host.Fail(Fault::Enumerate);
+  EXPECT_EQ(page.Call("getInstanceID", {host.Object()}).Show(), "pluginRetCode=13 fnRetCode=0");
   EXPECT_EQ(page.Call("zubStopInstance").Show(), "pluginRetCode=12");
   agent.On("ZUB3_StopInstance", Refuses(9));
   EXPECT_EQ(page.Call("zubStopInstance", {101}).Show(), "pluginRetCode=0 fnRetCode=9 instanceId=101");

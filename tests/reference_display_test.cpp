@@ -1,5 +1,7 @@
 #include <gmock/gmock.h>
 
+#include <future>
+#include <iterator>
 #include <set>
 
 #include "kit/display/channel.h"
@@ -21,7 +23,7 @@ class ReferenceDisplay : public support::ReferenceDisplayTest {
   // What the holder of the key reads, or a word for what is wrong.
   Text Open(const Text& sealed, const Text& stream = "") const {
     const auto input = KsvDisplay::OpenInput(KsvKit::AsBytes(sealed), Key(), KsvKit::AsBytes(stream));
-    return input ? std::to_string(input->imageId) + ":" + Text(KsvKit::AsText(input->content)) : "sealed";
+    return input ? std::to_string(input->asked.imageId) + ":" + Text(KsvKit::AsText(input->content)) : "sealed";
   }
   Text Tagged(Text frame, const Text& stream) const {
     const auto key = KsvDisplay::Channel::FrameKey(Key(), KsvKit::AsBytes(stream));
@@ -44,9 +46,11 @@ TEST_F(ReferenceDisplay, PinComesBackSealedOnceAndOnlyWhole) {
   ASSERT_EQ(Create(ImageRequest{}), 0);
   EnterPin("20");
   EXPECT_EQ(wys_.SubmitInput(session_, 77, 0, nullptr), Code(Status::kInputIncomplete));
-  EXPECT_EQ(Respond(), std::pair(Code(Status::kInputIncomplete), Text()));
-  EnterPin("77319");  // the seventh is one too many
   Tap("OK");
+  EXPECT_EQ(Respond(), std::pair(Code(Status::kInputIncomplete), Text()));
+  EnterPin("773");
+  EXPECT_EQ(Respond(), std::pair(Code(Status::kInputIncomplete), Text())) << "there is room for a sixth digit";
+  EnterPin("19");  // the second is one too many
   const auto [status, sealed] = Respond();
   EXPECT_EQ(status, 0);
   EXPECT_EQ(Open(sealed), "77:207731");
@@ -60,6 +64,8 @@ TEST_F(ReferenceDisplay, PinComesBackSealedOnceAndOnlyWhole) {
   EXPECT_EQ(Open(sealed.substr(0, 20)), "sealed");
   EXPECT_EQ(Respond().first, Code(Status::kInputIncomplete));
   EnterPin("0000");
+  Tap("OK");
+  EnterPin("1");  // too late
   EXPECT_EQ(Respond().second.size(), sealed.size()) << "the length tells neither the PIN nor how long it is";
 }
 
@@ -74,17 +80,50 @@ TEST_F(ReferenceDisplay, KeyCountsWhenPressAndReleaseFallOnIt) {
   const WysPoint beside{static_cast<uint16_t>(keys["1"].x - 1), static_cast<uint16_t>(keys["1"].y)};
   EXPECT_EQ(Click(one, MiddleOf(keys["2"])), 0);
   EXPECT_EQ(Click(beside, one), 0);
-  EXPECT_EQ(Click({0, 0}, {65535, 65535}), 0);
-  EXPECT_EQ(wys_.MouseUp(session_, 0, &one), 0);
+  EXPECT_EQ(Click({0, 0}, {399, 459}), 0);
+  EXPECT_EQ(ByUser(WM_LBUTTONUP, one), 0);
   EXPECT_EQ(Click(corner, one), 0);
+  EXPECT_EQ(Click(one, one), 0) << "a digit of an order that was not painted yet";
   EXPECT_EQ(wys_.SubmitInput(session_, 0, 0, nullptr), 0);
-  EXPECT_EQ(wys_.MouseDown(session_, 0, &one), Code(Status::kInputClosed));
-  EXPECT_EQ(wys_.MouseUp(session_, 0, &one), Code(Status::kInputClosed));
+  EXPECT_EQ(ByUser(WM_LBUTTONDOWN, one), Code(Status::kInputClosed));
+  EXPECT_EQ(ByUser(WM_LBUTTONUP, one), Code(Status::kInputClosed));
   EXPECT_EQ(Open(Respond().second), "77:12341");
-  EXPECT_EQ(Click(one, one), 0);
 }
 
-TEST_F(ReferenceDisplay, PadIsShuffledForEachImageAndInput) {
+TEST_F(ReferenceDisplay, ClicksAreTheUsersOrDoNotCount) {
+  ASSERT_EQ(Create(ImageRequest{.type = 2, .least = 0, .greatest = 0}), 0);
+  const WysPoint ok = MiddleOf(Keys().at("OK"));
+  const WysPoint beside{20, 10};
+  const int32_t refused = Code(Status::kNoUserInput);
+  const auto click = [&](WysPoint down, WysPoint up) {
+    return std::pair{ByUser(WM_LBUTTONDOWN, down), ByUser(WM_LBUTTONUP, up)};  // in this order
+  };
+  const auto claims = [&](UINT message, WysPoint) { return Tell(message, ok); };
+  const auto confusesBoth = [&](UINT message, WysPoint at) {
+    return Tell(message ^ WM_LBUTTONDOWN ^ WM_LBUTTONUP, at);
+  };
+  const auto repeats = [&](UINT message, WysPoint at) { return Tell(message, at), Tell(message, at); };
+  EXPECT_EQ((std::pair{Tell(WM_LBUTTONDOWN, ok), Tell(WM_LBUTTONUP, ok)}), std::pair(refused, refused));
+  host_ = claims;
+  EXPECT_EQ(click(beside, beside), std::pair(refused, refused)) << "the user clicks elsewhere";
+  host_ = confusesBoth;
+  EXPECT_EQ(click(ok, ok), std::pair(refused, refused)) << "a press for a release";
+  host_ = [&](UINT message, WysPoint at) {
+    return std::async(std::launch::async, [&] { return Tell(message, at); }).get();
+  };
+  EXPECT_EQ(click(ok, ok), std::pair(refused, refused)) << "on another thread";
+  EXPECT_EQ(Respond().first, Code(Status::kInputIncomplete));
+  host_ = nullptr;
+  ASSERT_EQ(Create(ImageRequest{.type = 2, .size = {391, 240}, .least = 0, .greatest = 0}), 0);
+  EXPECT_EQ(click(ok, ok), std::pair(Code(Status::kImageNotVisible), Code(Status::kImageNotVisible))) << "one column";
+  ASSERT_EQ(Create(ImageRequest{.type = 2, .size = {390, 240}, .least = 0, .greatest = 0}), 0);
+  const WysPoint there = MiddleOf(Keys().at("OK"));
+  host_ = repeats;
+  EXPECT_EQ(click(there, there), std::pair(refused, refused)) << "the second time";
+  EXPECT_EQ(Respond().first, 0);
+}
+
+TEST_F(ReferenceDisplay, PadIsShuffledForEachImageInputAndDigit) {
   const auto order = [this] {
     Text digits;
     std::map<std::pair<int, int>, Text> byPlace;
@@ -103,11 +142,14 @@ TEST_F(ReferenceDisplay, PadIsShuffledForEachImageAndInput) {
   EXPECT_GE(orders.size(), 7U);
   for (const Text& digits : orders) EXPECT_EQ(std::set<char>(digits.begin(), digits.end()).size(), digits.size());
   ASSERT_EQ(Create(ImageRequest{.options = 1}), 0);
-  const Text before = order();
-  EXPECT_EQ(before.size(), 10U);
-  EnterPin("1234");
-  EXPECT_NE(order(), before);
-  EXPECT_EQ(Open(Respond().second), "77:1234");
+  orders = {order()};
+  for (const char digit : {'1', '2', '3'}) {
+    EnterPin({digit});
+    orders.insert(order());
+  }
+  EXPECT_GE(orders.size(), 3U);
+  EnterPin("456");
+  EXPECT_EQ(Open(Respond().second), "77:123456");
 }
 
 TEST_F(ReferenceDisplay, ConfirmationAndTextAreInputsToo) {
@@ -127,6 +169,16 @@ TEST_F(ReferenceDisplay, ConfirmationAndTextAreInputsToo) {
     EXPECT_EQ(wys_.SubmitInput(session_, 6, length, text), Code(status));
   }
   EXPECT_EQ(Open(Respond().second), "6:a\u20AC\U0001F600b");
+}
+
+// The variables' names stand in the library that the tests load, so they would be found.
+TEST(ReferenceDisplayFile, ThatIsShippedDoesNotKnowTheTestsVariables) {
+  const auto knows = [](const char* file) {
+    std::ifstream stream(file, std::ios::binary);
+    return Text(std::istreambuf_iterator(stream), {}).find("KSV_DISPLAY_LAYOUT") != Text::npos;
+  };
+  EXPECT_TRUE(knows(KSV_DISPLAY_LIBRARY));
+  EXPECT_FALSE(knows(KSV_SHIPPED_DISPLAY_LIBRARY));
 }
 
 TEST_F(ReferenceDisplay, DescriptionsAreChecked) {
@@ -177,12 +229,13 @@ TEST_F(ReferenceDisplay, FramesAreCheckedAndClicksOnThemAreTheInput) {
   EXPECT_EQ(Frame(FrameBytes(20, 10, 1) + Text(32, 'x')), Code(Status::kFrameNotAuthentic));
   EXPECT_EQ(Frame(good), 0);
   EXPECT_EQ(Respond().first, Code(Status::kInputIncomplete));
-  EXPECT_EQ(Click({10, 5}, {29, 14}), 0);
-  EXPECT_EQ(Click({9, 5}, {12, 7}), 0);
-  EXPECT_EQ(Click({12, 7}, {30, 14}), 0);
-  EXPECT_EQ(Click({12, 7}, {12, 7}), 0);
+  const auto click = [this](WysPoint down, WysPoint up) { return Tell(WM_LBUTTONDOWN, down) + Tell(WM_LBUTTONUP, up); };
+  EXPECT_EQ(click({10, 5}, {29, 14}), 0);
+  EXPECT_EQ(click({9, 5}, {12, 7}), 0);
+  EXPECT_EQ(click({12, 7}, {30, 14}), 0);
+  EXPECT_EQ(click({12, 7}, {12, 7}), 0);
   EXPECT_EQ(Open(Respond().second), "9:" + Text("\0\x13\0\x9\0\x2\0\x2", 8));
-  for (int i = 0; i < 70; ++i) Click({12, 7}, {12, 7});
+  for (int i = 0; i < 70; ++i) click({12, 7}, {12, 7});
   EXPECT_EQ(Open(Respond().second).size(), 2U + 64 * 4) << "as many as count";
 }
 
@@ -196,7 +249,9 @@ TEST_F(ReferenceDisplay, ChannelBindsFramesAndInputsToItsKey) {
   for (const uint32_t length : {0U, 33U}) {
     EXPECT_EQ(wys_.SetStreamKey(session_, length, Data(Text(33, 'k'))), Code(Status::kInvalidArgument));
   }
+  ASSERT_EQ(Frame(FrameBytes(20, 10)), 0);
   ASSERT_EQ(wys_.SetStreamKey(session_, 32, Data(stream)), 0);
+  EXPECT_EQ(Respond().first, Code(Status::kUnknownImage)) << "an image of before";
   const Text frame = FrameBytes(20, 10, 1);
   EXPECT_EQ(Frame(FrameBytes(20, 10)), Code(Status::kFrameNotAuthentic));
   EXPECT_EQ(Frame(Tagged(frame, "another stream")), Code(Status::kFrameNotAuthentic));
@@ -208,6 +263,7 @@ TEST_F(ReferenceDisplay, ChannelBindsFramesAndInputsToItsKey) {
   EXPECT_NE(KsvDisplay::Channel::FrameKey(Key(), KsvKit::AsBytes(stream)),
             KsvDisplay::Channel::InputKey(Key(), KsvKit::AsBytes(stream)));
   EXPECT_EQ(Frame(Tagged(frame, stream)), 0);
+  EXPECT_EQ(Tell(WM_LBUTTONDOWN, {11, 6}), Code(Status::kNoUserInput));
   Click({11, 6}, {11, 6});
   const Text sealed = Respond().second;
   EXPECT_EQ(Open(sealed), "sealed");
@@ -239,7 +295,7 @@ TEST_F(ReferenceDisplay, MessagesHonourTheBuffer) {
   EXPECT_EQ(Exchange(0, "echo", 3, 0), std::pair(0, Text()));
   EXPECT_EQ(Exchange(250, Text(4, '\0'), 31), std::pair(11, Text("32")));
   EXPECT_EQ(Exchange(1, "", 500).second.front(), '{');
-  EXPECT_EQ(Exchange(2, "").first, Code(Status::kUnknownMessageType));
+  EXPECT_EQ(Exchange(3, "").first, Code(Status::kUnknownMessageType));
   EXPECT_EQ(Exchange(0, "", 32, 2).first, Code(Status::kInvalidArgument));
   EXPECT_EQ(Exchange(0, Text(1024 * 1024 + 1, 'x')).first, Code(Status::kInvalidArgument));
 }
@@ -288,8 +344,8 @@ TEST_F(ReferenceDisplay, WindowHasOneSession) {
   EXPECT_EQ(session_, first);
   EXPECT_EQ(wys_.RepaintImage(session_, 0), Code(Status::kUnknownImage));
   ASSERT_EQ(Create(ImageRequest{}), 0);
-  EnterPin("1234");
-  EXPECT_EQ(Open(Respond().second), "77:1234") << "without the first one's stream key";
+  EnterPin("123456");
+  EXPECT_EQ(Open(Respond().second), "77:123456") << "without the first one's stream key";
   EXPECT_EQ(wys_.DeInit(earlier), 0);
   EXPECT_EQ(wys_.CloseSession(session_), 0);
   EXPECT_EQ(Establish(), 0);

@@ -3,6 +3,7 @@
 namespace KsvDisplay {
 namespace {
 
+/// Pads are always shuffled after each digit: this option has no effect, but pages give it.
 constexpr uint32_t kShuffleAfterEachDigit = 1;
 
 /// The limits of an input type, and the defaults of fields that are 0.
@@ -96,7 +97,6 @@ Descriptor ParseDescriptor(ByteView block) {
   Require(theme <= static_cast<uint8_t>(Theme::kDark) && (options & ~kShuffleAfterEachDigit) == 0,
           Status::kUnknownOption);
   result.theme = static_cast<Theme>(theme);
-  result.shufflesAfterEachDigit = options != 0;
   return result;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <string>
 
 #include "kit/display/display_status.h"
 #include "kit/display/geometry.h"
@@ -35,8 +36,9 @@ struct Descriptor {
   /// Of digits or characters.
   uint32_t least = 0;
   uint32_t greatest = 0;
-  bool shufflesAfterEachDigit = false;
   Theme theme = Theme::kLight;
+  /// What the input is for, shown below the title. It comes in a message of its own; empty for none.
+  std::string reference;
   /// Null when the page gave none.
   PixelsPtr logo;
 };

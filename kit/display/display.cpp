@@ -4,11 +4,10 @@
 #include <nlohmann/json.hpp>
 
 #include "kit/display/channel.h"
+#include "kit/display/disclosure.h"
 #include "kit/display/painter.h"
-#include "kit/display/visible_text.h"
 #include "kit/shared/handles.h"
 #include "kit/shared/key_store.h"
-#include "kit/shared/utf8.h"
 
 namespace KsvDisplay {
 namespace {
@@ -21,7 +20,7 @@ constexpr size_t kMaxText = 4096;
 /// The only window kind that is supported.
 constexpr uint32_t kWindowKind = 0xFFFF;
 
-enum MessageType : int32_t { kEcho = 0, kCapabilities = 1, kChannelSetup = 250 };
+enum MessageType : int32_t { kEcho = 0, kCapabilities = 1, kRequest = 2, kChannelSetup = 250 };
 
 std::string CapabilitiesText() {
   return nlohmann::ordered_json{{"name", "Reference display"},
@@ -57,10 +56,7 @@ void StoreLittle(std::span<uint8_t> block, size_t at, Number value) {
 std::string CheckCaption(const char* caption) {
   if (caption == nullptr) return {};
   std::string text(caption, strnlen(caption, kMaxCaption + 1));
-  const std::optional<std::u32string> codePoints = CodePointsOf(text);
-  // With characters that are invisible or change the direction of others, one caption could look like another.
-  Require(text.size() <= kMaxCaption && codePoints && std::ranges::all_of(*codePoints, IsVisible),
-          Status::kInvalidArgument);
+  Require(IsShowable(text, kMaxCaption), Status::kInvalidArgument);
   return text;
 }
 
@@ -152,6 +148,7 @@ void Display::EstablishSession(WysSessionRequest request, uint32_t& sessionId) {
       session.context = request.displayContext;
       session.image.reset();
       session.streamKey.clear();
+      session.request = {};
     }
     session.age = nextAge_++;
     sessionId = id;
@@ -163,6 +160,7 @@ void Display::EstablishSession(WysSessionRequest request, uint32_t& sessionId) {
   Session& session = sessions_[id];
   session.context = request.displayContext;
   session.window = request.window;
+  session.watch = UserInput::Watch(request.window);
   session.age = nextAge_++;
   sessionId = id;
 }
@@ -234,6 +232,7 @@ void Display::WithdrawEvents(uint32_t sessionId) {
 void Display::ShowImage(Session& session, uint32_t sessionId, Image image, uint32_t eventBits) {
   if (session.image) Painter::Invalidate(session.window, session.image->area());
   session.image = std::move(image);
+  session.request = {};
   if (session.events) session.events->Post(eventBits, sessionId, session.image->id());
 }
 
@@ -246,9 +245,10 @@ void Display::CreateStdImage(uint32_t sessionId, Point origin, std::span<uint8_t
   const std::scoped_lock lock(mutex_);
   Session& session = SessionAt(sessionId);
   while (descriptor.imageId == 0) descriptor.imageId = RandomHandle(sessions_);
+  descriptor.reference = session.request.reference;
   const uint32_t id = descriptor.imageId;
   const Point size = descriptor.size;
-  Image image(std::move(descriptor), origin, contexts_.at(session.context).caption, source);
+  Image image(std::move(descriptor), origin, contexts_.at(session.context).caption, session.request.challenge, source);
   StoreLittle(block, kDescriptorIdOffset, id);
   StoreLittle(block, kDescriptorSizeOffset, size.x);
   StoreLittle(block, kDescriptorSizeOffset + 2, size.y);
@@ -270,7 +270,8 @@ void Display::SubmitFrame(uint32_t sessionId, uint32_t imageId, Point origin, By
   // The key may have been replaced while the lock was released.
   Require(session.streamKey == streamKey, Status::kFrameNotAuthentic);
   while (imageId == 0) imageId = RandomHandle(sessions_);
-  ShowImage(session, sessionId, Image(frame.pixels, imageId, origin, frame.bytes), kImageChanged | kFrameArrived);
+  ShowImage(session, sessionId, Image(frame.pixels, imageId, origin, session.request.challenge, frame.bytes),
+            kImageChanged | kFrameArrived);
 }
 
 void Display::ReleaseImage(uint32_t sessionId, uint32_t imageId) {
@@ -296,40 +297,55 @@ void Display::RepaintImage(uint32_t sessionId, uint32_t imageId) {
     image.picture = std::move(picture);
   }
   const std::shared_ptr<const Picture> picture = image.picture;
-  const std::filesystem::path keysFile = System::PathFromEnvironment("KSV_DISPLAY_LAYOUT");
+  const std::filesystem::path keysFile = Disclosure::KeysFile();
   const std::string keys = keysFile.empty() ? std::string() : image.ListKeys();
   lock.unlock();
   Painter::Show(window, origin, *picture);
   lock.lock();
-  // An image that was removed while the lock was released has just been painted once more.
   const auto found = sessions_.find(sessionId);
   if (found == sessions_.end() || !found->second.image || found->second.image->id() != id) {
+    // An image that was removed while the lock was released has just been painted once more.
     Painter::Invalidate(window, area);
+  } else if (found->second.image->picture == picture) {
+    found->second.image->NoteShown();
   }
   lock.unlock();
   if (!keysFile.empty()) System::WritePrivateFile(keysFile, AsBytes(keys), System::IfPresent::kReplace);
 }
 
-/// Runs `work` on the image. It returns the bits of the event to post, 0 for none.
+void Display::RequireUser(const Session& session, const Image& image, UserInput::Button button, Point at) {
+  // Such a frame is the page's own, and hosts tell the page of no clicks on it.
+  if (image.isRemote() && session.streamKey.empty()) return;
+  UserInput::Take(session.window, button, at);
+  UserInput::RequireVisible(session.window, image.area());
+}
+
+/// Runs `work` on session and image. It returns the bits of the event to post, 0 for none.
 template <class Work>
 void Display::ChangeImage(uint32_t sessionId, uint32_t imageId, Work work) {
   const std::scoped_lock lock(mutex_);
   Session& session = SessionAt(sessionId);
   Image& image = ImageAt(session, imageId);
-  const uint32_t bits = work(image);
+  const uint32_t bits = work(session, image);
   if (bits != 0 && session.events) session.events->Post(bits, sessionId, image.id());
 }
 
 void Display::MouseDown(uint32_t sessionId, uint32_t imageId, Point at) {
-  ChangeImage(sessionId, imageId, [=](Image& image) { return image.Press(at); });
+  ChangeImage(sessionId, imageId, [=](const Session& session, Image& image) {
+    RequireUser(session, image, UserInput::Button::kPressed, at);
+    return image.Press(at);
+  });
 }
 
 void Display::MouseUp(uint32_t sessionId, uint32_t imageId, Point at) {
-  ChangeImage(sessionId, imageId, [=](Image& image) { return image.Release(at); });
+  ChangeImage(sessionId, imageId, [=](const Session& session, Image& image) {
+    RequireUser(session, image, UserInput::Button::kReleased, at);
+    return image.Release(at);
+  });
 }
 
 void Display::ClearInput(uint32_t sessionId, uint32_t imageId) {
-  ChangeImage(sessionId, imageId, [](Image& image) {
+  ChangeImage(sessionId, imageId, [](const Session&, Image& image) {
     image.Clear();
     return kImageChanged;
   });
@@ -338,7 +354,7 @@ void Display::ClearInput(uint32_t sessionId, uint32_t imageId) {
 void Display::SubmitInput(uint32_t sessionId, uint32_t imageId, uint32_t length, const WCHAR* text) {
   Require((text != nullptr) == (length > 0), Status::kInvalidArgument);
   Require(length <= kMaxText, Status::kBadText);
-  ChangeImage(sessionId, imageId, [=](Image& image) {
+  ChangeImage(sessionId, imageId, [=](const Session&, Image& image) {
     if (text != nullptr) {
       image.SubmitText(text, length);
     } else {
@@ -349,10 +365,10 @@ void Display::SubmitInput(uint32_t sessionId, uint32_t imageId, uint32_t length,
 }
 
 void Display::GetResponse(uint32_t sessionId, uint32_t imageId, OutputBuffer out) {
-  ChangeImage(sessionId, imageId, [&](Image& image) {
+  ChangeImage(sessionId, imageId, [&](const Session& session, Image& image) {
     const Input input = image.CompleteInput();
-    CheckCapacity(out, SealedSize(input.content.size()));
-    const Bytes sealed = SealInput(input, UserKey(), SessionAt(sessionId).streamKey);
+    CheckCapacity(out, SealedSize(input));
+    const Bytes sealed = SealInput(input, UserKey(), session.streamKey);
     // The last step that can fail, so that no input is cleared without being returned.
     image.Clear();
     std::ranges::copy(sealed, out.data);
@@ -363,7 +379,13 @@ void Display::GetResponse(uint32_t sessionId, uint32_t imageId, OutputBuffer out
 void Display::SetStreamKey(uint32_t sessionId, ByteView key) {
   Require(!key.empty() && key.size() <= Channel::kStreamKeySize, Status::kInvalidArgument);
   const std::scoped_lock lock(mutex_);
-  SessionAt(sessionId).streamKey.assign(key.begin(), key.end());
+  Session& session = SessionAt(sessionId);
+  session.streamKey.assign(key.begin(), key.end());
+  // A frame without a tag, or with a tag under another key, must not pass for one of this channel.
+  if (session.image && session.image->isRemote()) {
+    Painter::Invalidate(session.window, session.image->area());
+    session.image.reset();
+  }
 }
 
 void Display::SendRecv(uint32_t context, uint32_t sessionId, int32_t messageType, ByteView sent, OutputBuffer out,
@@ -371,7 +393,7 @@ void Display::SendRecv(uint32_t context, uint32_t sessionId, int32_t messageType
   {
     const std::scoped_lock lock(mutex_);
     Require(contexts_.contains(context), Status::kUnknownContext);
-    if (messageType == kChannelSetup) {
+    if (messageType == kChannelSetup || messageType == kRequest) {
       Require(SessionAt(sessionId).context == context, Status::kUnknownSession);
     }
   }
@@ -384,6 +406,12 @@ void Display::SendRecv(uint32_t context, uint32_t sessionId, int32_t messageType
     case kCapabilities:
       Append(answer, AsBytes(CapabilitiesText()));
       break;
+    case kRequest: {
+      Request request = ReadRequest(Bytes(sent.begin(), sent.end()));
+      const std::scoped_lock lock(mutex_);
+      SessionAt(sessionId).request = std::move(request);
+      break;
+    }
     case kChannelSetup:
       answer = Channel::AnswerSetup(UserKey(), Bytes(sent.begin(), sent.end()));
       break;

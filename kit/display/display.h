@@ -5,6 +5,8 @@
 #include <mutex>
 
 #include "kit/display/image.h"
+#include "kit/display/request.h"
+#include "kit/display/user_input.h"
 
 namespace KsvDisplay {
 
@@ -38,6 +40,8 @@ class Display {
   void ReleaseImage(uint32_t sessionId, uint32_t imageId);
   void RepaintImage(uint32_t sessionId, uint32_t imageId);
 
+  /// Both throw kNoUserInput and kImageNotVisible unless the user does this, in the window's thread and at this moment.
+  /// Only on a remote image without a channel do they believe the page.
   void MouseDown(uint32_t sessionId, uint32_t imageId, Point at);
   void MouseUp(uint32_t sessionId, uint32_t imageId, Point at);
   void ClearInput(uint32_t sessionId, uint32_t imageId);
@@ -60,7 +64,10 @@ class Display {
   struct Session {
     uint32_t context = 0;
     uint32_t window = 0;
+    UserInput::Watch watch;
     SecretBytes streamKey;
+    /// For the next image.
+    Request request;
     std::optional<Image> image;
     std::optional<EventRegistration> events;
     uint64_t age = 0;
@@ -78,6 +85,7 @@ class Display {
   bool DropOldestSession();
   void DropSessionsOfClosedWindows();
   void MakeRoomForContext();
+  static void RequireUser(const Session& session, const Image& image, UserInput::Button button, Point at);
   template <class Work>
   void ChangeImage(uint32_t sessionId, uint32_t imageId, Work work);
 

@@ -36,11 +36,14 @@ enum class Status : int32_t {
   kInputClosed = 221,
   kBadText = 222,
   kWrongInputType = 223,
+  kNoUserInput = 224,
+  kImageNotVisible = 225,
 
   kBadFrame = 230,
   kFrameNotAuthentic = 231,
   kBadSetupMessage = 232,
   kUnknownMessageType = 233,
+  kBadRequest = 234,
 
   kNotRegistered = 240,
   kCallbackRunning = 241,

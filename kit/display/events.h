@@ -21,8 +21,8 @@ struct EventRegistration {
   uint32_t context = 0;
   std::shared_ptr<CallbackRegistration> calls;
 
-  /// Queues an event unless the mask excludes it.
-  void Post(uint32_t eventBits, uint32_t sessionId, uint32_t imageId) const;
+  /// Queues an event unless the mask excludes it; drops it when memory runs out.
+  void Post(uint32_t eventBits, uint32_t sessionId, uint32_t imageId) const noexcept;
 };
 
 }  // namespace KsvDisplay

@@ -34,10 +34,11 @@ Descriptor DescribeFrame(const Pixels& frame, uint32_t id) {
 
 }  // namespace
 
-Image::Image(Descriptor descriptor, Point origin, std::string caption, ByteView source)
+Image::Image(Descriptor descriptor, Point origin, std::string caption, std::string challenge, ByteView source)
     : descriptor_(std::move(descriptor)),
       origin_(origin),
       caption_(std::move(caption)),
+      challenge_(std::move(challenge)),
       digest_(Crypto::Sha256(source)),
       layout_(LayOut(descriptor_, !caption_.empty())) {
   // So that it never grows, which would copy the secret and could fail in the middle of an input.
@@ -45,9 +46,10 @@ Image::Image(Descriptor descriptor, Point origin, std::string caption, ByteView 
   Shuffle();
 }
 
-Image::Image(PixelsPtr frame, uint32_t id, Point origin, ByteView source)
+Image::Image(PixelsPtr frame, uint32_t id, Point origin, std::string challenge, ByteView source)
     : descriptor_(DescribeFrame(*frame, id)),
       origin_(origin),
+      challenge_(std::move(challenge)),
       digest_(Crypto::Sha256(source)),
       frame_(std::move(frame)) {
   input_.reserve(kMaxClicks * sizeof(Point));
@@ -60,6 +62,7 @@ void Image::Shuffle() {
     std::swap(order[last], order[RandomBelow(static_cast<uint8_t>(last + 1))]);
   }
   digits_.swap(order);
+  orderIsShown_ = false;
 }
 
 uint32_t Image::Changed() {
@@ -106,19 +109,21 @@ uint32_t Image::UseKey(const Key& key) {
       Clear();
       return 0;
     case Key::Kind::kDigit: {
-      if (entered_ == descriptor_.greatest) return 0;
+      // An order that was not shown yet has nothing to choose from: the user saw another one.
+      if (IsComplete() || !orderIsShown_) return 0;
       const uint8_t digit = digits_[static_cast<size_t>(&key - layout_.keys.data())];
-      if (descriptor_.shufflesAfterEachDigit) Shuffle();
+      Shuffle();
       input_.push_back(digit);
       ++entered_;
-      return 0;
+      return IsComplete() ? kInputCompleted : 0;
     }
     case Key::Kind::kOk:
       if (descriptor_.type == InputType::kConfirmation) {
         input_.assign(kConfirmed.begin(), kConfirmed.end());
         entered_ = 1;
       }
-      return IsComplete() ? kInputCompleted : 0;
+      isConfirmed_ = HasEnough();
+      return isConfirmed_ ? kInputCompleted : 0;
   }
   return 0;
 }
@@ -127,21 +132,28 @@ void Image::Clear() {
   Shuffle();
   input_.clear();
   entered_ = 0;
+  isConfirmed_ = false;
   closed_ = false;
   isDown_ = false;
   pressedKey_.reset();
   Changed();
 }
 
-bool Image::IsComplete() const {
+bool Image::HasEnough() const {
   if (descriptor_.type == InputType::kConfirmation) return entered_ > 0;
   return entered_ >= descriptor_.least;
+}
+
+bool Image::IsComplete() const {
+  // Clicks on a remote image have no OK: each may be the last.
+  if (descriptor_.type == InputType::kClicks) return HasEnough();
+  return isConfirmed_ || closed_ || (descriptor_.type == InputType::kPin && entered_ == descriptor_.greatest);
 }
 
 void Image::Submit() {
   Require(descriptor_.type != InputType::kText, Status::kWrongInputType);
   Require(!closed_, Status::kInputClosed);
-  Require(IsComplete(), Status::kInputIncomplete);
+  Require(HasEnough(), Status::kInputIncomplete);
   closed_ = true;
   Changed();
 }
@@ -163,7 +175,22 @@ void Image::SubmitText(const WCHAR* text, size_t limit) {
 
 Input Image::CompleteInput() const {
   Require(IsComplete(), Status::kInputIncomplete);
-  return {descriptor_.type, descriptor_.imageId, digest_, input_};
+  Question asked{descriptor_.type, descriptor_.imageId, caption_, isRemote() ? std::string() : descriptor_.reference,
+                 Texts(),          challenge_,          digest_};
+  return {std::move(asked), input_};
+}
+
+/// What the image says before anything is entered, but for the caption, the reference and the digits.
+std::string Image::Texts() const {
+  if (isRemote()) return {};
+  Descriptor plain = descriptor_;
+  plain.reference.clear();
+  std::string texts;
+  for (const Label& label : DrawScene(plain, layout_, {}, AsText(digits_), {}).labels) {
+    const bool isDigit = label.text.size() == 1 && label.text[0] >= '0' && label.text[0] <= '9';
+    if (!isDigit) texts += (texts.empty() ? "" : "\n") + label.text;
+  }
+  return texts;
 }
 
 Scene Image::Draw() const {

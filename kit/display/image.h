@@ -12,11 +12,13 @@ namespace KsvDisplay {
 /// An image in a window, with the user's input. Not thread-safe.
 class Image {
  public:
-  /// Chooses a random order of the digits. `source` are the bytes that describe the image.
-  Image(Descriptor descriptor, Point origin, std::string caption, ByteView source);
+  /// Chooses a random order of the digits. `source` are the bytes that describe the image; they, the texts and the
+  /// challenge are sealed with the input.
+  Image(Descriptor descriptor, Point origin, std::string caption, std::string challenge, ByteView source);
   /// A remote image: clicks on it are the input.
-  Image(PixelsPtr frame, uint32_t id, Point origin, ByteView source);
+  Image(PixelsPtr frame, uint32_t id, Point origin, std::string challenge, ByteView source);
 
+  bool isRemote() const { return frame_ != nullptr; }
   uint32_t id() const { return descriptor_.imageId; }
   Point origin() const { return origin_; }
   /// In the window's client area.
@@ -29,17 +31,20 @@ class Image {
 
   /// Clears and reopens the input, and shuffles the digits. Changes nothing when it throws.
   void Clear();
-  /// Closes the input. Throws kInputIncomplete and kInputClosed, and kWrongInputType for an image that requires a text.
+  /// Closes and so completes the input, of which the least number is enough. Throws kInputIncomplete and kInputClosed,
+  /// and kWrongInputType for an image that requires a text.
   void Submit();
   /// Makes the text the whole input and closes it. Reads at most `limit` units. Throws kWrongInputType, kBadText and
   /// kInputClosed.
   void SubmitText(const WCHAR* text, size_t limit);
 
-  /// Throws kInputIncomplete.
+  /// Input is complete at OK, at the greatest number of digits, or when it has been closed. Throws kInputIncomplete.
   Input CompleteInput() const;
 
   Scene Draw() const;
-  /// The lines of the file `KSV_DISPLAY_LAYOUT`: the keys' labels and areas in the window's client area.
+  /// Digits count from now on, until their order changes.
+  void NoteShown() { orderIsShown_ = true; }
+  /// The keys for `Disclosure::KeysFile`, a line each: their labels and areas in the window's client area.
   std::string ListKeys() const;
 
   /// The picture of the last repaint; null when the image has changed since.
@@ -48,22 +53,28 @@ class Image {
  private:
   const Key* KeyAt(Point at) const;
   uint32_t UseKey(const Key& key);
+  std::string Texts() const;
   void Shuffle();
+  bool HasEnough() const;
   bool IsComplete() const;
   uint32_t Changed();
 
   Descriptor descriptor_;
   Point origin_;
   std::string caption_;
+  std::string challenge_;
   std::array<uint8_t, 32> digest_;
   Layout layout_;
   /// A remote image's; null for a described one.
   PixelsPtr frame_;
   /// The digits of the ten places, in their order.
   SecretBytes digits_;
+  bool orderIsShown_ = false;
   SecretBytes input_;
   /// Characters of a typed text; else digits, confirmations or clicks.
   size_t entered_ = 0;
+  /// OK was pressed with enough entered.
+  bool isConfirmed_ = false;
   bool isDown_ = false;
   std::optional<size_t> pressedKey_;
   bool closed_ = false;

@@ -128,6 +128,29 @@ void DrawBoxes(Scene& scene, const Rect& area, const Palette& colours, int count
   }
 }
 
+/// In one line, or in two that part at the blank nearest to the middle. The letters are as large as the longer line
+/// allows.
+void DrawReference(Scene& scene, const std::string& reference, const Rect& area, const Palette& colours) {
+  if (reference.empty()) return;
+  constexpr size_t kShort = 28;
+  const size_t middle = reference.size() / 2;
+  const size_t before = reference.rfind(' ', middle);
+  const size_t after = reference.find(' ', middle);
+  size_t parting = before;
+  if (before == std::string::npos || (after != std::string::npos && after - middle < middle - before)) parting = after;
+  std::vector<std::string> lines{reference};
+  if (reference.size() > kShort && parting != std::string::npos) {
+    lines = {reference.substr(0, parting), reference.substr(parting + 1)};
+  }
+  const size_t longest = std::ranges::max(lines, {}, &std::string::size).size();
+  const int height = std::clamp(area.width * 8 / 5 / static_cast<int>(longest), 8, area.height / 2);
+  Rect line{area.x, area.y, area.width, area.height / static_cast<int>(lines.size())};
+  for (std::string& text : lines) {
+    scene.labels.push_back({line, std::move(text), height, true, colours.text});
+    line.y += line.height;
+  }
+}
+
 std::string_view TitleOf(InputType type, bool closed) {
   if (closed) return "Thank you";
   switch (type) {
@@ -161,6 +184,7 @@ Layout LayOut(const Descriptor& descriptor, bool hasCaption) {
   rest.height -= unit * 3 / 2;
   if (descriptor.logo != nullptr) layout.logo = PlaceLogo(descriptor, rest, unit / 2);
   layout.title = CutTop(rest, unit * 3, unit / 2);
+  if (!descriptor.reference.empty()) layout.reference = CutTop(rest, unit * 4, unit / 2);
   switch (descriptor.type) {
     case InputType::kPin:
       layout.progress = CutTop(rest, unit * 7 / 2, unit * 3 / 2);
@@ -199,6 +223,7 @@ Scene DrawScene(const Descriptor& descriptor, const Layout& layout, const std::s
   if (descriptor.logo != nullptr) scene.pixels.push_back({layout.logo, descriptor.logo});
   scene.labels.push_back({layout.title, std::string(TitleOf(descriptor.type, progress.closed)),
                           layout.title.height * 3 / 5, false, colours.text});
+  DrawReference(scene, descriptor.reference, layout.reference, colours);
   if (descriptor.type == InputType::kPin) {
     DrawBoxes(scene, layout.progress, colours, static_cast<int>(descriptor.greatest),
               static_cast<int>(progress.entered));

@@ -15,6 +15,8 @@ struct Layout {
   Rect caption;
   Rect logo;
   Rect title;
+  /// Of the reference's lines; empty without one.
+  Rect reference;
   /// Of the progress boxes, or of the field of a typed text.
   Rect progress;
   /// The ten places for digits first, if any.

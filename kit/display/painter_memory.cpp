@@ -5,6 +5,7 @@
 #include <cstdio>
 
 #include "base/owner.h"
+#include "kit/display/disclosure.h"
 #include "kit/display/painter.h"
 #include "kit/shared/system.h"
 #include "kit/shared/utf8.h"
@@ -86,7 +87,7 @@ void DrawLabels(Picture& picture, const Labels& labels) {
 }
 
 void Show(uint32_t, Point, const Picture& picture) {
-  const std::filesystem::path file = System::PathFromEnvironment("KSV_DISPLAY_PICTURE");
+  const std::filesystem::path file = Disclosure::PictureFile();
   if (file.empty()) return;
   SecretBytes rgb;
   rgb.reserve(picture.pixels.size() * 3);

@@ -9,17 +9,35 @@ namespace KsvDisplay {
 namespace {
 
 constexpr std::string_view kMagic = "KSVI";
-constexpr uint8_t kLayout = 1;
+constexpr uint8_t kLayout = 2;
 constexpr uint8_t kAes256Gcm = 1;
 enum KeyKind : uint8_t { kUserKey = 1, kWithStreamKey = 2 };
 
 constexpr size_t kHeaderSize = 12;
-/// Content is padded to a multiple of this, so that the length does not disclose the number of digits.
+/// The input is padded to a multiple of this by itself, so that no length discloses the number of digits.
 constexpr size_t kBlock = 64;
 constexpr size_t kDigestSize = 32;
 
-size_t PaddedSize(size_t contentSize) {
-  return (kDigestSize + sizeof(uint16_t) + contentSize + kBlock - 1) / kBlock * kBlock;
+size_t Padded(size_t size) {
+  return (size + kBlock - 1) / kBlock * kBlock;
+}
+
+/// The texts in the order in which they are sealed.
+template <class AnyQuestion>
+auto TextsOf(AnyQuestion& asked) {
+  return std::array{&asked.challenge, &asked.caption, &asked.reference, &asked.texts};
+}
+
+size_t PlainSize(const Input& input) {
+  size_t size = Padded(sizeof(uint16_t) + input.content.size()) + kDigestSize;
+  for (const std::string* text : TextsOf(input.asked)) size += sizeof(uint16_t) + text->size();
+  return size;
+}
+
+void AppendSized(SecretBytes& out, ByteView bytes) {
+  Require(bytes.size() <= std::numeric_limits<uint16_t>::max(), Status::kInternalError);
+  AppendNumber(out, static_cast<uint16_t>(bytes.size()));
+  Append(out, bytes);
 }
 
 Bytes Header(InputType type, uint32_t imageId, ByteView streamKey) {
@@ -35,20 +53,20 @@ Bytes Header(InputType type, uint32_t imageId, ByteView streamKey) {
 
 }  // namespace
 
-size_t SealedSize(size_t contentSize) {
-  return kHeaderSize + Crypto::kNonceSize + PaddedSize(contentSize) + Crypto::kTagSize;
+size_t SealedSize(const Input& input) {
+  return kHeaderSize + Crypto::kNonceSize + PlainSize(input) + Crypto::kTagSize;
 }
 
 Bytes SealInput(const Input& input, ByteView key, ByteView streamKey) {
-  Require(input.content.size() <= std::numeric_limits<uint16_t>::max(), Status::kInternalError);
   SecretBytes plain;
-  plain.reserve(PaddedSize(input.content.size()));
-  Append(plain, input.imageDigest);
-  AppendNumber(plain, static_cast<uint16_t>(input.content.size()));
-  Append(plain, input.content);
-  plain.resize(PaddedSize(input.content.size()));
+  // So that it never grows, which would copy the secret.
+  plain.reserve(PlainSize(input));
+  AppendSized(plain, input.content);
+  plain.resize(Padded(plain.size()));
+  Append(plain, input.asked.imageDigest);
+  for (const std::string* text : TextsOf(input.asked)) AppendSized(plain, AsBytes(*text));
 
-  const Bytes header = Header(input.type, input.imageId, streamKey);
+  const Bytes header = Header(input.asked.type, input.asked.imageId, streamKey);
   std::array<uint8_t, Crypto::kNonceSize> nonce;
   Crypto::FillRandom(nonce);
   Bytes sealed = header;
@@ -66,14 +84,18 @@ std::optional<Input> OpenInput(ByteView sealed, ByteView key, ByteView streamKey
   if (!plain) return std::nullopt;
 
   Input input;
+  Question& asked = input.asked;
   ByteReader<Status> head(header.subspan(kHeaderSize - 5), Status::kBadText);
-  input.type = static_cast<InputType>(head.ReadNumber<uint8_t>());
-  input.imageId = head.ReadNumber<uint32_t>();
-  if (!std::ranges::equal(header, Header(input.type, input.imageId, streamKey))) return std::nullopt;
+  asked.type = static_cast<InputType>(head.ReadNumber<uint8_t>());
+  asked.imageId = head.ReadNumber<uint32_t>();
+  if (!std::ranges::equal(header, Header(asked.type, asked.imageId, streamKey))) return std::nullopt;
   ByteReader<Status> reader(*plain, Status::kBadText);
-  std::ranges::copy(reader.Read(kDigestSize), input.imageDigest.begin());
   const ByteView content = reader.Read(reader.ReadNumber<uint16_t>());
   input.content.assign(content.begin(), content.end());
+  const size_t taken = sizeof(uint16_t) + content.size();
+  reader.Read(Padded(taken) - taken);
+  std::ranges::copy(reader.Read(kDigestSize), asked.imageDigest.begin());
+  for (std::string* text : TextsOf(asked)) *text = AsText(reader.Read(reader.ReadNumber<uint16_t>()));
   return input;
 } catch (const DisplayError&) {
   return std::nullopt;

@@ -36,14 +36,12 @@ ksv_key() {
   awk -v label="$1" '$1 == label {printf "%d %d\n", $2 + $4 / 2, $3 + $5 / 2; found = 1} END {exit !found}' "$ksv_folder/layout"
 }
 
-# Clicks digits on the pad from outside of the host, which told where its window is. Usage: ksv_click_digits DIGITS
-ksv_click_digits() {
-  local left top x y at
+# Clicks a digit on the pad from outside of the host, which told where its window is. Usage: ksv_click_digit DIGIT
+ksv_click_digit() {
+  local left top x y
   read -r left top < <(sed -n 's/.*window begins at \([0-9]*\),\([0-9]*\) of the screen.*/\1 \2/p' "$ksv_folder/display.err")
-  for ((at = 0; at < ${#1}; ++at)); do
-    read -r x y < <(ksv_key "${1:at:1}")
-    xdotool mousemove $((left + x)) $((top + y)) click 1
-  done
+  read -r x y < <(ksv_key "$1")
+  xdotool mousemove $((left + x)) $((top + y)) click 1
 }
 
 # Saves the window of the display page, once it stands still: what is painted reaches the screen a little later.
@@ -56,22 +54,27 @@ ksv_save_picture() {
   done
 }
 
-# Shows the display page in a Windows host and enters four digits by the mouse, as a user does; prints the transcript,
-# and saves a picture, if one is asked for, when half of them are entered. Usage: ksv_enter_pin HOST DIGITS [PICTURE]
+# A challenge for one input, in ksv_challenge.
+ksv_make_challenge() { ksv_challenge=$(mcookie); }
+
+# Shows the display page in a Windows host and enters four digits by the mouse, as a user does, one as soon as the page
+# has told of the one before: then the keys have their new order. Prints the transcript, and saves a picture, if one is
+# asked for, when half of them are entered. The folder of the libraries must hold the display that tests use, which tells
+# where the digits are. Usage: ksv_enter_pin HOST DIGITS [PICTURE]
 ksv_enter_pin() {
   local line pid status=0
   rm -f "$ksv_folder/lines"
   mkfifo "$ksv_folder/lines"
-  "${ksv_wine[@]}" "$1" --size 320x420 --timeout 60 "$root/kit/pages/display.html" >"$ksv_folder/lines" 2>"$ksv_folder/display.err" &
+  "${ksv_wine[@]}" "$1" --size 320x420 --timeout 60 --address "file:///display.html#$ksv_challenge" "$root/kit/pages/display.html" >"$ksv_folder/lines" 2>"$ksv_folder/display.err" &
   pid=$!
   while read -r line; do
     line=${line%$'\r'}
     echo "$line"
     case "$line" in
-      ready*) ksv_click_digits "${2:0:2}" >&2 ;;
-      "2 of "*)
-        [[ -z "${3:-}" ]] || ksv_save_picture "$3"
-        ksv_click_digits "${2:2}" >&2
+      ready*) ksv_click_digit "${2:0:1}" >&2 ;;
+      [123]" of "*)
+        [[ -z "${3:-}" || "$line" != 2* ]] || ksv_save_picture "$3"
+        ksv_click_digit "${2:${line:0:1}:1}" >&2
         ;;
     esac
   done <"$ksv_folder/lines" | tee "$ksv_folder/display.txt"
@@ -79,13 +82,12 @@ ksv_enter_pin() {
   return "$status"
 }
 
-# Opens the sealed input of a transcript by the display's own means. Usage: ksv_unseal TRANSCRIPT KEY
+# Opens the sealed input in the transcript of the display page, demands what the page was given, and prints the digits.
+# UNSEAL is the command; it takes the key from the folder of the display. Usage: ksv_unseal TRANSCRIPT UNSEAL…
 ksv_unseal() {
-  local key status=0
-  # Under Wine a file is open to all, and such a key is refused.
-  key=$(mktemp)
-  cat "$2" >"$key"
-  "$root/build/native/kit/ksv-unseal" --key "$key" "$(sed -n 's/^sealed //p' "$1")" || status=$?
-  rm "$key"
-  return "$status"
+  local opened transcript=$1
+  shift
+  opened=$("$@" --challenge "$ksv_challenge" --caption "Example Bank" --reference "EUR 12.50 to Norvo Books" \
+    "$(sed -n 's/^sealed //p' "$transcript")") || return
+  sed -n 's/^input //p' <<<"${opened//$'\r'/}"
 }

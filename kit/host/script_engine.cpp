@@ -110,6 +110,13 @@ constexpr duk_function_list_entry kNatives[] = {{"print", Print, 1},
                                                 {"decodeBase64", DecodeBase64, 1},
                                                 {nullptr, nullptr, 0}};
 
+// Writes the text of the error on the stack's top to `text`. It may throw itself, when memory runs out.
+duk_ret_t TellError(duk_context* context, void* text) {
+  duk_safe_to_stacktrace(context, -1);
+  *static_cast<std::string*>(text) = TextAt(context, -1);
+  return 0;
+}
+
 void RunSource(duk_context* context, const std::string& name, const std::string& source) {
   PushText(context, source);
   PushText(context, name);
@@ -189,8 +196,9 @@ bool ScriptEngine::Protect(const std::function<void(duk_context*)>& work) {
   };
   const bool done = duk_safe_call(context, run, const_cast<std::function<void(duk_context*)>*>(&work), 0, 1) == 0;
   if (!done) {
-    duk_safe_to_stacktrace(context, -1);
-    services.Uncaught(duk_is_string(context, -1) ? TextAt(context, -1) : "an error without a text");
+    std::string error = "an error without a text";
+    duk_safe_call(context, TellError, &error, 1, 1);
+    services.Uncaught(error);
   }
   duk_set_top(context, top);
   return done;

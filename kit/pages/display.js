@@ -5,6 +5,7 @@ var display = (function () {
 
   var PIN_PAD = 1;           // the image's input type
   var NOT_COMPLETE = 220;    // fnRetCode: there are digits to come
+  var REQUEST = 2;           // the message about the next image
   var SIZE = {width: 320, height: 420};
 
   function point(x, y) { return "{" + x + "," + y + "}"; }
@@ -21,9 +22,10 @@ var display = (function () {
     return {size: point(size, size), pixels: btoa(pixels)};
   }
 
-  // Asks for a PIN of so many digits under a caption. onProgress(clicks) is called as they grow, onDone(sealed) once
-  // at the end; sealed is null when the plug-in failed on the way.
-  function askPin(caption, digits, onProgress, onDone) {
+  // Asks for a PIN of so many digits under a caption. The reference, in ASCII here, tells the user what for; the challenge
+  // comes from whoever opens the input. onProgress(clicks) is called as they grow, onDone(sealed) once at the end; sealed
+  // is null when the plug-in failed on the way.
+  function askPin(caption, digits, reference, challenge, onProgress, onDone) {
     var logo = makeLogo(32), told = 0, done = false;
 
     function answer(method) {
@@ -46,8 +48,10 @@ var display = (function () {
       if (done) return;
       ksv.call("wysRepaintImage");
       clicks = ksv.call("wysGetButtonUpCount").ButtonUpCount;
-      if (clicks !== told) onProgress(clicks);
-      told = clicks;
+      if (clicks !== told) {
+        told = clicks;
+        onProgress(clicks);
+      }
       if (clicks < digits) return;
       asked = ksv.call("wysProcessSubmitAndGetResponse");
       if (ksv.succeeded(asked)) {
@@ -62,6 +66,7 @@ var display = (function () {
     ksv.plugin.setMouseDownCallback(answer("wysMouseDown"));
     ksv.plugin.setMouseUpCallback(answer("wysMouseUp"));
     ksv.plugin.setDisplayEventsCallback(onDisplayEvent);
+    ksv.must("wysSendRecv", REQUEST, btoa(JSON.stringify({reference: reference, challenge: challenge})), 0, 0);
     ksv.must("wysCreateStdImage", PIN_PAD, 0, point(0, 0), point(SIZE.width, SIZE.height), digits, point(0, 0), digits, 0,
              0, 0, logo.size, logo.pixels, 0, 0);
   }

@@ -11,26 +11,52 @@ namespace {
 /// The digit is the version of the layout; the key follows.
 constexpr std::string_view kMagic = "KSVKEY1\n";
 
+/// What the system's protection may add.
+constexpr size_t kMaxFile = 4096;
+
+bool IsPlain(ByteView content) {
+  return AsText(content).starts_with(kMagic);
+}
+
+SecretBytes KeyIn(ByteView plain) {
+  ByteReader reader(plain, Fault::kStore);
+  Require(AsText(reader.Read(kMagic.size())) == kMagic && reader.left() == Crypto::kKeySize, Fault::kStore);
+  const ByteView key = reader.Read(Crypto::kKeySize);
+  return {key.begin(), key.end()};
+}
+
+SecretBytes FileOf(ByteView key) {
+  SecretBytes content(kMagic.size() + key.size());
+  std::ranges::copy(key, std::ranges::copy(kMagic, content.begin()).out);
+  return content;
+}
+
 }  // namespace
 
 std::optional<SecretBytes> KeyStore::Load() const {
-  const std::optional<SecretBytes> content = System::ReadPrivateFile(file_, kMagic.size() + Crypto::kKeySize);
+  const std::optional<SecretBytes> content = System::ReadPrivateFile(file_, kMaxFile);
   if (!content) return std::nullopt;
-  ByteReader reader(*content, Fault::kStore);
-  const ByteView magic = reader.Read(kMagic.size());
-  const ByteView key = reader.Read(Crypto::kKeySize);
-  Require(AsText(magic) == kMagic, Fault::kStore);
-  return SecretBytes(key.begin(), key.end());
+  return KeyIn(System::Unprotect(*content));
+}
+
+std::optional<SecretBytes> KeyStore::LoadCopy() const {
+  const std::optional<SecretBytes> content = System::ReadPrivateFile(file_, kMaxFile);
+  if (!content) return std::nullopt;
+  return KeyIn(IsPlain(*content) ? *content : System::Unprotect(*content));
+}
+
+void KeyStore::Export(const std::filesystem::path& copy) const {
+  const std::optional<SecretBytes> key = Load();
+  Require(key && System::WritePrivateFile(copy, FileOf(*key), System::IfPresent::kKeep), Fault::kStore);
 }
 
 SecretBytes KeyStore::LoadOrCreate() const {
   std::optional<SecretBytes> key = Load();
   if (!key) {
-    SecretBytes content(kMagic.size() + Crypto::kKeySize);
-    std::copy(kMagic.begin(), kMagic.end(), content.begin());
-    Crypto::FillRandom(std::span(content).subspan(kMagic.size()));
+    SecretBytes fresh(Crypto::kKeySize);
+    Crypto::FillRandom(fresh);
     System::CreatePrivateFolder(file_.parent_path());
-    System::WritePrivateFile(file_, content, System::IfPresent::kKeep);
+    System::WritePrivateFile(file_, System::Protect(FileOf(fresh)), System::IfPresent::kKeep);
     // Read back, because another process may have stored its key first.
     key = Load();
   }

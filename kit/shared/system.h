@@ -34,6 +34,26 @@ bool WritePrivateFile(const std::filesystem::path& file, ByteView content, IfPre
 /// is longer than `limit`, or if another user owns it or can read it.
 std::optional<SecretBytes> ReadPrivateFile(const std::filesystem::path& file, size_t limit);
 
+/// Encrypts a secret for the user, where the system has a data protection of its own; elsewhere it is a copy, which the
+/// rights of its file protect alone. Throws `Fault::kStore`.
+SecretBytes Protect(ByteView secret);
+
+/// Decrypts what `Protect` returned to the same user. Throws `Fault::kStore` for anything else.
+SecretBytes Unprotect(ByteView secret);
+
+/// Holds a file locked against other processes while it lives. The constructor creates the file, waits until it is
+/// free, and throws `Fault::kStore`.
+class FileLock {
+ public:
+  explicit FileLock(const std::filesystem::path& file);
+  ~FileLock();
+  FileLock(const FileLock&) = delete;
+  FileLock& operator=(const FileLock&) = delete;
+
+ private:
+  intptr_t file_;
+};
+
 /// Keeps the library that contains this code loaded while it lives. Does nothing when that fails.
 class ModulePin {
  public:

@@ -1,5 +1,6 @@
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -108,6 +109,29 @@ std::optional<SecretBytes> ReadPrivateFile(const fs::path& file, size_t limit) {
     done += static_cast<size_t>(got);
   }
   return content;
+}
+
+SecretBytes Protect(ByteView secret) {
+  return {secret.begin(), secret.end()};
+}
+
+SecretBytes Unprotect(ByteView secret) {
+  return {secret.begin(), secret.end()};
+}
+
+FileLock::FileLock(const fs::path& file) {
+  File opened(open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, S_IRUSR | S_IWUSR));
+  Require(static_cast<bool>(opened), Fault::kStore);
+  int locked = 0;
+  do {
+    locked = flock(opened.Get(), LOCK_EX);
+  } while (locked != 0 && errno == EINTR);
+  Require(locked == 0, Fault::kStore);
+  file_ = opened.Release();
+}
+
+FileLock::~FileLock() {
+  close(static_cast<int>(file_));
 }
 
 ModulePin::ModulePin() noexcept {

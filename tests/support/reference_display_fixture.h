@@ -3,11 +3,14 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <functional>
 #include <map>
+#include <optional>
 #include <random>
 #include <utility>
 #include <vector>
 
+#include "base/owner.h"
 #include "display/display_entries.h"
 #include "kit/display/display_status.h"
 #include "kit/display/geometry.h"
@@ -108,9 +111,24 @@ class ReferenceDisplayTest : public testing::Test {
   static WysPoint MiddleOf(const KsvDisplay::Rect& area) {
     return {static_cast<uint16_t>(area.x + area.width / 2), static_cast<uint16_t>(area.y + area.height / 2)};
   }
+  /// What a page's script can do without a user.
+  int32_t Tell(UINT message, WysPoint at) {
+    return (message == WM_LBUTTONDOWN ? wys_.MouseDown : wys_.MouseUp)(session_, 0, &at);
+  }
+  /// The user presses or releases; the host passes it on from its mouse hook, unless `host_` does something else.
+  int32_t ByUser(UINT message, WysPoint at) {
+    std::optional<int32_t> status;
+    onInput_ = [&](UINT seen) {
+      if (seen == message) status = host_ ? host_(message, at) : Tell(message, at);
+    };
+    platform::MakeMouseInput(window_.handle(), message, {at.x, at.y});
+    EXPECT_TRUE(platform::PumpUntil([&] { return status.has_value(); }));
+    onInput_ = nullptr;
+    return status.value_or(-1);
+  }
   int32_t Click(WysPoint down, WysPoint up) {
-    const int32_t status = wys_.MouseDown(session_, 0, &down);
-    const int32_t second = wys_.MouseUp(session_, 0, &up);
+    const int32_t status = ByUser(WM_LBUTTONDOWN, down);
+    const int32_t second = ByUser(WM_LBUTTONUP, up);
     return status != 0 ? status : second;
   }
   int32_t Tap(const std::string& key) {
@@ -127,6 +145,10 @@ class ReferenceDisplayTest : public testing::Test {
         wys_.SubmitInputAndGetResponse(session_, 0, &length, reinterpret_cast<uint8_t*>(sealed.data()));
     return {status, sealed};
   }
+  static LRESULT CALLBACK HostHook(int code, WPARAM message, LPARAM lParam) {
+    if (code == HC_ACTION && onInput_) onInput_(static_cast<UINT>(message));
+    return CallNextHookEx(nullptr, code, message, lParam);
+  }
   static const uint8_t* Data(const std::string& bytes) { return reinterpret_cast<const uint8_t*>(bytes.data()); }
 
   const std::filesystem::path folder_ =
@@ -136,6 +158,11 @@ class ReferenceDisplayTest : public testing::Test {
   const HMODULE library_ = Load();
   NorvoWebAPI::KSV::DisplayEntries wys_;
   platform::TestWindow window_{{20, 20}, 400, 460};
+  inline static std::function<void(UINT)> onInput_;
+  std::function<int32_t(UINT, WysPoint)> host_;
+  /// Made before the display's own, so that the system calls it later.
+  const NorvoWebAPI::Owner<HHOOK, UnhookWindowsHookEx> hook_{
+      SetWindowsHookExA(WH_MOUSE, HostHook, nullptr, GetCurrentThreadId())};
   uint32_t context_ = 0;
   uint32_t session_ = 0;
   /// The last description, as the library left it.
