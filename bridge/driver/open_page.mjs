@@ -48,7 +48,7 @@ async function open(browser, { page, timeout, picture, storage, stay }, say, com
     failedScript = true;
   });
   const onEnd = () => finish(stay ? 0 : giveUp("The browser has ended."));
-  browser.once("disconnected", onEnd);
+  browser.on("disconnected", onEnd);
   await tab.exposeFunction("ksvBrowserFinish", ok => finish(ok ? 0 : 1));
   await tab.evaluateOnNewDocument(() => { window.ksvBrowser = { finish: ok => window.ksvBrowserFinish(Boolean(ok)) }; });
   const timer = stay || setTimeout(() => finish(giveUp(`The page has not finished within ${timeout} s.`)), timeout * 1000);
