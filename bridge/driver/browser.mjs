@@ -40,7 +40,7 @@ function setEnvironment(profile, environment) {
 
 // Makes the native manifest in a folder; it names a script, for the browser gives its hosts its own environment.
 function installHost(profile, name, folder) {
-  const manifest = JSON.parse(readFileSync(join(made, `${name}-hosts/com.norvo.ksv.json`)));
+  const manifest = JSON.parse(readFileSync(join(root, `build/native/bridge/${name}/com.norvo.ksv.json`)));
   const script = join(profile, "host");
   writeFileSync(script, `#!/bin/sh\n. ${quoted(join(profile, "environment"))}\nexec ${quoted(manifest.path)} "$@"\n`, { mode: 0o755 });
   mkdirSync(folder, { recursive: true });

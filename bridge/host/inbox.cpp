@@ -11,7 +11,7 @@ constexpr size_t kMaxWaiting = 2 * kMaxMessage;
 
 // With what a short one takes beside its text.
 size_t SizeOf(const std::string& message) {
-  return message.size() + sizeof message;
+  return message.size() + sizeof(std::string);
 }
 
 }  // namespace
