@@ -1,9 +1,14 @@
 #include "kit/display/descriptor.h"
 
+#include "kit/display/painter.h"
+
 namespace KsvDisplay {
 namespace {
 
 constexpr uint32_t kShuffleAfterEachDigit = 1;
+constexpr uint32_t kNoKeyboard = 256;
+constexpr uint32_t kInEnglish = 512;
+constexpr uint32_t kInGerman = 1024;
 
 /// The limits of an input type, and the defaults of fields that are 0.
 struct Limits {
@@ -93,10 +98,16 @@ Descriptor ParseDescriptor(ByteView block) {
   if (result.greatest == 0) result.greatest = std::max(limits.greatest, std::min(result.least, limits.most));
   if (result.least == 0) result.least = std::min(limits.least, result.greatest);
   Require(result.least <= result.greatest && result.greatest <= limits.most, Status::kBadLimits);
-  Require(theme <= static_cast<uint8_t>(Theme::kDark) && (options & ~kShuffleAfterEachDigit) == 0,
+  Require(theme <= static_cast<uint8_t>(Theme::kDark) &&
+              (options & ~(kShuffleAfterEachDigit | kNoKeyboard | kInEnglish | kInGerman)) == 0 &&
+              (options & (kInEnglish | kInGerman)) != (kInEnglish | kInGerman),
           Status::kUnknownOption);
   result.theme = static_cast<Theme>(theme);
-  result.shufflesAfterEachDigit = options != 0;
+  result.shufflesAfterEachDigit = (options & kShuffleAfterEachDigit) != 0;
+  result.takesKeys = (options & kNoKeyboard) == 0;
+  result.language = (options & kInEnglish) != 0  ? Language::kEnglish
+                    : (options & kInGerman) != 0 ? Language::kGerman
+                                                 : Painter::UserLanguage();
   return result;
 }
 

@@ -4,6 +4,7 @@
 
 #include "kit/display/display_status.h"
 #include "kit/display/geometry.h"
+#include "kit/display/texts.h"
 
 namespace KsvDisplay {
 
@@ -37,6 +38,10 @@ struct Descriptor {
   uint32_t greatest = 0;
   bool shufflesAfterEachDigit = false;
   Theme theme = Theme::kLight;
+  /// Of the library's own texts.
+  Language language = Language::kEnglish;
+  /// Whether digits may be typed on the keyboard.
+  bool takesKeys = true;
   /// Null when the page gave none.
   PixelsPtr logo;
 };

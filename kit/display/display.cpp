@@ -21,7 +21,7 @@ constexpr size_t kMaxText = 4096;
 /// The only window kind that is supported.
 constexpr uint32_t kWindowKind = 0xFFFF;
 
-enum MessageType : int32_t { kEcho = 0, kCapabilities = 1, kChannelSetup = 250 };
+enum MessageType : int32_t { kEcho = 0, kCapabilities = 1, kVerdict = 3, kChannelSetup = 250 };
 
 std::string CapabilitiesText() {
   return nlohmann::ordered_json{{"name", "Reference display"},
@@ -234,6 +234,10 @@ void Display::WithdrawEvents(uint32_t sessionId) {
 void Display::ShowImage(Session& session, uint32_t sessionId, Image image, uint32_t eventBits) {
   if (session.image) Painter::Invalidate(session.window, session.image->area());
   session.image = std::move(image);
+  const auto type = [this, sessionId](TypedKey key) { return TypeKey(sessionId, key); };
+  session.image->watch = {session.window,
+                          {[this, sessionId] { RepaintImage(sessionId, 0); },
+                           session.image->takesKeys() ? std::function<bool(TypedKey)>(type) : nullptr}};
   if (session.events) session.events->Post(eventBits, sessionId, session.image->id());
 }
 
@@ -328,6 +332,16 @@ void Display::MouseUp(uint32_t sessionId, uint32_t imageId, Point at) {
   ChangeImage(sessionId, imageId, [=](Image& image) { return image.Release(at); });
 }
 
+bool Display::TypeKey(uint32_t sessionId, TypedKey key) {
+  bool taken = false;
+  ChangeImage(sessionId, 0, [&](Image& image) {
+    const std::optional<uint32_t> bits = image.Type(key);
+    taken = bits.has_value();
+    return bits.value_or(0);
+  });
+  return taken;
+}
+
 void Display::ClearInput(uint32_t sessionId, uint32_t imageId) {
   ChangeImage(sessionId, imageId, [](Image& image) {
     image.Clear();
@@ -354,7 +368,7 @@ void Display::GetResponse(uint32_t sessionId, uint32_t imageId, OutputBuffer out
     CheckCapacity(out, SealedSize(input.content.size()));
     const Bytes sealed = SealInput(input, UserKey(), SessionAt(sessionId).streamKey);
     // The last step that can fail, so that no input is cleared without being returned.
-    image.Clear();
+    image.Finish(Notice::kTaken);
     std::ranges::copy(sealed, out.data);
     return kImageChanged;
   });
@@ -371,7 +385,7 @@ void Display::SendRecv(uint32_t context, uint32_t sessionId, int32_t messageType
   {
     const std::scoped_lock lock(mutex_);
     Require(contexts_.contains(context), Status::kUnknownContext);
-    if (messageType == kChannelSetup) {
+    if (messageType == kChannelSetup || messageType == kVerdict) {
       Require(SessionAt(sessionId).context == context, Status::kUnknownSession);
     }
   }
@@ -383,6 +397,12 @@ void Display::SendRecv(uint32_t context, uint32_t sessionId, int32_t messageType
       break;
     case kCapabilities:
       Append(answer, AsBytes(CapabilitiesText()));
+      break;
+    case kVerdict:
+      ChangeImage(sessionId, 0, [verdict = ReadVerdict(Bytes(sent.begin(), sent.end()))](Image& image) {
+        image.Tell(verdict);
+        return kImageChanged;
+      });
       break;
     case kChannelSetup:
       answer = Channel::AnswerSetup(UserKey(), Bytes(sent.begin(), sent.end()));

@@ -69,7 +69,8 @@ class Display {
   using Filter = std::function<bool(const Sessions::value_type&)>;
 
   Session& SessionAt(uint32_t sessionId);
-  static void ShowImage(Session& session, uint32_t sessionId, Image image, uint32_t eventBits);
+  void ShowImage(Session& session, uint32_t sessionId, Image image, uint32_t eventBits);
+  bool TypeKey(uint32_t sessionId, TypedKey key);
   Image& ImageAt(Session& session, uint32_t imageId);
   Filter InSameContext(uint32_t sessionId);
   void EndEvents(std::unique_lock<std::mutex>& lock, const Filter& filter);

@@ -36,11 +36,13 @@ enum class Status : int32_t {
   kInputClosed = 221,
   kBadText = 222,
   kWrongInputType = 223,
+  kInputCancelled = 226,
 
   kBadFrame = 230,
   kFrameNotAuthentic = 231,
   kBadSetupMessage = 232,
   kUnknownMessageType = 233,
+  kBadMessage = 234,
 
   kNotRegistered = 240,
   kCallbackRunning = 241,

@@ -34,12 +34,12 @@ Descriptor DescribeFrame(const Pixels& frame, uint32_t id) {
 
 }  // namespace
 
-Image::Image(Descriptor descriptor, Point origin, std::string caption, ByteView source)
+Image::Image(Descriptor descriptor, Point origin, const std::string& caption, ByteView source,
+             const std::string& reference)
     : descriptor_(std::move(descriptor)),
       origin_(origin),
-      caption_(std::move(caption)),
       digest_(Crypto::Sha256(source)),
-      layout_(LayOut(descriptor_, !caption_.empty())) {
+      layout_(LayOut(descriptor_, caption, reference)) {
   // So that it never grows, which would copy the secret and could fail in the middle of an input.
   input_.reserve(descriptor_.greatest);
   Shuffle();
@@ -100,24 +100,46 @@ uint32_t Image::Release(Point at) {
   return Changed() | (KeyAt(at) == &key ? UseKey(key) : 0);
 }
 
+std::optional<uint32_t> Image::Type(TypedKey typed) {
+  if (!takesKeys() || closed_) return std::nullopt;
+  if (typed.kind == Key::Kind::kDigit) return Changed() | Enter(typed.digit);
+  const auto key = std::ranges::find(layout_.keys, typed.kind, &Key::kind);
+  return key != layout_.keys.end() ? Changed() | UseKey(*key) : Changed();
+}
+
+uint32_t Image::Enter(uint8_t digit) {
+  notice_ = Notice::kNone;
+  if (entered_ == descriptor_.greatest) return 0;
+  if (descriptor_.shufflesAfterEachDigit) Shuffle();
+  input_.push_back(digit);
+  ++entered_;
+  return 0;
+}
+
 uint32_t Image::UseKey(const Key& key) {
+  notice_ = Notice::kNone;
   switch (key.kind) {
+    case Key::Kind::kCancel:
+      Finish(Notice::kCancelled);
+      return kInputCancelled;
+    case Key::Kind::kDelete:
+      if (entered_ == 0) return 0;
+      if (descriptor_.shufflesAfterEachDigit) Shuffle();
+      input_.back() = 0;
+      input_.pop_back();
+      --entered_;
+      return 0;
     case Key::Kind::kClear:
       Clear();
       return 0;
-    case Key::Kind::kDigit: {
-      if (entered_ == descriptor_.greatest) return 0;
-      const uint8_t digit = digits_[static_cast<size_t>(&key - layout_.keys.data())];
-      if (descriptor_.shufflesAfterEachDigit) Shuffle();
-      input_.push_back(digit);
-      ++entered_;
-      return 0;
-    }
+    case Key::Kind::kDigit:
+      return Enter(digits_[static_cast<size_t>(&key - layout_.keys.data())]);
     case Key::Kind::kOk:
       if (descriptor_.type == InputType::kConfirmation) {
         input_.assign(kConfirmed.begin(), kConfirmed.end());
         entered_ = 1;
       }
+      if (!IsComplete()) notice_ = Notice::kMissing;
       return IsComplete() ? kInputCompleted : 0;
   }
   return 0;
@@ -128,8 +150,25 @@ void Image::Clear() {
   input_.clear();
   entered_ = 0;
   closed_ = false;
+  notice_ = Notice::kNone;
   isDown_ = false;
   pressedKey_.reset();
+  Changed();
+}
+
+void Image::Finish(Notice why) {
+  Clear();
+  closed_ = true;
+  notice_ = why;
+}
+
+void Image::Tell(const Verdict& verdict) {
+  if (verdict.error) {
+    Clear();
+    notice_ = Notice::kRejected;
+    closed_ = verdict.attemptsLeft == 0U;
+  }
+  attemptsLeft_ = verdict.attemptsLeft;
   Changed();
 }
 
@@ -162,20 +201,21 @@ void Image::SubmitText(const WCHAR* text, size_t limit) {
 }
 
 Input Image::CompleteInput() const {
-  Require(IsComplete(), Status::kInputIncomplete);
+  Require(notice_ != Notice::kCancelled, Status::kInputCancelled);
+  Require(notice_ == Notice::kNone && IsComplete(), Status::kInputIncomplete);
   return {descriptor_.type, descriptor_.imageId, digest_, input_};
 }
 
 Scene Image::Draw() const {
   if (frame_ != nullptr) return DrawScene(frame_);
-  return DrawScene(descriptor_, layout_, caption_, AsText(digits_),
-                   {entered_, closed_, pressedKey_ ? &layout_.keys[*pressedKey_] : nullptr});
+  return DrawScene(descriptor_, layout_, AsText(digits_),
+                   {entered_, closed_, pressedKey_ ? &layout_.keys[*pressedKey_] : nullptr, notice_, attemptsLeft_});
 }
 
 std::string Image::ListKeys() const {
   std::string lines;
   for (const Key& key : layout_.keys) {
-    lines += LabelOf(layout_, key, AsText(digits_)) + ' ' + std::to_string(key.area.x + origin_.x) + ' ' +
+    lines += NameOf(layout_, key, AsText(digits_)) + ' ' + std::to_string(key.area.x + origin_.x) + ' ' +
              std::to_string(key.area.y + origin_.y) + ' ' + std::to_string(key.area.width) + ' ' +
              std::to_string(key.area.height) + '\n';
   }

@@ -2,18 +2,22 @@
 
 #include <optional>
 
+#include "kit/display/drawing.h"
 #include "kit/display/events.h"
-#include "kit/display/layout.h"
 #include "kit/display/raster.h"
 #include "kit/display/sealed_input.h"
+#include "kit/display/verdict.h"
+#include "kit/display/window_watch.h"
 
 namespace KsvDisplay {
 
 /// An image in a window, with the user's input. Not thread-safe.
 class Image {
  public:
-  /// Chooses a random order of the digits. `source` are the bytes that describe the image.
-  Image(Descriptor descriptor, Point origin, std::string caption, ByteView source);
+  /// Chooses a random order of the digits. `source` are the bytes that describe the image; `reference` is what the
+  /// input is for. Throws what `LayOut` does.
+  Image(Descriptor descriptor, Point origin, const std::string& caption, ByteView source,
+        const std::string& reference = {});
   /// A remote image: clicks on it are the input.
   Image(PixelsPtr frame, uint32_t id, Point origin, ByteView source);
 
@@ -26,6 +30,9 @@ class Image {
   /// kInputClosed.
   uint32_t Press(Point at);
   uint32_t Release(Point at);
+  /// A key of the keyboard, as a press of the key on the pad. Nothing when the image takes no keys.
+  std::optional<uint32_t> Type(TypedKey typed);
+  bool takesKeys() const { return descriptor_.type == InputType::kPin && descriptor_.takesKeys; }
 
   /// Clears and reopens the input, and shuffles the digits. Changes nothing when it throws.
   void Clear();
@@ -35,8 +42,12 @@ class Image {
   /// kInputClosed.
   void SubmitText(const WCHAR* text, size_t limit);
 
-  /// Throws kInputIncomplete.
+  /// Throws kInputIncomplete and kInputCancelled.
   Input CompleteInput() const;
+  /// Clears and closes the input because it was given out or cancelled.
+  void Finish(Notice why);
+  /// Shows what the page tells of the last input. After an error the input is clear, and open while attempts are left.
+  void Tell(const Verdict& verdict);
 
   Scene Draw() const;
   /// The lines of the file `KSV_DISPLAY_LAYOUT`: the keys' labels and areas in the window's client area.
@@ -44,17 +55,19 @@ class Image {
 
   /// The picture of the last repaint; null when the image has changed since.
   std::shared_ptr<const Picture> picture;
+  /// Whoever shows the image sets it; it ends with the image.
+  WindowWatch watch;
 
  private:
   const Key* KeyAt(Point at) const;
   uint32_t UseKey(const Key& key);
+  uint32_t Enter(uint8_t digit);
   void Shuffle();
   bool IsComplete() const;
   uint32_t Changed();
 
   Descriptor descriptor_;
   Point origin_;
-  std::string caption_;
   std::array<uint8_t, 32> digest_;
   Layout layout_;
   /// A remote image's; null for a described one.
@@ -67,6 +80,8 @@ class Image {
   bool isDown_ = false;
   std::optional<size_t> pressedKey_;
   bool closed_ = false;
+  Notice notice_ = Notice::kNone;
+  std::optional<uint32_t> attemptsLeft_;
 };
 
 }  // namespace KsvDisplay
