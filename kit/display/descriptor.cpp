@@ -69,7 +69,7 @@ PixelsPtr ReadLogo(Point size, ByteView rgb) {
 
 }  // namespace
 
-Descriptor ParseDescriptor(ByteView block) {
+Descriptor ParseDescriptor(ByteView block, int dotsPerInch) {
   LittleReader reader(block);
   Descriptor result;
   reader.SkipZeros(1);
@@ -91,7 +91,12 @@ Descriptor ParseDescriptor(ByteView block) {
 
   const Limits& limits = LimitsOf(type);
   result.type = limits.type;
-  if (result.size == Point{}) result.size = limits.usual;
+  if (result.size == Point{}) {
+    const auto scaled = [&](uint16_t side) {
+      return static_cast<uint16_t>(std::min<int>(side * dotsPerInch / kUsualDotsPerInch, kMaxImageSide));
+    };
+    result.size = {scaled(limits.usual.x), scaled(limits.usual.y)};
+  }
   Require(result.size.x >= limits.smallest.x && result.size.y >= limits.smallest.y && result.size.x <= kMaxImageSide &&
               result.size.y <= kMaxImageSide,
           Status::kBadImageSize);

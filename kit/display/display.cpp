@@ -246,9 +246,9 @@ void Display::CreateStdImage(uint32_t sessionId, Point origin, std::span<uint8_t
   // The caller may change its memory at any time: the bytes that were validated must be those that are shown and
   // sealed.
   const Bytes source(block.begin(), block.end());
-  Descriptor descriptor = ParseDescriptor(source);
   const std::scoped_lock lock(mutex_);
   Session& session = SessionAt(sessionId);
+  Descriptor descriptor = ParseDescriptor(source, Painter::DotsPerInch(session.window));
   while (descriptor.imageId == 0) descriptor.imageId = RandomHandle(sessions_);
   const uint32_t id = descriptor.imageId;
   const Point size = descriptor.size;

@@ -84,6 +84,10 @@ bool WindowExists(uint32_t) noexcept {
   return true;
 }
 
+int DotsPerInch(uint32_t) noexcept {
+  return kUsualDotsPerInch;
+}
+
 Language UserLanguage() noexcept {
   // The first of these that is set decides.
   for (const char* name : {"LC_ALL", "LC_MESSAGES", "LANG"}) {

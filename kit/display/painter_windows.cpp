@@ -60,6 +60,17 @@ bool WindowExists(uint32_t window) noexcept {
   return IsWindow(Handle(window)) != 0;
 }
 
+int DotsPerInch(uint32_t window) noexcept {
+  using Ask = UINT(WINAPI*)(HWND);
+  // Windows 7 and 8 lack it.
+  const HMODULE user = GetModuleHandleW(L"user32.dll");
+  const auto ask = reinterpret_cast<Ask>(reinterpret_cast<void*>(GetProcAddress(user, "GetDpiForWindow")));
+  if (ask != nullptr) return std::max(static_cast<int>(ask(Handle(window))), kUsualDotsPerInch);
+  const HDC dc = GetDC(Handle(window));
+  const ScopeExit release([=] { ReleaseDC(Handle(window), dc); });
+  return std::max(GetDeviceCaps(dc, LOGPIXELSX), kUsualDotsPerInch);
+}
+
 Language UserLanguage() noexcept {
   return PRIMARYLANGID(GetUserDefaultUILanguage()) == LANG_GERMAN ? Language::kGerman : Language::kEnglish;
 }
