@@ -15,23 +15,23 @@ struct Palette {
   Colour keyTop, keyBottom, keyBorder, keyText, pressed;
   Colour idle, idleText;
   Colour accentTop, accentBottom, accentBorder, accentText;
-  Colour neutral, bad;
+  Colour good, neutral, bad;
   Colour box, boxBorder, dot;
 };
 constexpr Palette kPalettes[] = {
-    {0xF8FAFD, 0xE9EEF5, 0xC3CDDA,                                //
-     0x2B5C9B, 0x1E4478, 0xFFFFFF,                                //
-     0x22303F, 0x4F5D6C, 0xB3261E,                                //
-     0xFFFFFF, 0xEEF2F7, 0x7A8797, 0x1F2D3D, 0xD5DFEC,            //
-     0xE3E8EF, 0x566372,                                          //
-     0x217D4E, 0x196A41, 0x14532F, 0xFFFFFF, 0x566372, 0xB3261E,  //
+    {0xF8FAFD, 0xE9EEF5, 0xC3CDDA,                                          //
+     0x2B5C9B, 0x1E4478, 0xFFFFFF,                                          //
+     0x22303F, 0x4F5D6C, 0xB3261E,                                          //
+     0xFFFFFF, 0xEEF2F7, 0x7A8797, 0x1F2D3D, 0xD5DFEC,                      //
+     0xE3E8EF, 0x566372,                                                    //
+     0x217D4E, 0x196A41, 0x14532F, 0xFFFFFF, 0x217D4E, 0x566372, 0xB3261E,  //
      0xFFFFFF, 0x7A8797, 0x2B5C9B},
-    {0x2A313B, 0x1D232B, 0x0F1318,                                //
-     0x3A4757, 0x2C3744, 0xF2F5F9,                                //
-     0xE8EDF3, 0xB4BFCC, 0xFFA79E,                                //
-     0x414C5A, 0x363F4B, 0x8A97A8, 0xF4F7FA, 0x2B323C,            //
-     0x272E37, 0xB4BFCC,                                          //
-     0x217D4E, 0x196A41, 0x63C795, 0xFFFFFF, 0x66758A, 0xC4473D,  //
+    {0x2A313B, 0x1D232B, 0x0F1318,                                          //
+     0x3A4757, 0x2C3744, 0xF2F5F9,                                          //
+     0xE8EDF3, 0xB4BFCC, 0xFFA79E,                                          //
+     0x414C5A, 0x363F4B, 0x8A97A8, 0xF4F7FA, 0x2B323C,                      //
+     0x272E37, 0xB4BFCC,                                                    //
+     0x217D4E, 0x196A41, 0x63C795, 0xFFFFFF, 0x3E9E6C, 0x7A8AA0, 0xD65A50,  //
      0x222931, 0x8A97A8, 0x6FB1FF},
 };
 
@@ -255,7 +255,7 @@ class Drawing {
     const int top = area.y + std::max(0, (area.height - block) * 2 / 5);
     const int x = area.x + area.width / 2;
     const int y = top + radius;
-    const Colour fill = cancelled ? colours_.neutral : rejected ? colours_.bad : colours_.accentTop;
+    const Colour fill = cancelled ? colours_.neutral : rejected ? colours_.bad : colours_.good;
     scene_.panels.push_back(Plain({x - radius, top, 2 * radius, 2 * radius}, radius, fill, fill, 1));
     const int width = std::max(2, radius / 6);
     if (cancelled || rejected) {

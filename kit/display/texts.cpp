@@ -15,7 +15,7 @@ constexpr std::array<const char*, 2> kTexts[] = {
     {"Cancelled", "Abgebrochen"},
     {"Your entry was discarded.", "Ihre Eingabe wurde verworfen."},
     {"Wrong PIN", "Falsche PIN"},
-    {"Not accepted", "Nicht angenommen"},
+    {"Not accepted", "Abgelehnt"},
     {"No attempts left", "Keine Versuche mehr"},
     {"1 attempt left", "Noch 1 Versuch"},
     {"# attempts left", "Noch # Versuche"},
