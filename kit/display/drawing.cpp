@@ -100,7 +100,8 @@ class Drawing {
     AddLines(layout_.reference, colours_.text);
     if (descriptor_.type == InputType::kPin) DrawBoxes();
     if (descriptor_.type == InputType::kText) {
-      scene_.panels.push_back(Plain(layout_.progress, layout_.unit / 2, colours_.box, colours_.boxBorder, edge_));
+      // Not white, because nothing can be typed here.
+      scene_.panels.push_back(Plain(layout_.progress, layout_.unit / 2, colours_.idle, colours_.boxBorder, edge_));
     }
     DrawStatus();
     for (const Key& key : layout_.keys) DrawKey(key);

@@ -66,7 +66,7 @@ void Observe(MSG& message) {
   const std::shared_ptr<Watched> watched = Find(message.hwnd);
   if (!watched) return;
   const WindowListener& listener = watched->listener;
-  if (message.message == WM_PAINT) listener.repaint();
+  
   if (!listener.type) return;
   if (message.message == WM_LBUTTONDOWN) watched->wantsFocus = true;
   // A thread without the keyboard must not take it from another program.
