@@ -52,8 +52,8 @@ constexpr size_t kDescriptorSizeOffset = 10;
 
 constexpr int kUsualDotsPerInch = 96;
 
-/// Reads the packed little-endian block: 50 bytes, then the logo's pixels or nothing. A size that the page left open fits
-/// the resolution. Throws kBadDescriptor and what follows it in `Status`, up to kUnknownOption.
+/// Reads the packed little-endian block: 50 bytes, then the logo's pixels or nothing. A size that the page left open
+/// fits the resolution. Throws kBadDescriptor and what follows it in `Status`, up to kUnknownOption.
 Descriptor ParseDescriptor(ByteView block, int dotsPerInch = kUsualDotsPerInch);
 
 }  // namespace KsvDisplay

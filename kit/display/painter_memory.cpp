@@ -54,11 +54,11 @@ void DrawGlyph(Picture& picture, const FT_GlyphSlotRec_& glyph, int penX, int ba
 
 /// Loads each character and calls `visit` with its glyph and where it begins. Returns where each one ends.
 template <class Visit>
-std::vector<int> ForEachGlyph(FT_Face face, const std::u32string& text, FT_Int32 mode, Visit visit) {
+std::vector<int> ForEachGlyph(FT_Face face, const std::u32string& text, bool render, Visit visit) {
   std::vector<int> ends;
   int reach = 0;
   for (const char32_t character : text) {
-    if (FT_Load_Char(face, character, mode | FT_LOAD_NO_BITMAP) == 0) {
+    if (FT_Load_Char(face, character, FT_LOAD_NO_BITMAP | (render ? FT_LOAD_RENDER : FT_LOAD_DEFAULT)) == 0) {
       visit(*face->glyph, reach);
       reach += static_cast<int>(face->glyph->advance.x / 64);
     }
@@ -72,9 +72,9 @@ void DrawLabel(Picture& picture, const FreeType& library, const Label& label) {
   const std::u32string text = CodePointsOf(label.text).value_or(U"");
   // 0.73 of the font is the usual height of capitals and digits.
   const int baseline = label.area.y + (label.area.height + label.height * 73 / 100) / 2;
-  const std::vector<int> ends = ForEachGlyph(face.Get(), text, FT_LOAD_DEFAULT, [](const FT_GlyphSlotRec_&, int) {});
+  const std::vector<int> ends = ForEachGlyph(face.Get(), text, false, [](const FT_GlyphSlotRec_&, int) {});
   const int left = label.area.x + (label.area.width - (ends.empty() ? 0 : ends.back())) / 2;
-  ForEachGlyph(face.Get(), text, FT_LOAD_RENDER,
+  ForEachGlyph(face.Get(), text, true,
                [&](const FT_GlyphSlotRec_& glyph, int at) { DrawGlyph(picture, glyph, left + at, baseline, label); });
 }
 
@@ -101,7 +101,7 @@ Language UserLanguage() noexcept {
 std::vector<int> MeasureText(const std::u32string& text, int height, bool bold) {
   const FreeType library = OpenFreeType();
   const Face face = OpenFace(library, height, bold);
-  return ForEachGlyph(face.Get(), text, FT_LOAD_DEFAULT, [](const FT_GlyphSlotRec_&, int) {});
+  return ForEachGlyph(face.Get(), text, false, [](const FT_GlyphSlotRec_&, int) {});
 }
 
 void DrawLabels(Picture& picture, const Labels& labels) {
@@ -135,4 +135,4 @@ void Invalidate(uint32_t, const Rect&) noexcept {}
 
 }  // namespace KsvDisplay::Painter
 
-KsvDisplay::WindowWatch::WindowWatch(uint32_t, WindowListener) {}
+KsvDisplay::WindowWatch::WindowWatch(uint32_t, const WindowListener&) {}

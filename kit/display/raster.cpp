@@ -67,8 +67,8 @@ void DrawPanel(Picture& picture, const Panel& panel) {
 
 /// How much of the source's pixel `from` lies in the place's pixel `to`, where `size` pixels are scaled to `scaled`.
 /// All of a place's pixels together have `size`.
-int64_t Overlap(int from, int to, int size, int scaled) {
-  return std::min<int64_t>((from + 1) * scaled, (to + 1) * size) - std::max<int64_t>(from * scaled, to * size);
+int Overlap(int from, int to, int size, int scaled) {
+  return std::min((from + 1) * scaled, (to + 1) * size) - std::max(from * scaled, to * size);
 }
 
 /// Each pixel of the area is the mean of what lies there, so that a logo stays legible at every scale.
@@ -82,13 +82,14 @@ void DrawPixels(Picture& picture, const PlacedPixels& placed) {
     const int bottom = ((y - area.y + 1) * source.height - 1) / area.height + 1;
     int64_t sums[3] = {};
     ForEachPixel({left, top, right - left, bottom - top}, [&](int fromX, int fromY) {
-      const int64_t weight =
-          Overlap(fromX, x - area.x, source.width, area.width) * Overlap(fromY, y - area.y, source.height, area.height);
+      const int64_t weight = int64_t{Overlap(fromX, x - area.x, source.width, area.width)} *
+                             Overlap(fromY, y - area.y, source.height, area.height);
       const size_t at = 3 * (static_cast<size_t>(fromY) * source.width + static_cast<size_t>(fromX));
       for (size_t colour = 0; colour < 3; ++colour) sums[colour] += weight * source.rgb[at + colour];
     });
     Colour mean = 0;
-    for (const int64_t sum : sums) mean = mean << 8 | static_cast<Colour>(sum / (source.width * source.height));
+    for (const int64_t sum : sums)
+      mean = mean << 8 | static_cast<Colour>(sum / (int64_t{source.width} * source.height));
     picture.At(x, y) = mean;
   });
 }

@@ -27,7 +27,7 @@ struct WindowListener {
 class WindowWatch {
  public:
   WindowWatch() = default;
-  WindowWatch(uint32_t window, WindowListener listener);
+  WindowWatch(uint32_t window, const WindowListener& listener);
 
  private:
   std::shared_ptr<void> held_;

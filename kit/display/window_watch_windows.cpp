@@ -66,7 +66,7 @@ void Observe(MSG& message) {
   const std::shared_ptr<Watched> watched = Find(message.hwnd);
   if (!watched) return;
   const WindowListener& listener = watched->listener;
-  
+  if (message.message == WM_PAINT) listener.repaint();
   if (!listener.type) return;
   if (message.message == WM_LBUTTONDOWN) watched->wantsFocus = true;
   // A thread without the keyboard must not take it from another program.
@@ -120,10 +120,9 @@ class ThreadHook {
 
 class Registration {
  public:
-  Registration(HWND window, WindowListener listener)
+  Registration(HWND window, const WindowListener& listener)
       : hook_(ThreadHook::Share(GetWindowThreadProcessId(window, nullptr))) {
-    const bool takesKeys = listener.type != nullptr;
-    auto watched = std::make_shared<Watched>(Watched{std::move(listener), takesKeys});
+    auto watched = std::make_shared<Watched>(Watched{listener, listener.type != nullptr});
     const std::scoped_lock lock(watches->mutex);
     at_ = watches->byWindow.emplace(window, std::move(watched));
   }
@@ -141,8 +140,8 @@ class Registration {
 
 }  // namespace
 
-WindowWatch::WindowWatch(uint32_t window, WindowListener listener)
+WindowWatch::WindowWatch(uint32_t window, const WindowListener& listener)
     : held_(std::make_shared<Registration>(reinterpret_cast<HWND>(static_cast<intptr_t>(static_cast<int32_t>(window))),
-                                           std::move(listener))) {}
+                                           listener)) {}
 
 }  // namespace KsvDisplay
