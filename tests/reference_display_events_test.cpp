@@ -39,6 +39,8 @@ uint32_t Record(DisplayEventRecord* record) {
 class ReferenceDisplayEvents : public support::ReferenceDisplayTest {
  protected:
   ReferenceDisplayEvents() { recorder = &events_; }
+  // A callback may still run when the last event has been seen.
+  ~ReferenceDisplayEvents() override { wys_.DeInit(context_); }
   int32_t Register(uint32_t mask) {
     return wys_.RegisterEvents(session_, &mask, Record, reinterpret_cast<void*>(uintptr_t{0x1234}));
   }
