@@ -94,6 +94,7 @@ std::vector<int> MeasureText(const std::u32string& text, int height, bool bold) 
                                 &size) != 0,
           Status::kPaintingFailed);
   std::vector<int> ends;
+  ends.reserve(unitsOf.size());
   for (const size_t units : unitsOf) ends.push_back(unitEnds[units - 1]);
   return ends;
 }

@@ -101,12 +101,11 @@ class ThreadHook {
     return hook;
   }
 
-  explicit ThreadHook(DWORD thread) {
+  explicit ThreadHook(DWORD thread) : hook_(SetWindowsHookExW(WH_GETMESSAGE, WatchMessages, nullptr, thread)) {
     // A host's hook that unloads this library may run within ours.
     HMODULE self = nullptr;
     GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_PIN,
                        reinterpret_cast<LPCWSTR>(&WatchMessages), &self);
-    hook_ = SetWindowsHookExW(WH_GETMESSAGE, WatchMessages, nullptr, thread);
   }
   ~ThreadHook() {
     if (hook_ != nullptr) UnhookWindowsHookEx(hook_);
@@ -115,7 +114,7 @@ class ThreadHook {
   ThreadHook& operator=(const ThreadHook&) = delete;
 
  private:
-  HHOOK hook_ = nullptr;
+  HHOOK hook_;
 };
 
 class Registration {
