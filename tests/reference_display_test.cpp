@@ -133,7 +133,7 @@ TEST_F(ReferenceDisplay, PageTellsOfAWrongPinAndTheUserMayCorrectOrCancel) {
   ASSERT_EQ(Create(ImageRequest{.least = 4, .greatest = 4}), 0);
   for (const char* bad : {"", "[]", "1", "{\"error\":1}", "{\"attemptsLeft\":-1}", "{\"attemptsLeft\":100}",
                           "{\"text\":\"Type your password\"}", "{\"error\":true", "{\"attemptsLeft\":1.5}"}) {
-    EXPECT_EQ(Exchange(3, bad).first, Code(Status::kBadMessage)) << bad;
+    EXPECT_EQ(Exchange(3, bad).first, Code(Status::kBadRequest)) << bad;
   }
   EnterPin("12");
   EXPECT_EQ(Exchange(3, R"({"attemptsLeft":3})").first, 0);

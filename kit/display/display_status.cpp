@@ -37,7 +37,7 @@ constexpr Entry kTexts[] = {
     {Status::kFrameNotAuthentic, "The frame is not authentic."},
     {Status::kBadSetupMessage, "The channel set-up message is malformed."},
     {Status::kUnknownMessageType, "The message type is not known."},
-    {Status::kBadMessage, "The message is malformed."},
+    {Status::kBadRequest, "The message is malformed."},
     {Status::kNotRegistered, "No callback is registered for this session."},
     {Status::kCallbackRunning, "A callback has not returned yet, or the call came from within it."},
     {Status::kWindowGone, "The window does not exist any more."},

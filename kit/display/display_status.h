@@ -42,7 +42,7 @@ enum class Status : int32_t {
   kFrameNotAuthentic = 231,
   kBadSetupMessage = 232,
   kUnknownMessageType = 233,
-  kBadMessage = 234,
+  kBadRequest = 234,
 
   kNotRegistered = 240,
   kCallbackRunning = 241,

@@ -16,7 +16,7 @@ struct Verdict {
 
 constexpr uint32_t kMostAttempts = 99;
 
-/// Reads the JSON. Throws kBadMessage.
+/// Reads the JSON. Throws kBadRequest.
 Verdict ReadVerdict(ByteView json);
 
 }  // namespace KsvDisplay
