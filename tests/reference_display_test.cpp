@@ -300,6 +300,34 @@ TEST_F(ReferenceDisplay, MessagesHonourTheBuffer) {
   EXPECT_EQ(Exchange(0, Text(1024 * 1024 + 1, 'x')).first, Code(Status::kInvalidArgument));
 }
 
+TEST_F(ReferenceDisplay, SealsWhatWasAskedForOneImage) {
+  const Text challenge(22, 'c');
+  const auto ask = [&](const Text& reference, const Text& of) {
+    return Exchange(2, R"({"reference": ")" + reference + R"(", "challenge": ")" + of + "\"}", 0).first;
+  };
+  for (const Text& bad : {Text("\xC3"), Text("a\u202Eb"), Text("a\\nb"), Text(65, 'x')}) {
+    EXPECT_EQ(ask(bad, challenge), Code(Status::kBadRequest)) << bad;
+  }
+  for (const Text& bad : {Text(21, 'c'), Text(89, 'c'), Text(22, '.')}) {
+    EXPECT_EQ(ask("x", bad), Code(Status::kBadRequest)) << bad;
+  }
+  for (const Text& bad : {Text("{"), Text("[]"), Text(R"({"amount": "1"})"), Text(R"({"reference": 1})")}) {
+    EXPECT_EQ(Exchange(2, bad).first, Code(Status::kBadRequest)) << bad;
+  }
+  ASSERT_EQ(ask("12 \u20AC to Norvo", challenge), 0);
+  for (const bool isAsked : {true, false}) {
+    ASSERT_EQ(Create(ImageRequest{.type = 2, .least = 0, .greatest = 0}), 0);
+    Tap("OK");
+    const Text sealed = Respond().second;  // makes the key
+    const auto input = KsvDisplay::OpenInput(KsvKit::AsBytes(sealed), Key(), {});
+    ASSERT_TRUE(input);
+    EXPECT_EQ(input->asked.caption, "Norvo Bank");
+    EXPECT_EQ(input->asked.reference, isAsked ? "12 \u20AC to Norvo" : "");
+    EXPECT_EQ(input->asked.challenge, isAsked ? challenge : "");
+    EXPECT_THAT(input->asked.texts, testing::EndsWith("\nOK"));
+  }
+}
+
 TEST_F(ReferenceDisplay, NothingIsTakenOnTrust) {
   const WysPoint point{};
   uint8_t byte = 0;
