@@ -33,7 +33,7 @@ class ListeningPage {
     function.referenceCount = 1;
     plugin->GetScriptable()->agentEventCallback =
         std::make_shared<NorvoWebAPI::NPJSConverter::NPFuncBridge>(page.Instance(), &Bench::HostFuncs(), &function);
-    InstallEventHook();
+    static_cast<void>(InstallEventHook());  // Without it no event comes, which the benchmark reports.
     EventRoutes::Insert(kApplet, plugin->GetScriptable()->SharedLife());
   }
   ~ListeningPage() { EventTemplate::ClearEvents(); }

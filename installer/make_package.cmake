@@ -1,9 +1,11 @@
 # Makes the package of one built module:
 #
-#   cmake -DMODULE=… -DARCH=x86|x64 -DOUTPUT=….msi [-DDOCTOR=…] [-DVERSION=…] [-DSTRIP=…] -P make_package.cmake
+#   cmake -DMODULE=… -DARCH=x86|x64 -DOUTPUT=….msi [-DDOCTOR=…] [-DVERSION=…] [-DSTRIP=…] [-DSIGN=…] -P make_package.cmake
 #
 # Without DOCTOR the package has no doctor. VERSION is the product's unless given. STRIP is the tool that removes the
-# symbols. The same inputs give the same package and product codes; another module gives other codes.
+# symbols. SIGN is a command, as a list, that signs the file whose path it gets as its last argument: the programs, then
+# the package. The same inputs give the same package and product codes; another module gives other codes. If the
+# environment has SOURCE_DATE_EPOCH, the package has that time, and the same inputs give the same bytes.
 cmake_minimum_required(VERSION 3.25)
 
 foreach(needed IN ITEMS MODULE ARCH OUTPUT)
@@ -43,6 +45,7 @@ set(stage "${OUTPUT}.stage")
 file(REMOVE_RECURSE "${stage}")
 file(MAKE_DIRECTORY "${stage}")
 file(COPY_FILE "${CMAKE_CURRENT_LIST_DIR}/ksv.wxs" "${stage}/ksv.wxs")
+file(COPY_FILE "${CMAKE_CURRENT_LIST_DIR}/ksv.ico" "${stage}/ksv.ico")
 file(READ "${CMAKE_CURRENT_LIST_DIR}/readme.txt" text)
 string(CONFIGURE "${text}" text @ONLY)
 file(CONFIGURE OUTPUT "${stage}/readme.txt" CONTENT "${text}" @ONLY NEWLINE_STYLE CRLF)
@@ -55,6 +58,16 @@ endif()
 if(STRIP)
   execute_process(COMMAND "${STRIP}" ${programs} WORKING_DIRECTORY "${stage}" COMMAND_ERROR_IS_FATAL ANY)
 endif()
+if(SIGN)
+  foreach(program IN LISTS programs)
+    execute_process(COMMAND ${SIGN} "${stage}/${program}" COMMAND_ERROR_IS_FATAL ANY)
+  endforeach()
+endif()
+if(DEFINED ENV{SOURCE_DATE_EPOCH})
+  # The cabinet has the times of its files.
+  file(GLOB staged "${stage}/*")
+  execute_process(COMMAND touch -d "@$ENV{SOURCE_DATE_EPOCH}" ${staged} COMMAND_ERROR_IS_FATAL ANY)
+endif()
 
 # A component keeps its code through all versions: upgrades and shared counts go by it.
 foreach(component IN ITEMS module readme doctor)
@@ -62,7 +75,7 @@ foreach(component IN ITEMS module readme doctor)
 endforeach()
 # What is in the package names it: another build is another product to the installer, and replaces this one.
 set(contents "${VERSION}")
-foreach(file IN ITEMS ksv.wxs readme.txt ${programs})
+foreach(file IN ITEMS ksv.wxs ksv.ico readme.txt ${programs})
   file(SHA256 "${stage}/${file}" hash)
   string(APPEND contents " ${hash}")
 endforeach()
@@ -72,7 +85,7 @@ string(UUID package_code NAMESPACE "${upgrade_code}" NAME "package ${contents}" 
 set(name "${KSV_DESCRIPTION} (${bits}-bit)")
 set(definitions
     ProductCode=${product_code} UpgradeCode=${upgrade_code} Version=${VERSION} Name=${name} Vendor=${KSV_VENDOR}
-    Description=${KSV_DESCRIPTION} ProgramFiles=${program_files} Win64=${win64} ModuleGuid=${module_guid}
+    Description=${KSV_DESCRIPTION} HelpLink=${KSV_HELP_LINK} ProgramFiles=${program_files} Win64=${win64} ModuleGuid=${module_guid}
     ReadmeGuid=${readme_guid})
 if(DOCTOR)
   list(APPEND definitions DoctorGuid=${doctor_guid} Doctor=yes)
@@ -103,5 +116,12 @@ execute_process(
     "DELETE FROM MsiFileHash WHERE File_ = 'module'"
     -s "${name} ${VERSION}" "${KSV_VENDOR}" "${platform};1033" "{${package_code}}"
   WORKING_DIRECTORY "${stage}" COMMAND_ERROR_IS_FATAL ANY)
+if(DEFINED ENV{SOURCE_DATE_EPOCH})
+  execute_process(COMMAND "${CMAKE_CURRENT_LIST_DIR}/set-package-time" "${stage}/package.msi" "$ENV{SOURCE_DATE_EPOCH}"
+                  COMMAND_ERROR_IS_FATAL ANY)
+endif()
+if(SIGN)
+  execute_process(COMMAND ${SIGN} "${stage}/package.msi" COMMAND_ERROR_IS_FATAL ANY)
+endif()
 file(RENAME "${stage}/package.msi" "${OUTPUT}")
 file(REMOVE_RECURSE "${stage}")

@@ -16,7 +16,7 @@ add_custom_command(
   OUTPUT "${package}"
   COMMAND "${CMAKE_COMMAND}" "-DMODULE=$<TARGET_FILE:npNorvoWebAPIKSV>" -DARCH=${arch} "-DOUTPUT=${package}"
           "-DSTRIP=${CMAKE_STRIP}" ${doctor_definition} -P "${CMAKE_CURRENT_LIST_DIR}/make_package.cmake"
-  DEPENDS npNorvoWebAPIKSV ${doctor} ksv.wxs readme.txt make_package.cmake
+  DEPENDS npNorvoWebAPIKSV ${doctor} ksv.wxs ksv.ico readme.txt make_package.cmake set-package-time
           "${CMAKE_SOURCE_DIR}/cmake/ProductTexts.cmake" "${CMAKE_SOURCE_DIR}/src/base/product_texts.h"
   VERBATIM)
 add_custom_target(installer DEPENDS "${package}")

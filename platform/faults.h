@@ -10,8 +10,8 @@
 
 namespace platform {
 
-/// Whether `FailCall`, `Wow64Answer` and `InstallerProperty` work on this system. Where the calls are the system's own
-/// they don't: a test that needs one skips itself, and the constructors throw `std::logic_error`.
+/// Whether `FailCall`, `FullDisk`, `Wow64Answer` and `InstallerProperty` work on this system. Where the calls are the
+/// system's own they don't: a test that needs one skips itself, and the constructors throw `std::logic_error`.
 extern const bool kHasLayerSettings;
 
 /// Makes the `nth` following call of a function fail with `error`, on whatever thread it comes. The two forms of a
@@ -29,6 +29,15 @@ class FailCall {
 
  private:
   [[maybe_unused]] int plan;  // Not used on Windows.
+};
+
+/// No file of this process grows until it is destroyed, as on a full disk.
+class FullDisk {
+ public:
+  FullDisk();
+  ~FullDisk();  // NOLINT(performance-trivially-destructible): trivial on Windows only
+  FullDisk(const FullDisk&) = delete;
+  FullDisk& operator=(const FullDisk&) = delete;
 };
 
 /// Sets the result of `IsWow64Process` until it is destroyed.

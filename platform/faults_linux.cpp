@@ -1,6 +1,8 @@
 #include <malloc.h>
+#include <sys/resource.h>
 
 #include <atomic>
+#include <csignal>
 #include <map>
 #include <mutex>
 
@@ -79,6 +81,14 @@ class Faults final : public FaultSource {
   std::map<std::string, std::string> properties;
 };
 
+// A write that would make a file longer fails; the limit above, which can't be raised again, is left alone.
+void LimitFileSize(bool toNothing) {
+  rlimit limit{};
+  getrlimit(RLIMIT_FSIZE, &limit);
+  limit.rlim_cur = toNothing ? 0 : limit.rlim_max;
+  setrlimit(RLIMIT_FSIZE, &limit);
+}
+
 Faults& InstalledFaults() {
   static Faults& faults = []() -> Faults& {
     static NeverDestroyed<Faults> made;
@@ -101,6 +111,14 @@ FailCall::~FailCall() {
 }
 bool FailCall::fired() const {
   return InstalledFaults().Fired(plan);
+}
+
+FullDisk::FullDisk() {
+  std::signal(SIGXFSZ, SIG_IGN);  // Else the first failing write ends the process.
+  LimitFileSize(true);
+}
+FullDisk::~FullDisk() {
+  LimitFileSize(false);
 }
 
 Wow64Answer::Wow64Answer(bool answer) {

@@ -23,6 +23,11 @@ bool FailCall::fired() const {
   Refuse();
 }
 
+FullDisk::FullDisk() {
+  Refuse();
+}
+FullDisk::~FullDisk() = default;
+
 Wow64Answer::Wow64Answer(bool) {
   Refuse();
 }

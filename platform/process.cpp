@@ -10,6 +10,7 @@
 
 #include "platform/desktop.h"
 #include "platform/internal.h"
+#include "platform/registry_store.h"
 
 using platform::Fail;
 using platform::InjectedError;
@@ -88,10 +89,15 @@ BOOL IsWow64Process(HANDLE process, BOOL* answer) {
 void OutputDebugStringA(LPCSTR text) {
   if (!text) return;
   CallListeners(text);
-  const char* sink = std::getenv("KSV_DEBUG_OUTPUT");
-  if (!sink || *sink == '\0') return;
-  if (std::strcmp(sink, "stderr") == 0) return WriteDebugText(STDERR_FILENO, text);
-  const int file = open(sink, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0600);
+  std::string sink;
+  try {
+    sink = platform::RegistryStore::DebugOutput();
+  } catch (...) {
+    return;  // No memory: the text is dropped.
+  }
+  if (sink.empty()) return;
+  if (sink == "stderr") return WriteDebugText(STDERR_FILENO, text);
+  const int file = open(sink.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0600);
   if (file < 0) return;
   WriteDebugText(file, text);
   close(file);

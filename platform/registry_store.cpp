@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <stdexcept>
 
 #include "platform/internal.h"
 
@@ -132,14 +133,29 @@ RegistryStore::RegistryStore() {
   std::error_code error;
   const fs::file_status status = fs::status(place, error);
   if (place.empty() || status.type() == fs::file_type::not_found) return;
-  isMalformed = true;
-  if (!fs::is_regular_file(status) || fs::file_size(place, error) > kLargestFile || error) return;
-  std::ifstream file(place, std::ios::binary);
-  const std::string text{std::istreambuf_iterator<char>(file), {}};
-  Json parsed = Json::parse(text, nullptr, /*allow_exceptions=*/false);
-  if (!parsed.is_object() || IsDeeperThan(kDeepest, parsed)) return;
-  root = std::move(parsed);
-  isMalformed = false;
+  try {
+    if (error) throw std::runtime_error(error.message());
+    if (!fs::is_regular_file(status)) throw std::runtime_error("it is no plain file");
+    if (fs::file_size(place) > kLargestFile) throw std::runtime_error("it is larger than a megabyte");
+    std::ifstream file(place, std::ios::binary);
+    if (!file) throw std::runtime_error("it can't be opened for reading");
+    const std::string text{std::istreambuf_iterator<char>(file), {}};
+    Json parsed = Json::parse(text);
+    if (!parsed.is_object()) throw std::runtime_error("it holds no JSON object");
+    if (IsDeeperThan(kDeepest, parsed)) throw std::runtime_error("it is deeper than 64 levels");
+    root = std::move(parsed);
+  } catch (const Json::parse_error& broken) {
+    // The library's text begins with an identifier and "parse error at".
+    const std::string_view text = broken.what();
+    const size_t line = text.find("line ");
+    problem = line == text.npos ? text : text.substr(line);
+  } catch (const std::runtime_error& refused) {
+    problem = refused.what();
+  }
+}
+
+std::string RegistryStore::Path() {
+  return StorePath().string();
 }
 
 Json* RegistryStore::FindKey(const KeyPath& path) {
@@ -225,7 +241,7 @@ Json RegistryStore::Encode(std::string_view name, const RegistryValue& value) {
 }
 
 LSTATUS RegistryStore::Save() const {
-  if (isMalformed) return ERROR_BADDB;
+  if (!problem.empty()) return ERROR_BADDB;
   const fs::path place = StorePath();
   if (place.empty()) return ERROR_PATH_NOT_FOUND;
   std::error_code error;
@@ -240,6 +256,30 @@ LSTATUS RegistryStore::Save() const {
   if (file && !error) return ERROR_SUCCESS;
   fs::remove(draft, error);
   return ERROR_REGISTRY_IO_FAILED;
+}
+
+std::string RegistryStore::DebugOutput() {
+  if (const char* place = std::getenv("KSV_DEBUG_OUTPUT"); place && *place) return place;
+  // Asked for each line of the log: the file is read again only when it has changed.
+  struct Known {
+    std::mutex mutex;
+    fs::path file;
+    fs::file_time_type changed;
+    std::string place;
+  };
+  static NeverDestroyed<Known> known;
+  const fs::path file = StorePath();
+  std::error_code missing;
+  const fs::file_time_type changed = fs::last_write_time(file, missing);
+  const std::lock_guard lock(known->mutex);
+  if (known->file != file || known->changed != changed) {
+    const RegistryStore store;
+    const auto place = store.root.find("DebugOutput");
+    known->place = place != store.root.end() && place->is_string() ? place->get<std::string>() : "";
+    known->file = file;
+    known->changed = changed;
+  }
+  return known->place;
 }
 
 }  // namespace platform

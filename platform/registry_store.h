@@ -16,6 +16,8 @@
 /// {"type": "REG_BINARY", "hex": "00ff"} with the bytes, for every type. A type without a name is given by its number.
 /// A key can't contain a key and a value of the same name.
 ///
+/// The member "DebugOutput" of the whole says where `OutputDebugStringA` writes: the path of a file, or "stderr".
+///
 /// A file that breaks these rules, is larger than a megabyte, or is deeper than 64 levels is read as if it were empty
 /// and never overwritten.
 #pragma once
@@ -45,6 +47,15 @@ class RegistryStore {
 
   /// Reads the file.
   RegistryStore();
+  /// Why the file was read as if it were empty, for a person: for broken JSON the line and the column. Empty when the
+  /// file was understood or isn't there.
+  [[nodiscard]] const std::string& Problem() const { return problem; }
+
+  /// Where the file is; empty when the environment names no place for it.
+  static std::string Path();
+  /// Where the debug output goes: what KSV_DEBUG_OUTPUT says, else the file's "DebugOutput". Empty: nowhere. Any
+  /// thread.
+  static std::string DebugOutput();
 
   /// Null if there is no such key. Hives always exist.
   Json* FindKey(const KeyPath& path);
@@ -68,7 +79,7 @@ class RegistryStore {
 
  private:
   Json root = Json::object();
-  bool isMalformed = false;
+  std::string problem;
 };
 
 }  // namespace platform

@@ -295,8 +295,8 @@ DWORD GetCurrentProcessId();
 HANDLE GetCurrentProcess();
 /// Answers FALSE unless a test wants otherwise. Callers find it through `GetProcAddress`.
 BOOL IsWow64Process(HANDLE process, BOOL* answer);
-/// Appends to the file that the environment variable KSV_DEBUG_OUTPUT names, or writes to standard error if that is
-/// "stderr". Without the variable the text is dropped.
+/// Appends to the file that the environment variable KSV_DEBUG_OUTPUT names, or else "DebugOutput" in the registry's
+/// file; writes to standard error if that is "stderr". Without either the text is dropped.
 void OutputDebugStringA(LPCSTR text);
 
 // --- Mutexes ----------------------------------------------------------------------------------------------------

@@ -40,6 +40,17 @@ as_root() {
 # True when the machine itself executes 32-bit code: some kernels are built without it, and Wine crashes in an emulator.
 runs_32bit_code() { arch-test -n i386 >/dev/null; }
 
+# How long ago a value of SECONDS was, as minutes and seconds.
+since() { printf '%d:%02d' $(((SECONDS - $1) / 60)) $(((SECONDS - $1) % 60)); }
+
+# Ends a process and all that it started.
+end_tree() {
+  local child children=()
+  if [[ -e "/proc/$1/task/$1/children" ]]; then read -r -a children <"/proc/$1/task/$1/children" || true; fi
+  for child in "${children[@]}"; do end_tree "$child"; done
+  kill "$1" 2>/dev/null || true
+}
+
 # The project's own files, one a line, as paths below the root.
 our_files() { (cd "$root" && find . \( -path ./.git -o -path ./build \) -prune -o -type f -printf '%P\n' | LC_ALL=C sort); }
 

@@ -45,7 +45,7 @@ TEST_F(AgentTokensTest, WritesTheTokenAndItsCopyOrTellsWhyNot) {
   // What is written lies below KSV_tokens; "own/" stands for the page's folder.
   const std::tuple<Value, Value, Value, int32_t, std::vector<std::string>> rows[] = {
       {"a", true, "", 0, {"own/a"}},
-      {"b", true, "https://other.example/login", 0, {"own/b", "https_other.example/b"}},
+      {"b", true, "https://other-one.example/login", 0, {"own/b", "https_other-one.example/b"}},
       {"c", true, longest, 0, {"own/c", longest + "/c"}},
       {"e", true, ".", 0, {"own/e", "e"}},
       {"f", false, 5, 0, {"f"}},

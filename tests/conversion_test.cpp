@@ -24,11 +24,7 @@ class ConversionTest : public testing::Test {
 };
 
 TEST_F(ConversionTest, PlainValuesCrossBothWays) {
-  const struct {
-    Value in;
-    Type type;
-    Value out;
-  } cases[] = {
+  const std::tuple<Value, Type, Value> cases[] = {
       {{}, Type::Null, nullptr},
       {nullptr, Type::Null, nullptr},
       {true, Type::Bool, true},

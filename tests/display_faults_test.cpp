@@ -39,16 +39,6 @@ TEST_F(DisplayFaultsTest, PageThatEndsInsideALibraryCallLeavesNoImage) {
   }
 }
 
-TEST_F(DisplayFaultsTest, WhatThePageDidInsideACallStands) {
-  display.On("WYSInit", [&](DisplayCall& outer) {
-    display.On("WYSInit", [](DisplayCall& inner) { *inner.value = 9; });
-    page.Call("wysInit", {0, ""});
-    outer.status = 5;
-  });
-  EXPECT_EQ(page.Call("wysInit", {0, ""}).Show(), "pluginRetCode=0 fnRetCode=5");
-  EXPECT_EQ(State().displayContext, 9u);
-}
-
 TEST_F(DisplayFaultsTest, PageIsFoundOnItsOwnThreadAlone) {
   using NorvoWebAPI::KSV::FindScriptableByWindow;
   ASSERT_NE(FindScriptableByWindow(window.handle()), nullptr);

@@ -15,9 +15,10 @@ namespace {
 constexpr UINT kDisplayEvent = 1066;
 constexpr UINT kHarmless = WM_USER + 5;
 
-// A hook of somebody else's, which passes on a code that is no action.
-LRESULT CALLBACK PassNoAction(int /*code*/, WPARAM wParam, LPARAM lParam) {
-  return CallNextHookEx(nullptr, -1, wParam, lParam);
+// A hook of somebody else's, which passes on a code that is no action, or an action without what it is about.
+template <int passed>
+LRESULT CALLBACK Careless(int /*code*/, WPARAM wParam, LPARAM lParam) {
+  return CallNextHookEx(nullptr, passed, wParam, passed == HC_ACTION ? 0 : lParam);
 }
 
 }  // namespace
@@ -62,23 +63,17 @@ class DisplayHooksTest : public DisplayTest {
 
 TEST_F(DisplayHooksTest, OnlyPairsOnTheImageReachThePage) {
   SetClickCallbacks(page);
-  ShowImage(page);  // Of 100 by 50.
-  const std::tuple<const char*, std::function<void()>, Calls, uint32_t> steps[] = {
-      {"a press", [&] { Press(window, 12, 34); }, {"XCode=12 YCode=34 down"}, 1},
-      {"its release", [&] { Release(window, 56, 7); }, {"XCode=56 YCode=7 up"}, 0},
-      {"a release without a press", [&] { Release(window, 1, 1); }, {}, 0},
-      {"a press to the right", [&] { Press(window, 100, 1); }, {}, 1},
-      {"its release", [&] { Release(window, 1, 1); }, {}, 0},
-      {"a press below", [&] { Press(window, 1, 50); }, {}, 1},
-      {"its release", [&] { Release(window, 1, 50); }, {}, 0},
-      {"a press on the last pixel", [&] { Press(window, 99, 49); }, {"XCode=99 YCode=49 down"}, 1},
-      {"a release beside the image", [&] { Release(window, 120, 1); }, {}, 0},
-      {"a second press", [&] { Press(window, 2, 2); }, {}, 1},
-      {"the release of the first", [&] { Release(window, 3, 3); }, {"XCode=3 YCode=3 up"}, 0}};
-  for (const auto& [what, then, expected, held] : steps) {
-    then();
-    EXPECT_EQ(TakeHeard(), expected) << what;
-    EXPECT_EQ(State().buttonHeld, held) << what;
+  ShowImage(page);                                  // Of 100 by 50.
+  const std::tuple<bool, int, int, bool> steps[] = {// A press or a release, where, and whether it is told.
+                                                    {true, 12, 34, true},  {false, 56, 7, true}, {false, 1, 1, false},
+                                                    {true, 100, 1, false}, {false, 1, 1, false}, {true, 1, 50, false},
+                                                    {false, 1, 50, false}, {true, 99, 49, true}, {false, 120, 1, false},
+                                                    {true, 2, 2, false},   {false, 3, 3, true}};
+  for (const auto& [isPress, x, y, isTold] : steps) {
+    (isPress ? Press : Release)(window, x, y);
+    const std::string told = "XCode=" + std::to_string(x) + " YCode=" + std::to_string(y) + (isPress ? " down" : " up");
+    EXPECT_EQ(TakeHeard(), isTold ? Calls{told} : Calls{}) << told;
+    EXPECT_EQ(State().buttonHeld, isPress) << told;
   }
   EXPECT_EQ(page.Call("wysGetButtonUpCount").Show(), "pluginRetCode=0 ButtonUpCount=2");
   ShowImage(page, {{3, "{0,0}"}});
@@ -138,26 +133,25 @@ TEST_F(DisplayHooksTest, EveryMessageOfTheWindowIsAPulse) {
 }
 
 TEST_F(DisplayHooksTest, WhatIsNoActionIsLeftUnread) {
-  ShowImage(page);
-  SetClickCallbacks(page);
-  std::vector<HHOOK> hooks;
-  for (const int type : {WH_GETMESSAGE, WH_CALLWNDPROC, WH_MOUSE}) {
-    hooks.push_back(SetWindowsHookExA(type, PassNoAction, nullptr, GetCurrentThreadId()));
+  AgentStub agent(environment);
+  AgentEventCallback tellOfEvent = nullptr;
+  agent.On("ZUB_RegisterEventCb", [&](AgentCall& call) { tellOfEvent = call.appletCallback; });
+  const Page both(host, "https://page.example/", window.handle());
+  ShowImage(both);
+  SetClickCallbacks(both);
+  both.Call("zubRegisterEventCallback", {"app", Callback()});
+  for (const HOOKPROC careless : {Careless<-1>, Careless<HC_ACTION>}) {
+    std::vector<HHOOK> hooks;
+    for (const int type : {WH_GETMESSAGE, WH_CALLWNDPROC, WH_MOUSE}) {
+      hooks.push_back(SetWindowsHookExA(type, careless, nullptr, GetCurrentThreadId()));
+    }
+    tellOfEvent("app", 1, "x", 1);
+    EXPECT_EQ(RepaintsOf([&] { Press(window, 5, 6), Release(window, 5, 6); }), 0U);
+    EXPECT_EQ(RepaintsOfOnePosted(window), 0U);
+    for (const HHOOK hook : hooks) EXPECT_TRUE(UnhookWindowsHookEx(hook));
   }
-  EXPECT_EQ(RepaintsOf([&] { Press(window, 5, 6), Release(window, 5, 6); }), 0U);
-  EXPECT_EQ(RepaintsOfOnePosted(window), 0U);
-  for (const HHOOK hook : hooks) EXPECT_TRUE(UnhookWindowsHookEx(hook));
   EXPECT_EQ(TakeHeard().size(), 0U);
   EXPECT_GT(RepaintsOfOnePosted(window), 0U) << "as soon as the other hooks are gone";
-}
-
-TEST_F(DisplayHooksTest, SessionStaysOpenDuringARepaint) {
-  ShowImage(page);
-  std::string answer;
-  display.On("WYSRepaintImage", [&](DisplayCall&) { answer = page.Call("wysCloseSession").Show(); });
-  EXPECT_EQ(RepaintsOfOnePosted(window), 1u);
-  EXPECT_EQ(answer, "pluginRetCode=13");
-  EXPECT_EQ(page.Call("wysCloseSession").Show(), kWentWell);
 }
 
 TEST_F(DisplayHooksTest, LibraryEventsReachThePageOnItsThread) {
@@ -237,13 +231,4 @@ TEST_F(DisplayHooksTest, PageMayEndInsideAnyOfItsFunctions) {
   ShowImage(ending);
   display.On("WYSRepaintImage", [&](DisplayCall&) { ending.End(); });
   EXPECT_EQ(RepaintsOfOnePosted(window), 1u);
-}
-
-TEST_F(DisplayHooksTest, WindowMayGoWhileItsImageStands) {
-  auto going = std::make_unique<TestWindow>(POINT{400, 90});
-  Page on(host, "https://page.example/", going->handle());
-  ShowImage(on);
-  going->Destroy();
-  PumpMessages();
-  for (const char* method : {"wysRepaintImage", "wysCloseSession"}) EXPECT_EQ(on.Call(method).Show(), kWentWell);
 }

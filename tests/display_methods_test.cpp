@@ -28,20 +28,16 @@ Answer Fills(const std::string& bytes, uint32_t length, int32_t status = 0) {
 class DisplayMethodsTest : public DisplayTest {};
 
 TEST_F(DisplayMethodsTest, PointsAreReadAsFarAsTheyGo) {
-  const std::tuple<const char*, std::optional<std::pair<int, int>>> cases[] = {{"{120,45}", {{120, 45}}},
-                                                                               {"{ 7 , 8 }", {{7, 8}}},
-                                                                               {"{a,b}", {{0, 0}}},
-                                                                               {"{-1,2}", {{65535, 2}}},
-                                                                               {"{70000,1}", {{4464, 1}}},
-                                                                               {",{5}", {{5, 0}}},
-                                                                               {"{1,2,3}", {}},
-                                                                               {"}1,{", {}},
-                                                                               {"", {}},
-                                                                               {nullptr, {}}};
-  for (const auto& [text, expected] : cases) {
+  const auto read = [](const char* text) {
     WysPoint point{11, 12};
-    EXPECT_EQ(ParsePoint(text, &point), expected.has_value()) << text;
-    EXPECT_EQ(std::make_pair(int{point.x}, int{point.y}), expected.value_or(std::make_pair(11, 12))) << text;
+    const bool isPoint = ParsePoint(text, &point);
+    return std::tuple(isPoint, int{point.x}, int{point.y});
+  };
+  const std::tuple<const char*, int, int> points[] = {{"{120,45}", 120, 45}, {"{ 7 , 8 }", 7, 8},    {"{a,b}", 0, 0},
+                                                      {"{-1,2}", 65535, 2},  {"{70000,1}", 4464, 1}, {",{5}", 5, 0}};
+  for (const auto& [text, x, y] : points) EXPECT_EQ(read(text), std::tuple(true, x, y)) << text;
+  for (const char* text : {"{1,2,3}", "}1,{", "{1}", "1,2}", "", static_cast<const char*>(nullptr)}) {
+    EXPECT_EQ(read(text), std::tuple(false, 11, 12)) << text;
   }
 }
 

@@ -70,7 +70,7 @@ TEST(DocumentationTest, MethodsAreThoseOfTheTable) {
   EXPECT_THAT(Signatures(ReadSource("docs/page-api.md"), regex(R"(\n\| `(\w+)\(([^)]*)\)`)")), ContainerEq(told));
 
   string types = ReadSource("kit/pages/ksv.d.ts");
-  types = types.substr(types.find("interface KsvPlugin"));
+  types = types.substr(types.find("interface KsvMethods"));
   types = types.substr(0, types.find("\n}"));
   // A language with types takes no two arguments of one name, has functions of several types, and knows what a method
   // that takes any value is meant for.
@@ -83,17 +83,49 @@ TEST(DocumentationTest, MethodsAreThoseOfTheTable) {
   EXPECT_THAT(Signatures(types, regex(R"(\n  (\w+)\(([^)]*)\): )")), ContainerEq(typed));
 }
 
+std::set<int> Numbers(const string& text, const regex& pattern) {
+  std::set<int> found;
+  for (const std::smatch& match : AllMatches(text, pattern)) found.insert(std::stoi(match[1]));
+  return found;
+}
+
+// The numbers that a table of the helper for pages has sentences for.
+std::set<int> Explained(const string& table) {
+  string helper = ReadSource("kit/pages/ksv.js");
+  helper = helper.substr(helper.find("var " + table + " = {"));
+  return Numbers(helper.substr(0, helper.find("};")), regex(R"re(\n    (\d+): ")re"));
+}
+
+const regex& EnumValue() {
+  static const regex pattern(R"(\n  k\w+ = (\d+),)");
+  return pattern;
+}
+
 TEST(DocumentationTest, CodesAreThoseOfTheSource) {
-  const auto codes = [](const string& path, const regex& pattern) {
-    std::set<int> found;
-    const string text = ReadSource(path);
-    for (const std::smatch& match : AllMatches(text, pattern)) found.insert(std::stoi(match[1]));
-    return found;
-  };
-  std::set<int> source = codes("src/base/result_codes.h", regex(R"(\n  k\w+ = (\d+),)"));
-  EXPECT_EQ(codes("docs/codes.md", regex(R"(\n\| (\d+) \|)")), source);
+  std::set<int> source = Numbers(ReadSource("src/base/result_codes.h"), EnumValue());
+  EXPECT_EQ(Numbers(ReadSource("docs/codes.md"), regex(R"(\n\| (\d+) \|)")), source);
   source.erase(0);
-  EXPECT_EQ(codes("kit/pages/ksv.js", regex(R"re(\n    (\d+): ")re")), source);
+  EXPECT_EQ(Explained("MEANINGS"), source);
+}
+
+// A library got a new status, or lost one: add or take away a line in STATUSES of kit/pages/ksv.js.
+TEST(DocumentationTest, HelperExplainsTheStatusesOfBothLibraries) {
+  std::set<int> statuses;
+  for (const char* header :
+       {"vendor/zub.h", "vendor/ksvwys.h", "kit/agent/agent_status.h", "kit/display/display_status.h"}) {
+    statuses.merge(Numbers(ReadSource(header), EnumValue()));
+  }
+  statuses.erase(0);
+  EXPECT_THAT(Explained("STATUSES"), ContainerEq(statuses));
+}
+
+TEST(DocumentationTest, PagesCallTheElementPluginAndAreReadAloud) {
+  for (const char* name : {"otp", "hotp", "tokens", "events", "remote", "diagnosis"}) {
+    const string page = ReadSource(string("kit/pages/") + name + ".html");
+    EXPECT_THAT(page, testing::HasSubstr("<object id=\"plugin\"")) << name;
+    EXPECT_THAT(page, testing::HasSubstr("plugin = document.getElementById(\"plugin\")")) << name;
+    EXPECT_THAT(page, testing::HasSubstr("aria-live=\"polite\"")) << name;
+  }
 }
 
 TEST(DocumentationTest, ThreatModelPointsAtTestsThatExist) {

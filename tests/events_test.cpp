@@ -1,6 +1,6 @@
 // Agent events on their way from the library's threads to the page's function.
+#include <algorithm>
 #include <atomic>
-#include <chrono>
 #include <set>
 #include <thread>
 
@@ -89,7 +89,7 @@ class EventsTest : public testing::TestWithParam<uint32_t> {
     return std::exchange(by.heard, {});
   }
   Calls Heard() { return Heard(listener); }
-  // An event on the way stays there until a hook is installed again, where a release has removed it.
+  // Where a release has removed it.
   void InstallHookAgain() {
     const Page late(host, "https://late.example/", window.handle());
     Listener deaf{host};
@@ -194,59 +194,43 @@ TEST_P(EventsTest, MessagesWithoutARecordArePassedOn) {
   UnhookWindowsHookEx(older);
 }
 
-TEST_P(EventsTest, ThatMeetADeliveryWaitForItsEndUnlessTheyAreReleased) {
-  std::thread library;
-  const auto enter = [&] {
-    std::atomic<bool> runs = false;
-    library = std::thread([&] {
-      runs = true;
-      Enter("app", "second");
-    });
-    while (!runs) std::this_thread::yield();
-  };
-  // As a library that ends a registration only when its callback has returned.
-  const auto wait = [&](AgentCall&) {
-    if (library.joinable()) library.join();
-  };
-  for (const char* entry : {"ZUB_UnregisterEventCb", "ZUB3_StopInstance"}) agent.On(entry, wait);
+TEST_P(EventsTest, ThatMeetADeliveryComeAfterItInOrderUnlessTheyAreReleased) {
   const Page third(host);
   third.Call("zubInit");
   page.Call("zubInit");
+  const auto raise = [&] { Raise("app", "2"), Raise("app", "3"); };
   const struct {
     const char* what;
     std::function<void()> inDelivery;
     size_t heard;
-    bool hasSecondInQueue = false;
+    bool areInQueue = false;
   } rows[] = {
-      {"the page unregisters", [&] { enter(), page.Call("zubUnRegisterEventCallback", {"app"}); }, 1},
-      {"the page gives an initialisation back", [&] { enter(), page.Call("zubDeInit"), page.Call("zubInit"); }, 1},
-      {"the page stops the instance",
-       [&] { enter(), page.Call("zubStopInstance", {static_cast<int32_t>(lastInstance)}); }, 1},
-      {"a library's thread enters",
+      {"the page unregisters", [&] { raise(), page.Call("zubUnRegisterEventCallback", {"app"}); }, 1},
+      {"the page gives an initialisation back", [&] { raise(), page.Call("zubDeInit"), page.Call("zubInit"); }, 1},
+      {"the page pumps messages", [&] { raise(), PumpMessages(); }, 3},
+      {"the delivering thread enters", [&] { Enter("app", "2"), Enter("app", "3"); }, 3},
+      {"the page registers another name", [&] { raise(), Register(page, "other", listener), PumpMessages(); }, 3},
+      {"too many come",
        [&] {
-         enter();
-         for (int i = 0; i < 200; ++i) std::this_thread::yield(), PumpMessages();
+         for (int i = 0; i < 10'001; ++i) Enter("app", "2");
        },
-       2},
-      {"the delivering thread enters", [&] { Enter("app", "second"); }, 2},
-      {"the page registers another name", [&] { Register(page, "other", listener); }, 1},
-      {"the page pumps messages", [] { PumpMessages(); }, 1, true},
-      {"the page's thread peeks",
+       10'001},
+      {"they were queued and the page pumps messages", [] { PumpMessages(); }, 1, true},
+      {"they were queued and the page's thread peeks",
        [] {
          MSG message;
          PeekMessageA(&message, nullptr, kAgentEvent, kAgentEvent, PM_NOREMOVE);
        },
-       2, true},
+       3, true},
   };
-  for (const auto& [what, inDelivery, heard, hasSecondInQueue] : rows) {
+  for (const auto& [what, inDelivery, heard, areInQueue] : rows) {
     Register(page, "app", listener);
-    Raise("app", "first");
-    if (hasSecondInQueue) Raise("app", "second");
+    Raise("app", "1");
+    if (areInQueue) raise();
     listener.then = inDelivery;
-    PumpMessages();
-    if (library.joinable()) library.join();
-    InstallHookAgain();
-    EXPECT_EQ(Heard().size(), heard) << what;
+    const Calls came = Heard();
+    EXPECT_EQ(came.size(), heard) << what;
+    EXPECT_TRUE(std::ranges::is_sorted(came)) << what;
     page.Call("zubUnRegisterEventCallback", {"app"});
   }
 }
@@ -281,22 +265,29 @@ TEST_P(EventsTest, OfOnePageOutlastAReleaseByAnother) {
   const struct {
     const char* what;
     std::function<void(Page&, int32_t instanceId)> release;
+    bool removesHook = false;
     bool isLastUser = false;
   } rows[] = {
-      {"unregisters", [](Page& other, int32_t) { other.Call("zubUnRegisterEventCallback", {"other"}); }},
+      {"unregisters", [](Page& other, int32_t) { other.Call("zubUnRegisterEventCallback", {"other"}); }, ByInstance()},
       {"gives its initialisation back", [](Page& other, int32_t) { other.Call("zubDeInit"); }},
-      {"stops its instance", [](Page& other, int32_t id) { other.Call("zubStopInstance", {id}); }},
+      {"stops its instance", [](Page& other, int32_t id) { other.Call("zubStopInstance", {id}); }, true},
       {"is destroyed", [](Page& other, int32_t) { other.Destroy(); }},
       {"ends", [](Page& other, int32_t) { other.End(); }},
-      {"takes the library down", [](Page& other, int32_t) { other.Call("zubDeInit"); }, true},
-      {"ends as the last user", [](Page& other, int32_t) { other.End(); }, true},
+      {"is destroyed inside a registration of its own",
+       [&](Page& other, int32_t) {
+         const std::pair before(lastInstance, context);
+         inRegistration = [&] { other.Destroy(); };
+         Register(other, "late", listener);
+         std::tie(lastInstance, context) = before;
+       }},
+      {"takes the library down", [](Page& other, int32_t) { other.Call("zubDeInit"); }, true, true},
+      {"ends as the last user", [](Page& other, int32_t) { other.End(); }, true, true},
   };
-  // Of the event and of a later one, by the state in which the library is taken down.
-  const std::pair<size_t, size_t> heardWhenTakenDown[] = {{1, 1}, {1, 0}, {0, 0}};
-  for (const auto& [what, release, isLastUser] : rows) {
+  for (const auto& [what, release, removesHook, isLastUser] : rows) {
     for (const State state : {Registers, IsInItsCallback, HasAnEventOnItsWay}) {
       const std::string row = std::string(what) + " in state " + std::to_string(state);
-      const auto [first, later] = isLastUser ? heardWhenTakenDown[state] : std::pair<size_t, size_t>{1, 1};
+      const size_t first = removesHook && state == HasAnEventOnItsWay ? 0 : 1;
+      const size_t later = isLastUser && state != Registers ? 0 : 1;
       agentInitCount = {};
       const Page third(host, "https://third.example/");
       if (!isLastUser) third.Call("zubInit");
@@ -313,17 +304,31 @@ TEST_P(EventsTest, OfOnePageOutlastAReleaseByAnother) {
       if (state == IsInItsCallback) listener.then = releases;
       Raise("app", "x");
       if (state == HasAnEventOnItsWay) releases();
-      if (state == IsInItsCallback) PumpMessages();
-      InstallHookAgain();
       EXPECT_EQ(Heard().size(), first) << row;
+      if (removesHook && state != Registers) InstallHookAgain();
       lastInstance = own;
       context = ownContext;
       Raise("app", "later");
-      InstallHookAgain();
       EXPECT_EQ(Heard().size(), later) << row;
       EXPECT_EQ(others.heard, Calls{}) << row;
     }
   }
+}
+
+TEST_P(EventsTest, OfAReusedNameOrIdOutlastTheEndOfItsFormerPage) {
+  const Page third(host);
+  Page other(host, "https://other.example/", window.handle());
+  Listener others{host};
+  Register(page, "app", listener);
+  for (const char* method : {"zubInit", "zubDeInit", "zubInit"}) other.Call(method);  // The second takes it down.
+  third.Call("zubInit");
+  started = 100;
+  Register(other, "app", others);
+  agent.TakeCalls();
+  page.Destroy();
+  EXPECT_EQ(agent.TakeCalls(), Calls{});
+  Raise("app", "x");
+  EXPECT_EQ(Heard(others).size(), 1U);
 }
 
 TEST_P(EventsTest, NamesOfAPageThatEndsAreUnregisteredOnce) {
@@ -364,8 +369,11 @@ TEST_P(EventsTest, RegistrationRefusesWhatItCannotServe) {
   if (platform::kHasLayerSettings) {
     const platform::FailCall refused("SetWindowsHookExA", ERROR_ACCESS_DENIED);
     EXPECT_EQ(Register(page, "app", listener), "pluginRetCode=22");
+    EXPECT_EQ(agent.TakeCalls(), Calls{});
+    const platform::FailCall refusedThen("SetWindowsHookExA", ERROR_ACCESS_DENIED, 2);
+    inRegistration = [&] { page.Call("zubStopInstance", {4711}); };  // Removes the hook: no instance is left.
+    EXPECT_TRUE(Register(page, "app", listener).starts_with("pluginRetCode=13")) << "and is undone";
   }
-  EXPECT_EQ(agent.TakeCalls(), Calls{});
   registrationStatus = 77;
   EXPECT_EQ(page.Call("zubRegisterEventCallback", {"app", function}).Int("fnRetCode"), 77);
   Enter("app", "x");

@@ -3,10 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <functional>
 #include <limits>
 
+#include "tests/support/outcomes.h"
+
 using NorvoWebAPI::JSObject;
+using support::ErrorOf;
 using Type = JSObject::Type;
 
 namespace {
@@ -31,15 +33,6 @@ JSObject ObjectOf(const std::vector<std::pair<const char*, int32_t>>& members) {
   return object;
 }
 
-std::string ThrownBy(const std::function<void()>& action) {
-  try {
-    action();
-  } catch (const std::exception& failure) {
-    return failure.what();
-  }
-  return "";
-}
-
 }  // namespace
 
 TEST(JSObjectTest, ConversionsByTag) {
@@ -48,6 +41,7 @@ TEST(JSObjectTest, ConversionsByTag) {
       {JSObject(kLowest), kLowest, false, kLowest},
       {JSObject(true), 1, true, 1},
       {JSObject(-2147483647.9), -2147483647, false, -2147483647.9},
+      {JSObject(2147483647.9), 2147483647, false, 2147483647.9},
       {JSObject(2147483648.0), kLowest, false, 2147483648.0},
       {JSObject("42"), 1, true, 1},
       {JSObject(""), 0, false, 0},
@@ -61,7 +55,7 @@ TEST(JSObjectTest, ConversionsByTag) {
     EXPECT_EQ(value.ToInt(), asInt) << which;
     EXPECT_EQ(value.ToBool(), asBool) << which;
     EXPECT_EQ(value.ToDouble(), asDouble) << which;
-    EXPECT_EQ(ThrownBy([&made = value] { static_cast<void>(made.AsString()); }).empty(),
+    EXPECT_EQ(ErrorOf([&made = value] { static_cast<void>(made.AsString()); }).empty(),
               value.GetType() == Type::String);
   }
   EXPECT_EQ(JSObject(std::nan("")).ToInt(), kLowest);
@@ -69,9 +63,9 @@ TEST(JSObjectTest, ConversionsByTag) {
 
 TEST(JSObjectTest, KeysAndIndicesOfArraysAndObjects) {
   JSObject text("abc");
-  EXPECT_EQ(ThrownBy([&] { text["a"]; }), "Property request on non-object");
-  EXPECT_EQ(ThrownBy([&] { text[0u]; }), "Index request on non-array");
-  EXPECT_EQ(ThrownBy([] { ObjectOf({{"a", 1}})[0u]; }), "Index request on non-array");
+  EXPECT_EQ(ErrorOf([&] { text["a"]; }), "Property request on non-object");
+  EXPECT_EQ(ErrorOf([&] { text[0u]; }), "Index request on non-array");
+  EXPECT_EQ(ErrorOf([] { ObjectOf({{"a", 1}})[0u]; }), "Index request on non-array");
   EXPECT_TRUE(!text.HasKey("a") && ObjectOf({{"a", 1}}).HasKey("a"));
   JSObject grown;
   EXPECT_EQ(grown[3u].GetType(), Type::Null);
@@ -86,7 +80,7 @@ TEST(JSObjectTest, KeysAndIndicesOfArraysAndObjects) {
   JSObject copy(array);
   EXPECT_EQ(copy["length"].ToInt(), 6);
 
-  EXPECT_EQ(ThrownBy([] { ArrayOf(0)[0xFFFFFFFFu]; }), "Index out of range");
+  EXPECT_EQ(ErrorOf([] { ArrayOf(0)[0xFFFFFFFFu]; }), "Index out of range");
 }
 
 TEST(JSObjectTest, ToArrayNeedsIntegerKeys) {
@@ -101,7 +95,7 @@ TEST(JSObjectTest, ToArrayNeedsIntegerKeys) {
       {JSObject("text"), Type::String, 0, "Cannot convert non-object to array"},
   };
   for (auto [value, type, count, thrown] : cases) {
-    EXPECT_EQ(ThrownBy([&made = value] { made.ToArray(); }), thrown);
+    EXPECT_EQ(ErrorOf([&made = value] { made.ToArray(); }), thrown);
     EXPECT_EQ(value.GetType(), type);
     EXPECT_EQ(value.ElementCount(), count);
   }
@@ -132,6 +126,6 @@ TEST(JSObjectTest, CopiesAreDeepAndShareFunctions) {
   JSObject result;
   EXPECT_TRUE(function.Call(args, result));
   EXPECT_EQ(result.ToInt(), 42);
-  EXPECT_EQ(ThrownBy([&] { tree.Call(args, result); }), "Function call request on non-function");
-  EXPECT_EQ(ThrownBy([&] { JSObject(nullptr, &args); }), "bad typeid");
+  EXPECT_EQ(ErrorOf([&] { tree.Call(args, result); }), "Function call request on non-function");
+  EXPECT_EQ(ErrorOf([&] { JSObject(nullptr, &args); }), "bad typeid");
 }

@@ -15,15 +15,6 @@ using NorvoWebAPI::Platform::IsUpdateOverdue;
 
 class PlatformInfoTest : public AgentTest {};
 
-TEST_F(PlatformInfoTest, IdentityIsWholeOrNotThere) {
-  const Result first = page.Call("getPlatformInfo");
-  const std::string shown = first.Show();
-  const bool isWhole = first.Has("manufacturer") && first.Has("model") && first.Has("serialNumber");
-  EXPECT_TRUE(isWhole ? shown.starts_with("pluginRetCode=0 fnRetCode=0") : shown == "pluginRetCode=13 fnRetCode=0");
-  EXPECT_EQ(page.Call("getPlatformInfo").Show(), shown) << "asked again";
-  EXPECT_EQ(agent.TakeCalls(true), Calls{});
-}
-
 TEST_F(PlatformInfoTest, ThePromptIsDueUntilTheFileIsThere) {
   const std::string file = "updater/update_optin_time";
   const auto shows = [this](const std::vector<Value>& arguments = {}) {

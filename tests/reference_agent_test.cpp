@@ -11,6 +11,8 @@
 #include <sstream>
 
 #include "kit/agent/agent_status.h"
+#include "kit/shared/crypto.h"
+#include "kit/shared/hex.h"
 #include "platform/faults.h"
 #include "platform/system_path.h"
 #include "tests/support/paths.h"
@@ -237,6 +239,7 @@ TEST_P(AgentTest, ShortBuffersConsumeNothing) {
   const Answer tooShort = Exchange(session, kHotp + "7", 20);
   EXPECT_EQ(tooShort.status, kBufferTooSmall);
   EXPECT_NE(Exchange(session, kHotp + "7", tooShort.length).data.find("\"digits\":6,\"counter\":7}"), Text::npos);
+  EXPECT_NE(Exchange(Start(), kTotp).data.find("\"issuer\":\"Norvo\""), Text::npos) << "the label has it";
   const Answer needed = End(session, 0);
   EXPECT_EQ(End(session, static_cast<uint16_t>(needed.length - 1)).status, kBufferTooSmall);
   const Text token = End(session, needed.length).data;
@@ -252,10 +255,11 @@ TEST_P(AgentTest, ShortBuffersConsumeNothing) {
 
 TEST_P(AgentTest, RefusesWhatIsNoAccount) {
   // A star stands for a good secret, a blank ends a row.
-  std::istringstream malformed(R"(otpauth http://totp/a?* otpauth://totp/?* otpauth://totp/a otpauth://totp/a?secret=
-      otpauth://totp/a?*0189 otpauth://totp/a?*A otpauth://totp/%zz?* otpauth://totp/%C3?* otpauth://totp/%4
-      otpauth://totp/%00?* otpauth://totp/a?*&* otpauth://totp/a?*#x otpauth://totp/a?*&digits=-6
-      otpauth://hotp/a?* otpauth://hotp/a?*&counter=18446744073709551616)");
+  std::istringstream malformed(R"(otpauth http://totp/a?* otpauth://totp/?* otpauth://totp/a
+      otpauth://totp/a?secret= otpauth://totp/a?*0189 otpauth://totp/a?*A otpauth://totp/a?*=
+      otpauth://totp/%x4%8F%80%80?* otpauth://totp/%C3?* otpauth://totp/%4 otpauth://totp/%00?*
+      otpauth://totp/a?*&* otpauth://totp/a?*#x otpauth://totp/a?*&digits=-6 otpauth://hotp/a?*
+      otpauth://hotp/a?*&counter=18446744073709551616)");
   std::istringstream unsupported(R"(otpauth://yaotp/a?* otpauth://totp/a?secret=GEZDGNBV otpauth://totp/a?*&digits=5
       otpauth://totp/a?*&digits=9 otpauth://totp/a?*&digits=262 otpauth://totp/a?*&period=0
       otpauth://totp/a?*&period=4294967296 otpauth://totp/a?*&algorithm=MD5)");
@@ -271,6 +275,7 @@ TEST_P(AgentTest, RefusesWhatIsNoAccount) {
 TEST_P(AgentTest, SessionsAreBoundedAndTheirOwners) {
   const int32_t session = Start();
   EXPECT_EQ(End(session).status, kEmptyInput);
+  EXPECT_EQ(Send(session, ""), kEmptyInput);
   EXPECT_EQ(Send(session, "x", 1), kUnknownDataType);
   EXPECT_EQ(Send(session ^ 1, "x"), kUnknownSession);
   EXPECT_EQ(Send(session, Text(4097, 'x')), kInputTooLong);
@@ -278,6 +283,8 @@ TEST_P(AgentTest, SessionsAreBoundedAndTheirOwners) {
   EXPECT_EQ(Send(full, Text(4096, 'x')), kOk);
   EXPECT_EQ(Send(full, "x"), kInputTooLong);
   EXPECT_EQ(Call(EITHER(SendData), session, 0, -1, Data("x")), kInvalidArgument);
+  EXPECT_EQ(Call(EITHER(SendData), session, 0, 1, nullptr), kInvalidArgument);
+  EXPECT_EQ(Call(EITHER(StartProvisioning), nullptr), kInvalidArgument);
   EXPECT_EQ(Exchange(session, "").data, "{\"received\":0,\"complete\":false,\"status\":110}");
   for (int i = 2; i < 64; ++i) Start();
   uint32_t handle = 0;
@@ -292,6 +299,7 @@ TEST_P(AgentTest, SessionsAreBoundedAndTheirOwners) {
   // What belongs to the other generation is there, and says so.
   const int32_t other = IsThird() ? ENTRY(ZUB_StartProvisioning)(kOath, &handle) : ENTRY(ZUB3_StopInstance)(1);
   EXPECT_EQ(static_cast<Status>(other), kWrongGeneration);
+  EXPECT_TRUE(ENTRY(ZUB_GetVersion)(&handle) == 0 && (handle & 0xFF) == (IsThird() ? 3u : 2u));
   EXPECT_EQ(ENTRY(ZUB_DeInit)(), 0);
   EXPECT_EQ(Call(EITHER(StartProvisioning), &handle), kNotInitialised);
   EXPECT_EQ(ENTRY(ZUB_Init)(), 0);
@@ -305,10 +313,23 @@ TEST_P(AgentTest, AppletsComeAndGoByWholePackages) {
     EXPECT_EQ(Install(kTimeOnly, altered), kBadAppletPackage) << i;
     EXPECT_EQ(Install(kTimeOnly, kPackage.substr(0, i)), kBadAppletPackage) << i;
   }
+  // With its own true digest each: what is refused is what the package says.
+  for (const char* lines : {"title: T|version: 2..1|kinds: totp|", "title: T|version: 123456|kinds: totp|",
+                            "title: T|version: 2|kinds: totp totp|", "title: T|version: 2|kinds: motp|",
+                            "title: T|version: 2|kinds: totp|more: x|"}) {
+    Text package = Text("KSV-APPLET 1|id: com.norvo.time|") + lines;
+    std::ranges::replace(package, '|', '\n');
+    package += "sha256: " + KsvKit::Hex(KsvKit::AsText(KsvKit::Crypto::Sha256(KsvKit::AsBytes(package)))) + "\n";
+    EXPECT_EQ(Install(kTimeOnly, package), kBadAppletPackage) << package;
+  }
   EXPECT_EQ(Install(kOath, kPackage), kBadAppletPackage);
+  EXPECT_EQ(Status(ENTRY(ZUB_Uninstall)(kTimeOnly)), kAppletNotInstalled);
   uint32_t id = 0;
   EXPECT_EQ(Register(kTimeOnly, &id), kUnknownApplet);
+  EXPECT_EQ(Register("", &id), kInvalidArgument);
   EXPECT_EQ(Install(kTimeOnly, kPackage), kOk);
+  const auto list = [this](auto... out) { return Status(ENTRY(ZUB_GetCapabilities)(nullptr, 1, out...)); };
+  EXPECT_EQ(Receive(500, list).data, Text("{\"applets\":[\"") + kOath + "\",\"" + kTimeOnly + "\"]}");
   const Text token = Provision(kTotp).data;
   EXPECT_EQ(Register(kTimeOnly, &id), kOk);
   const auto use = [&](const char* applet) {

@@ -97,6 +97,12 @@ TEST_F(RegistrationTest, UnregisteringRemovesTheWholeKeyAndNoOther) {
   EXPECT_EQ(Show(kOwnKey), "none");
   EXPECT_EQ(UnregisterNPAPIPlugin(77) + UnregisterNPAPIPluginNoParam(), 0u) << "with nothing left";
   EXPECT_EQ(Show(kOther), theirs);
+  {
+    const support::NthFailure noMemory(support::Source::Allocation, 1, {});
+    const support::InPlugin unregisters(true);
+    EXPECT_EQ(UnregisterNPAPIPluginNoParam(), 0u) << "whatever fails, an uninstallation goes on";
+  }
+  EXPECT_EQ(BuildPluginKeyName("x", ""), "Software\\MozillaPlugins\\@norvo.com/Norvo WebAPI x");
 }
 
 TEST_F(RegistrationTest, EachFailingCallStopsTheWorkAndGivesItsError) {
@@ -136,17 +142,4 @@ TEST_F(RegistrationTest, RegisteringReadsTheFolderFromTheInstaller) {
     EXPECT_EQ(RegisterNPAPIPlugin(1), 1u) << nth << ' ' << error;
   }
   EXPECT_EQ(Show(kOwnKey), "none");
-}
-
-TEST_F(RegistrationTest, DeleteKeyTreeDeletesManyAndDeepKeys) {
-  const RegistryKey tree = MakeKey(kScratch);
-  for (int i = 0; i < 60; ++i) {
-    std::string name = std::to_string(i) + "-";
-    if (i % 10 == 0) name.resize(255, 'n');
-    MakeKey(name, tree.Get());
-  }
-  std::string deep = kScratch;
-  for (int i = 0; i < 30; ++i) MakeKey(deep += "\\level");
-  EXPECT_EQ(DeleteKeyTree(HKEY_LOCAL_MACHINE, kScratch.c_str()), ERROR_SUCCESS);
-  EXPECT_EQ(DeleteKeyTree(HKEY_LOCAL_MACHINE, kScratch.c_str()), ERROR_FILE_NOT_FOUND);
 }

@@ -128,12 +128,8 @@ TEST_P(URLNetworkingTest, ABodyMayHave2000000Bytes) {
 
 TEST_P(URLNetworkingTest, TheListenerHearsHowTheStreamEnded) {
   const auto file = [](auto forFile, auto forMemory) { return GetParam() ? forFile : forMemory; };
-  const struct {
-    const char* told;
-    std::vector<std::tuple<int32_t, const char*, int32_t>> pieces;  // The offset, the bytes, the answer.
-    NPReason reason;
-    std::string heard;
-  } cases[] = {
+  using Pieces = std::vector<std::tuple<int32_t, const char*, int32_t>>;  // The offset, the bytes, the answer.
+  const std::tuple<const char*, Pieces, NPReason, std::string> cases[] = {
       {"more than announced", {{0, "abc", 3}, {3, "", 0}, {3, "def", 3}}, NPRES_DONE, "ok 'abcdef'"},
       // Ignored for a file.
       {"wrong offsets",
@@ -142,15 +138,21 @@ TEST_P(URLNetworkingTest, TheListenerHearsHowTheStreamEnded) {
        file("ok 'abccc'", "ok 'ab'")},
       {"ended by the user", {{0, "ab", 2}}, NPRES_USER_BREAK, file("failed 'gone'", "failed 'ab'")},
       {"no byte", {}, NPRES_NETWORK_ERR, file("failed 'gone'", "failed ''")},
+      {"a full disk", {{0, "ab", 2}}, NPRES_DONE, file("failed 'gone'", "ok 'ab'")},
   };
   for (const auto& [told, pieces, reason, heard] : cases) {
     SCOPED_TRACE(told);
+    const bool isFull = told == std::string("a full disk");
+    if (isFull && !platform::kHasLayerSettings) continue;
     const Fetch fetch = Start();
     Stream stream(fetch, 3);
     ASSERT_EQ(stream.Open(), NPERR_NO_ERROR);
     const auto before = Files();
     for (const auto& [offset, bytes, answer] : pieces) EXPECT_EQ(stream.Write(offset, bytes), answer);
-    EXPECT_EQ(stream.End(reason), NPERR_NO_ERROR);
+    {
+      const auto full = isFull ? std::make_unique<platform::FullDisk>() : nullptr;
+      EXPECT_EQ(stream.End(reason), NPERR_NO_ERROR);
+    }
     Notify(fetch, reason);
     EXPECT_EQ(listener.Take(), Says(heard)) << "once, though the host notifies too";
     EXPECT_EQ(Files(), before - (GetParam() && heard.starts_with("failed")));
@@ -167,7 +169,12 @@ TEST_P(URLNetworkingTest, AFetchWithoutAStreamEndsByItsNotification) {
     last = fetch.notifyData;
     Notify(fetch, reason);
     EXPECT_EQ(listener.Take(), heard) << reason;
-    EXPECT_EQ(Stream(fetch).Open(), NPERR_GENERIC_ERROR) << "it is over";
+    Stream none(fetch);
+    EXPECT_EQ(none.Open(), NPERR_GENERIC_ERROR) << "it is over";
+    EXPECT_EQ(none.Ready(), 0);
+    EXPECT_EQ(none.Write(0, "a"), -1);
+    EXPECT_EQ(none.End(NPRES_DONE), NPERR_NO_ERROR);
+    EXPECT_EQ(listener.Take(), "");
   }
   host.Fail(Fault::GetURLNotify);
   EXPECT_FALSE(Ask("u"));
@@ -184,21 +191,16 @@ TEST_P(URLNetworkingTest, AFetchWithoutAStreamEndsByItsNotification) {
   EXPECT_EQ(listener.Take(), failed);
 }
 
-TEST_P(URLNetworkingTest, AStreamThatNoFetchStartedIsRefused) {
-  const Fetch none{page.Instance(), "u", nullptr};
-  Stream stream(none);
-  EXPECT_EQ(stream.Open(), NPERR_GENERIC_ERROR);
-  EXPECT_EQ(stream.Ready(), 0);
-  EXPECT_EQ(stream.Write(0, "a"), -1);
-  EXPECT_EQ(stream.End(NPRES_DONE), NPERR_NO_ERROR);
-  Notify(none, NPRES_NETWORK_ERR);
-  EXPECT_EQ(listener.Take(), "");
-}
-
 TEST_P(URLNetworkingTest, AnInstanceEndsWithFetchesUnderWay) {
   const Fetch waiting = Start(), open = Start();
   Stream stream(open);
   ASSERT_EQ(stream.Open(), NPERR_NO_ERROR);
+  if (!GetParam()) {
+    const NthFailure noMemory(Source::Allocation, 1, {});
+    const InPlugin writing(true);
+    EXPECT_EQ(stream.Write(0, "ab"), 2) << "dropped, but no error of the stream";
+    EXPECT_TRUE(noMemory.Came());
+  }
   stream.Write(0, "ab");
   page.End();
   // The host's calls for an instance that is gone; its record is poisoned.

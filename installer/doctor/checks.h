@@ -3,22 +3,30 @@
 
 #include <optional>
 
+#include "installer/doctor/probe.h"
 #include "installer/doctor/report.h"
 #include "storage/settings.h"
 
 namespace NorvoWebAPI::KSV::Doctor {
 
-/// The settings key, its two values, and the folder that they lead to. Gives the folder if it is there.
+/// Runs all checks, from the settings to the module that browsers find. Loads the libraries and the module as the
+/// plug-in and the browser do, but in processes of their own, calls nothing in them, and changes nothing.
+void Examine(Report& report, const Prober& prober);
+
+/// The settings, their values, and the folder that they lead to. Gives the folder if it is there.
 std::optional<LibraryPath> ExamineSettings(Report& report);
 /// The libraries in the folder, and their entry points.
-void ExamineAgent(Report& report, const std::optional<LibraryPath>& folder);
-void ExamineDisplay(Report& report, const std::optional<LibraryPath>& folder);
+void ExamineAgent(Report& report, const Prober& prober, const std::optional<LibraryPath>& folder);
+void ExamineDisplay(Report& report, const Prober& prober, const std::optional<LibraryPath>& folder);
 /// The base folder, and the updater's time in it.
 void ExamineUpdate(Report& report);
-/// The registry tree, and the module that it names.
-void ExamineRegistration(Report& report);
+/// The place where browsers look for the module, and the module there.
+void ExamineBrowsers(Report& report, const Prober& prober);
+/// The module at this path.
+void ExamineModule(Report& report, const Prober& prober, const char* name, const std::string& path,
+                   const std::string& remedy);
 
-/// The kind of module that a browser of this program's kind loads, as `ModuleKind` tells it.
+/// The kind of module that a browser of this program's kind loads, as `ModuleFacts` has it.
 const char* OwnKind();
 
 }  // namespace NorvoWebAPI::KSV::Doctor

@@ -1,28 +1,83 @@
 #include "installer/doctor/file_facts.h"
 
-#include <array>
+#include <algorithm>
 #include <fstream>
-#include <string_view>
+#include <system_error>
 
-#include "base/text.h"
 #include "installer/doctor/checks.h"
+#include "platform/system_path.h"
+#include "platform/win32.h"
 #include "storage/platform_files.h"
 
 namespace NorvoWebAPI::KSV::Doctor {
 namespace {
 
-// Reads bytes at an offset in a file; zeros beyond its end.
-template <size_t size>
-std::array<unsigned char, size> BytesAt(std::ifstream& file, std::streamoff offset) {
-  std::array<unsigned char, size> bytes{};
-  file.clear();
-  file.seekg(offset).read(reinterpret_cast<char*>(bytes.data()), size);
-  return bytes;
+// Numbers of a file by their place, lowest byte first as in every module that this product is built for. Beyond the end
+// of the file all is 0.
+class Numbers {
+ public:
+  explicit Numbers(std::ifstream file) : file(std::move(file)) {}
+
+  uint64_t At(uint64_t offset, int bytes) {
+    unsigned char read[8]{};
+    file.clear();
+    if (offset > kFarthest || !file.seekg(static_cast<std::streamoff>(offset))) return 0;
+    file.read(reinterpret_cast<char*>(read), bytes);
+    uint64_t number = 0;
+    for (int at = bytes - 1; at >= 0; --at) number = number << 8 | read[at];
+    return number;
+  }
+  uint64_t Size() {
+    file.clear();
+    const std::streamoff size = file.seekg(0, std::ios::end).tellg();
+    return size > 0 ? static_cast<uint64_t>(size) : 0;
+  }
+
+ private:
+  static constexpr uint64_t kFarthest = uint64_t{1} << 62;
+  std::ifstream file;
+};
+
+// The end of a stretch of the file, without overflow.
+uint64_t EndOf(uint64_t offset, uint64_t length) {
+  return offset + std::min(length, UINT64_MAX - offset);
 }
 
-template <size_t size>
-bool StartsWith(const std::array<unsigned char, size>& bytes, std::string_view start) {
-  return std::string_view(reinterpret_cast<const char*>(bytes.data()), size).starts_with(start);
+// The segments that the loader maps, and the tables of segments and sections.
+void ReadElf(Numbers& numbers, ModuleFacts& facts) {
+  const bool wide = numbers.At(4, 1) == 2;
+  const int word = wide ? 8 : 4;
+  facts.kind = wide ? "64-bit Linux" : "32-bit Linux";
+  const uint64_t segments = numbers.At(wide ? 32 : 28, word);
+  const uint64_t sections = numbers.At(wide ? 40 : 32, word);
+  const uint64_t counts = wide ? 54 : 42;
+  const uint64_t segmentSize = numbers.At(counts, 2);
+  const uint64_t segmentCount = numbers.At(counts + 2, 2);
+  facts.wholeSize = std::max(EndOf(segments, segmentSize * segmentCount),
+                             EndOf(sections, numbers.At(counts + 4, 2) * numbers.At(counts + 6, 2)));
+  for (uint64_t at = 0; at < segmentCount; ++at) {
+    const uint64_t segment = EndOf(segments, at * segmentSize);
+    if (segment >= facts.size) break;  // The table itself is cut off.
+    facts.wholeSize = std::max(facts.wholeSize, EndOf(numbers.At(segment + (wide ? 8 : 4), word),
+                                                      numbers.At(segment + (wide ? 32 : 16), word)));
+  }
+}
+
+// The sections, and the table of symbols behind them. `header` is where the new header begins.
+void ReadPe(Numbers& numbers, uint64_t header, ModuleFacts& facts) {
+  const uint64_t machine = numbers.At(header + 4, 2);
+  facts.kind = machine == 0x14c ? "32-bit Windows" : machine == 0x8664 ? "64-bit Windows" : "foreign Windows";
+  constexpr uint64_t kSymbolSize = 18;
+  constexpr uint64_t kSectionSize = 40;
+  const uint64_t sections = header + 24 + numbers.At(header + 20, 2);
+  const uint64_t count = numbers.At(header + 6, 2);
+  facts.wholeSize = std::max(EndOf(sections, count * kSectionSize),
+                             EndOf(numbers.At(header + 12, 4), kSymbolSize * numbers.At(header + 16, 4)));
+  for (uint64_t at = 0; at < count; ++at) {
+    const uint64_t section = sections + at * kSectionSize;
+    if (section >= facts.size) break;
+    facts.wholeSize = std::max(facts.wholeSize, EndOf(numbers.At(section + 20, 4), numbers.At(section + 16, 4)));
+  }
 }
 
 }  // namespace
@@ -36,33 +91,32 @@ bool FolderExists(const std::string& path) {
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }
 
-bool FileExists(const std::string& path) {
-  return Platform::OpenForReading(path).is_open();
+Presence FindFile(const std::string& path) {
+  if (Platform::OpenForReading(path).is_open()) return Presence::There;
+  const bool isThere = GetFileAttributesA(path.c_str()) != INVALID_FILE_ATTRIBUTES;
+  return isThere || GetLastError() == ERROR_ACCESS_DENIED ? Presence::Denied : Presence::Missing;
 }
 
-std::string ModuleKind(const std::string& path) {
-  std::ifstream file = Platform::OpenForReading(path, std::ios::binary);
-  if (!file.is_open()) return {};
-  const auto head = BytesAt<64>(file, 0);
-  if (StartsWith(head, "\177ELF")) return head[4] == 1 ? "32-bit Linux" : head[4] == 2 ? "64-bit Linux" : "";
-  if (!StartsWith(head, "MZ")) return {};
-  // The old header ends with the offset of the new one, where the machine follows the signature.
-  const auto header = BytesAt<6>(file, head[60] | head[61] << 8 | head[62] << 16);
-  const int machine = header[4] | header[5] << 8;
-  if (!StartsWith(header, std::string_view("PE\0\0", 4))) return {};
-  return machine == 0x14c ? "32-bit Windows" : machine == 0x8664 ? "64-bit Windows" : "";
+ModuleFacts ReadModuleFacts(const std::string& path) {
+  Numbers numbers(Platform::OpenForReading(path, std::ios::binary));
+  ModuleFacts facts;
+  facts.size = numbers.Size();
+  const uint64_t header = numbers.At(60, 4);
+  if (const uint64_t width = numbers.At(4, 1); numbers.At(0, 4) == 0x464C457F && (width == 1 || width == 2)) {
+    ReadElf(numbers, facts);
+  } else if (numbers.At(0, 2) == 0x5A4D && numbers.At(header, 4) == 0x4550) {
+    ReadPe(numbers, header, facts);
+  }
+  return facts;
 }
 
-std::string WhyNotLoaded(const std::string& path) {
-  const std::string kind = ModuleKind(path);
-  if (kind.empty()) return "is no library at all";
-  if (kind != OwnKind()) return "is a " + kind + " library, and " + OwnKind() + " browsers don't load it";
-  return "can't be loaded: something that it needs is missing or broken";
-}
-
-std::string Narrow(const WCHAR* text) {
-  const Bstr copy(SysAllocString(text));
-  return NarrowFromBstr(copy.Get()).value_or("");
+std::string WhyNoModule(const ModuleFacts& facts) {
+  if (facts.size == 0) return "is empty";
+  if (facts.kind.empty()) return "is no library at all";
+  if (facts.kind != OwnKind()) return "is a " + facts.kind + " library, and " + OwnKind() + " browsers don't load it";
+  if (facts.size >= facts.wholeSize) return {};
+  return "is cut off: it has " + std::to_string(facts.size) + " of the " + std::to_string(facts.wholeSize) +
+         " bytes that its headers ask for";
 }
 
 }  // namespace NorvoWebAPI::KSV::Doctor

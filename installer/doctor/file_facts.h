@@ -1,22 +1,30 @@
 /// Facts about files. Paths are narrow, in the platform's form.
 #pragma once
 
+#include <cstdint>
 #include <string>
-
-#include "platform/win32.h"
 
 namespace NorvoWebAPI::KSV::Doctor {
 
 /// `path` ends in a separator.
 bool FolderExists(const std::string& path);
-bool FileExists(const std::string& path);
 
-/// The system that a module is built for, as "32-bit Windows" or "64-bit Linux"; empty for any other file.
-std::string ModuleKind(const std::string& path);
+enum class Presence { Missing, Denied, There };
+/// Whether there is a file, and this user may read it.
+Presence FindFile(const std::string& path);
 
-/// Why a file can't be loaded by a program of this kind, as the end of a sentence that begins with the file's name.
-std::string WhyNotLoaded(const std::string& path);
+/// What the headers of a module tell of it.
+struct ModuleFacts {
+  /// The system it is built for, as "32-bit Windows" or "64-bit Linux"; empty for a file that is no module.
+  std::string kind;
+  uint64_t size = 0;       ///< Of the file, in bytes.
+  uint64_t wholeSize = 0;  ///< That the headers ask for. A file that is smaller was cut off.
+};
+/// Reads the file and loads nothing.
+ModuleFacts ReadModuleFacts(const std::string& path);
 
-std::string Narrow(const WCHAR* text);
+/// Why a program of this kind can't or mustn't load a file with these headers, as the end of a sentence that begins
+/// with the file's name; empty when they are in order.
+std::string WhyNoModule(const ModuleFacts& facts);
 
 }  // namespace NorvoWebAPI::KSV::Doctor

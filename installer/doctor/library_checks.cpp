@@ -1,10 +1,15 @@
+#include <algorithm>
 #include <span>
 
+#include "agent/agent_entries.h"
 #include "agent/cksv_plugin_zub.h"
 #include "base/product.h"
+#include "base/result_codes.h"
 #include "display/cksv_plugin_wys.h"
 #include "installer/doctor/checks.h"
 #include "installer/doctor/file_facts.h"
+#include "installer/doctor/system.h"
+#include "installer/doctor/texts.h"
 #include "library/library_loader.h"
 
 namespace NorvoWebAPI::KSV::Doctor {
@@ -12,106 +17,127 @@ namespace {
 
 using Names = std::span<const WCHAR* const>;
 
-std::string Join(const std::vector<const char*>& names) {
+std::string Join(const std::vector<std::string>& names, const char* between) {
   std::string joined;
-  for (const char* name : names) joined += (joined.empty() ? "" : ", ") + std::string(name);
+  for (const std::string& name : names) joined += (joined.empty() ? "" : between) + name;
   return joined;
 }
 
-std::string JoinFiles(Names files) {
-  std::string joined;
-  for (const WCHAR* file : files) joined += (joined.empty() ? "" : " or ") + Narrow(file);
-  return joined;
-}
-
-std::string PathOf(const LibraryPath& folder, const WCHAR* file) {
-  return Narrow(PathInFolder(folder, file).c_str());
-}
-
-// Why the files that exist among these can't be loaded; empty when none exists.
-std::string TellRefused(const LibraryPath& folder, Names files) {
-  std::string told;
-  for (const WCHAR* file : files) {
-    const std::string path = PathOf(folder, file);
-    if (FileExists(path)) told += (told.empty() ? "" : "; ") + path + " " + WhyNotLoaded(path);
+// Looks at a file that is there, and loads it only when its headers are in order.
+Probed ExamineFile(const Prober& prober, const char* what, const std::string& path) {
+  Probed probed;
+  if (FindFile(path) == Presence::Denied) {
+    probed.problem = "can't be read by this user";
+    return probed;
   }
-  return told;
+  const ModuleFacts facts = ReadModuleFacts(path);
+  probed.problem = WhyNoModule(facts);
+  if (probed.problem.empty()) return prober.Load(what, path);
+  probed.mayLoad = facts.kind == OwnKind();
+  return probed;
 }
 
-// Loads a library as the plug-in does and reports it. A missing one is reported as `ifMissing`.
-FoundLibrary ExamineFile(Report& report, const std::string& name, const LibraryPath& folder, Names files,
-                         Status ifMissing, const std::string& consequence) {
-  FoundLibrary library = LoadFirst(folder, files);
-  const std::string refused = TellRefused(folder, files.first(library.place));
-  const std::string remedy = std::string("Put the vendor's ") + OwnKind() + " library there, and all that it needs.";
-  if (!library && refused.empty()) {
-    const std::string none = "there is no " + JoinFiles(files) + " in " + Narrow(folder.c_str());
-    if (ifMissing == Status::Fail) {
-      report.Fail(name, none + consequence, remedy);
-    } else {
-      report.Warn(name, none + consequence, "");
+// A library of the vendor's: what it is called in the report, its files in the order in which the plug-in tries them.
+struct Wanted {
+  const char* what;
+  const char* name;
+  Names files;
+  Status ifMissing;
+  std::string consequence;
+};
+
+// Looks for a library as the plug-in does and reports it.
+Probed ExamineLibrary(Report& report, const Prober& prober, const LibraryPath& folder, const Wanted& wanted) {
+  const std::string remedy =
+      std::string("Put the vendor's ") + OwnKind() + " library there, and all that it needs, for this user to read.";
+  std::vector<std::string> names;
+  std::vector<std::string> refused;
+  bool mayLoad = false;
+  for (const WCHAR* file : wanted.files) {
+    names.push_back(Narrow(file));
+    const std::string path = Narrow(PathInFolder(folder, file).c_str());
+    if (FindFile(path) == Presence::Missing) continue;
+    Probed probed = ExamineFile(prober, wanted.what, path);
+    const std::string shown = ShowPath(path);
+    if (probed.fatal) {
+      report.Fail(wanted.name, shown + " " + probed.problem, remedy);
+      return probed;
     }
-  } else if (!library) {
-    report.Fail(name, refused + consequence, remedy);
-  } else if (const std::string path = PathOf(folder, files[library.place]); refused.empty()) {
-    report.Pass(name, path + " loads");
-  } else {
-    report.Warn(name, refused + ";", path + " loads in its place.");
+    if (probed.loaded && refused.empty()) {
+      report.Pass(wanted.name, shown + " loads");
+    } else if (probed.loaded) {
+      report.Warn(wanted.name, Join(refused, "; ") + ";", shown + " loads in its place.");
+    }
+    if (probed.loaded) return probed;
+    refused.push_back(shown + " " + probed.problem);
+    mayLoad = mayLoad || probed.mayLoad;
   }
-  return library;
-}
-
-// The plug-in's own code for a call of this entry point.
-template <typename Wrapper>
-int32_t AnswerOf(const EntryTable::Row& entry) {
-  Outcome outcome;
-  Wrapper(kPlatformTag).CheckEntry(entry, outcome);
-  return outcome.pluginCode;
+  if (!refused.empty()) {
+    report.Fail(wanted.name, Join(refused, "; ") + (mayLoad ? "" : wanted.consequence), remedy);
+  } else {
+    const std::string none = "there is no " + Join(names, " or ") + " in " + ShowPath(Narrow(folder.c_str()));
+    if (wanted.ifMissing == Status::Fail) {
+      report.Fail(wanted.name, none + wanted.consequence, remedy);
+    } else {
+      report.Warn(wanted.name, none + wanted.consequence, "");
+    }
+  }
+  return {};
 }
 
 }  // namespace
 
-void ExamineAgent(Report& report, const std::optional<LibraryPath>& folder) {
-  AgentEntries entries;
-  FoundLibrary library;
+void ExamineAgent(Report& report, const Prober& prober, const std::optional<LibraryPath>& folder) {
+  Probed library;
   if (folder) {
-    library = ExamineFile(report, "agent library", *folder, kAgentFiles, Status::Fail,
-                          ": calls of the agent answer " + std::to_string(kNoLibrary));
+    library = ExamineLibrary(report, prober, *folder,
+                             {kAgentProbe, "agent library", kAgentFiles, Status::Fail,
+                              ": calls of the agent answer " + std::to_string(kNoLibrary)});
   }
-  if (library) {
+  if (library.loaded) {
     static constexpr char kName[] = "agent's entry points";
-    const auto missing = entries.Bind(library.library.Get());
     const std::string lacks =
-        "it lacks " + Join(missing) + ": what needs these answers " + std::to_string(kNoEntryPoint);
-    if (missing.empty()) {
+        "it lacks " + Join(library.lacking, ", ") + ": what needs these answers " + std::to_string(kNoEntryPoint);
+    if (library.lacking.empty()) {
       report.Pass(kName, "it has them all");
-    } else if (entries.Init) {
+    } else if (std::ranges::count(library.lacking, "ZUB_Init") == 0) {
       report.Warn(kName, lacks + ".", "A library of the first generation has none that begin with ZUB3.");
     } else {
       report.Fail(kName, lacks, "Put the vendor's host agent there: no page can start this one.");
     }
   }
-  report.agentAnswer = AnswerOf<CKSVPluginZUB>(entries.Init);
+  if (!library.fatal) report.agentAnswer = prober.Answer(kAgentProbe);
 }
 
-void ExamineDisplay(Report& report, const std::optional<LibraryPath>& folder) {
+void ExamineDisplay(Report& report, const Prober& prober, const std::optional<LibraryPath>& folder) {
   const std::string consequence = ": calls of the display answer " + std::to_string(kNoLibrary);
-  DisplayEntries entries;
-  FoundLibrary library;
+  Probed library;
   if (folder) {
     // Optional: a machine that displays nothing has none.
-    library = ExamineFile(report, "display library", *folder, kDisplayFiles, Status::Warn, consequence);
+    library = ExamineLibrary(report, prober, *folder,
+                             {kDisplayProbe, "display library", kDisplayFiles, Status::Warn, consequence});
   }
-  if (library) {
+  if (library.loaded) {
     static constexpr char kName[] = "display's entry points";
-    const auto missing = entries.Bind(library.library.Get());
-    if (missing.empty()) {
+    if (library.lacking.empty()) {
       report.Pass(kName, "it has them all");
     } else {
-      report.Fail(kName, "it lacks " + Join(missing) + consequence, "Put a display library there that is whole.");
+      report.Fail(kName, "it lacks " + Join(library.lacking, ", ") + consequence,
+                  "Put a display library there that is whole.");
     }
   }
-  report.displayAnswer = AnswerOf<CKSVPluginWYS>(entries.Init);
+  if (!library.fatal) report.displayAnswer = prober.Answer(kDisplayProbe);
+}
+
+void ExamineModule(Report& report, const Prober& prober, const char* name, const std::string& path,
+                   const std::string& remedy) {
+  const std::string shown = ShowPath(path);
+  if (FindFile(path) == Presence::Missing) return report.Fail(name, "there is no file " + shown, remedy);
+  const Probed module = ExamineFile(prober, kModuleProbe, path);
+  if (!module.loaded) return report.Fail(name, shown + " " + module.problem, remedy);
+  if (!module.lacking.empty()) return report.Fail(name, shown + " is a library, but no browser plug-in", remedy);
+  report.Pass(name, shown + " loads");
+  report.pluginFound = true;
 }
 
 }  // namespace NorvoWebAPI::KSV::Doctor

@@ -5,11 +5,16 @@
 #include <utility>
 
 #include "base/product.h"
-#include "base/text.h"
 #include "installer/doctor/checks.h"
+#include "installer/doctor/texts.h"
 
 namespace NorvoWebAPI::KSV::Doctor {
 namespace {
+
+using Json = nlohmann::ordered_json;
+
+// That of the longest name. A line is printed before the names of later ones are known.
+constexpr size_t kNameWidth = 30;
 
 const char* Word(Status status) {
   switch (status) {
@@ -22,25 +27,43 @@ const char* Word(Status status) {
   }
 }
 
-std::string ToUtf8(const std::string& text) {
-  const Bstr wide = BstrFromNarrow(text.c_str());
-  const int size = WideCharToMultiByte(CP_UTF8, 0, wide.Get(), -1, nullptr, 0, nullptr, nullptr);
-  std::string utf8(static_cast<size_t>(std::max(size, 1)), '\0');
-  WideCharToMultiByte(CP_UTF8, 0, wide.Get(), -1, utf8.data(), size, nullptr, nullptr);
-  utf8.pop_back();
-  return utf8;
+Json OrNull(const std::optional<int32_t>& answer) {
+  return answer ? Json(*answer) : Json();
 }
 
 }  // namespace
 
-void Report::Pass(std::string name, std::string found) {
-  checks.push_back({std::move(name), Status::Pass, std::move(found), ""});
+std::string TellVersions() {
+  return std::string("package and module ") + KSV_FILE_VERSION +
+         ", script (its property \"version\") and registration " + kVersion + ", MIME type for pages " + kMimeType;
 }
-void Report::Warn(std::string name, std::string found, std::string remedy) {
-  checks.push_back({std::move(name), Status::Warn, std::move(found), std::move(remedy)});
+
+Report::Report(std::function<void(const std::string&)> print) : print(std::move(print)) {
+  if (this->print) {
+    this->print(std::string("ksv-doctor ") + KSV_FILE_VERSION + ", for " + OwnKind() + " browsers\n" + TellVersions() +
+                "\n\n");
+  }
 }
-void Report::Fail(std::string name, std::string found, std::string remedy) {
-  checks.push_back({std::move(name), Status::Fail, std::move(found), std::move(remedy)});
+
+void Report::Pass(std::string name, const std::string& found) {
+  Add(std::move(name), Status::Pass, found, "");
+}
+void Report::Warn(std::string name, const std::string& found, const std::string& remedy) {
+  Add(std::move(name), Status::Warn, found, remedy);
+}
+void Report::Fail(std::string name, const std::string& found, const std::string& remedy) {
+  Add(std::move(name), Status::Fail, found, remedy);
+}
+
+void Report::Add(std::string name, Status status, const std::string& found, const std::string& remedy) {
+  const Check& check = checks.emplace_back(Check{std::move(name), status, Printable(found), Printable(remedy)});
+  if (!print) return;
+  std::string line = Word(status);
+  line.append("  ").append(check.name);
+  line.append(kNameWidth + 2 - std::min(check.name.size(), kNameWidth), ' ').append(check.found);
+  // Of the failures, the first one's remedy is printed at the end: the others often follow from it.
+  if (status == Status::Warn && !check.remedy.empty()) line += " " + check.remedy;
+  print(line + "\n");
 }
 
 const Check* Report::FirstBroken() const {
@@ -48,50 +71,43 @@ const Check* Report::FirstBroken() const {
   return broken == checks.end() ? nullptr : &*broken;
 }
 
-std::string Report::ToText() const {
-  std::string text = std::string("ksv-doctor ") + kVersion + ", for " + OwnKind() + " browsers\n\n";
-  size_t width = 0;
-  for (const Check& check : checks) width = std::max(width, check.name.size());
-  for (const Check& check : checks) {
-    text += Word(check.status) + ("  " + check.name) + std::string(width + 2 - check.name.size(), ' ') + check.found;
-    // Of the failures, the first one's remedy is printed at the end: the others often follow from it.
-    if (check.status == Status::Warn && !check.remedy.empty()) text += " " + check.remedy;
-    text += '\n';
-  }
-  text += "\nA page gets " + std::to_string(agentAnswer) + " from zubInit and " + std::to_string(displayAnswer) +
-          " from wysInit (0: the library is called).\n";
+std::string Report::TellAnswers() const {
+  if (!pluginFound) return "No page gets an answer: browsers don't find the plug-in, or can't start it.";
+  const auto tell = [](const std::optional<int32_t>& answer) {
+    return answer ? std::to_string(*answer) : std::string("no answer (the library ends or stops the browser)");
+  };
+  return "A page gets " + tell(agentAnswer) + " from zubInit and " + tell(displayAnswer) +
+         " from wysInit (0: the library is called).";
+}
+
+void Report::Finish() const {
+  if (!print) return;
   const Check* const broken = FirstBroken();
-  return text + (broken ? "The first broken link is the " + broken->name + ". " + broken->remedy + "\n"
-                        : "No link is broken.\n");
+  print("\n");
+  print(TellAnswers() + "\n");
+  print((broken ? "The first broken link is the " + broken->name + ". " + broken->remedy : "No link is broken.") +
+        "\n");
 }
 
 std::string Report::ToJson() const {
-  nlohmann::ordered_json list = nlohmann::ordered_json::array();
+  Json list = Json::array();
   for (const Check& check : checks) {
-    list.push_back({{"name", check.name},
-                    {"status", Word(check.status)},
-                    {"found", ToUtf8(check.found)},
-                    {"remedy", ToUtf8(check.remedy)}});
+    list.push_back({{"name", check.name}, {"status", Word(check.status)}, {"found", check.found}});
+    list.back()["remedy"] = check.remedy;
   }
   const Check* const broken = FirstBroken();
-  const nlohmann::ordered_json report{{"version", kVersion},
-                                      {"for", OwnKind()},
-                                      {"healthy", !broken},
-                                      {"zubInit", agentAnswer},
-                                      {"wysInit", displayAnswer},
-                                      {"firstBroken", broken ? nlohmann::ordered_json(broken->name) : nullptr},
-                                      {"checks", list}};
+  const std::optional<int32_t> none;
+  const Json report{
+      {"versions",
+       {{"package", KSV_FILE_VERSION}, {"module", KSV_FILE_VERSION}, {"script", kVersion}, {"mimeType", kMimeType}}},
+      {"for", OwnKind()},
+      {"healthy", !broken},
+      {"pluginFound", pluginFound},
+      {"zubInit", OrNull(pluginFound ? agentAnswer : none)},
+      {"wysInit", OrNull(pluginFound ? displayAnswer : none)},
+      {"firstBroken", broken ? Json(broken->name) : Json()},
+      {"checks", list}};
   return report.dump(2) + "\n";
-}
-
-Report Examine() {
-  Report report;
-  const std::optional<LibraryPath> folder = ExamineSettings(report);
-  ExamineAgent(report, folder);
-  ExamineDisplay(report, folder);
-  ExamineUpdate(report);
-  ExamineRegistration(report);
-  return report;
 }
 
 }  // namespace NorvoWebAPI::KSV::Doctor

@@ -1,7 +1,9 @@
-/// What the doctor found, and its two forms.
+/// What the doctor found, and its two forms. docs/doctor.md describes both.
 #pragma once
 
 #include <cstdint>
+#include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -9,7 +11,7 @@ namespace NorvoWebAPI::KSV::Doctor {
 
 enum class Status { Pass, Warn, Fail };
 
-/// One link of the chain from the browser to the libraries. Texts are narrow, in the ANSI code page.
+/// One link of the chain from the browser to the libraries. Texts are UTF-8, without control characters.
 struct Check {
   std::string name;
   Status status;
@@ -19,29 +21,37 @@ struct Check {
 
 class Report {
  public:
-  void Pass(std::string name, std::string found);
-  void Warn(std::string name, std::string found, std::string remedy);
-  void Fail(std::string name, std::string found, std::string remedy);
+  /// `print` gets the text form piece by piece, as it is found; without it only `ToJson` tells of it.
+  explicit Report(std::function<void(const std::string&)> print = {});
 
-  [[nodiscard]] const std::vector<Check>& Checks() const { return checks; }
+  /// The texts are narrow, in the ANSI code page, and may hold any bytes.
+  void Pass(std::string name, const std::string& found);
+  void Warn(std::string name, const std::string& found, const std::string& remedy);
+  void Fail(std::string name, const std::string& found, const std::string& remedy);
+  /// After the last check: prints what pages get, the first broken link and what to do about it.
+  void Finish() const;
+
   /// The first that failed, or null.
   [[nodiscard]] const Check* FirstBroken() const;
-
-  /// "pluginRetCode" that `zubInit` and `wysInit` would give here by the plug-in's own check.
-  int32_t agentAnswer = 0;
-  int32_t displayAnswer = 0;
-
-  /// A line a check, then the first broken link and what to do about it. In the ANSI code page.
-  [[nodiscard]] std::string ToText() const;
-  /// The same in UTF-8.
+  /// All of it, as docs/doctor.schema.json has it.
   [[nodiscard]] std::string ToJson() const;
 
+  /// Whether a browser finds the module and can start it.
+  bool pluginFound = false;
+  /// "pluginRetCode" that `zubInit` and `wysInit` would give here by the plug-in's own check. Nothing when the library
+  /// ends or stops the browser that loads it.
+  std::optional<int32_t> agentAnswer;
+  std::optional<int32_t> displayAnswer;
+
  private:
+  void Add(std::string name, Status status, const std::string& found, const std::string& remedy);
+  [[nodiscard]] std::string TellAnswers() const;
+
+  std::function<void(const std::string&)> print;
   std::vector<Check> checks;
 };
 
-/// Runs all checks, from the settings to the registered module. Loads the libraries and the module as the plug-in and
-/// the browser do, calls nothing in them, and changes nothing.
-Report Examine();
+/// The product's version numbers and what each one is, in one line.
+std::string TellVersions();
 
 }  // namespace NorvoWebAPI::KSV::Doctor

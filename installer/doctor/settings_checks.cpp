@@ -1,6 +1,8 @@
 #include "base/registry_key.h"
 #include "installer/doctor/checks.h"
 #include "installer/doctor/file_facts.h"
+#include "installer/doctor/system.h"
+#include "installer/doctor/texts.h"
 
 namespace NorvoWebAPI::KSV::Doctor {
 namespace {
@@ -8,10 +10,6 @@ namespace {
 constexpr char kKey[] = "settings key";
 constexpr char kFolderText[] = "library folder in the settings";
 constexpr char kFolder[] = "library folder";
-
-std::string ShowKey() {
-  return "HKEY_LOCAL_MACHINE\\" + Narrow(kSettingsKey);
-}
 
 RegistryKey OpenKey() {
   RegistryKey key;
@@ -30,27 +28,19 @@ std::string WhyNoFolder(const RegistryKey& key) {
   return " is longer than " + std::to_string(LibraryPath::kMaxFolder) + " characters";
 }
 
-void ExamineLogLevel(Report& report) {
-  const int32_t level = GetLogLevel();
-  report.Pass("log level", level > 0 ? Narrow(kLogLevelValue) + " is " + std::to_string(level) + ": the log is on"
-                                     : "the log is off; " + Narrow(kLogLevelValue) + " above 0 turns it on");
-}
-
 }  // namespace
 
 std::optional<LibraryPath> ExamineSettings(Report& report) {
+  if (!ExamineSettingsStore(report)) return {};
   const std::string value = Narrow(kLibraryFolderValue);
-  const std::string setIt =
-      "Set " + value + " (REG_SZ) of " + ShowKey() + " to the folder of the vendor's libraries, closed by a backslash.";
+  const std::string setIt = "Set " + value + " " + HowToSetFolder();
   const RegistryKey key = OpenKey();
   if (!key) {
-    report.Fail(
-        kKey, ShowKey() + " can't be opened by " + OwnKind() + " programs",
-        (sizeof(void*) == 4 ? "On a 64-bit Windows this key is the one under Software\\WOW6432Node. " : "") + setIt);
+    report.Fail(kKey, ShowSettingsPlace() + " can't be opened by " + OwnKind() + " programs", setIt);
     return {};
   }
-  report.Pass(kKey, ShowKey() + " can be read");
-  ExamineLogLevel(report);
+  report.Pass(kKey, ShowSettingsPlace() + " can be read");
+  ExamineLog(report);
   LibraryPath raw;
   if (!raw.ReadFolder()) {
     report.Fail(kFolderText, value + WhyNoFolder(key), setIt);
@@ -58,9 +48,9 @@ std::optional<LibraryPath> ExamineSettings(Report& report) {
   }
   const std::string text = Narrow(raw.c_str());
   if (text.ends_with('\\') || text.ends_with('/')) {
-    report.Pass(kFolderText, value + " is " + text);
+    report.Pass(kFolderText, value + " is " + ShowPath(text));
   } else {
-    report.Warn(kFolderText, value + " is " + text + ", with no separator at its end:",
+    report.Warn(kFolderText, value + " is " + ShowPath(text) + ", with no separator at its end:",
                 "zubInstall without data won't find the applet's file beside the library.");
   }
 
@@ -68,11 +58,12 @@ std::optional<LibraryPath> ExamineSettings(Report& report) {
   folder.ReadLoadFolder();
   const std::string path = Narrow(folder.c_str());
   if (FolderExists(path)) {
-    report.Pass(kFolder, path + " is there");
+    report.Pass(kFolder, ShowPath(path) + " is there");
     return folder;
   }
-  report.Fail(kFolder, path + " is not there",
-              (text.find('%') == std::string::npos ? "" : "Variables in the value are not replaced. ") + setIt);
+  report.Fail(
+      kFolder, ShowPath(path) + " is not there, or not for this user",
+      (text.find_first_of("%$~") == std::string::npos ? "" : "Variables in the value are not replaced. ") + setIt);
   return {};
 }
 

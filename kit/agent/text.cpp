@@ -28,7 +28,7 @@ bool EqualsIgnoringCase(std::string_view left, std::string_view right) {
 std::optional<uint64_t> ParseNumber(std::string_view text) {
   uint64_t value = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-  if (text.empty() || error != std::errc() || end != text.data() + text.size()) return std::nullopt;
+  if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
   return value;
 }
 

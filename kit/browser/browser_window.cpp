@@ -28,6 +28,11 @@ void Page::javaScriptAlert(QWebFrame*, const QString& message) {
 
 BrowserWindow::BrowserWindow(const BrowserOptions& options, QTextStream& transcript)
     : options(options), transcript(transcript) {
+  if (!options.storage.isEmpty()) {
+    // Read when a page is made, never later.
+    QWebSettings::globalSettings()->setAttribute(QWebSettings::LocalStorageEnabled, true);
+    QWebSettings::globalSettings()->setLocalStoragePath(options.storage);
+  }
   auto* page = new Page(this);  // owned by the window
   setPage(page);
   page->settings()->setAttribute(QWebSettings::PluginsEnabled, true);

@@ -6,6 +6,7 @@ ksv_environment_folder=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd -P)
 
 # Makes the surroundings in FOLDER, which is made too, and exports what points there. AGENT is the folder that holds the
 # agent library. What an earlier run left in FOLDER stays.
+# Leaves in ksv_storage where the browser is to keep what pages put into localStorage.
 # Usage: ksv_make_environment FOLDER AGENT [LOG_LEVEL]
 ksv_make_environment() {
   local folder agent=$2 level=${3:-0}
@@ -16,6 +17,8 @@ ksv_make_environment() {
   # The plug-in's paths have backslashes on every system.
   export AppData="${folder//\//\\}\\AppData\\Roaming"
   ksv_base=$folder/AppData/LocalLow/Norvo/webapi
+  # shellcheck disable=SC2034 # the callers read it
+  ksv_storage=$folder/storage
   mkdir -p "$ksv_base"
   ksv_fit_folder "$agent"
   jq -n --arg folder "$ksv_fitting\\" --argjson level "$level" \
@@ -27,6 +30,15 @@ ksv_make_environment() {
   # allocating function itself may tell whose a leak is: further up the engine stands in every stack.
   export LSAN_OPTIONS="suppressions=$ksv_environment_folder/leaks.supp:print_suppressions=0"
   export ASAN_OPTIONS="malloc_context_size=2:detect_leaks=1"
+}
+
+# Shuts the update gate of the surroundings made last, as an updater does that has not run for two days.
+ksv_shut_gate() { echo $(($(date +%s) - 172800)) >"$ksv_base/lastUpdatewin32-npapi"; }
+
+# Makes FOLDER one of libraries that lacks the agent's, with the display of the folder KIT. Usage: ksv_leave_agent_out FOLDER KIT
+ksv_leave_agent_out() {
+  mkdir -p "$1"
+  ln -sfn "$(cd "$2" && pwd -P)/ksvWys.dll" "$1/ksvWys.dll"
 }
 
 # Leaves in ksv_fitting a name of FOLDER that fits into the settings, a link where its own is too long: the key holds at

@@ -29,10 +29,15 @@ std::optional<int> ReadBrowserOptions(const std::vector<std::string>& arguments,
   parser.add_option("--transcript", transcript, "write the transcript to FILE; \"-\" is standard output")
       ->type_name("FILE")
       ->capture_default_str();
+  std::string storage;
+  parser
+      .add_option("--storage", storage, "keep what pages put into localStorage in FOLDER;\nwithout it they have none")
+      ->type_name("FOLDER");
   parser.add_flag("--stay", options.stay, "leave the window open until the user closes it;\nthere is no time-out then");
   if (const std::optional<int> end = parser.Read(arguments)) return end;
   options.page = QUrl::fromUserInput(QFile::decodeName(page.c_str()), QDir::currentPath(), QUrl::AssumeLocalFile);
   options.transcript = QFile::decodeName(transcript.c_str());
+  options.storage = QFile::decodeName(storage.c_str());
   return std::nullopt;
 }
 

@@ -12,6 +12,7 @@ namespace Kit {
 struct BrowserOptions : PageOptions {
   QUrl page;
   QString transcript = "-";  ///< A file's path; "-" is standard output.
+  QString storage;           ///< The folder for localStorage; empty for none.
   bool stay = false;
 };
 

@@ -1,12 +1,15 @@
 /// Types for editors: the plug-in's element, and the helper of ksv.js. docs/page-api.md tells what each method does,
 /// docs/codes.md what the codes say.
 
-/// What every method gives. Both codes are 0 when the call went through.
+/// What every method gives. Both codes are 0 when the call succeeded.
 interface KsvResult {
   readonly pluginRetCode: number;
-  /// Absent when the call ended before there was anything to ask the library.
+  /// Absent when the call ended before there was anything to ask the library, and where the method asks none.
   readonly fnRetCode?: number;
 }
+
+// A key with a question mark is there when the call succeeded, a `required…` key at fnRetCode 11. What may be missing
+// even after a success has `undefined` in its type.
 
 interface KsvPlatformInfo extends KsvResult {
   readonly manufacturer?: string;
@@ -29,24 +32,36 @@ interface KsvToken extends KsvResult {
 interface KsvPassword extends KsvResult {
   readonly OTP?: string;
   readonly b64OTP?: string;
-  /// The token as it is after this password, to be kept instead of the old one.
-  readonly b64EncToken?: string;
+  /// The token as it is after this password. If it is there, it has to replace the old one, which would make the same
+  /// password again.
+  readonly b64EncToken: string | undefined;
   /// Both at fnRetCode 11.
   readonly requiredOTPDataLen?: number;
   readonly requiredEncTokenDataLen?: number;
 }
 interface KsvTokenNames extends KsvResult {
+  /// No array: not every browser gives its elements by number. The helper makes an array of it.
   readonly tokenFileNames?: {readonly length: number; readonly [index: number]: string};
 }
+interface KsvTokenNamesRead extends KsvResult { readonly tokenFileNames?: string[]; }
 interface KsvInstance extends KsvResult { readonly instanceID?: number; }
+interface KsvRegistered extends KsvResult {
+  /// Absent in the first generation.
+  readonly instanceID: number | undefined;
+}
+interface KsvUnregistered extends KsvResult {
+  /// Absent in the first generation.
+  readonly instanceId: number | undefined;
+}
 interface KsvStopped extends KsvResult { readonly instanceId?: number; }
 interface KsvImage extends KsvResult { readonly ImageId?: number; }
 interface KsvSealedInput extends KsvResult { readonly ClientInput?: string; }
 interface KsvClicks extends KsvResult { readonly ButtonUpCount: number; }
 interface KsvStatusText extends KsvResult { readonly status?: string; }
 interface KsvMessage extends KsvResult {
-  readonly b64WysData?: string;
-  readonly Length?: number;
+  /// Both absent when no bytes were received.
+  readonly b64WysData: string | undefined;
+  readonly Length: number | undefined;
 }
 
 /// What the page's functions get.
@@ -66,10 +81,8 @@ type KsvMouseCallback = (point: KsvPoint) => void;
 type KsvRepaintCallback = () => void;
 type KsvDisplayCallback = (event: KsvDisplayEvent) => void;
 
-/// The element of type application/x-vnd-norvo-webapi-ksv-5.0.9. A point is a text such as "{120,45}".
-interface KsvPlugin extends HTMLObjectElement {
-  readonly version: string;
-
+/// The plug-in's methods. A point is a text such as "{120,45}".
+interface KsvMethods {
   getPlatformInfo(): KsvPlatformInfo;
   isUpdaterPromptRequired(...ignored: any[]): KsvPrompt;
 
@@ -80,8 +93,8 @@ interface KsvPlugin extends HTMLObjectElement {
   zubDoFWUpdate(): KsvResult;
 
   /// null on a page without a window.
-  zubRegisterEventCallback(name: string, callback: KsvEventCallback): KsvInstance | null;
-  zubUnRegisterEventCallback(name: string): KsvStopped;
+  zubRegisterEventCallback(name: string, callback: KsvEventCallback): KsvRegistered | null;
+  zubUnRegisterEventCallback(name: string): KsvUnregistered;
   zubStopInstance(instanceID: number, ...ignored: any[]): KsvStopped;
   getInstanceID(name: string): KsvInstance;
 
@@ -136,16 +149,54 @@ interface KsvPlugin extends HTMLObjectElement {
   setDisplayEventsCallback(callback: KsvDisplayCallback, ...ignored: any[]): void;
 }
 
-/// The helper of ksv.js. Its calls give plain objects, with arrays where the plug-in has lists.
-declare const ksv: {
+/// The element of type application/x-vnd-norvo-webapi-ksv-5.0.9, with the id "plugin".
+interface KsvPlugin extends HTMLObjectElement, KsvMethods {
+  readonly version: string;
+}
+
+/// A result as the helper gives it: a plain object, with an array where the plug-in has a list.
+type KsvRead<R> =
+  R extends KsvResult ? ("tokenFileNames" extends keyof R ? KsvTokenNamesRead : R) : R extends void ? undefined : R;
+/// What it has when the call has succeeded: all keys of its method, and no required lengths.
+type KsvSuccess<R> =
+  R extends KsvResult
+    ? KsvResult & {readonly pluginRetCode: 0} & {readonly [K in keyof R as K extends keyof KsvResult | `required${string}` ? never : K]-?: R[K]}
+    : R;
+/// What it has at fnRetCode 11.
+type KsvTooSmall<R> =
+  KsvResult & {readonly fnRetCode: 11} & {readonly [K in keyof R as K extends `required${string}` ? K : never]-?: R[K]};
+
+type KsvAnswer<M extends keyof KsvMethods> = KsvRead<ReturnType<KsvMethods[M]>>;
+
+/// The helper of ksv.js.
+interface KsvHelper {
+  /// The page sets it before its first call.
   plugin: KsvPlugin;
+  /// Called after each call; by default it writes a line to the console.
   onCall(name: string, argsText: string, result: any): void;
-  call(name: keyof KsvPlugin, ...args: any[]): any;
-  must(name: keyof KsvPlugin, ...args: any[]): any;
-  read(result: any): any;
+  /// Gives whatever the method answers. Throws when there is no plug-in.
+  call<M extends keyof KsvMethods>(name: M, ...args: Parameters<KsvMethods[M]>): KsvAnswer<M>;
+  /// Throws an Error that says why when the call did not succeed.
+  must<M extends keyof KsvMethods>(name: M, ...args: Parameters<KsvMethods[M]>): KsvSuccess<Exclude<KsvAnswer<M>, null>>;
+  read<R>(result: R): KsvRead<R>;
   show(value: any): string;
-  succeeded(result: KsvResult | null): boolean;
-  explain(result: KsvResult | null): string;
+  /// With the method's name also true for those that give nothing, the `set…Callback` methods.
+  succeeded<R extends KsvResult>(result: R | null | undefined, name?: string): result is R & KsvSuccess<R>;
+  /// Whether a capacity was too small: then the result has the lengths to ask for.
+  tooSmall<R extends KsvResult>(result: R | null): result is R & KsvTooSmall<R>;
+  /// A sentence about the two codes; more exact with the method's name.
+  explain(result: KsvResult | null | undefined, name?: string): string;
   toBase64(text: string): string;
   fromBase64(base64: string): string;
-};
+}
+
+declare var ksv: KsvHelper;
+/// The page's element; in the page host, which has no document, it is there from the start.
+declare var plugin: KsvPlugin;
+/// In `ksv-browser` and `ksv-host` only.
+declare var ksvBrowser: {finish(succeeded: boolean): void};
+
+interface Document {
+  getElementById<I extends string>(elementId: I): I extends "plugin" ? KsvPlugin : HTMLElement | null;
+}
+interface Window { ksvBrowser?: typeof ksvBrowser; }

@@ -20,11 +20,11 @@ std::string InstanceMap::NameOf(uint32_t instanceId) const {
   return found == records.end() ? std::string() : found->first;
 }
 
-std::vector<uint32_t> InstanceMap::Ids() const {
+std::vector<InstanceRecord> InstanceMap::Instances() const {
   const std::lock_guard lock(mutex);
-  std::vector<uint32_t> ids;
-  for (const auto& [name, record] : records) ids.push_back(record.instanceId);
-  return ids;
+  std::vector<InstanceRecord> instances;
+  for (const auto& [name, record] : records) instances.push_back(record);
+  return instances;
 }
 
 void InstanceMap::Insert(const std::string& name, InstanceRecord record) {

@@ -22,7 +22,7 @@ class InstanceMap {
   [[nodiscard]] std::optional<InstanceRecord> Find(const std::string& name) const;
   /// The name of the first entry with this id, or the empty text.
   [[nodiscard]] std::string NameOf(uint32_t instanceId) const;
-  [[nodiscard]] std::vector<uint32_t> Ids() const;
+  [[nodiscard]] std::vector<InstanceRecord> Instances() const;
   void Insert(const std::string& name, InstanceRecord record);
   /// Removes the first entry with this id. True when the map is then empty.
   bool Remove(uint32_t instanceId);

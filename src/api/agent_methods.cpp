@@ -5,7 +5,6 @@
 
 #include "base/debug_log.h"
 #include "base/result_codes.h"
-#include "hooks/event_delivery.h"
 #include "hooks/event_template.h"
 #include "page/init_count.h"
 #include "page/script_call.h"
@@ -51,7 +50,6 @@ void Init(ScriptCall& call) {
 void DeInit(ScriptCall& call) {
   const std::shared_ptr<PageLife>& life = call.scriptable.SharedLife();
   CKSVPluginZUB& agent = call.scriptable.Agent();
-  const NoWaitScope releasing;
   switch (agentInitCount.Decrement(*life)) {
     case InitCount::Release::OneOfSeveral:
       if (call.scriptable.IsInstanceGeneration()) {

@@ -5,7 +5,6 @@
 
 #include "api/agent_methods.h"
 #include "base/result_codes.h"
-#include "hooks/event_delivery.h"
 #include "hooks/event_template.h"
 #include "page/script_call.h"
 #include "page/scriptable.h"
@@ -71,7 +70,6 @@ void UnRegisterEventCallback(ScriptCall& call) {
 
 void StopInstance(ScriptCall& call) {
   const auto instanceId = static_cast<uint32_t>(call.Number(0));
-  const NoWaitScope releasing;
   const Outcome outcome = call.scriptable.Agent().StopInstance(instanceId, call.result.keys);
   call.result.Set(outcome);
   if (outcome.Succeeded()) EventTemplate::ReleaseInstance(call.scriptable.Life(), instanceId);
@@ -79,8 +77,9 @@ void StopInstance(ScriptCall& call) {
 
 void GetInstanceID(ScriptCall& call) {
   call.result.Set({kPluginOk, kAgentOk});
-  // Demanded here, not by the row: a name that is no text leaves the status above beside its code 13.
-  const std::optional<InstanceRecord> instance = call.scriptable.Life().instanceMap.Find(call.String(0).c_str());
+  // Converted here, not by the row: a name that is no text leaves the status above beside its code 13.
+  const JSObject name = call.Read(0);
+  const std::optional<InstanceRecord> instance = call.scriptable.Life().instanceMap.Find(name.AsString().c_str());
   call.result.keys["instanceID"] = JSObject(static_cast<int32_t>(instance ? instance->instanceId : 0));
 }
 

@@ -61,7 +61,7 @@ inline constexpr MethodRow kMethods[] = {
      .arguments = {{Text, "name"}}},
     {.name = "zubStopInstance", .operation = AgentMethods::StopInstance,
      .arguments = {{Number, "instanceID"}}, .arity = AllowsExtraArguments},
-    {.name = "getInstanceID", .operation = AgentMethods::GetInstanceID, .arguments = {{Any, "name"}}},
+    {.name = "getInstanceID", .operation = AgentMethods::GetInstanceID, .arguments = {{Unread, "name"}}},
     {.name = "wysInit", .operation = DisplayMethods::Init,
      .arguments = {{Number, "initValue"}, {Text, "initText"}}, .answer = ResultStartingFailed},
     {.name = "wysEstablishSession", .operation = DisplayMethods::EstablishSession, .answer = ResultStartingFailed},

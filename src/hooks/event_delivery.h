@@ -19,7 +19,8 @@ inline constexpr UINT WM_AGENT_EVENT = WM_USER + 43;
 /// The log tag of deliveries. They log at every level, because the library's threads don't know a page's setting.
 inline constexpr char kEventLogTag[] = "pZUB:EventTemplate";
 
-/// The library's callbacks, on its own threads. An event that can't be passed on is dropped; nothing is thrown.
+/// The library's callbacks, on its own threads. They never wait: an event that comes during a delivery is posted after
+/// it. An event that can't be passed on is dropped; nothing is thrown.
 void CallbackEvent(const char* appName, uint32_t size, const void* data, uint8_t source);
 void InstanceCallbackEvent(uint32_t instanceId, uint32_t size, const void* data, uint8_t source, void* context);
 
@@ -33,9 +34,11 @@ void Insert(uint32_t instanceId, const std::shared_ptr<PageLife>& life);
 [[nodiscard]] bool HasName(const std::string& name);
 /// Any one of the page's names, or an empty text if it has none.
 [[nodiscard]] std::string FindEventName(const PageLife& life);
-/// Erase an entry. If the map is then empty, the hook is removed.
+/// Whether the instance's events go to this page. The library may have given the id to another one's instance since.
+[[nodiscard]] bool Has(uint32_t instanceId, const PageLife& life);
+/// Erase an entry, an instance's only if it is of this page. If the map is then empty, the hook is removed.
 void Release(const std::string& name);
-void Release(uint32_t instanceId);
+void Release(uint32_t instanceId, const PageLife& life);
 void ClearNames();
 void ClearInstances();
 /// Erases all entries and records of a page that ends. Removes the hook when no page has entries: it must not outlive
@@ -44,21 +47,11 @@ void ForgetPage(const PageLife& life);
 
 }  // namespace EventRoutes
 
-/// Installs the hook unless it is there. Throws `CPluginException` 22 when the system refuses.
-void InstallEventHook();
+/// Installs the hook unless it is there. False when the system refuses.
+[[nodiscard]] bool InstallEventHook();
 void RemoveEventHook();
 
-/// Declares that no delivery runs, and wakes the callbacks that wait for its end.
+/// Declares that no delivery runs, and posts the events that have come during one. The browser's thread only.
 void ClearEventBusy();
-
-/// While one exists, callbacks don't wait for a running delivery. The library may wait for its callbacks before it
-/// gives up a registration; asked inside a delivery, it would block until their wait ends.
-class NoWaitScope {
- public:
-  NoWaitScope();
-  ~NoWaitScope();
-  NoWaitScope(const NoWaitScope&) = delete;
-  NoWaitScope& operator=(const NoWaitScope&) = delete;
-};
 
 }  // namespace NorvoWebAPI::KSV

@@ -1,6 +1,7 @@
 #include "hooks/event_template.h"
 
 #include <optional>
+#include <stdexcept>
 
 #include "base/debug_log.h"
 #include "base/result_codes.h"
@@ -14,18 +15,28 @@ void LogStart(const CKSVPluginZUB& agent, const char* word) {
   DebugLog(agent.LogEnabled(), kEventLogTag, "%s\n", word);
 }
 
+void DemandHook() {
+  if (!InstallEventHook()) throw CPluginException{kEventRegistrationFailed};
+}
+
+// Enters the route of a registration that the library has accepted. A page that ended during the library's call may
+// have taken the hook away. No `CPluginException`: the caller then undoes the registration.
 template <typename Key>
-void ReleaseEventMap(const Key& key) {
+void InsertRoute(const Key& key, const std::shared_ptr<PageLife>& life) {
+  EventRoutes::Insert(key, life);
+  if (!InstallEventHook()) throw std::runtime_error("The event hook can't be installed again");
+}
+
+void LogMapRelease() {
   DebugLog(true, kEventLogTag, "%s\n", "Releasing event map");
-  EventRoutes::Release(key);
 }
 
 Outcome Unregister(const std::string& name, CKSVPluginZUB& agent) {
-  const NoWaitScope releasing;
   const Outcome outcome = agent.UnregisterCallback(name.c_str());
   if (outcome.Succeeded()) {
+    LogMapRelease();
+    EventRoutes::Release(name);
     ClearEventBusy();
-    ReleaseEventMap(name);
   }
   LogOutcome(agent.LogEnabled(), kEventLogTag, "UnRegisterEvent", outcome);
   return outcome;
@@ -35,11 +46,11 @@ Outcome Unregister(const std::string& name, CKSVPluginZUB& agent) {
 
 Outcome RegisterEvent(const std::string& name, const std::shared_ptr<PageLife>& life, CKSVPluginZUB& agent) {
   LogStart(agent, "RegisterEvent");
-  InstallEventHook();
+  DemandHook();
   if (EventRoutes::HasName(name)) throw CPluginException{kEventRegistrationFailed};
   ClearEventBusy();
   const Outcome outcome = agent.RegisterCallback(name.c_str(), CallbackEvent);
-  if (outcome.Succeeded()) EventRoutes::Insert(name, life);
+  if (outcome.Succeeded()) InsertRoute(name, life);
   LogOutcome(agent.LogEnabled(), kAgentLogTag, "RegisterEvent", outcome);
   return outcome;
 }
@@ -47,13 +58,13 @@ Outcome RegisterEvent(const std::string& name, const std::shared_ptr<PageLife>& 
 Outcome StartInstanceEvent(const std::string& name, const std::shared_ptr<PageLife>& life, CKSVPluginZUB& agent,
                            JSObject& result) {
   LogStart(agent, "StartInstance");
-  InstallEventHook();
+  DemandHook();
   ClearEventBusy();
   uint32_t instanceId = 0;
   const Outcome outcome = agent.StartInstance(name.c_str(), InstanceCallbackEvent, life.get(), instanceId, result);
   if (outcome.Succeeded()) {
-    EventRoutes::Insert(instanceId, life);
     life->instanceMap.Insert(name, {instanceId, true});
+    InsertRoute(instanceId, life);
   }
   LogOutcome(agent.LogEnabled(), kAgentLogTag, "StartInstance", outcome);
   return outcome;
@@ -69,12 +80,12 @@ Outcome UnRegisterInstanceEvent(const std::string& name, PageLife& life, CKSVPlu
   LogStart(agent, "UnRegisterEvent");
   const std::optional<InstanceRecord> instance = life.instanceMap.Find(name);
   if (!instance || !instance->hasEventCallback) throw CPluginException{kEventRegistrationFailed};
-  const NoWaitScope releasing;
   const Outcome outcome = agent.StopInstance(instance->instanceId, result);
   if (outcome.Succeeded()) {
-    ClearEventBusy();
     ReleaseInstance(life, instance->instanceId);
-    ReleaseEventMap(instance->instanceId);
+    LogMapRelease();
+    EventRoutes::Release(instance->instanceId, life);
+    ClearEventBusy();
   }
   LogOutcome(agent.LogEnabled(), kEventLogTag, "UnRegisterEvent", outcome);
   return outcome;
@@ -94,12 +105,14 @@ void StopPluginInstances(PageLife& life, CKSVPluginZUB& agent, JSObject& result)
   LogStart(agent, "UnRegisterEvent");
   Outcome outcome{kPluginOk, kAgentOk};
   try {
-    const NoWaitScope releasing;
-    for (const uint32_t instanceId : life.instanceMap.Ids()) {
+    for (const auto& [instanceId, hasEventCallback] : life.instanceMap.Instances()) {
+      // The library was taken down since, and the id may be another page's by now: an end must not stop that.
+      if (life.HasEnded() && hasEventCallback && !EventRoutes::Has(instanceId, life)) continue;
       outcome = agent.StopInstance(instanceId, result);
-      ReleaseEventMap(instanceId);
+      EventRoutes::Release(instanceId, life);
     }
     life.instanceMap.Clear();
+    LogMapRelease();
   } catch (...) {
     outcome = {kEventRegistrationFailed, kAgentOk};
   }
@@ -121,14 +134,14 @@ void ClearInstanceEvents(PageLife& life) {
 }
 
 void ReleaseInstance(PageLife& life, uint32_t instanceId) {
-  DebugLog(true, kEventLogTag, "%s\n", "Releasing event map");
-  if (life.instanceMap.Remove(instanceId)) RemoveEventHook();
+  LogMapRelease();
+  // After its end `ForgetPage` sees to the hook, which other pages may need.
+  if (life.instanceMap.Remove(instanceId) && !life.HasEnded()) RemoveEventHook();
 }
 
 void ForgetPage(const PageLife& life, CKSVPluginZUB& agent) noexcept {
   const ScopeExit forget([&] { EventRoutes::ForgetPage(life); });
   try {
-    const NoWaitScope releasing;
     for (std::string name; !(name = EventRoutes::FindEventName(life)).empty();) {
       agent.UnregisterCallback(name.c_str());
       EventRoutes::Release(name);

@@ -21,8 +21,8 @@ InitCount::Release InitCount::Decrement(PageLife& life) {
 }
 
 bool InitCount::PreparePageEnd(PageLife& life) {
-  const bool isUser = ofPages.erase(&life) > 0 || life.initialised;
-  if (total > 0 && isUser && ofPages.empty()) {
+  ofPages.erase(&life);
+  if (total > 0 && ofPages.empty()) {
     total = 1;
     life.initialised = true;
     return true;

@@ -35,8 +35,8 @@ class InitCount {
   Release Decrement(PageLife& life);
 
   /// To be called when a page ends. True when the page has to be de-initialised once more: because other
-  /// initialisations remain after that, or because no other page uses the library. In the second case the total is set
-  /// to 1, so that the library is taken down however often the page has initialised it.
+  /// initialisations remain after that, or because no living page has initialisations of its own left. In the second
+  /// case the total is set to 1, so that the library is taken down, whoever left the rest of the total.
   bool PreparePageEnd(PageLife& life);
 
  private:

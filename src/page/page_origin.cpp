@@ -30,7 +30,6 @@ const std::string& Scriptable::PageOrigin() {
   if (!npnFuncs->invoke(npp, location.Get().value.objectValue, toStringId, nullptr, 0, text.Out())) {
     throw std::runtime_error("Failed to invoke requesting url");
   }
-  life->DemandAlive();
   if (text.Get().type != NPVariantType_String) throw std::runtime_error("Failed to get page domain string");
   origin = TextOf(text.Get().value.stringValue);
   NormalizeOrigin(origin);

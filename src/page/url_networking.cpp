@@ -94,8 +94,8 @@ NPError URLNetworking::DestroyStream(NPStream* stream, NPReason reason) {
     listener->OnURLData(reason == NPRES_DONE, open->data, context);
     return NPERR_NO_ERROR;
   }
+  open->file.close();  // Writes what is left: only now a full disk has shown for certain.
   const bool ok = reason == NPRES_DONE && open->file.good();
-  open->file.close();
   if (!ok) DeleteQuietly(open->path);
   listener->OnURLFile(ok, open->path, context);
   return NPERR_NO_ERROR;

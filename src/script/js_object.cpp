@@ -15,9 +15,8 @@ constexpr char kLength[] = "length";
 
 int32_t Truncate(double value) {
   // A value out of range gives the smallest number, as the processor's own conversion does.
-  constexpr double kBelow = -2147483649.0;
-  constexpr double kAbove = 2147483648.0;
-  return value > kBelow && value < kAbove ? static_cast<int32_t>(value) : std::numeric_limits<int32_t>::min();
+  constexpr double kBeyond = 2147483648.0;
+  return value > -kBeyond && value < kBeyond ? static_cast<int32_t>(value) : std::numeric_limits<int32_t>::min();
 }
 
 bool IsIndex(int32_t number) {

@@ -1,8 +1,6 @@
 #include "script/variant_conversion.h"
 
 #include <cstring>
-#include <limits>
-#include <new>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -98,7 +96,6 @@ JSObject fromNPVariant(NPP npp, const NPNetscapeFuncs* funcs, const NPVariant* v
 }
 
 NPVariant TextVariant(const NPNetscapeFuncs* funcs, const std::string& text) {
-  if (text.size() >= std::numeric_limits<uint32_t>::max()) throw std::bad_alloc();
   const size_t size = text.size() + 1;
   auto* const copy = static_cast<char*>(funcs->memalloc(static_cast<uint32_t>(size)));
   Platform::memcpy(copy, size, text.c_str(), size);

@@ -9,20 +9,12 @@ class StubCall {
  public:
   explicit StubCall(const char* entry) { call.entry = entry; }
 
-  StubCall& On(const char* name) {
-    call.hasTarget = true;
-    call.name = name;
-    return *this;
-  }
+  StubCall& On(const char* name) { return call.hasTarget = true, call.name = name, *this; }
   StubCall& On(uint32_t instance) {
     call.hasTarget = call.byInstance = true;
-    call.instance = instance;
-    return *this;
+    return call.instance = instance, *this;
   }
-  StubCall& Number(int32_t number) {
-    call.numbers[call.numberCount++] = number;
-    return *this;
-  }
+  StubCall& Number(int32_t number) { return call.numbers[call.numberCount++] = number, *this; }
   StubCall& In(int32_t length, const uint8_t* bytes) {
     call.inputLength[call.inputCount] = length;
     call.input[call.inputCount++] = bytes;
@@ -39,18 +31,10 @@ class StubCall {
     call.output[call.outputCount++] = bytes;
     return *this;
   }
-  StubCall& Value(uint32_t* value) {
-    call.value = value;
-    return *this;
-  }
-  StubCall& Callback(AgentEventCallback callback) {
-    call.appletCallback = callback;
-    return *this;
-  }
+  StubCall& Value(uint32_t* value) { return call.value = value, *this; }
+  StubCall& Callback(AgentEventCallback callback) { return call.appletCallback = callback, *this; }
   StubCall& Callback(InstanceEventCallback callback, void* context) {
-    call.instanceCallback = callback;
-    call.context = context;
-    return *this;
+    return call.instanceCallback = callback, call.context = context, *this;
   }
   int32_t Answer() {
     if (control.answer) control.answer(control.context, &call);

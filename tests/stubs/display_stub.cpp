@@ -38,23 +38,14 @@ class StubCall {
     call.bytes = bytes;
     return Part(">" + std::to_string(*length) + (bytes ? "" : "/null"));
   }
-  StubCall& Value(uint32_t* value) {
-    call.value = value;
-    return *this;
-  }
+  StubCall& Value(uint32_t* value) { return call.value = value, *this; }
   StubCall& Descriptor(uint8_t* bytes, uint32_t size) {
-    call.bytes = bytes;
-    call.size = size;
+    call.bytes = bytes, call.size = size;
     return Part("descriptor of " + std::to_string(size));
   }
-  StubCall& Wide(WCHAR* text, uint32_t capacity) {
-    call.text = text;
-    call.size = capacity;
-    return *this;
-  }
+  StubCall& Wide(WCHAR* text, uint32_t capacity) { return call.text = text, call.size = capacity, *this; }
   StubCall& Callback(DisplayEventEntry callback, void* context) {
-    call.callback = callback;
-    call.context = context;
+    call.callback = callback, call.context = context;
     return Part(callback && context ? "callback" : callback || context ? "half a callback" : "no callback");
   }
   int32_t Answer() {

@@ -25,12 +25,6 @@ void* Allocate(size_t size) noexcept {
   return block;
 }
 
-void* AllocateOrThrow(size_t size) {
-  void* const block = Allocate(size);
-  if (!block) throw std::bad_alloc();
-  return block;
-}
-
 void Free(void* block) noexcept {
   if (!block) return;
   liveBlocks.fetch_sub(1, std::memory_order_relaxed);
@@ -44,27 +38,17 @@ support::LiveMemory support::CountLiveMemory() {
   return {liveBlocks, liveBytes};
 }
 
+// Those of arrays call these.
 void* operator new(size_t size) {
-  return AllocateOrThrow(size);
-}
-void* operator new[](size_t size) {
-  return AllocateOrThrow(size);
+  void* const block = Allocate(size);
+  return block ? block : throw std::bad_alloc();
 }
 void* operator new(size_t size, const std::nothrow_t& /*tag*/) noexcept {
-  return Allocate(size);
-}
-void* operator new[](size_t size, const std::nothrow_t& /*tag*/) noexcept {
   return Allocate(size);
 }
 void operator delete(void* block) noexcept {
   Free(block);
 }
-void operator delete[](void* block) noexcept {
-  Free(block);
-}
 void operator delete(void* block, size_t /*size*/) noexcept {
-  Free(block);
-}
-void operator delete[](void* block, size_t /*size*/) noexcept {
   Free(block);
 }

@@ -17,6 +17,13 @@ constexpr char kShownKeys[] =
     "ClientInput b64WysData Length status ButtonUpCount manufacturer model serialNumber promptRequired XCode "
     "YCode callback";
 
+template <typename Type>
+Type Demand(const Value& value) {
+  const auto* const held = std::get_if<Type>(&value);
+  EXPECT_TRUE(held) << "another type";
+  return held ? *held : Type{};
+}
+
 }  // namespace
 
 Result::~Result() {
@@ -52,15 +59,11 @@ Result Result::Member(const Key& key) const {
 }
 
 int32_t Result::Int(const Key& key) const {
-  const Value value = Member(key).Get();
-  EXPECT_TRUE(std::holds_alternative<int32_t>(value));
-  return std::holds_alternative<int32_t>(value) ? std::get<int32_t>(value) : -1;
+  return Demand<int32_t>(Member(key).Get());
 }
 
 std::string Result::Text(const Key& key) const {
-  const Value value = Member(key).Get();
-  EXPECT_TRUE(std::holds_alternative<std::string>(value));
-  return std::holds_alternative<std::string>(value) ? std::get<std::string>(value) : "";
+  return Demand<std::string>(Member(key).Get());
 }
 
 std::string Result::Show() const {

@@ -1,9 +1,6 @@
 #include "base/product.h"
 #include "base/registry_key.h"
-#include "base/text.h"
 #include "installer/doctor/checks.h"
-#include "installer/doctor/file_facts.h"
-#include "library/library_loader.h"
 #include "registration/plugin_keys.h"
 
 namespace NorvoWebAPI::KSV::Doctor {
@@ -58,32 +55,9 @@ bool IsAbsolute(const std::string& path) {
   return separator == 0 || (separator == 2 && path[1] == ':');
 }
 
-// A browser has to find the file, load it, and find the entry point by which the module starts.
-void ExamineModule(Report& report, const std::string& path) {
-  if (!IsAbsolute(path)) {
-    report.Fail(kModule, "the registered path " + path + " is relative", kRemedy);
-    return;
-  }
-  if (!FileExists(path)) {
-    report.Fail(kModule, "there is no file " + path, kRemedy);
-    return;
-  }
-  const Bstr wide = BstrFromNarrow(path.c_str());
-  Library module(ModuleKind(path) == OwnKind() ? LoadLibraryW(wide.Get()) : nullptr);
-  if (!module) {
-    report.Fail(kModule, path + " " + WhyNotLoaded(path), kRemedy);
-  } else if (!GetProcAddress(module.Get(), "NP_Initialize")) {
-    report.Fail(kModule, path + " is a library, but no browser plug-in", kRemedy);
-  } else {
-    report.Pass(kModule, path + " loads");
-    // It stays loaded until the process ends, as in a browser.
-    module.Release();
-  }
-}
-
 }  // namespace
 
-void ExamineRegistration(Report& report) {
+void ExamineBrowsers(Report& report, const Prober& prober) {
   const std::string key = Registration::BuildPluginKeyName(kShortName, kVersion);
   // Whatever path is registered is right here; the module there is examined next.
   std::string path;
@@ -91,12 +65,15 @@ void ExamineRegistration(Report& report) {
   const std::string difference = FindDifference(Registration::PluginKeys(kShortName, kDescription, kVersion, path));
   if (difference.empty()) {
     report.Pass(kTree, "browsers are told of the module");
-  } else if (!KSV_REGISTRATION_NEEDED && OpenError(key) == ERROR_FILE_NOT_FOUND) {
-    report.Warn(kTree, "the module is not registered.", "Browsers find it in their own plug-in folders alone.");
   } else {
     report.Fail(kTree, difference, kRemedy);
   }
-  if (error == ERROR_SUCCESS) ExamineModule(report, path);
+  if (error != ERROR_SUCCESS) return;
+  if (!IsAbsolute(path)) {
+    report.Fail(kModule, "the registered path " + path + " is relative", kRemedy);
+  } else {
+    ExamineModule(report, prober, kModule, path, kRemedy);
+  }
 }
 
 }  // namespace NorvoWebAPI::KSV::Doctor
