@@ -139,7 +139,7 @@ TEST(DocumentationTest, HelperExplainsTheStatusesOfBothLibraries) {
 }
 
 TEST(DocumentationTest, PagesCallTheElementPluginAndAreReadAloud) {
-  for (const char* name : {"otp", "hotp", "tokens", "events", "remote", "diagnosis"}) {
+  for (const char* name : {"otp", "hotp", "tokens", "events", "display", "remote", "diagnosis"}) {
     const string page = ReadSource(string("kit/pages/") + name + ".html");
     EXPECT_THAT(page, testing::HasSubstr("<object id=\"plugin\"")) << name;
     EXPECT_THAT(page, testing::HasSubstr("plugin = document.getElementById(\"plugin\")")) << name;
