@@ -1,6 +1,8 @@
 #include <fcntl.h>
 #include <io.h>
 
+#include <cstdio>
+#include <cstdlib>
 #include <stdexcept>
 
 #include "bridge/host/process.h"
@@ -41,6 +43,7 @@ NativePipes TakePipes() {
 }
 
 void EndProcess(int status) {
+  std::fflush(stderr);  // Buffered here where it is no console.
   TerminateProcess(GetCurrentProcess(), static_cast<UINT>(status));
   std::abort();  // Never reached; the system's declaration does not say so.
 }
