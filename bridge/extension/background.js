@@ -44,7 +44,7 @@ class DocumentLink {
     expected.get(port.name)?.(this);
     port.onMessage.addListener(message => this.takeRequest(message));
     port.onDisconnect.addListener(() => this.close());
-    this.started = this.start();
+    this.started = this.start().catch(error => this.end("The plug-in's host can't be started: " + error.message));
   }
 
   async start() {
@@ -63,20 +63,35 @@ class DocumentLink {
 
   async takeRequest({ n, text }) {
     await this.started;
-    if (!this.ended) this.native.postMessage(JSON.parse(text));
+    if (!this.ended) this.sendText(text);
     await ready;
     if (polls) publish(this, n);
   }
 
+  // A page can send its document's content.js what it likes.
+  sendText(text) {
+    let message = null;
+    try {
+      message = JSON.parse(text);
+    } catch {
+      this.end("The page has sent what is not a message.");
+      this.native.disconnect();
+      return;
+    }
+    this.native.postMessage(message);
+  }
+
   takeMessage(message) {
+    let text = "";
     if (message.piece) {
       this.pieces += message.text;
       if (message.piece < message.of) return;
-      message = JSON.parse(this.pieces);
+      text = this.pieces;
+      message = JSON.parse(text);
       this.pieces = "";
     }
     if (message.n) {
-      this.answers.set(message.n, JSON.stringify(message));
+      this.answers.set(message.n, text || JSON.stringify(message));
       this.answers.delete(message.n - 16);
       this.wake(message.n);
     } else if (message.end) {
@@ -89,7 +104,7 @@ class DocumentLink {
   }
 
   wake(number) {
-    this.waiting.get(number)?.();
+    this.waiting.get(number)?.wake();
     this.waiting.delete(number);
   }
 
@@ -111,7 +126,12 @@ class DocumentLink {
   // The answer to a request, once it is there; that the host has gone, when it has.
   async answer(number) {
     if (!this.answers.has(number) && !this.ended) {
-      await new Promise(resolve => this.waiting.set(number, resolve));
+      if (!this.waiting.has(number)) {
+        let wake = null;
+        const woken = new Promise(done => { wake = done; });
+        this.waiting.set(number, { wake, woken });
+      }
+      await this.waiting.get(number).woken;
     }
     return this.answers.get(number) || JSON.stringify({ gone: this.ended });
   }
@@ -120,8 +140,10 @@ class DocumentLink {
 // The text of an answer in parts; each begins with a letter: more parts follow, the end, or nobody is there ("g").
 function partsOf(text) {
   const parts = [];
-  for (let start = 0; start < text.length; start += MAX_PART) {
-    parts.push((start + MAX_PART < text.length ? "m" : "e") + text.slice(start, start + MAX_PART));
+  for (let start = 0, end = 0; start < text.length; start = end) {
+    end = start + MAX_PART;
+    if (/[\uD800-\uDBFF]/.test(text[end - 1])) --end;  // An address can't hold half a character.
+    parts.push((end < text.length ? "m" : "e") + text.slice(start, end));
   }
   return parts;
 }
@@ -139,7 +161,7 @@ async function answerFor(url) {
 function holdRequests() {
   api.webRequest.onBeforeRequest.addListener(
     details => answerFor(details.url).then(text => ({ redirectUrl: addressOf(text) })),
-    { urls: ["https://ksv.invalid/*", "*://*/__ksv__/*"] }, ["blocking"]);
+    { urls: ["https://ksv.invalid/*", "*://*/__ksv__/*"], types: ["xmlhttprequest"] }, ["blocking"]);
 }
 
 // --- Chromium without a policy: content.js asks again and again, and rules give the answer ---------------------------
@@ -149,6 +171,7 @@ let lastRule = 0;
 // Replaces the rules of the document's last answer by those of this one.
 async function publish(link, number) {
   const text = await link.answer(number);
+  if (!documents.has(link.port.name)) return;  // Nobody would remove the rules.
   const addRules = partsOf(text).map((part, index) => ({
     id: ++lastRule,
     priority: 2,

@@ -99,6 +99,7 @@
 
   channel.addEventListener("ksv-request", event => {
     let answer = "";
+    watchCache();
     if (!hidden) {
       asking = true;
       try {
@@ -122,12 +123,23 @@
   });
 
   // A page in the back-forward cache has no plug-in: its instances have ended when it comes back.
-  addEventListener("pagehide", event => {
+  function leave(event) {
     if (!event.persisted) return;
     hidden = true;
     close();
     events = [];
     tell("ksv-event", JSON.stringify({ gone: "" }));
-  }, true);
-  addEventListener("pageshow", () => { hidden = false; }, true);
+  }
+
+  function comeBack() {
+    hidden = false;
+  }
+
+  // document.open() takes the window's listeners away; those that are there are not added again.
+  function watchCache() {
+    addEventListener("pagehide", leave, true);
+    addEventListener("pageshow", comeBack, true);
+  }
+
+  watchCache();
 })();

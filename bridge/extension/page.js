@@ -301,7 +301,7 @@
       }
     } else if (event.forget) {
       const held = functions.get(event.forget);
-      if (!held || held.seen !== event.seen) return;
+      if (!held || (held.seen -= event.seen) > 0) return;
       functions.delete(event.forget);
       numbers.delete(held.run);
     } else {
