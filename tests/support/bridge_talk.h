@@ -61,8 +61,8 @@ class Talk {
       told.push_back(std::move(message));
     }
   }
-  nlohmann::json Call(const std::string& name, nlohmann::json arguments = nlohmann::json::array()) {
-    return Ask({{"do", "call"}, {"name", name}, {"arguments", std::move(arguments)}});
+  nlohmann::json Call(const std::string& name, const std::vector<nlohmann::json>& arguments = {}) {
+    return Ask({{"do", "call"}, {"name", name}, {"arguments", arguments}});
   }
   /// Closes the host's input; gives its exit status.
   int End() {
