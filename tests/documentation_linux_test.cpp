@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "api/method_table.h"
+#include "bridge/host/result_keys.h"
 
 namespace {
 
@@ -83,6 +84,24 @@ TEST(DocumentationTest, MethodsAreThoseOfTheTable) {
   EXPECT_THAT(Signatures(types, regex(R"(\n  (\w+)\(([^)]*)\): )")), ContainerEq(typed));
 }
 
+// The bridge asks results for these keys alone; one that it does not know never reaches a page.
+TEST(DocumentationTest, KeysOfResultsAreThoseOfTheBridge) {
+  const string api = ReadSource("docs/page-api.md");
+  std::set<string> told{"pluginRetCode", "fnRetCode"};
+  const auto addWords = [&told](const string& text) {
+    for (const std::smatch& quoted : AllMatches(text, regex(R"(`\{?(\w+)(?:, (\w+))?[^`]*`)"))) {
+      told.insert(quoted[1]);
+      if (quoted[2].matched) told.insert(quoted[2]);
+    }
+  };
+  for (const std::smatch& row : AllMatches(api, regex(R"(\n\| `\w+\([^)]*\)` \|([^|]*)\|)"))) addWords(row[1]);
+  for (const std::smatch& event : AllMatches(api, regex(R"(\nThe function gets one object: ([^.]*)\.)")))
+    addWords(event[1]);
+  for (const auto& method : kMethods) told.erase(method.name);
+  const std::set<string> asked(std::begin(Bridge::kResultKeys), std::end(Bridge::kResultKeys));
+  EXPECT_THAT(asked, ContainerEq(told));
+}
+
 std::set<int> Numbers(const string& text, const regex& pattern) {
   std::set<int> found;
   for (const std::smatch& match : AllMatches(text, pattern)) found.insert(std::stoi(match[1]));
@@ -120,7 +139,7 @@ TEST(DocumentationTest, HelperExplainsTheStatusesOfBothLibraries) {
 }
 
 TEST(DocumentationTest, PagesCallTheElementPluginAndAreReadAloud) {
-  for (const char* name : {"otp", "hotp", "tokens", "events", "remote", "diagnosis"}) {
+  for (const char* name : {"otp", "hotp", "tokens", "events", "display", "remote", "diagnosis"}) {
     const string page = ReadSource(string("kit/pages/") + name + ".html");
     EXPECT_THAT(page, testing::HasSubstr("<object id=\"plugin\"")) << name;
     EXPECT_THAT(page, testing::HasSubstr("plugin = document.getElementById(\"plugin\")")) << name;

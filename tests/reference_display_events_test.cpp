@@ -66,6 +66,8 @@ TEST_F(ReferenceDisplayEvents, TellOfChangesOnAThreadOfTheirOwn) {
   const auto& [bits, ids, status, context] = told.back();
   EXPECT_EQ(std::tuple(told.size(), told.front().eventBits), std::tuple(2U, 2U));
   EXPECT_EQ(std::tuple(bits, ids[0], ids[1], status, context), std::tuple(6U, session_, 77U, 36U, 0x1234U));
+  Tap("Cancel");
+  EXPECT_EQ(AwaitUpTo(16).back().eventBits, 18U);
 }
 
 TEST_F(ReferenceDisplayEvents, NoneComesAfterTheirEnd) {

@@ -1,10 +1,15 @@
 #include "kit/display/descriptor.h"
 
+#include "kit/display/painter.h"
+
 namespace KsvDisplay {
 namespace {
 
 /// Pads are always shuffled after each digit: this option has no effect, but pages give it.
 constexpr uint32_t kShuffleAfterEachDigit = 1;
+constexpr uint32_t kNoKeyboard = 256;
+constexpr uint32_t kInEnglish = 512;
+constexpr uint32_t kInGerman = 1024;
 
 /// The limits of an input type, and the defaults of fields that are 0.
 struct Limits {
@@ -65,7 +70,7 @@ PixelsPtr ReadLogo(Point size, ByteView rgb) {
 
 }  // namespace
 
-Descriptor ParseDescriptor(ByteView block) {
+Descriptor ParseDescriptor(ByteView block, int dotsPerInch) {
   LittleReader reader(block);
   Descriptor result;
   reader.SkipZeros(1);
@@ -87,16 +92,27 @@ Descriptor ParseDescriptor(ByteView block) {
 
   const Limits& limits = LimitsOf(type);
   result.type = limits.type;
-  if (result.size == Point{}) result.size = limits.usual;
+  if (result.size == Point{}) {
+    const auto scaled = [&](uint16_t side) {
+      return static_cast<uint16_t>(std::min<int>(side * dotsPerInch / kUsualDotsPerInch, kMaxImageSide));
+    };
+    result.size = {scaled(limits.usual.x), scaled(limits.usual.y)};
+  }
   Require(result.size.x >= limits.smallest.x && result.size.y >= limits.smallest.y && result.size.x <= kMaxImageSide &&
               result.size.y <= kMaxImageSide,
           Status::kBadImageSize);
   if (result.greatest == 0) result.greatest = std::max(limits.greatest, std::min(result.least, limits.most));
   if (result.least == 0) result.least = std::min(limits.least, result.greatest);
   Require(result.least <= result.greatest && result.greatest <= limits.most, Status::kBadLimits);
-  Require(theme <= static_cast<uint8_t>(Theme::kDark) && (options & ~kShuffleAfterEachDigit) == 0,
+  Require(theme <= static_cast<uint8_t>(Theme::kDark) &&
+              (options & ~(kShuffleAfterEachDigit | kNoKeyboard | kInEnglish | kInGerman)) == 0 &&
+              (options & (kInEnglish | kInGerman)) != (kInEnglish | kInGerman),
           Status::kUnknownOption);
   result.theme = static_cast<Theme>(theme);
+  result.takesKeys = (options & kNoKeyboard) == 0;
+  result.language = (options & kInEnglish) != 0  ? Language::kEnglish
+                    : (options & kInGerman) != 0 ? Language::kGerman
+                                                 : Painter::UserLanguage();
   return result;
 }
 

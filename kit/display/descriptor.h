@@ -1,10 +1,10 @@
 #pragma once
 
 #include <memory>
-#include <string>
 
 #include "kit/display/display_status.h"
 #include "kit/display/geometry.h"
+#include "kit/display/texts.h"
 
 namespace KsvDisplay {
 
@@ -37,8 +37,10 @@ struct Descriptor {
   uint32_t least = 0;
   uint32_t greatest = 0;
   Theme theme = Theme::kLight;
-  /// What the input is for, shown below the title. It comes in a message of its own; empty for none.
-  std::string reference;
+  /// Of the library's own texts.
+  Language language = Language::kEnglish;
+  /// Whether digits may be typed on the keyboard.
+  bool takesKeys = true;
   /// Null when the page gave none.
   PixelsPtr logo;
 };
@@ -47,8 +49,10 @@ struct Descriptor {
 constexpr size_t kDescriptorIdOffset = 6;
 constexpr size_t kDescriptorSizeOffset = 10;
 
-/// Reads the packed little-endian block: 50 bytes, then the logo's pixels or nothing. Throws kBadDescriptor and what
-/// follows it in `Status`, up to kUnknownOption.
-Descriptor ParseDescriptor(ByteView block);
+constexpr int kUsualDotsPerInch = 96;
+
+/// Reads the packed little-endian block: 50 bytes, then the logo's pixels or nothing. A size that the page left open
+/// fits the resolution. Throws kBadDescriptor and what follows it in `Status`, up to kUnknownOption.
+Descriptor ParseDescriptor(ByteView block, int dotsPerInch = kUsualDotsPerInch);
 
 }  // namespace KsvDisplay

@@ -46,7 +46,7 @@ class Display {
   void MouseUp(uint32_t sessionId, uint32_t imageId, Point at);
   void ClearInput(uint32_t sessionId, uint32_t imageId);
   void SubmitInput(uint32_t sessionId, uint32_t imageId, uint32_t length, const WCHAR* text);
-  /// Stores the sealed input and clears the input.
+  /// Stores the sealed input, and clears and closes the input.
   void GetResponse(uint32_t sessionId, uint32_t imageId, OutputBuffer out);
 
   void SetStreamKey(uint32_t sessionId, ByteView key);
@@ -76,7 +76,8 @@ class Display {
   using Filter = std::function<bool(const Sessions::value_type&)>;
 
   Session& SessionAt(uint32_t sessionId);
-  static void ShowImage(Session& session, uint32_t sessionId, Image image, uint32_t eventBits);
+  void ShowImage(Session& session, uint32_t sessionId, Image image, uint32_t eventBits);
+  bool TypeKey(uint32_t sessionId, TypedKey key);
   Image& ImageAt(Session& session, uint32_t imageId);
   Filter InSameContext(uint32_t sessionId);
   void EndEvents(std::unique_lock<std::mutex>& lock, const Filter& filter);

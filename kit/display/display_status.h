@@ -38,6 +38,7 @@ enum class Status : int32_t {
   kWrongInputType = 223,
   kNoUserInput = 224,
   kImageNotVisible = 225,
+  kInputCancelled = 226,
 
   kBadFrame = 230,
   kFrameNotAuthentic = 231,

@@ -13,6 +13,7 @@ using EventCallback = DisplayEventEntry;
 constexpr uint32_t kImageChanged = 2;
 constexpr uint32_t kInputCompleted = 4;
 constexpr uint32_t kFrameArrived = 8;
+constexpr uint32_t kInputCancelled = 16;
 
 /// A host's callback with the events that it asked for. It ends with its `calls`.
 struct EventRegistration {

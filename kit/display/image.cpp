@@ -34,13 +34,13 @@ Descriptor DescribeFrame(const Pixels& frame, uint32_t id) {
 
 }  // namespace
 
-Image::Image(Descriptor descriptor, Point origin, std::string caption, std::string challenge, ByteView source)
+Image::Image(Descriptor descriptor, Point origin, std::string caption, Request request, ByteView source)
     : descriptor_(std::move(descriptor)),
       origin_(origin),
       caption_(std::move(caption)),
-      challenge_(std::move(challenge)),
+      request_(std::move(request)),
       digest_(Crypto::Sha256(source)),
-      layout_(LayOut(descriptor_, !caption_.empty())) {
+      layout_(LayOut(descriptor_, caption_, request_.reference)) {
   // So that it never grows, which would copy the secret and could fail in the middle of an input.
   input_.reserve(descriptor_.greatest);
   Shuffle();
@@ -49,7 +49,7 @@ Image::Image(Descriptor descriptor, Point origin, std::string caption, std::stri
 Image::Image(PixelsPtr frame, uint32_t id, Point origin, std::string challenge, ByteView source)
     : descriptor_(DescribeFrame(*frame, id)),
       origin_(origin),
-      challenge_(std::move(challenge)),
+      request_{{}, std::move(challenge)},
       digest_(Crypto::Sha256(source)),
       frame_(std::move(frame)) {
   input_.reserve(kMaxClicks * sizeof(Point));
@@ -91,11 +91,12 @@ uint32_t Image::Release(Point at) {
   Require(!closed_, Status::kInputClosed);
   const bool wasDown = std::exchange(isDown_, false);
   const std::optional<size_t> pressed = std::exchange(pressedKey_, std::nullopt);
-  if (frame_ != nullptr) {
+  if (isRemote()) {
     if (!wasDown || !area().Contains(at.x, at.y) || entered_ == kMaxClicks) return 0;
     AppendNumber(input_, static_cast<uint16_t>(at.x - origin_.x));
     AppendNumber(input_, static_cast<uint16_t>(at.y - origin_.y));
     ++entered_;
+    notice_ = Notice::kNone;
     return kImageChanged | kInputCompleted;
   }
   if (!pressed) return 0;
@@ -103,26 +104,50 @@ uint32_t Image::Release(Point at) {
   return Changed() | (KeyAt(at) == &key ? UseKey(key) : 0);
 }
 
+std::optional<uint32_t> Image::Type(TypedKey typed) {
+  if (!takesKeys() || closed_) return std::nullopt;
+  if (typed.kind == Key::Kind::kDigit) return Changed() | Enter(typed.digit);
+  const auto key = std::ranges::find(layout_.keys, typed.kind, &Key::kind);
+  return key != layout_.keys.end() ? Changed() | UseKey(*key) : Changed();
+}
+
+uint32_t Image::Enter(uint8_t digit) {
+  notice_ = Notice::kNone;
+  if (IsComplete()) return 0;
+  Shuffle();
+  input_.push_back(digit);
+  ++entered_;
+  return IsComplete() ? kInputCompleted : 0;
+}
+
 uint32_t Image::UseKey(const Key& key) {
+  notice_ = Notice::kNone;
   switch (key.kind) {
+    case Key::Kind::kCancel:
+      Finish(Notice::kCancelled);
+      return kInputCancelled;
+    case Key::Kind::kDelete:
+      if (entered_ == 0) return 0;
+      Shuffle();
+      input_.back() = 0;
+      input_.pop_back();
+      --entered_;
+      isConfirmed_ = false;
+      return 0;
     case Key::Kind::kClear:
       Clear();
       return 0;
-    case Key::Kind::kDigit: {
+    case Key::Kind::kDigit:
       // An order that was not shown yet has nothing to choose from: the user saw another one.
-      if (IsComplete() || !orderIsShown_) return 0;
-      const uint8_t digit = digits_[static_cast<size_t>(&key - layout_.keys.data())];
-      Shuffle();
-      input_.push_back(digit);
-      ++entered_;
-      return IsComplete() ? kInputCompleted : 0;
-    }
+      if (!orderIsShown_) return 0;
+      return Enter(digits_[static_cast<size_t>(&key - layout_.keys.data())]);
     case Key::Kind::kOk:
       if (descriptor_.type == InputType::kConfirmation) {
         input_.assign(kConfirmed.begin(), kConfirmed.end());
         entered_ = 1;
       }
       isConfirmed_ = HasEnough();
+      if (!isConfirmed_) notice_ = Notice::kMissing;
       return isConfirmed_ ? kInputCompleted : 0;
   }
   return 0;
@@ -134,8 +159,25 @@ void Image::Clear() {
   entered_ = 0;
   isConfirmed_ = false;
   closed_ = false;
+  notice_ = Notice::kNone;
   isDown_ = false;
   pressedKey_.reset();
+  Changed();
+}
+
+void Image::Finish(Notice why) {
+  Clear();
+  closed_ = true;
+  notice_ = why;
+}
+
+void Image::Tell(const Verdict& verdict) {
+  if (verdict.error) {
+    Clear();
+    notice_ = Notice::kRejected;
+    closed_ = verdict.attemptsLeft == 0U;
+  }
+  attemptsLeft_ = verdict.attemptsLeft;
   Changed();
 }
 
@@ -170,23 +212,27 @@ void Image::SubmitText(const WCHAR* text, size_t limit) {
   input_ = std::move(*utf8);
   entered_ = characters;
   closed_ = true;
+  notice_ = Notice::kNone;
   Changed();
 }
 
 Input Image::CompleteInput() const {
-  Require(IsComplete(), Status::kInputIncomplete);
-  Question asked{descriptor_.type, descriptor_.imageId, caption_, isRemote() ? std::string() : descriptor_.reference,
-                 Texts(),          challenge_,          digest_};
+  Require(notice_ != Notice::kCancelled, Status::kInputCancelled);
+  // An input that was given out or rejected is closed too.
+  Require(notice_ == Notice::kNone && IsComplete(), Status::kInputIncomplete);
+  Question asked{descriptor_.type, descriptor_.imageId, caption_, request_.reference,
+                 Texts(),          request_.challenge,  digest_};
   return {std::move(asked), input_};
 }
 
 /// What the image says before anything is entered, but for the caption, the reference and the digits.
 std::string Image::Texts() const {
   if (isRemote()) return {};
-  Descriptor plain = descriptor_;
+  Layout plain = layout_;
+  plain.caption.clear();
   plain.reference.clear();
   std::string texts;
-  for (const Label& label : DrawScene(plain, layout_, {}, AsText(digits_), {}).labels) {
+  for (const Label& label : DrawScene(descriptor_, plain, AsText(digits_), {}).labels) {
     const bool isDigit = label.text.size() == 1 && label.text[0] >= '0' && label.text[0] <= '9';
     if (!isDigit) texts += (texts.empty() ? "" : "\n") + label.text;
   }
@@ -194,15 +240,15 @@ std::string Image::Texts() const {
 }
 
 Scene Image::Draw() const {
-  if (frame_ != nullptr) return DrawScene(frame_);
-  return DrawScene(descriptor_, layout_, caption_, AsText(digits_),
-                   {entered_, closed_, pressedKey_ ? &layout_.keys[*pressedKey_] : nullptr});
+  if (isRemote()) return DrawScene(frame_);
+  return DrawScene(descriptor_, layout_, AsText(digits_),
+                   {entered_, closed_, pressedKey_ ? &layout_.keys[*pressedKey_] : nullptr, notice_, attemptsLeft_});
 }
 
 std::string Image::ListKeys() const {
   std::string lines;
   for (const Key& key : layout_.keys) {
-    lines += LabelOf(layout_, key, AsText(digits_)) + ' ' + std::to_string(key.area.x + origin_.x) + ' ' +
+    lines += NameOf(layout_, key, AsText(digits_)) + ' ' + std::to_string(key.area.x + origin_.x) + ' ' +
              std::to_string(key.area.y + origin_.y) + ' ' + std::to_string(key.area.width) + ' ' +
              std::to_string(key.area.height) + '\n';
   }

@@ -2,10 +2,13 @@
 
 #include <optional>
 
+#include "kit/display/drawing.h"
 #include "kit/display/events.h"
-#include "kit/display/layout.h"
 #include "kit/display/raster.h"
+#include "kit/display/request.h"
 #include "kit/display/sealed_input.h"
+#include "kit/display/verdict.h"
+#include "kit/display/window_watch.h"
 
 namespace KsvDisplay {
 
@@ -13,8 +16,8 @@ namespace KsvDisplay {
 class Image {
  public:
   /// Chooses a random order of the digits. `source` are the bytes that describe the image; they, the texts and the
-  /// challenge are sealed with the input.
-  Image(Descriptor descriptor, Point origin, std::string caption, std::string challenge, ByteView source);
+  /// challenge are sealed with the input. Throws what `LayOut` does.
+  Image(Descriptor descriptor, Point origin, std::string caption, Request request, ByteView source);
   /// A remote image: clicks on it are the input.
   Image(PixelsPtr frame, uint32_t id, Point origin, std::string challenge, ByteView source);
 
@@ -28,6 +31,10 @@ class Image {
   /// kInputClosed.
   uint32_t Press(Point at);
   uint32_t Release(Point at);
+  /// A key of the keyboard, as a press of the key on the pad. Nothing when the image takes no keys. A digit counts
+  /// whatever the order on the pad is.
+  std::optional<uint32_t> Type(TypedKey typed);
+  bool takesKeys() const { return descriptor_.type == InputType::kPin && descriptor_.takesKeys; }
 
   /// Clears and reopens the input, and shuffles the digits. Changes nothing when it throws.
   void Clear();
@@ -38,21 +45,29 @@ class Image {
   /// kInputClosed.
   void SubmitText(const WCHAR* text, size_t limit);
 
-  /// Input is complete at OK, at the greatest number of digits, or when it has been closed. Throws kInputIncomplete.
+  /// Input is complete at OK, at the greatest number of digits, or when it has been closed. Throws kInputIncomplete and
+  /// kInputCancelled.
   Input CompleteInput() const;
+  /// Clears and closes the input because it was given out or cancelled.
+  void Finish(Notice why);
+  /// Shows what the page tells of the last input. After an error the input is clear, and open while attempts are left.
+  void Tell(const Verdict& verdict);
 
   Scene Draw() const;
-  /// Digits count from now on, until their order changes.
+  /// Digits on the pad count from now on, until their order changes.
   void NoteShown() { orderIsShown_ = true; }
-  /// The keys for `Disclosure::KeysFile`, a line each: their labels and areas in the window's client area.
+  /// The keys for `Disclosure::KeysFile`, a line each: their names and areas in the window's client area.
   std::string ListKeys() const;
 
   /// The picture of the last repaint; null when the image has changed since.
   std::shared_ptr<const Picture> picture;
+  /// Whoever shows the image sets it; it ends with the image.
+  WindowWatch watch;
 
  private:
   const Key* KeyAt(Point at) const;
   uint32_t UseKey(const Key& key);
+  uint32_t Enter(uint8_t digit);
   std::string Texts() const;
   void Shuffle();
   bool HasEnough() const;
@@ -62,7 +77,7 @@ class Image {
   Descriptor descriptor_;
   Point origin_;
   std::string caption_;
-  std::string challenge_;
+  Request request_;
   std::array<uint8_t, 32> digest_;
   Layout layout_;
   /// A remote image's; null for a described one.
@@ -78,6 +93,8 @@ class Image {
   bool isDown_ = false;
   std::optional<size_t> pressedKey_;
   bool closed_ = false;
+  Notice notice_ = Notice::kNone;
+  std::optional<uint32_t> attemptsLeft_;
 };
 
 }  // namespace KsvDisplay

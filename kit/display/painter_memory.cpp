@@ -2,11 +2,13 @@
 #include FT_FREETYPE_H
 #include <png.h>
 
-#include <cstdio>
+#include <cstdlib>
+#include <cstring>
 
 #include "base/owner.h"
 #include "kit/display/disclosure.h"
 #include "kit/display/painter.h"
+#include "kit/display/window_watch.h"
 #include "kit/shared/system.h"
 #include "kit/shared/utf8.h"
 
@@ -25,14 +27,14 @@ FreeType OpenFreeType() {
   return library;
 }
 
-Face OpenFace(const FreeType& library, const Label& label) {
+Face OpenFace(const FreeType& library, int height, bool bold) {
   std::string file = System::PathFromEnvironment("KSV_DISPLAY_FONT");
-  if (file.empty()) file = kFonts[label.bold ? 1 : 0];
+  if (file.empty()) file = kFonts[bold ? 1 : 0];
   Face face;
   Require(FT_New_Face(library.Get(), file.c_str(), 0, face.Put()) == 0, Status::kNoFont);
   // Bitmap fonts have layouts of their own.
   Require(FT_IS_SCALABLE(face.Get()) != 0, Status::kNoFont);
-  Require(FT_Set_Pixel_Sizes(face.Get(), 0, static_cast<FT_UInt>(label.height)) == 0, Status::kNoFont);
+  Require(FT_Set_Pixel_Sizes(face.Get(), 0, static_cast<FT_UInt>(height)) == 0, Status::kNoFont);
   return face;
 }
 
@@ -51,26 +53,29 @@ void DrawGlyph(Picture& picture, const FT_GlyphSlotRec_& glyph, int penX, int ba
   }
 }
 
-/// Calls `visit` with each character's rendered glyph and its position. Returns the width of the line.
+/// Loads each character and calls `visit` with its glyph and where it begins. Returns where each one ends.
 template <class Visit>
-int ForEachGlyph(FT_Face face, const std::u32string& text, Visit visit) {
+std::vector<int> ForEachGlyph(FT_Face face, const std::u32string& text, bool render, Visit visit) {
+  std::vector<int> ends;
   int reach = 0;
   for (const char32_t character : text) {
-    if (FT_Load_Char(face, character, FT_LOAD_RENDER | FT_LOAD_NO_BITMAP) != 0) continue;
-    visit(*face->glyph, reach);
-    reach += static_cast<int>(face->glyph->advance.x / 64);
+    if (FT_Load_Char(face, character, FT_LOAD_NO_BITMAP | (render ? FT_LOAD_RENDER : FT_LOAD_DEFAULT)) == 0) {
+      visit(*face->glyph, reach);
+      reach += static_cast<int>(face->glyph->advance.x / 64);
+    }
+    ends.push_back(reach);
   }
-  return reach;
+  return ends;
 }
 
 void DrawLabel(Picture& picture, const FreeType& library, const Label& label) {
-  const Face face = OpenFace(library, label);
+  const Face face = OpenFace(library, label.height, label.bold);
   const std::u32string text = CodePointsOf(label.text).value_or(U"");
-  // 0.73 of the line is the usual height of capitals and digits.
+  // 0.73 of the font is the usual height of capitals and digits.
   const int baseline = label.area.y + (label.area.height + label.height * 73 / 100) / 2;
-  const int width = ForEachGlyph(face.Get(), text, [](const FT_GlyphSlotRec_&, int) {});
-  const int left = label.area.x + (label.area.width - width) / 2;
-  ForEachGlyph(face.Get(), text,
+  const std::vector<int> ends = ForEachGlyph(face.Get(), text, false, [](const FT_GlyphSlotRec_&, int) {});
+  const int left = label.area.x + (label.area.width - (ends.empty() ? 0 : ends.back())) / 2;
+  ForEachGlyph(face.Get(), text, true,
                [&](const FT_GlyphSlotRec_& glyph, int at) { DrawGlyph(picture, glyph, left + at, baseline, label); });
 }
 
@@ -78,6 +83,26 @@ void DrawLabel(Picture& picture, const FreeType& library, const Label& label) {
 
 bool WindowExists(uint32_t) noexcept {
   return true;
+}
+
+int DotsPerInch(uint32_t) noexcept {
+  return kUsualDotsPerInch;
+}
+
+Language UserLanguage() noexcept {
+  // The first of these that is set decides.
+  for (const char* name : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
+    const char* const value = std::getenv(name);
+    if (value != nullptr && *value != 0)
+      return std::strncmp(value, "de", 2) == 0 ? Language::kGerman : Language::kEnglish;
+  }
+  return Language::kEnglish;
+}
+
+std::vector<int> MeasureText(const std::u32string& text, int height, bool bold) {
+  const FreeType library = OpenFreeType();
+  const Face face = OpenFace(library, height, bold);
+  return ForEachGlyph(face.Get(), text, false, [](const FT_GlyphSlotRec_&, int) {});
 }
 
 void DrawLabels(Picture& picture, const Labels& labels) {
@@ -110,3 +135,5 @@ void Show(uint32_t, Point, const Picture& picture) {
 void Invalidate(uint32_t, const Rect&) noexcept {}
 
 }  // namespace KsvDisplay::Painter
+
+KsvDisplay::WindowWatch::WindowWatch(uint32_t, const WindowListener&) {}

@@ -30,10 +30,10 @@ BITMAPINFO FormatOf(const Picture& picture) {
   return format;
 }
 
-GdiObject MakeFont(const Label& label) {
+GdiObject MakeFont(int height, bool bold) {
   LOGFONTW wanted{};
-  wanted.lfHeight = -label.height;
-  wanted.lfWeight = label.bold ? FW_SEMIBOLD : FW_NORMAL;
+  wanted.lfHeight = -height;
+  wanted.lfWeight = bold ? FW_SEMIBOLD : FW_NORMAL;
   wanted.lfCharSet = DEFAULT_CHARSET;
   wanted.lfQuality = ANTIALIASED_QUALITY;
   wanted.lfPitchAndFamily = VARIABLE_PITCH | FF_SWISS;
@@ -44,7 +44,7 @@ GdiObject MakeFont(const Label& label) {
 }
 
 void DrawLabel(HDC dc, const Label& label) {
-  const GdiObject font = MakeFont(label);
+  const GdiObject font = MakeFont(label.height, label.bold);
   const HGDIOBJ before = SelectObject(dc, font.Get());
   const ScopeExit deselect([=] { SelectObject(dc, before); });
   SetTextColor(dc, RGB(label.colour >> 16 & 0xFF, label.colour >> 8 & 0xFF, label.colour & 0xFF));
@@ -58,6 +58,45 @@ void DrawLabel(HDC dc, const Label& label) {
 
 bool WindowExists(uint32_t window) noexcept {
   return IsWindow(Handle(window)) != 0;
+}
+
+int DotsPerInch(uint32_t window) noexcept {
+  using Ask = UINT(WINAPI*)(HWND);
+  // Windows 7 and 8 lack it.
+  const HMODULE user = GetModuleHandleW(L"user32.dll");
+  const auto ask = reinterpret_cast<Ask>(reinterpret_cast<void*>(GetProcAddress(user, "GetDpiForWindow")));
+  if (ask != nullptr) return std::max(static_cast<int>(ask(Handle(window))), kUsualDotsPerInch);
+  const HDC dc = GetDC(Handle(window));
+  const ScopeExit release([=] { ReleaseDC(Handle(window), dc); });
+  return std::max(GetDeviceCaps(dc, LOGPIXELSX), kUsualDotsPerInch);
+}
+
+Language UserLanguage() noexcept {
+  return PRIMARYLANGID(GetUserDefaultUILanguage()) == LANG_GERMAN ? Language::kGerman : Language::kEnglish;
+}
+
+std::vector<int> MeasureText(const std::u32string& text, int height, bool bold) {
+  const MemoryDc dc(CreateCompatibleDC(nullptr));
+  Require(static_cast<bool>(dc), Status::kPaintingFailed);
+  const GdiObject font = MakeFont(height, bold);
+  const HGDIOBJ before = SelectObject(dc.Get(), font.Get());
+  const ScopeExit deselect([&] { SelectObject(dc.Get(), before); });
+  WideText wide;
+  std::vector<size_t> unitsOf;
+  for (const char32_t code : text) {
+    if (code > 0xFFFF) wide += static_cast<WCHAR>(0xD7C0 + (code >> 10));
+    wide += static_cast<WCHAR>(code > 0xFFFF ? 0xDC00 + (code & 0x3FF) : code);
+    unitsOf.push_back(wide.size());
+  }
+  std::vector<int> unitEnds(wide.size());
+  SIZE size{};
+  Require(GetTextExtentExPointW(dc.Get(), wide.c_str(), static_cast<int>(wide.size()), 0, nullptr, unitEnds.data(),
+                                &size) != 0,
+          Status::kPaintingFailed);
+  std::vector<int> ends;
+  ends.reserve(unitsOf.size());
+  for (const size_t units : unitsOf) ends.push_back(unitEnds[units - 1]);
+  return ends;
 }
 
 void DrawLabels(Picture& picture, const Labels& labels) {
@@ -94,6 +133,9 @@ void Show(uint32_t window, Point at, const Picture& picture) {
   Require(SetDIBitsToDevice(dc, at.x, at.y, width, height, 0, 0, 0, height, picture.pixels.data(), &format,
                             DIB_RGB_COLORS) != 0,
           Status::kPaintingFailed);
+  // Else the window's own procedure, which may be about to take WM_PAINT, would erase it.
+  const RECT painted{at.x, at.y, at.x + picture.width, at.y + picture.height};
+  ValidateRect(Handle(window), &painted);
 }
 
 void Invalidate(uint32_t window, const Rect& area) noexcept {

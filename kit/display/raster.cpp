@@ -58,28 +58,58 @@ void DrawPanel(Picture& picture, const Panel& panel) {
     const float distance = Distance(panel, x, y);
     if (distance >= 0.5F) return;
     const Colour fill = Blend(panel.top, panel.bottom, (y - panel.area.y) * 255 / steps);
-    // The border is one pixel wide; both of its edges are anti-aliased.
-    const Colour inside = Blend(fill, panel.border, Share(distance + 1.5F));
+    // Both edges of the border are anti-aliased.
+    const Colour inside = Blend(fill, panel.border, Share(distance + static_cast<float>(panel.edge) + 0.5F));
     Colour& pixel = picture.At(x, y);
     pixel = Blend(pixel, inside, Share(0.5F - distance));
   });
 }
 
-/// Each pixel of the area is the mean of the source's pixels there, so that a logo that is scaled down stays legible.
+/// How much of the source's pixel `from` lies in the place's pixel `to`, where `size` pixels are scaled to `scaled`.
+/// All of a place's pixels together have `size`.
+int Overlap(int from, int to, int size, int scaled) {
+  return std::min((from + 1) * scaled, (to + 1) * size) - std::max(from * scaled, to * size);
+}
+
+/// Each pixel of the area is the mean of what lies there, so that a logo stays legible at every scale.
 void DrawPixels(Picture& picture, const PlacedPixels& placed) {
   const Pixels& source = *placed.pixels;
-  ForEachPixel(Clip(placed.area, picture), [&](int x, int y) {
-    const int left = (x - placed.area.x) * source.width / placed.area.width;
-    const int top = (y - placed.area.y) * source.height / placed.area.height;
-    const int right = std::max(left + 1, (x - placed.area.x + 1) * source.width / placed.area.width);
-    const int bottom = std::max(top + 1, (y - placed.area.y + 1) * source.height / placed.area.height);
-    uint32_t sums[3] = {};
+  const Rect& area = placed.area;
+  ForEachPixel(Clip(area, picture), [&](int x, int y) {
+    const int left = (x - area.x) * source.width / area.width;
+    const int top = (y - area.y) * source.height / area.height;
+    const int right = ((x - area.x + 1) * source.width - 1) / area.width + 1;
+    const int bottom = ((y - area.y + 1) * source.height - 1) / area.height + 1;
+    int64_t sums[3] = {};
     ForEachPixel({left, top, right - left, bottom - top}, [&](int fromX, int fromY) {
+      const int64_t weight = int64_t{Overlap(fromX, x - area.x, source.width, area.width)} *
+                             Overlap(fromY, y - area.y, source.height, area.height);
       const size_t at = 3 * (static_cast<size_t>(fromY) * source.width + static_cast<size_t>(fromX));
-      for (size_t colour = 0; colour < 3; ++colour) sums[colour] += source.rgb[at + colour];
+      for (size_t colour = 0; colour < 3; ++colour) sums[colour] += weight * source.rgb[at + colour];
     });
-    const auto count = static_cast<uint32_t>((right - left) * (bottom - top));
-    picture.At(x, y) = sums[0] / count << 16 | sums[1] / count << 8 | sums[2] / count;
+    Colour mean = 0;
+    for (const int64_t sum : sums)
+      mean = mean << 8 | static_cast<Colour>(sum / (int64_t{source.width} * source.height));
+    picture.At(x, y) = mean;
+  });
+}
+
+void DrawStroke(Picture& picture, const Stroke& stroke) {
+  const int reach = stroke.width / 2 + 1;
+  const int left = std::min(stroke.fromX, stroke.toX) - reach;
+  const int top = std::min(stroke.fromY, stroke.toY) - reach;
+  const auto alongX = static_cast<float>(stroke.toX - stroke.fromX);
+  const auto alongY = static_cast<float>(stroke.toY - stroke.fromY);
+  const float square = std::max(alongX * alongX + alongY * alongY, 1.0F);
+  const Rect around{left, top, std::abs(stroke.toX - stroke.fromX) + 2 * reach + 1,
+                    std::abs(stroke.toY - stroke.fromY) + 2 * reach + 1};
+  ForEachPixel(Clip(around, picture), [&](int x, int y) {
+    const auto fromX = static_cast<float>(x - stroke.fromX);
+    const auto fromY = static_cast<float>(y - stroke.fromY);
+    const float nearest = std::clamp((fromX * alongX + fromY * alongY) / square, 0.0F, 1.0F);
+    const float distance = std::hypot(fromX - nearest * alongX, fromY - nearest * alongY);
+    Colour& pixel = picture.At(x, y);
+    pixel = Blend(pixel, stroke.colour, Share(static_cast<float>(stroke.width) / 2 - distance + 0.5F));
   });
 }
 
@@ -100,6 +130,7 @@ Picture DrawShapes(const Scene& scene) {
   picture.pixels.resize(static_cast<size_t>(scene.width) * static_cast<size_t>(scene.height));
   for (const Panel& panel : scene.panels) DrawPanel(picture, panel);
   for (const PlacedPixels& pixels : scene.pixels) DrawPixels(picture, pixels);
+  for (const Stroke& stroke : scene.strokes) DrawStroke(picture, stroke);
   return picture;
 }
 

@@ -22,7 +22,7 @@ struct Picture {
 /// `over` with an opacity of `share` (0 to 255) on `under`.
 Colour Blend(Colour under, Colour over, int share);
 
-/// The scene's panels and pixels, anti-aliased. `Painter::DrawLabels` draws the labels.
+/// The scene's panels, pixels and strokes, anti-aliased. `Painter::DrawLabels` draws the labels.
 Picture DrawShapes(const Scene& scene);
 
 }  // namespace KsvDisplay

@@ -19,6 +19,18 @@ struct Panel {
   Colour border = 0;
   /// The width of a soft shadow; 0 for none.
   int shadow = 0;
+  /// The width of the border.
+  int edge = 1;
+};
+
+/// A line with round ends, for signs that not every font has.
+struct Stroke {
+  int fromX = 0;
+  int fromY = 0;
+  int toX = 0;
+  int toY = 0;
+  int width = 0;
+  Colour colour = 0;
 };
 
 struct PlacedPixels {
@@ -31,23 +43,24 @@ struct Label {
   Rect area;
   /// UTF-8.
   std::string text;
-  /// Of a line, in pixels.
+  /// Of the font, in pixels.
   int height = 0;
   bool bold = false;
   Colour colour = 0;
 };
 
-/// Secret, because they have the order of the digits. These texts are so short that they are stored within the vector's
-/// memory, which is wiped.
+/// Secret, because they have the order of the digits. A digit is so short that it is stored within the vector's memory,
+/// which is wiped.
 using Labels = std::vector<Label, WipingAllocator<Label>>;
 
-/// What an image looks like on every system: panels, pixels and labels, painted in this order. Areas are relative to
-/// the image.
+/// What an image looks like on every system: panels, pixels, strokes and labels, painted in this order. Areas are
+/// relative to the image.
 struct Scene {
   int width = 0;
   int height = 0;
   std::vector<Panel> panels;
   std::vector<PlacedPixels> pixels;
+  std::vector<Stroke> strokes;
   Labels labels;
 };
 

@@ -135,7 +135,7 @@ class ReferenceDisplayTest : public testing::Test {
     const WysPoint at = MiddleOf(Keys().at(key));
     return Click(at, at);
   }
-  /// The sealed input, or nothing and the status.
+  /// The sealed input, or nothing and the status. The image is open for another one then.
   std::pair<int32_t, std::string> Respond() {
     uint32_t length = 0;
     const int32_t first = wys_.SubmitInputAndGetResponse(session_, 0, &length, nullptr);
@@ -143,6 +143,7 @@ class ReferenceDisplayTest : public testing::Test {
     std::string sealed(length, '\0');
     const int32_t status =
         wys_.SubmitInputAndGetResponse(session_, 0, &length, reinterpret_cast<uint8_t*>(sealed.data()));
+    wys_.ClearInput(session_, 0);
     return {status, sealed};
   }
   static LRESULT CALLBACK HostHook(int code, WPARAM message, LPARAM lParam) {
