@@ -33,18 +33,24 @@ constexpr char kFloor[] = "floor";
 // Keeps the time of each name: of several repetitions the median, which is reported after them.
 class Times : public benchmark::BenchmarkReporter {
  public:
+  explicit Times(Clock measured) : clock(measured) {}
+
   bool ReportContext(const Context& /*context*/) override { return true; }
 
   void ReportRuns(const std::vector<Run>& runs) override {
     for (const Run& run : runs) {
       if (run.error_occurred) throw std::runtime_error(run.error_message);
       if (run.run_type == Run::RT_Iteration || run.aggregate_name == "median") {
-        nanoseconds[run.run_name.function_name] = run.GetAdjustedCPUTime();
+        nanoseconds[run.run_name.function_name] =
+            clock == Clock::Wall ? run.GetAdjustedRealTime() : run.GetAdjustedCPUTime();
       }
     }
   }
 
   std::map<std::string, double> nanoseconds;
+
+ private:
+  const Clock clock;
 };
 
 struct Row {
@@ -56,10 +62,11 @@ struct Row {
 };
 
 Row Measure(const Pair& pair) {
-  // The processor's time, of all threads: a neighbour on the machine lengthens it less than the clock's.
-  benchmark::RegisterBenchmark(kFloor, pair.floor)->MeasureProcessCPUTime();
-  benchmark::RegisterBenchmark(kBenchmark, pair.benchmark)->MeasureProcessCPUTime();
-  Times times;
+  for (const auto& [name, function] : {std::pair(kFloor, pair.floor), std::pair(kBenchmark, pair.benchmark)}) {
+    auto* const registered = benchmark::RegisterBenchmark(name, function)->MeasureProcessCPUTime();
+    if (pair.clock == Clock::Wall) registered->UseRealTime();
+  }
+  Times times(pair.clock);
   benchmark::RunSpecifiedBenchmarks(&times, "all");
   benchmark::ClearRegisteredBenchmarks();
   return {pair, times.nanoseconds.at(kBenchmark), times.nanoseconds.at(kFloor)};

@@ -9,6 +9,10 @@
 
 namespace Bench {
 
+/// What is measured: the processor's time of all threads, which a neighbour on the machine lengthens less; or the
+/// wall's, where another process works too.
+enum class Clock { Processor, Wall };
+
 /// A benchmark, and what it is held against: the least that the same outcome takes. What a contract demands (a file
 /// read at each call, a mutex) and what others do (the host, the libraries, the system) belongs to the floor; how the
 /// plug-in is built doesn't.
@@ -17,6 +21,7 @@ struct Pair {
   void (*benchmark)(benchmark::State& state);
   const char* floorName;
   void (*floor)(benchmark::State& state);
+  Clock clock = Clock::Processor;
 };
 
 /// Enters pairs into the table. Every file of benchmarks has one at its end.

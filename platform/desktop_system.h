@@ -8,6 +8,6 @@ namespace platform {
 /// Null if the system has no window for us.
 HWND MakeTestWindow(WNDPROC procedure, POINT clientOrigin, int width, int height);
 /// What a window's procedure does with a message that it has no interest in.
-LRESULT DefaultProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
+LRESULT CALLBACK DefaultProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
 
 }  // namespace platform

@@ -296,7 +296,7 @@ HWND MakeTestWindow(WNDPROC procedure, POINT clientOrigin, int width, int height
   return reinterpret_cast<HWND>(static_cast<uintptr_t>(state.lastWindow));
 }
 
-LRESULT DefaultProcedure(HWND, UINT, WPARAM, LPARAM) {
+LRESULT CALLBACK DefaultProcedure(HWND, UINT, WPARAM, LPARAM) {
   return 0;
 }
 

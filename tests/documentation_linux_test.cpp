@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "api/method_table.h"
+#include "bridge/host/result_keys.h"
 
 namespace {
 
@@ -81,6 +82,24 @@ TEST(DocumentationTest, MethodsAreThoseOfTheTable) {
   types = std::regex_replace(types, regex(R"(\bunused: any\b)"), "unused: value");
   types = std::regex_replace(types, regex(R"(,\n\s+)"), ", ");
   EXPECT_THAT(Signatures(types, regex(R"(\n  (\w+)\(([^)]*)\): )")), ContainerEq(typed));
+}
+
+// The bridge asks results for these keys alone; one that it does not know never reaches a page.
+TEST(DocumentationTest, KeysOfResultsAreThoseOfTheBridge) {
+  const string api = ReadSource("docs/page-api.md");
+  std::set<string> told{"pluginRetCode", "fnRetCode"};
+  const auto addWords = [&told](const string& text) {
+    for (const std::smatch& quoted : AllMatches(text, regex(R"(`\{?(\w+)(?:, (\w+))?[^`]*`)"))) {
+      told.insert(quoted[1]);
+      if (quoted[2].matched) told.insert(quoted[2]);
+    }
+  };
+  for (const std::smatch& row : AllMatches(api, regex(R"(\n\| `\w+\([^)]*\)` \|([^|]*)\|)"))) addWords(row[1]);
+  for (const std::smatch& event : AllMatches(api, regex(R"(\nThe function gets one object: ([^.]*)\.)")))
+    addWords(event[1]);
+  for (const auto& method : kMethods) told.erase(method.name);
+  const std::set<string> asked(std::begin(Bridge::kResultKeys), std::end(Bridge::kResultKeys));
+  EXPECT_THAT(asked, ContainerEq(told));
 }
 
 std::set<int> Numbers(const string& text, const regex& pattern) {

@@ -5,6 +5,7 @@
 /// nobody gave. `Leaks` tells what is left over. What ends is poisoned; texts have no terminator.
 #pragma once
 
+#include <cstddef>
 #include <deque>
 #include <string>
 #include <string_view>
@@ -43,6 +44,8 @@ class Host {
   NPIdentifier Id(Key key) { return identifiers.Of(std::move(key)); }
   NPIdentifier IdOfName(const std::string& name) { return identifiers.OfName(name); }
   [[nodiscard]] const Key& KeyOf(NPIdentifier identifier) const { return identifiers.KeyOf(identifier); }
+  /// About how much memory the identifiers take. They live as long as the host, and pages choose names as they like.
+  [[nodiscard]] size_t NameBytes() const { return identifiers.Bytes(); }
 
   /// Takes up an object of the browser's, see `Objects::Add`.
   void Add(NPObject* object, uint32_t kept = 0) { objects.Add(object, Maker::Browser, kept); }

@@ -11,6 +11,7 @@ NPIdentifier Identifiers::Of(Key key) {
   const auto [known, isNew] = keys.insert(std::move(key));
   const NPIdentifier identifier = const_cast<Key*>(&*known);
   if (isNew && accounts == Accounts::Kept) given.insert(identifier);
+  if (const auto* const name = std::get_if<std::string>(&*known); name && isNew) nameBytes += name->size();
   return identifier;
 }
 

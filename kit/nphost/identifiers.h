@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <unordered_set>
@@ -23,11 +24,16 @@ class Identifiers {
   NPIdentifier OfName(const std::string& name);
   /// Reports an identifier that is not the host's.
   [[nodiscard]] const Key& KeyOf(NPIdentifier identifier) const;
+  /// About what all keys take.
+  [[nodiscard]] size_t Bytes() const { return keys.size() * kBytesOfKey + nameBytes; }
 
  private:
+  static constexpr size_t kBytesOfKey = 100;  // With their places in the sets.
+
   const Accounts accounts;
   const Report report;
-  std::unordered_set<Key> keys;            // Their addresses are the identifiers.
+  std::unordered_set<Key> keys;  // Their addresses are the identifiers.
+  size_t nameBytes = 0;
   std::unordered_set<NPIdentifier> given;  // The same addresses, where accounts are kept.
 };
 

@@ -151,9 +151,8 @@ NPError GetValue(NPP instance, NPPVariable variable, void* out) {
   return NPERR_NO_ERROR;
 }
 
-}  // namespace
-
-extern "C" KSV_EXPORT(NPError) NP_GetEntryPoints(NPPluginFuncs* funcs) {
+// Not by the export: a program that has one of that name would run its own.
+NPError FillTable(NPPluginFuncs* funcs) {
   funcs->newp = New;
   funcs->destroy = Destroy;
   funcs->setwindow = [](NPP, NPWindow*) -> NPError { return NPERR_NO_ERROR; };
@@ -161,11 +160,17 @@ extern "C" KSV_EXPORT(NPError) NP_GetEntryPoints(NPPluginFuncs* funcs) {
   return NPERR_NO_ERROR;
 }
 
+}  // namespace
+
+extern "C" KSV_EXPORT(NPError) NP_GetEntryPoints(NPPluginFuncs* funcs) {
+  return FillTable(funcs);
+}
+
 #ifdef _WIN32
 extern "C" KSV_EXPORT(NPError) NP_Initialize(NPNetscapeFuncs* funcs) {
 #else
 extern "C" KSV_EXPORT(NPError) NP_Initialize(NPNetscapeFuncs* funcs, NPPluginFuncs* plugin) {
-  NP_GetEntryPoints(plugin);
+  FillTable(plugin);
 #endif
   host = *funcs;
   return NPERR_NO_ERROR;

@@ -1,0 +1,211 @@
+// Once in the browser: connects each document that uses the plug-in with a host of its own, attests the document's
+// origin to it, and answers the blocking requests of content.js. See bridge/PROTOCOL.md.
+"use strict";
+
+const api = globalThis.browser || globalThis.chrome;
+const HOST = "com.norvo.ksv";
+const MAX_PART = 500000;  // Of an answer, in characters: an address has its limits.
+
+const ARRIVAL_TIME = 3000;  // In milliseconds.
+
+const documents = new Map();  // By nonce.
+const expected = new Map();   // Who waits for a document, by nonce.
+
+// The document of a request, which may come before its document's port; null for a nonce that nobody has.
+function linkOf(nonce) {
+  return documents.get(nonce) || new Promise(done => {
+    expected.set(nonce, done);
+    setTimeout(() => {
+      expected.delete(nonce);
+      done(null);
+    }, ARRIVAL_TIME);
+  });
+}
+
+// Whether the administrator and the user let the origin's pages use the plug-in; gives a sentence when not.
+async function refusalOf(origin) {
+  const { sites } = await api.storage.managed.get("sites").catch(() => ({}));
+  if (sites && !sites.includes(origin)) return "Your administrator does not allow the plug-in for this site.";
+  const { off = [] } = await api.storage.local.get("off");
+  return off.includes(origin) ? "The plug-in is switched off for this site: the extension's button switches it on." : "";
+}
+
+class DocumentLink {
+  constructor(port) {
+    this.port = port;
+    this.origin = port.sender.origin || "null";
+    this.host = "";
+    this.answers = new Map();
+    this.waiting = new Map();
+    this.pieces = "";
+    this.ended = "";
+    this.rules = [];
+    documents.set(port.name, this);
+    expected.get(port.name)?.(this);
+    port.onMessage.addListener(message => this.takeRequest(message));
+    port.onDisconnect.addListener(() => this.close());
+    this.started = this.start().catch(error => this.end("The plug-in's host can't be started: " + error.message));
+  }
+
+  async start() {
+    const refusal = await refusalOf(this.origin);
+    if (refusal) this.end(refusal);
+    if (this.ended) return;
+    this.native = api.runtime.connectNative(HOST);
+    this.native.onMessage.addListener(message => this.takeMessage(message));
+    this.native.onDisconnect.addListener(() => {
+      const reason = api.runtime.lastError?.message || this.native.error?.message || "it crashed or was killed";
+      this.end("The plug-in's host has ended: " + reason + ". Reload the page to start it again; if it ends again, the "
+        + "extension's button tells what is missing.");
+    });
+    this.native.postMessage({ hello: 1, origin: this.origin, address: this.port.sender.url || "" });
+  }
+
+  async takeRequest({ n, text }) {
+    await this.started;
+    if (!this.ended) this.sendText(text);
+    await ready;
+    if (polls) publish(this, n);
+  }
+
+  // A page can send its document's content.js what it likes.
+  sendText(text) {
+    let message = null;
+    try {
+      message = JSON.parse(text);
+    } catch {
+      this.end("The page has sent what is not a message.");
+      this.native.disconnect();
+      return;
+    }
+    this.native.postMessage(message);
+  }
+
+  takeMessage(message) {
+    let text = "";
+    if (message.piece) {
+      this.pieces += message.text;
+      if (message.piece < message.of) return;
+      text = this.pieces;
+      message = JSON.parse(text);
+      this.pieces = "";
+    }
+    if (message.n) {
+      this.answers.set(message.n, text || JSON.stringify(message));
+      this.answers.delete(message.n - 16);
+      this.wake(message.n);
+    } else if (message.end) {
+      this.end("The plug-in's host has ended: " + message.end);
+    } else if (message.hello) {
+      this.host = message.host;
+    } else {
+      this.port.postMessage(message);
+    }
+  }
+
+  wake(number) {
+    this.waiting.get(number)?.wake();
+    this.waiting.delete(number);
+  }
+
+  // The first reason counts: what waits is told it, and the page.
+  end(reason) {
+    if (this.ended) return;
+    this.ended = reason;
+    for (const number of [...this.waiting.keys()]) this.wake(number);
+    this.port.postMessage({ gone: reason });
+  }
+
+  close() {
+    this.ended ||= "The page has gone.";
+    this.native?.disconnect();
+    documents.delete(this.port.name);
+    if (this.rules.length) api.declarativeNetRequest.updateSessionRules({ removeRuleIds: this.rules });
+  }
+
+  // The answer to a request, once it is there; that the host has gone, when it has.
+  async answer(number) {
+    if (!this.answers.has(number) && !this.ended) {
+      if (!this.waiting.has(number)) {
+        let wake = null;
+        const woken = new Promise(done => { wake = done; });
+        this.waiting.set(number, { wake, woken });
+      }
+      await this.waiting.get(number).woken;
+    }
+    return this.answers.get(number) || JSON.stringify({ gone: this.ended });
+  }
+}
+
+// The text of an answer in parts; each begins with a letter: more parts follow, the end, or nobody is there ("g").
+function partsOf(text) {
+  const parts = [];
+  for (let start = 0, end = 0; start < text.length; start = end) {
+    end = start + MAX_PART;
+    if (/[\uD800-\uDBFF]/.test(text[end - 1])) --end;  // An address can't hold half a character.
+    parts.push((end < text.length ? "m" : "e") + text.slice(start, end));
+  }
+  return parts;
+}
+
+const addressOf = text => "data:text/plain;charset=utf-8," + encodeURIComponent(text);
+
+// --- Browsers that hold a request up until its answer is there ------------------------------------------------------
+
+async function answerFor(url) {
+  const [nonce, number, part] = new URL(url).pathname.split("/").slice(-3);
+  const link = await linkOf(nonce);
+  return link ? partsOf(await link.answer(Number(number)))[part] : "g";
+}
+
+function holdRequests() {
+  api.webRequest.onBeforeRequest.addListener(
+    details => answerFor(details.url).then(text => ({ redirectUrl: addressOf(text) })),
+    { urls: ["https://ksv.invalid/*", "*://*/__ksv__/*"], types: ["xmlhttprequest"] }, ["blocking"]);
+}
+
+// --- Chromium without a policy: content.js asks again and again, and rules give the answer ---------------------------
+
+let lastRule = 0;
+
+// Replaces the rules of the document's last answer by those of this one.
+async function publish(link, number) {
+  const text = await link.answer(number);
+  if (!documents.has(link.port.name)) return;  // Nobody would remove the rules.
+  const addRules = partsOf(text).map((part, index) => ({
+    id: ++lastRule,
+    priority: 2,
+    condition: {
+      urlFilter: "|https://ksv.invalid:1/" + link.port.name + "/" + number + "/" + index + "|",
+      resourceTypes: ["xmlhttprequest"]
+    },
+    action: { type: "redirect", redirect: { url: addressOf(part) } }
+  }));
+  const removeRuleIds = link.rules;
+  link.rules = addRules.map(rule => rule.id);
+  await api.declarativeNetRequest.updateSessionRules({ addRules, removeRuleIds });
+}
+
+let polls = false;
+
+async function choosePolling() {
+  if (!api.declarativeNetRequest) return;
+  polls = (await api.management.getSelf()).installType !== "admin";
+  const { updateEnabledRulesets, getSessionRules, updateSessionRules } = api.declarativeNetRequest;
+  await updateEnabledRulesets(polls ? { enableRulesetIds: ["wait"] } : { disableRulesetIds: ["wait"] });
+  // The rules of a background that was ended outlive it.
+  await updateSessionRules({ removeRuleIds: (await getSessionRules()).map(rule => rule.id) });
+}
+
+const ready = choosePolling();
+
+api.runtime.onConnect.addListener(port => new DocumentLink(port));
+holdRequests();
+
+// --- The toolbar's page asks who uses the plug-in in a tab -------------------------------------------------------------
+
+api.runtime.onMessage.addListener((message, sender, answer) => {
+  if (sender.id !== api.runtime.id || message.usersIn === undefined) return;
+  answer([...documents.values()].filter(link => link.port.sender.tab?.id === message.usersIn)
+    .map(link => ({ origin: link.origin, host: link.host, ended: link.ended })));
+});

@@ -1,0 +1,145 @@
+// In the isolated world of each document: takes the requests of page.js, and waits for the answer by a blocking
+// request, which the extension's background answers. See bridge/PROTOCOL.md.
+(() => {
+  "use strict";
+
+  const api = globalThis.browser || globalThis.chrome;
+  // In Firefox the page's own request to its own origin is held up best: the page's timers rest meanwhile. Where the page's
+  // policy or a sandbox forbids it, the extension's own request does it.
+  const pageRequest = typeof content === "object" && content && content.XMLHttpRequest;
+  const ADDRESS = pageRequest ? "https://ksv.invalid/" : "https://ksv.invalid:1/";
+  const GONE = "The plug-in's host could not be reached. Reload the page; if that does not help, the extension's button tells what is missing.";
+  const START_TIME = 5000;  // What a background may take to be there, in milliseconds.
+  const channel = performance;
+
+  let port = null;
+  let nonce = "";
+  let number = 0;
+  let hidden = false;  // In the back-forward cache, or on the way there.
+  let asking = false;
+  let events = [];     // What came inside a request: the page hears it afterwards.
+
+  function tell(name, message) {
+    channel.dispatchEvent(new CustomEvent(name, { detail: message }));
+  }
+
+  function tellEvents() {
+    while (events.length && !asking) tell("ksv-event", JSON.stringify(events.shift()));
+  }
+
+  function open() {
+    nonce = Array.from(crypto.getRandomValues(new Uint8Array(16)), byte => byte.toString(16).padStart(2, "0")).join("");
+    number = 0;
+    const opened = api.runtime.connect({ name: nonce });
+    opened.onMessage.addListener(event => {
+      if (opened !== port) return;
+      events.push(event);
+      if (event.gone) close();
+      tellEvents();
+    });
+    opened.onDisconnect.addListener(() => {
+      if (opened !== port) return;
+      port = null;
+      events.push({ gone: "" });
+      tellEvents();
+    });
+    port = opened;
+  }
+
+  let ownOrigin = Boolean(pageRequest);
+
+  function fetchPart(path) {
+    if (ownOrigin) {
+      try {
+        return send(new pageRequest(), "/__ksv__/" + path);
+      } catch {
+        ownOrigin = false;
+      }
+    }
+    return send(new XMLHttpRequest(), ADDRESS + path);
+  }
+
+  function send(request, address) {
+    request.open("GET", address, false);
+    request.send();
+    return request.responseText;
+  }
+
+  // The next use opens another.
+  function close() {
+    port?.disconnect();
+    port = null;
+  }
+
+  // The text that the background gives for this request, in its parts; empty when there is none to be had.
+  function fetchAnswer() {
+    const end = Date.now() + START_TIME;
+    let answer = "";
+    for (let part = 0; ; ) {
+      let got = "";
+      try {
+        got = fetchPart(nonce + "/" + number + "/" + part);
+      } catch {
+        // A background that is just being started answers nothing yet.
+        if (Date.now() > end) return "";
+        continue;
+      }
+      if (got[0] === "w") continue;  // Not yet: without the browser's policy nothing holds a request up.
+      if (got[0] !== "m" && got[0] !== "e") return "";
+      answer += got.slice(1);
+      if (got[0] === "e") return answer;
+      ++part;
+    }
+  }
+
+  function post(body) {
+    if (!port) open();
+    port.postMessage({ n: ++number, text: '{"n":' + number + "," + body.slice(1) });
+  }
+
+  channel.addEventListener("ksv-request", event => {
+    let answer = "";
+    watchCache();
+    if (!hidden) {
+      asking = true;
+      try {
+        post(event.detail);
+        answer = fetchAnswer();
+      } catch (error) {
+        console.debug(error);
+      }
+      asking = false;
+    }
+    if (!answer) {
+      close();
+      answer = JSON.stringify({ gone: GONE });
+    }
+    tell("ksv-answer", answer);
+    Promise.resolve().then(tellEvents);
+  });
+
+  channel.addEventListener("ksv-note", event => {
+    if (port) post(event.detail);
+  });
+
+  // A page in the back-forward cache has no plug-in: its instances have ended when it comes back.
+  function leave(event) {
+    if (!event.persisted) return;
+    hidden = true;
+    close();
+    events = [];
+    tell("ksv-event", JSON.stringify({ gone: "" }));
+  }
+
+  function comeBack() {
+    hidden = false;
+  }
+
+  // document.open() takes the window's listeners away; those that are there are not added again.
+  function watchCache() {
+    addEventListener("pagehide", leave, true);
+    addEventListener("pageshow", comeBack, true);
+  }
+
+  watchCache();
+})();

@@ -1,0 +1,312 @@
+// In the page's own world, before its scripts: gives the plug-in's elements their methods. Sends each use as a message of
+// bridge/PROTOCOL.md to content.js and waits for the answer. What it needs of the page's world it takes first: a page may
+// replace any of it later.
+(() => {
+  "use strict";
+
+  const TYPES = ["application/x-vnd-norvo-webapi-ksv-5.0.9", "application/x-vnd-norvo-webapi-ksv-5.0.5"];
+  const DESCRIPTION = "Norvo KSV WebApi plugin";
+  const METHODS = [
+    "getPlatformInfo", "isUpdaterPromptRequired", "zubInit", "zubDeInit", "zubStartProvisioning",
+    "zubEndProvisioning", "zubEndProvisioningDomainBinding", "zubSendData", "zubReceiveData", "zubProcessSVPMessage",
+    "zubGetSVPMessage", "zubSendAndReceiveData", "zubGetCapabilities", "zubGetVersion", "zubInstall", "zubUninstall",
+    "zubDoFWUpdate", "zubGetOTP", "zubEnumerateTokensDomainBinding", "zubDeleteTokenDomainBinding",
+    "zubRegisterEventCallback", "zubUnRegisterEventCallback", "zubStopInstance", "getInstanceID", "wysInit",
+    "wysEstablishSession", "wysDeInit", "wysCloseSession", "wysCreateStdImage", "wysMouseDown", "wysMouseUp",
+    "wysSubmitButton", "wysProcessSubmitAndGetResponse", "wysCancelButton", "wysClearButton", "wysSubmitFrame",
+    "wysSendRecv", "wysRepaintImage", "wysGetVersion", "wysStatusToString", "setMouseDownCallback",
+    "setMouseUpCallback", "setWindowEventCallback", "wysProcessRemoteWysMessage", "wysGetButtonUpCount",
+    "setRepaintImageCallback", "setDisplayEventsCallback"
+  ];
+  const PROPERTIES = ["version"];
+  const MAX_DEPTH = 64;
+  const MAX_VALUES = 100000;
+  const MAX_TEXT = 48 * 1024 * 1024;
+
+  const { parse, stringify } = JSON;
+  const { apply, ownKeys, getOwnPropertyDescriptor, get: getMember } = Reflect;
+  const { defineProperty, create, freeze, is, setPrototypeOf } = Object;
+  const { isArray } = Array;
+  const PageError = Error;
+  const PageMap = Map;
+  const PageEvent = CustomEvent;
+  const channel = performance;
+  const { addEventListener, dispatchEvent } = EventTarget.prototype;
+  const { getAttribute } = Element.prototype;
+  const isConnected = getOwnPropertyDescriptor(Node.prototype, "isConnected").get;
+  const detailOf = getOwnPropertyDescriptor(CustomEvent.prototype, "detail").get;
+  const consoleError = console.error.bind(console);
+  const report = reportError.bind(window);
+  const toWellFormed = String.prototype.toWellFormed || function () { return String(this); };
+  const clientSize = element => apply(getBoundingClientRect, element, []);
+  const { getBoundingClientRect } = Element.prototype;
+  const elementClasses = [HTMLObjectElement, HTMLEmbedElement];
+  const isElement = elementClasses.map(type => {
+    const tag = getOwnPropertyDescriptor(type.prototype, "type").get;
+    return value => { try { apply(tag, value, []); return true; } catch { return false; } };
+  });
+
+  const text = value => stringify(apply(toWellFormed, value, []));
+
+  // --- Messages to and from content.js -----------------------------------------------------------------------------
+
+  let answer = null;
+
+  function listen(name, take) {
+    apply(addEventListener, channel, [name, event => take(apply(detailOf, event, []))]);
+  }
+
+  function send(name, message) {
+    apply(dispatchEvent, channel, [new PageEvent(name, { detail: message })]);
+  }
+
+  listen("ksv-answer", message => { answer = message; });
+
+  // The answer to a request; null when there is no host to answer it.
+  function ask(message) {
+    answer = null;
+    send("ksv-request", message);
+    const given = answer && parse(answer);
+    answer = null;
+    if (given && given.n !== undefined) return given;
+    if (given && given.gone) consoleError(given.gone);
+    forgetHost();
+    return null;
+  }
+
+  // --- Values ----------------------------------------------------------------------------------------------------
+
+  let functions = new PageMap();
+  let numbers = new WeakMap();
+  let lastFunction = 0;
+
+  function functionNumber(value) {
+    let number = numbers.get(value);
+    if (number === undefined) {
+      number = ++lastFunction;
+      numbers.set(value, number);
+      functions.set(number, { run: value, seen: 0 });
+    }
+    ++functions.get(number).seen;
+    return number;
+  }
+
+  class Writer {
+    count = 0;
+    size = 0;
+
+    write(value, depth) {
+      if (++this.count > MAX_VALUES || depth > MAX_DEPTH || this.size > MAX_TEXT) throw new PageError("too large");
+      switch (typeof value) {
+        case "string": {
+          const written = text(value);
+          this.size += written.length;
+          return written;
+        }
+        case "boolean": return value ? "true" : "false";
+        case "number":
+          if (value !== value || value === Infinity || value === -Infinity || is(value, -0)) {
+            return '{"number":"' + (is(value, -0) ? "-0" : value) + '"}';
+          }
+          return "" + value;
+        case "function": return '{"function":' + functionNumber(value) + "}";
+        case "object": return value === null ? "null" : this.writeObject(value, depth);
+        default: return '{"undefined":true}';
+      }
+    }
+
+    writeObject(value, depth) {
+      if (isOurs(value)) return '{"plugin":' + instanceOf(value) + "}";
+      let written = "";
+      for (const key of ownKeys(value)) {
+        if (typeof key !== "string" || !getOwnPropertyDescriptor(value, key)?.enumerable) continue;
+        written += (written && ",") + "[" + text(key) + "," + this.write(getMember(value, key), depth + 1) + "]";
+      }
+      return '{"object":[' + written + "]}";
+    }
+  }
+
+  // What can't be read fails in the module, as it does in a browser that reads it there.
+  function write(value) {
+    try {
+      return new Writer().write(value, 1);
+    } catch {
+      return '{"unreadable":true}';
+    }
+  }
+
+  function put(object, key, value) {
+    defineProperty(object, key, setPrototypeOf({ value, writable: true, enumerable: true, configurable: true }, null));
+  }
+
+  function read(value) {
+    if (value === null || typeof value !== "object") return value;
+    if (value.object) {
+      const object = {};
+      for (let i = 0; i < value.object.length; ++i) put(object, value.object[i][0], read(value.object[i][1]));
+      return freeze(object);
+    }
+    if (value.array) {
+      const array = [];
+      for (let i = 0; i < value.array.length; ++i) put(array, i, read(value.array[i]));
+      return freeze(array);
+    }
+    if (value.number) return value.number === "NaN" ? NaN : value.number === "-0" ? -0 : value.number === "Infinity" ? Infinity : -Infinity;
+    return undefined;
+  }
+
+  // --- Instances -------------------------------------------------------------------------------------------------
+
+  let instances = new PageMap();  // Their elements, with their numbers.
+  let lastInstance = 0;
+
+  function forgetHost() {
+    instances = new PageMap();
+    functions = new PageMap();
+    numbers = new WeakMap();
+    lastInstance = 0;
+    lastFunction = 0;
+  }
+
+  function isOurs(value) {
+    if (!isElement.some(test => test(value)) || !apply(isConnected, value, [])) return false;
+    const type = apply(getAttribute, value, ["type"]);
+    return type !== null && TYPES.includes(type.trim().toLowerCase());
+  }
+
+  function endRemoved() {
+    for (const [element, number] of [...instances]) {
+      if (apply(isConnected, element, [])) continue;
+      instances.delete(element);
+      send("ksv-note", '{"on":' + number + ',"do":"destroy"}');
+    }
+  }
+
+  const removals = new MutationObserver(endRemoved);
+
+  // The number of the element's instance, made on its first use; 0 when there is none to be had.
+  function instanceOf(element) {
+    const known = instances.get(element);
+    if (known) return known;
+    const { width, height } = clientSize(element);
+    const size = length => Math.min(65535, Math.max(0, Math.round(length)));
+    const number = ++lastInstance;
+    const made = ask('{"on":' + number + ',"do":"create","width":' + size(width) + ',"height":' + size(height) + "}");
+    if (!made) return 0;
+    if (made.error) {
+      consoleError(made.error);
+      return 0;
+    }
+    instances.set(element, number);
+    removals.observe(document, { childList: true, subtree: true });
+    return number;
+  }
+
+  // What a method gives when nobody is there to do it.
+  const refused = () => ({ pluginRetCode: 13, fnRetCode: 0 });
+
+  function use(element, message) {
+    const number = isOurs(element) ? instanceOf(element) : 0;
+    const given = number && ask('{"on":' + number + "," + message + "}");
+    if (!given) return undefined;
+    if (given.error) throw new PageError(given.error);
+    return { value: read(given.value) };
+  }
+
+  function methodOf(element, name) {
+    return function (...given) {
+      let list = "";
+      for (let i = 0; i < given.length; ++i) list += (i ? "," : "") + write(given[i]);
+      const result = use(element, '"do":"call","name":' + text(name) + ',"arguments":[' + list + "]");
+      return result ? result.value : refused();
+    };
+  }
+
+  const methods = new WeakMap();  // So that a method is the same function each time it is read.
+
+  function memberOf(element, name) {
+    if (PROPERTIES.includes(name)) return use(element, '"do":"get","name":' + text(name))?.value;
+    let known = methods.get(element);
+    if (!known) methods.set(element, known = create(null));
+    return known[name] ||= methodOf(element, name);
+  }
+
+  for (const name of [...METHODS, ...PROPERTIES]) {
+    for (const type of elementClasses) {
+      defineProperty(type.prototype, name, {
+        configurable: true,
+        enumerable: true,
+        get() { return isOurs(this) ? memberOf(this, name) : undefined; },
+        set(value) {
+          if (isOurs(this)) throw new PageError("the plug-in refused " + name);
+          put(this, name, value);
+        }
+      });
+    }
+  }
+
+  // --- What pages look for: the plug-in among those of the browser ---------------------------------------------------
+
+  // A list of the browser's with entries of ours behind its own.
+  function extended(list, entries) {
+    const own = list.length;
+    const member = key => entries.find((entry, index) => key === entry.name || key === entry.type || key === String(own + index));
+    const item = key => member(String(key >>> 0)) || list.item(key);
+    const namedItem = key => member(key) || list.namedItem(key);
+    return new Proxy(list, {
+      get(target, key) {
+        if (key === "length") return own + entries.length;
+        if (key === "item") return item;
+        if (key === "namedItem") return namedItem;
+        if (key === Symbol.iterator) return function* () { yield* target; yield* entries; };
+        const found = typeof key === "string" && member(key);
+        const value = found || getMember(target, key, target);
+        return typeof value === "function" ? value.bind(target) : value;
+      },
+      has: (target, key) => Boolean(typeof key === "string" && member(key)) || key in target
+    });
+  }
+
+  const described = (type, members) => create(type.prototype, Object.fromEntries(
+    Object.entries(members).map(([key, value]) => [key, { value, enumerable: true }])));
+
+  function announce() {
+    const plugin = described(Plugin, { name: DESCRIPTION, description: DESCRIPTION, filename: "", length: TYPES.length });
+    const types = TYPES.map(type =>
+      described(MimeType, { type, description: DESCRIPTION, suffixes: "", enabledPlugin: plugin }));
+    types.forEach((type, index) => put(plugin, index, type));
+    for (const [name, entries] of [["mimeTypes", types], ["plugins", [plugin]]]) {
+      const { get } = getOwnPropertyDescriptor(Navigator.prototype, name);
+      let list = null;
+      defineProperty(Navigator.prototype, name, {
+        configurable: true,
+        enumerable: true,
+        get() { return list ||= extended(apply(get, this, []), entries); }
+      });
+    }
+  }
+
+  announce();
+
+  // --- What the module does to the page's functions -----------------------------------------------------------------
+
+  listen("ksv-event", message => {
+    const event = parse(message);
+    if (event.run) {
+      const held = functions.get(event.run);
+      try {
+        if (held) apply(held.run, undefined, read({ array: event.arguments }));
+      } catch (error) {
+        report(error);
+      }
+    } else if (event.forget) {
+      const held = functions.get(event.forget);
+      if (!held || (held.seen -= event.seen) > 0) return;
+      functions.delete(event.forget);
+      numbers.delete(held.run);
+    } else {
+      if (event.gone) consoleError(event.gone);
+      forgetHost();
+    }
+  });
+})();

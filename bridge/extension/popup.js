@@ -1,0 +1,94 @@
+// The toolbar's page: whether this page uses the plug-in, and whether what it needs is on the computer.
+"use strict";
+
+const api = globalThis.browser || globalThis.chrome;
+const find = id => document.getElementById(id);
+
+function append(parent, tag, text) {
+  parent.appendChild(document.createElement(tag)).textContent = text;
+}
+
+// --- This page -----------------------------------------------------------------------------------------------------
+
+async function showSite() {
+  const [tab] = await api.tabs.query({ active: true, currentWindow: true });
+  const address = URL.parse(tab?.url || "");
+  if (!/^https?:$/.test(address?.protocol)) {
+    find("origin").textContent = "No page can use the plug-in here.";
+    find("switch").hidden = true;
+    return;
+  }
+  const { origin } = address;
+  find("origin").textContent = origin;
+  const users = await api.runtime.sendMessage({ usersIn: tab.id });
+  if (!users.length) append(find("users"), "li", "The plug-in is not in use.");
+  for (const user of users) append(find("users"), "li", user.ended ? `${user.origin}: ${user.ended}` : `in use by ${user.origin}`);
+
+  const { sites } = await api.storage.managed.get("sites").catch(() => ({}));
+  const { off = [] } = await api.storage.local.get("off");
+  const box = find("allowed");
+  box.checked = !off.includes(origin) && (!sites || sites.includes(origin));
+  box.disabled = Boolean(sites);
+  if (sites) append(find("switch"), "span", " (your administrator decides)");
+  box.addEventListener("change", async () => {
+    const { off = [] } = await api.storage.local.get("off");
+    await api.storage.local.set({ off: off.filter(other => other !== origin).concat(box.checked ? [] : [origin]) });
+    find("reload").hidden = false;
+  });
+}
+
+// --- On this computer ----------------------------------------------------------------------------------------------
+
+const CODES = {
+  0: "Everything that a page needs is there.",
+  10: "The agent library is missing: install it, or correct its folder in the settings.",
+  11: "The agent library is too old for this plug-in.",
+  17: "The last update is too old: run the updater."
+};
+
+function verdictOf(result) {
+  if (!result) return "The plug-in does not answer.";
+  const codes = Object.fromEntries(result.object);
+  return CODES[codes.pluginRetCode] || `The agent can't be started: plug-in code ${codes.pluginRetCode}.`;
+}
+
+// Talks with a host of its own, as a page would.
+function diagnose() {
+  return new Promise(done => {
+    const native = api.runtime.connectNative("com.norvo.ksv");
+    const requests = [
+      { do: "create", width: 1, height: 1 }, { do: "get", name: "version" },
+      { do: "call", name: "zubInit", arguments: [] }, { do: "call", name: "zubDeInit", arguments: [] }
+    ];
+    const values = [];
+    let host = "";
+    const finish = sentence => {
+      native.disconnect();
+      done({ host, module: values[1], sentence });
+    };
+    native.onDisconnect.addListener(() => finish("The native host can't be started: "
+      + (api.runtime.lastError?.message || native.error?.message || "it ended at once")));
+    native.onMessage.addListener(message => {
+      if (message.end || message.error) return finish(message.end || message.error);
+      if (message.hello) host = message.host;
+      if (message.n) values.push(message.value);
+      const next = requests[values.length];
+      if (next) native.postMessage({ n: values.length + 1, on: 1, ...next });
+      else finish(verdictOf(values[2]));
+    });
+    native.postMessage({ hello: 1, origin: "null", address: "" });
+  });
+}
+
+async function showState() {
+  const { host, module, sentence } = await diagnose();
+  find("verdict").textContent = sentence;
+  find("verdict").className = sentence === CODES[0] ? "good" : "bad";
+  for (const [name, version] of [["Extension", api.runtime.getManifest().version], ["Host", host], ["Plug-in", module]]) {
+    append(find("versions"), "dt", name);
+    append(find("versions"), "dd", version || "unknown");
+  }
+}
+
+showSite();
+showState();

@@ -1,0 +1,51 @@
+#include "bridge/host/inbox.h"
+
+#include <utility>
+
+#include "bridge/host/protocol.h"
+
+namespace Bridge {
+namespace {
+
+constexpr size_t kMaxWaiting = 2 * kMaxMessage;
+
+// With what a short one takes beside its text.
+size_t SizeOf(const std::string& message) {
+  return message.size() + sizeof(std::string);
+}
+
+}  // namespace
+
+void Inbox::Put(std::string message) {
+  {
+    const std::lock_guard lock(mutex);
+    if (waiting + SizeOf(message) > kMaxWaiting) throw ProtocolError("too many messages wait");
+    waiting += SizeOf(message);
+    messages.push_back(std::move(message));
+  }
+  wake();
+}
+
+void Inbox::Close(std::string reason) {
+  {
+    const std::lock_guard lock(mutex);
+    closed = std::move(reason);
+  }
+  wake();
+}
+
+std::optional<std::string> Inbox::Take() {
+  const std::lock_guard lock(mutex);
+  if (messages.empty()) return std::nullopt;
+  std::string message = std::move(messages.front());
+  messages.pop_front();
+  waiting -= SizeOf(message);
+  return message;
+}
+
+std::optional<std::string> Inbox::Closed() {
+  const std::lock_guard lock(mutex);
+  return messages.empty() ? closed : std::nullopt;
+}
+
+}  // namespace Bridge

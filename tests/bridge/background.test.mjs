@@ -1,0 +1,106 @@
+import assert from "node:assert/strict";
+import { test } from "node:test";
+import { load, port, signal } from "./extension.mjs";
+
+const settled = () => new Promise(setImmediate);
+
+// The extension's background, in a browser with these settings. Time passes when `pass` is called.
+async function start({ sites, off, installed = "admin" } = {}) {
+  const timers = [];
+  const background = { hosts: [], rules: [{ id: 7 }], rulesets: null, pass: () => timers.splice(0).forEach(run => run()) };
+  const held = signal();
+  const connect = signal();
+  const api = {
+    runtime: {
+      onConnect: connect, onMessage: signal(),
+      connectNative: name => background.hosts[background.hosts.push(port(name)) - 1]
+    },
+    storage: { managed: { get: async () => ({ sites }) }, local: { get: async () => ({ off }) } },
+    management: { getSelf: async () => ({ installType: installed }) },
+    webRequest: { onBeforeRequest: held },
+    declarativeNetRequest: {
+      updateEnabledRulesets: async change => { background.rulesets = change; },
+      getSessionRules: async () => background.rules,
+      updateSessionRules: async ({ addRules = [], removeRuleIds }) => {
+        background.rules = background.rules.filter(rule => !removeRuleIds.includes(rule.id)).concat(addRules);
+      }
+    }
+  };
+  load("background.js", { chrome: api, URL, setTimeout: run => timers.push(run) });
+  const textOf = address => decodeURIComponent(address.slice(address.indexOf(",") + 1));
+  Object.assign(background, {
+    open: name => {
+      const opened = port(name, { origin: "https://a.example", url: "https://a.example/p" });
+      connect.fire(opened);
+      return opened;
+    },
+    ask: async path => textOf((await held.fire({ url: "https://ksv.invalid:1/" + path })[0]).redirectUrl),
+    ruleTexts: () => background.rules.map(rule => [rule.condition.urlFilter, textOf(rule.action.redirect.url)])
+  });
+  await settled();
+  return background;
+}
+
+test("a request before its port waits for it, and its answer is given as often as it is asked", async () => {
+  const background = await start();
+  const asked = background.ask("nonce/1/0");
+  background.open("nonce").onMessage.fire({ n: 1, text: '{"n":1,"do":"create"}' });
+  await settled();
+  const [host] = background.hosts;
+  assert.deepEqual(host.posted, [{ hello: 1, origin: "https://a.example", address: "https://a.example/p" }, { n: 1, do: "create" }]);
+  const again = background.ask("nonce/1/0");
+  await settled();
+  host.onMessage.fire({ n: 1, value: 5 });
+  for (const answer of [asked, again, background.ask("nonce/1/0")]) assert.equal(await answer, 'e{"n":1,"value":5}');
+  const stranger = background.ask("other/1/0");
+  background.pass();
+  assert.equal(await stranger, "g");
+});
+
+test("pieces are joined, and a long answer has parts that split no character", async () => {
+  const background = await start();
+  background.open("nonce");
+  await settled();
+  const text = JSON.stringify({ n: 1, value: "\u{1F511}".repeat(500000) });
+  const cut = 400001;
+  background.hosts[0].onMessage.fire({ piece: 1, of: 2, text: text.slice(0, cut) });
+  background.hosts[0].onMessage.fire({ piece: 2, of: 2, text: text.slice(cut) });
+  const parts = await Promise.all([0, 1, 2].map(part => background.ask("nonce/1/" + part)));
+  assert.equal(parts.map(part => part[0]).join(""), "mme");
+  assert.equal(parts.map(part => part.slice(1)).join(""), text);
+});
+
+test("where nothing holds requests up, rules give the last answer until the document ends", async () => {
+  const background = await start({ installed: "development" });
+  assert.deepEqual(background.rules, []);
+  assert.equal(background.rulesets.enableRulesetIds[0], "wait");
+  const document = background.open("nonce");
+  for (const n of [1, 2]) {
+    document.onMessage.fire({ n, text: `{"n":${n}}` });
+    await settled();
+    background.hosts[0].onMessage.fire({ n, value: n });
+    await settled();
+    assert.deepEqual(background.ruleTexts(), [[`|https://ksv.invalid:1/nonce/${n}/0|`, `e{"n":${n},"value":${n}}`]]);
+  }
+  background.open("short").onMessage.fire({ n: 1, text: '{"n":1}' });
+  for (const ended of [document, ...background.hosts.splice(1)]) ended.onDisconnect.fire();
+  await settled();
+  assert.equal(background.hosts[0].closed, true);
+  assert.deepEqual(background.ruleTexts().filter(([filter]) => filter.includes("nonce")), []);
+});
+
+test("who may not use the plug-in, or sends what is no message, is told that it has gone", async () => {
+  const rows = [
+    [{ sites: ["https://b.example"] }, "{}", /administrator/, 0], [{ off: ["https://a.example"] }, "{}", /switched off/, 0],
+    [{ sites: ["https://a.example"] }, '{"n":1,', /not a message/, 1]
+  ];
+  for (const [settings, text, reason, hosts] of rows) {
+    const background = await start(settings);
+    const document = background.open("nonce");
+    document.onMessage.fire({ n: 1, text });
+    await settled();
+    assert.match(JSON.parse((await background.ask("nonce/1/0")).slice(1)).gone, reason);
+    assert.match(document.posted[0].gone, reason);
+    assert.equal(background.hosts.length, hosts);
+  }
+});

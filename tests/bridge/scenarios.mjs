@@ -1,0 +1,186 @@
+// What a page meets in a browser that a file of the page tests can't set up: policies, frames, several pages, faults.
+// Usage: node scenarios.mjs BROWSER [unmanaged]. Prints a line a check; exit status: 0 none failed, 1 some did.
+import { launch, root, serve } from "../../bridge/driver/browser.mjs";
+import { readFileSync, readdirSync, readlinkSync } from "node:fs";
+
+const [, , name, mode = "managed"] = process.argv;
+const TYPE = "application/x-vnd-norvo-webapi-ksv-5.0.9";
+const APPLET = "8D67D9DD2AF54717AFF2FF7EF19DFADB";
+const ELEMENT = `<object id="ksv" type="${TYPE}" width="100" height="50"></object>`;
+const helper = readFileSync(root + "/kit/pages/ksv.js", "utf8");
+let failed = 0;
+
+// The processes of hosts that this browser has started: other runs may be under way.
+function hosts() {
+  const own = `KSV_REGISTRY=${process.env.KSV_REGISTRY}`;
+  return readdirSync("/proc").filter(pid => /^[0-9]+$/.test(pid)).filter(pid => {
+    try {
+      return readlinkSync(`/proc/${pid}/exe`).endsWith("/ksv-bridge") &&
+        readFileSync(`/proc/${pid}/environ`, "utf8").split("\0").includes(own);
+    } catch {
+      return false;  // It has ended meanwhile, or is another user's.
+    }
+  });
+}
+
+async function until(what, test) {
+  const end = Date.now() + 15000;
+  while (!await test()) {
+    if (Date.now() > end) throw new Error(what + " has not come true");
+    await new Promise(done => setTimeout(done, 50));
+  }
+}
+
+function equal(actual, expected) {
+  const [seen, wanted] = [JSON.stringify(actual), JSON.stringify(expected)];
+  if (seen !== wanted) throw new Error(`${seen}, expected ${wanted}`);
+}
+
+// What the script of a page gives, with `ksv` set to the element's helper.
+const STORE = `ksv.must("zubInit"); var s = ksv.must("zubStartProvisioning", "${APPLET}").sessionHandle;
+  ksv.must("zubSendData", "${APPLET}", s, 0, ksv.toBase64("otpauth://totp/a:b?secret=GEZDGNBVGY3TQOJQGEZDGNBVGY3TQOJQ"));
+  ksv.must("zubEndProvisioningDomainBinding", "${APPLET}", s, 4096, "scenario.token", true, "");`;
+const NAMES = `ksv.call("zubEnumerateTokensDomainBinding")`;
+
+const address = await serve(path => {
+  const body = `<!DOCTYPE html><link rel="icon" href="data:,">${ELEMENT}<script nonce="n">${helper}
+    ksv.plugin = document.getElementById("ksv"); ksv.onCall = function () {};</script>`;
+  return path === "/strict.html"
+    ? { body, headers: { "content-security-policy": "default-src 'none'; object-src 'none'; script-src 'nonce-n'" } }
+    : path === "/empty.html" ? { body: "<!DOCTYPE html>" } : { body };
+});
+const otherAddress = address.replace("127.0.0.1", "localhost");
+const browser = await launch({ browser: name, managed: mode === "managed" });
+const lines = [];
+
+const tabs = [];
+
+async function open(url = address + "/page.html") {
+  const tab = await browser.newPage();
+  tab.on("console", message => lines.push(message.text()));
+  tabs.push(tab);
+  await tab.goto(url);
+  return tab;
+}
+
+// A frame in the page, by the markup of its element. Its script is run in it.
+async function inFrame(tab, markup, script) {
+  const element = await tab.evaluateHandle(html => {
+    document.body.insertAdjacentHTML("beforeend", html);
+    const frame = document.body.lastElementChild;
+    return new Promise(done => { frame.contentDocument?.readyState === "complete" && !frame.src ? done(frame) : frame.onload = () => done(frame); });
+  }, markup);
+  return (await element.contentFrame()).evaluate(script);
+}
+
+async function check(what, body) {
+  try {
+    await body();
+    console.log(`ok ${name}/${mode}/${what}`);
+  } catch (error) {
+    failed = 1;
+    console.log(`not ok ${name}/${mode}/${what}: ${error.message.split("\n")[0]}`);
+  }
+  for (const tab of tabs.splice(0)) await tab.close().catch(() => {});
+}
+
+await check("a page with a strict policy", async () => {
+  const tab = await open(address + "/strict.html");
+  equal(await tab.evaluate("ksv.plugin.version"), "5.0.5");
+});
+
+await check("the origin is what the browser attests, in each kind of frame", async () => {
+  const tab = await open();
+  await tab.evaluate(STORE);
+  const names = markup => inFrame(tab, markup, `ksv.plugin.zubInit(); ksv.show(${NAMES})`);
+  const own = '{pluginRetCode: 0, fnRetCode: 0, tokenFileNames: ["scenario.token"]}';
+  equal(await names(`<iframe src="${address}/page.html"></iframe>`), own);
+  equal(await names(`<iframe src="${otherAddress}/page.html"></iframe>`), "{pluginRetCode: 0, fnRetCode: 0, tokenFileNames: []}");
+  equal(await names(`<iframe sandbox="allow-scripts" src="${address}/page.html"></iframe>`), "null");
+  const blank = `document.body.innerHTML = '${ELEMENT}'; var p = document.getElementById("ksv"); p.zubInit();
+    String(p.zubEnumerateTokensDomainBinding().tokenFileNames)`;
+  equal(await inFrame(tab, "<iframe></iframe>", blank), "scenario.token");
+});
+
+await check("the magic address gives a page nothing", async () => {
+  const tab = await open();
+  await tab.evaluate("ksv.plugin.version");
+  const asked = await tab.evaluate(() => Promise.all(
+    ["https://ksv.invalid:1/0/1/0", "https://ksv.invalid/0/1/0", "/__ksv__/0/1/0"].map(url =>
+      fetch(url).then(answer => answer.text(), () => "g"))));
+  equal(asked.every(text => /^[gw]$/.test(text) || text.includes("<object")), true);
+});
+
+await check("each document has a host of its own, which ends with it", async () => {
+  await until("an end of earlier hosts", () => hosts().length === 0);
+  const [first, second] = [await open(), await open()];
+  for (const tab of [first, second]) await tab.evaluate("ksv.plugin.zubInit()");
+  equal(hosts().length, 2, lines.join());
+  await first.evaluate("ksv.plugin.zubInit()");
+  await first.reload();
+  equal(await first.evaluate("ksv.plugin.version"), "5.0.5");
+  equal(await second.evaluate("ksv.plugin.zubDeInit().pluginRetCode"), 0);
+  await until("the end of the reloaded page's host", () => hosts().length === 2);
+  await first.close();
+  await second.close();
+  await until("the end of the hosts", () => hosts().length === 0);
+});
+
+await check("a page that comes back from the browser's cache has a new instance", async () => {
+  const tab = await open();
+  equal(await tab.evaluate("ksv.plugin.zubInit().pluginRetCode"), 0);
+  await tab.goto(address + "/empty.html");
+  await until("the end of the host", () => hosts().length === 0);
+  await tab.evaluate("history.back()").catch(() => {});
+  await until("the page's return", () => tab.evaluate("location.pathname === '/page.html' && document.readyState === 'complete'").catch(() => false));
+  equal(await tab.evaluate("ksv.plugin.version"), "5.0.5");
+});
+
+await check("a host that is killed answers by its code, and the next use starts another", async () => {
+  const tab = await open();
+  equal(await tab.evaluate("ksv.plugin.zubInit().pluginRetCode"), 0);
+  lines.length = 0;
+  process.kill(Number(hosts()[0]), "SIGKILL");
+  await until("the page's line", () => lines.some(line => line.includes("host has ended")));
+  equal(await tab.evaluate("ksv.plugin.version"), "5.0.5");
+
+  const [pid] = hosts();
+  process.kill(Number(pid), "SIGSTOP");
+  const answer = tab.evaluate("ksv.plugin.zubInit().pluginRetCode");
+  await new Promise(done => setTimeout(done, 300));
+  process.kill(Number(pid), "SIGKILL");
+  equal(await answer, 13);
+  equal(await tab.evaluate("ksv.plugin.zubInit().pluginRetCode"), 0);
+});
+
+await check("an element may be removed, and its page left, inside a function of the page's", async () => {
+  const tab = await open();
+  const script = leave => `new Promise(function (done) {
+    ksv.must("zubInit");
+    ksv.must("zubRegisterEventCallback", "${APPLET}", function (event) { ${leave}; done(typeof event); });
+    ${STORE.replace("scenario", "removed")}
+    ksv.call("zubDeleteTokenDomainBinding", "removed.token");
+  })`;
+  equal(await tab.evaluate(script("ksv.plugin.parentNode.removeChild(ksv.plugin)")), "object");
+  equal(await tab.evaluate("ksv.plugin.zubInit === undefined"), true);
+});
+
+await check("the plug-in stands among those of the browser", async () => {
+  const tab = await open();
+  equal(await tab.evaluate(type => [navigator.mimeTypes[type].type, navigator.mimeTypes.namedItem(type).enabledPlugin.name,
+    Array.from(navigator.mimeTypes).some(entry => entry.type === type), Array.from(navigator.plugins, entry => entry.name).pop()], TYPE),
+  [TYPE, "Norvo KSV WebApi plugin", true, "Norvo KSV WebApi plugin"]);
+});
+
+await check("what a page does to the language reaches no value", async () => {
+  const tab = await open();
+  equal(await tab.evaluate(() => {
+    Array.prototype.toJSON = Object.prototype.toJSON = () => "forged";
+    JSON.parse = JSON.stringify = () => "forged";
+    Object.defineProperty(Object.prototype, "pluginRetCode", { set() { throw new Error("seen"); }, configurable: true });
+    return document.getElementById("ksv").zubInit().pluginRetCode;
+  }), 0);
+});
+
+await browser.close();
+process.exit(failed);
