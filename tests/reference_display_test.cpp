@@ -187,7 +187,8 @@ TEST(ReferenceDisplayFile, ThatIsShippedDoesNotKnowTheTestsVariables) {
 TEST_F(ReferenceDisplay, PageTellsOfAWrongPinAndTheUserMayCorrectOrCancel) {
   ASSERT_EQ(Create(ImageRequest{.least = 4, .greatest = 4}), 0);
   for (const char* bad : {"", "[]", "1", "{\"error\":1}", "{\"attemptsLeft\":-1}", "{\"attemptsLeft\":100}",
-                          "{\"text\":\"Type your password\"}", "{\"error\":true", "{\"attemptsLeft\":1.5}"}) {
+                          "{\"text\":\"Type your password\"}", "{\"error\":true", "{\"challenge\":\"short\"}",
+                          "{\"attemptsLeft\":1.5}"}) {
     EXPECT_EQ(Exchange(3, bad).first, Code(Status::kBadRequest)) << bad;
   }
   EnterPin("12");
@@ -201,9 +202,11 @@ TEST_F(ReferenceDisplay, PageTellsOfAWrongPinAndTheUserMayCorrectOrCancel) {
   EnterPin("5");
   EXPECT_EQ(Open(Respond().second), "77:1345");
   EnterPin("99");
-  EXPECT_EQ(Exchange(3, R"({"error":true,"attemptsLeft":1})").first, 0);
+  EXPECT_EQ(Exchange(3, R"({"error":true,"attemptsLeft":1,"challenge":"another-challenge-22ch"})").first, 0);
   EnterPin("2468");
-  EXPECT_EQ(Open(Respond().second), "77:2468") << "what was entered before the verdict is gone";
+  const Text sealed = Respond().second;
+  EXPECT_EQ(Open(sealed), "77:2468") << "what was entered before the verdict is gone";
+  EXPECT_EQ(KsvDisplay::OpenInput(KsvKit::AsBytes(sealed), Key(), {})->asked.challenge, "another-challenge-22ch");
   EXPECT_EQ(Exchange(3, R"({"error":true,"attemptsLeft":0})").first, 0);
   const WysPoint key = MiddleOf(Keys().at("1"));
   EXPECT_EQ(Click(key, key), Code(Status::kInputClosed));

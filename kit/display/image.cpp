@@ -178,6 +178,7 @@ void Image::Tell(const Verdict& verdict) {
     closed_ = verdict.attemptsLeft == 0U;
   }
   attemptsLeft_ = verdict.attemptsLeft;
+  if (!verdict.challenge.empty()) request_.challenge = verdict.challenge;
   Changed();
 }
 

@@ -7,8 +7,8 @@
 
 namespace KsvDisplay {
 
-/// The file in which an opener keeps the challenges whose inputs it has opened, a line each. While this object lives, no
-/// other process has the file. Members throw `Fault::kStore`.
+/// The file in which an opener keeps the challenges whose inputs it has opened, a line each. While this object lives,
+/// no other process has the file. Members throw `Fault::kStore`.
 class UsedChallenges {
  public:
   /// Creates the file's folder. Waits while another process has the file.

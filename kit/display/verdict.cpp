@@ -2,6 +2,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "kit/display/request.h"
+
 namespace KsvDisplay {
 
 Verdict ReadVerdict(ByteView json) {
@@ -15,6 +17,9 @@ Verdict ReadVerdict(ByteView json) {
     if (name == "error") {
       Require(value.is_boolean(), Status::kBadRequest);
       verdict.error = value.get<bool>();
+    } else if (name == "challenge") {
+      Require(value.is_string() && IsChallenge(value.get<std::string>()), Status::kBadRequest);
+      verdict.challenge = value.get<std::string>();
     } else {
       Require(name == "attemptsLeft" && value.is_number_unsigned() && value <= kMostAttempts, Status::kBadRequest);
       verdict.attemptsLeft = value.get<uint32_t>();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <optional>
+#include <string>
 
 #include "kit/display/display_status.h"
 
@@ -12,6 +13,8 @@ struct Verdict {
   bool error = false;
   /// At most `kMostAttempts`.
   std::optional<uint32_t> attemptsLeft;
+  /// For another try, because the last input's has been used; empty: as before.
+  std::string challenge;
 };
 
 constexpr uint32_t kMostAttempts = 99;

@@ -86,8 +86,8 @@ var display = (function () {
     wait(image, done);
   }
 
-  // Says on the image what became of the last input, such as {error: true, attemptsLeft: 2}. With done the user may try
-  // again, as after ask.
+  // Says on the image what became of the last input, such as {error: true, attemptsLeft: 2, challenge: "..."}. With done
+  // the user may try again, as after ask; the challenge is a new one for that.
   function tell(verdict, image, done) {
     ksv.must("wysSendRecv", VERDICT, ksv.toBase64(JSON.stringify(verdict)), 0, 0);
     asked = null;
