@@ -134,15 +134,3 @@ TEST_F(ModuleTest, WindowsLeadToTheirPages) {
     EXPECT_EQ(FindScriptableByWindow(handle(*window)), nullptr) << "no entry may lead to an ended page";
   }
 }
-
-TEST_F(ModuleTest, BuiltModuleRefusesInstancesUntilInitialised) {
-  const HMODULE module = LoadLibraryW(PlatformPath<WCHAR>(KSV_MODULE).c_str());
-  ASSERT_NE(module, nullptr);
-  const auto entries = reinterpret_cast<decltype(&NP_GetEntryPoints)>(
-      reinterpret_cast<void*>(GetProcAddress(module, "NP_GetEntryPoints")));
-  NPPluginFuncs table{};
-  table.size = sizeof table;
-  ASSERT_EQ(entries(&table), NPERR_NO_ERROR);
-  EXPECT_EQ(table.newp(nullptr, host.NewInstance(), NP_EMBED, 0, nullptr, nullptr, nullptr), NPERR_GENERIC_ERROR);
-  // The module stays: what a library's thread may still reach in it is never freed.
-}
