@@ -12,16 +12,31 @@ const { default: puppeteer } = await import(createRequire(join(made, "driver/"))
 
 const TYPES = { ".html": "text/html", ".js": "text/javascript", ".css": "text/css", ".png": "image/png" };
 
-// Serves what `answer` gives for a path, {headers, body}, or the files below a folder, on a loopback address. Gives the
+// The file that a path names below a folder; null for none, for hidden ones, and for what was built: the key that signs the
+// extension is there.
+function fileBelow(folder, path) {
+  const file = join(folder, path);
+  const inside = file.startsWith(folder + "/") && !/^\/(build\/|\.)|\/\./.test(file.slice(folder.length));
+  return inside && statSync(file, { throwIfNoEntry: false })?.isFile() ? file : null;
+}
+
+function pathOf(request) {
+  try {
+    return decodeURIComponent(new URL(request.url, "http://localhost").pathname);
+  } catch {
+    return "";
+  }
+}
+
+// Serves what a function gives for a path, {headers, body}, or the files below a folder, on a loopback address. Gives the
 // address.
 export function serve(source) {
   const answerFor = typeof source === "function" ? source : path => {
-    const file = join(source, path);
-    if (!file.startsWith(source) || !statSync(file, { throwIfNoEntry: false })?.isFile()) return null;
-    return { headers: { "content-type": TYPES[extname(file)] || "application/octet-stream" }, stream: createReadStream(file) };
+    const file = fileBelow(source, path);
+    return file && { headers: { "content-type": TYPES[extname(file)] || "application/octet-stream" }, stream: createReadStream(file) };
   };
   const server = createServer((request, response) => {
-    const answer = answerFor(decodeURIComponent(new URL(request.url, "http://localhost").pathname));
+    const answer = answerFor(pathOf(request));
     response.writeHead(answer ? 200 : 404, { "content-type": "text/html", ...answer?.headers });
     if (answer?.stream) answer.stream.pipe(response);
     else response.end(answer?.body);
@@ -33,7 +48,7 @@ const quoted = text => "'" + text.replaceAll("'", "'\\''") + "'";
 
 // The hosts that the browser starts from now on have the plug-in's variables of this environment.
 function setEnvironment(profile, environment) {
-  const lines = Object.entries(environment).filter(([name]) => /^KSV_|^AppData$/.test(name))
+  const lines = Object.entries(environment).filter(([name]) => /^(KSV_\w+|AppData)$/.test(name))
     .map(([name, value]) => `export ${name}=${quoted(value)}\n`);
   writeFileSync(join(profile, "environment"), lines.join(""));
 }

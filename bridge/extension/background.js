@@ -6,6 +6,7 @@ const api = globalThis.browser || globalThis.chrome;
 const HOST = "com.norvo.ksv";
 const MAX_PART = 500000;  // Of an answer, in characters: an address has its limits.
 
+const MAX_DOCUMENTS = 256;  // Each has a process.
 const ARRIVAL_TIME = 3000;  // In milliseconds.
 
 const documents = new Map();  // By nonce.
@@ -23,11 +24,13 @@ function linkOf(nonce) {
 }
 
 // Whether the administrator and the user let the origin's pages use the plug-in; gives a sentence when not.
-async function refusalOf(origin) {
-  const { sites } = await api.storage.managed.get("sites").catch(() => ({}));
-  if (sites && !sites.includes(origin)) return "Your administrator does not allow the plug-in for this site.";
+// A sandboxed frame has no origin of its own: it may do what its tab's page may.
+async function refusalOf(origin, tab) {
+  const own = origin === "null" && URL.canParse(tab?.url || "") ? new URL(tab.url).origin : origin;
+  const { sites } = await managed;
+  if (sites && !(Array.isArray(sites) && sites.includes(origin))) return "Your administrator does not allow the plug-in for this site.";
   const { off = [] } = await api.storage.local.get("off");
-  return off.includes(origin) ? "The plug-in is switched off for this site: the extension's button switches it on." : "";
+  return off.includes(own) ? "The plug-in is switched off for this site: the extension's button switches it on." : "";
 }
 
 class DocumentLink {
@@ -48,7 +51,8 @@ class DocumentLink {
   }
 
   async start() {
-    const refusal = await refusalOf(this.origin);
+    const refusal = documents.size > MAX_DOCUMENTS ? "Too many pages use the plug-in at the same time."
+      : await refusalOf(this.origin, this.port.sender.tab);
     if (refusal) this.end(refusal);
     if (this.ended) return;
     this.native = api.runtime.connectNative(HOST);
@@ -65,7 +69,7 @@ class DocumentLink {
     await this.started;
     if (!this.ended) this.sendText(text);
     await ready;
-    if (polls) publish(this, n);
+    if (polls) publish(this, n).catch(error => this.end("The answer can't be given: " + error.message));
   }
 
   // A page can send its document's content.js what it likes.
@@ -118,6 +122,7 @@ class DocumentLink {
 
   close() {
     this.ended ||= "The page has gone.";
+    for (const number of [...this.waiting.keys()]) this.wake(number);
     this.native?.disconnect();
     documents.delete(this.port.name);
     if (this.rules.length) api.declarativeNetRequest.updateSessionRules({ removeRuleIds: this.rules });
@@ -152,15 +157,22 @@ const addressOf = text => "data:text/plain;charset=utf-8," + encodeURIComponent(
 
 // --- Browsers that hold a request up until its answer is there ------------------------------------------------------
 
-async function answerFor(url) {
-  const [nonce, number, part] = new URL(url).pathname.split("/").slice(-3);
+// Whether a request comes from the document itself: its nonce may leak, by a report of the page's policy for one. A
+// request of Firefox's content scripts names no document at all.
+function isOwn({ url, tabId, frameId, originUrl }, sender) {
+  if (tabId === -1 && !originUrl) return true;
+  return tabId === sender.tab?.id && (!url.includes("/__ksv__/") || frameId === sender.frameId);
+}
+
+async function answerFor(details) {
+  const [nonce, number, part] = new URL(details.url).pathname.split("/").slice(-3);
   const link = await linkOf(nonce);
-  return link ? partsOf(await link.answer(Number(number)))[part] : "g";
+  return link && isOwn(details, link.port.sender) ? partsOf(await link.answer(Number(number)))[part] : "g";
 }
 
 function holdRequests() {
   api.webRequest.onBeforeRequest.addListener(
-    details => answerFor(details.url).then(text => ({ redirectUrl: addressOf(text) })),
+    details => answerFor(details).then(text => ({ redirectUrl: addressOf(text) })),
     { urls: ["https://ksv.invalid/*", "*://*/__ksv__/*"], types: ["xmlhttprequest"] }, ["blocking"]);
 }
 
@@ -199,13 +211,19 @@ async function choosePolling() {
 
 const ready = choosePolling();
 
+// The administrator's list, as it is when the background starts. A Chromium without any policy may never answer.
+const managed = ready.then(() => Promise.race([
+  api.storage.managed.get("sites").catch(() => ({})),
+  ...(polls ? [new Promise(done => setTimeout(done, 1000, {}))] : [])
+]));
+
 api.runtime.onConnect.addListener(port => new DocumentLink(port));
 holdRequests();
 
 // --- The toolbar's page asks who uses the plug-in in a tab -------------------------------------------------------------
 
 api.runtime.onMessage.addListener((message, sender, answer) => {
-  if (sender.id !== api.runtime.id || message.usersIn === undefined) return;
+  if (sender.id !== api.runtime.id || sender.tab || message.usersIn === undefined) return;
   answer([...documents.values()].filter(link => link.port.sender.tab?.id === message.usersIn)
     .map(link => ({ origin: link.origin, host: link.host, ended: link.ended })));
 });

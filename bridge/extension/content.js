@@ -9,14 +9,18 @@
   const pageRequest = typeof content === "object" && content && content.XMLHttpRequest;
   const ADDRESS = pageRequest ? "https://ksv.invalid/" : "https://ksv.invalid:1/";
   const GONE = "The plug-in's host could not be reached. Reload the page; if that does not help, the extension's button tells what is missing.";
-  const START_TIME = 5000;  // What a background may take to be there, in milliseconds.
+  const START_TIME = 5000;   // What a background may take to be there, in milliseconds.
+  const WAIT_LIMIT = 60000;  // How long an answer may be asked for again and again.
+  const MAX_TEXT = 64 * 1024 * 1024;
+  const NOTE = /^\{"on":\d{1,10},"do":"destroy"\}$/;
   const channel = performance;
 
   let port = null;
   let nonce = "";
   let number = 0;
   let hidden = false;  // In the back-forward cache, or on the way there.
-  let asking = false;
+  let asking = 0;      // In Firefox another window's script may ask while a request waits.
+  let leaving = false; // The page is being left: Chromium refuses its requests then.
   let events = [];     // What came inside a request: the page hears it afterwards.
 
   function tell(name, message) {
@@ -71,44 +75,48 @@
     port = null;
   }
 
-  // The text that the background gives for this request, in its parts; empty when there is none to be had.
-  function fetchAnswer() {
-    const end = Date.now() + START_TIME;
+  // The text that the background gives for a request, in its parts; empty when there is none to be had.
+  function fetchAnswer(path) {
+    const start = Date.now();
     let answer = "";
     for (let part = 0; ; ) {
       let got = "";
       try {
-        got = fetchPart(nonce + "/" + number + "/" + part);
+        got = fetchPart(path + part);
       } catch {
         // A background that is just being started answers nothing yet.
-        if (Date.now() > end) return "";
+        if (leaving || Date.now() - start > START_TIME) return "";
         continue;
       }
-      if (got[0] === "w") continue;  // Not yet: without the browser's policy nothing holds a request up.
+      // Not yet: without the browser's policy nothing holds a request up.
+      if (got[0] === "w" && Date.now() - start < WAIT_LIMIT) continue;
       if (got[0] !== "m" && got[0] !== "e") return "";
       answer += got.slice(1);
+      leaving = false;
       if (got[0] === "e") return answer;
       ++part;
     }
   }
 
+  // Gives where the answer will be. A page may have sent what is no request.
   function post(body) {
+    if (typeof body !== "string" || body.length > MAX_TEXT) throw new Error("no request");
     if (!port) open();
     port.postMessage({ n: ++number, text: '{"n":' + number + "," + body.slice(1) });
+    return nonce + "/" + number + "/";
   }
 
   channel.addEventListener("ksv-request", event => {
     let answer = "";
     watchCache();
     if (!hidden) {
-      asking = true;
+      ++asking;
       try {
-        post(event.detail);
-        answer = fetchAnswer();
+        answer = fetchAnswer(post(event.detail));
       } catch (error) {
         console.debug(error);
       }
-      asking = false;
+      --asking;
     }
     if (!answer) {
       close();
@@ -119,11 +127,12 @@
   });
 
   channel.addEventListener("ksv-note", event => {
-    if (port) post(event.detail);
+    if (port && NOTE.test(event.detail)) post(event.detail);
   });
 
   // A page in the back-forward cache has no plug-in: its instances have ended when it comes back.
   function leave(event) {
+    leaving = true;
     if (!event.persisted) return;
     hidden = true;
     close();
@@ -132,11 +141,16 @@
   }
 
   function comeBack() {
-    hidden = false;
+    hidden = leaving = false;
+  }
+
+  function prepareToLeave() {
+    leaving = true;
   }
 
   // document.open() takes the window's listeners away; those that are there are not added again.
   function watchCache() {
+    addEventListener("beforeunload", prepareToLeave, true);
     addEventListener("pagehide", leave, true);
     addEventListener("pageshow", comeBack, true);
   }

@@ -24,7 +24,8 @@ async function showSite() {
   if (!users.length) append(find("users"), "li", "The plug-in is not in use.");
   for (const user of users) append(find("users"), "li", user.ended ? `${user.origin}: ${user.ended}` : `in use by ${user.origin}`);
 
-  const { sites } = await api.storage.managed.get("sites").catch(() => ({}));
+  const nothing = new Promise(done => setTimeout(done, 1000, {}));  // A Chromium without any policy may never answer.
+  const { sites } = await Promise.race([api.storage.managed.get("sites").catch(() => ({})), nothing]);
   const { off = [] } = await api.storage.local.get("off");
   const box = find("allowed");
   box.checked = !off.includes(origin) && (!sites || sites.includes(origin));

@@ -22,7 +22,7 @@ function makeDocument(given) {
     chrome: { runtime: { connect } }, crypto, CustomEvent, XMLHttpRequest, performance: document.performance, console: { debug() {} },
     addEventListener: (name, hear) => document.window.addEventListener(name, hear)
   });
-  document.use = (name = "request") => document.performance.dispatchEvent(new CustomEvent("ksv-" + name, { detail: '{"do":"get"}' }));
+  document.use = (name = "request", detail = '{"do":"get"}') => document.performance.dispatchEvent(new CustomEvent("ksv-" + name, { detail }));
   document.turn = (name, persisted) => document.window.dispatchEvent(Object.assign(new Event(name), { persisted }));
   return document;
 }
@@ -30,11 +30,12 @@ function makeDocument(given) {
 test("requests are numbered, asked again until they are answered, and their parts joined", () => {
   const document = makeDocument(["", "wait", 'm{"n":', "e1}", 'e{"n":3}']);
   document.use();
-  document.use("note");
+  document.use("note");  // A page's own: only the end of an instance is a note.
+  document.use("note", '{"on":1,"do":"destroy"}');
   document.use();
   assert.deepEqual(document.addresses, ["1/0", "1/0", "1/0", "1/1", "3/0"]);
   assert.deepEqual(document.ports[0].posted.map(message => [message.n, JSON.parse(message.text)]),
-    [1, 2, 3].map(n => [n, { n, do: "get" }]));
+    [[1, { n: 1, do: "get" }], [2, { n: 2, on: 1, do: "destroy" }], [3, { n: 3, do: "get" }]]);
   assert.deepEqual(document.heard, ['ksv-answer {"n":1}', 'ksv-answer {"n":3}']);
 });
 

@@ -165,6 +165,15 @@ await check("an element may be removed, and its page left, inside a function of 
   equal(await tab.evaluate("ksv.plugin.zubInit === undefined"), true);
 });
 
+await check("a page that is left is not held up", async () => {
+  const tab = await open();
+  equal(await tab.evaluate("ksv.plugin.zubInit().pluginRetCode"), 0);
+  await tab.evaluate("onbeforeunload = onpagehide = function () { ksv.plugin.zubDeInit(); }");
+  const start = Date.now();
+  await tab.goto(address + "/empty.html");
+  equal(Date.now() - start < 4000, true);
+});
+
 await check("the plug-in stands among those of the browser", async () => {
   const tab = await open();
   equal(await tab.evaluate(type => [navigator.mimeTypes[type].type, navigator.mimeTypes.namedItem(type).enabledPlugin.name,
