@@ -38,5 +38,6 @@ test("what comes inside a request is told after it, and nothing of a port that w
   await Promise.resolve();
   document.use();
   first.onMessage.fire({ run: 2 });
+  assert.deepEqual(document.addresses, ["1/0", "2/0", "1/0"]);
   assert.match(document.heard.join(), /^ksv-answer {"n":1},ksv-answer {"gone":".*reached.*"},ksv-event {"run":1},ksv-answer {"n":1}$/);
 });
