@@ -53,11 +53,12 @@ function setEnvironment(profile, environment) {
   writeFileSync(join(profile, "environment"), lines.join(""));
 }
 
-// Makes the native manifest in a folder; it names a script, for the browser gives its hosts its own environment.
+// Makes the native manifest in a folder; it names a script, for the browser gives its hosts its own environment. The
+// variable KSV_BRIDGE_HOST names another host.
 function installHost(profile, name, folder) {
   const manifest = JSON.parse(readFileSync(join(root, `build/native/bridge/${name}/com.norvo.ksv.json`)));
   const script = join(profile, "host");
-  writeFileSync(script, `#!/bin/sh\n. ${quoted(join(profile, "environment"))}\nexec ${quoted(manifest.path)} "$@"\n`, { mode: 0o755 });
+  writeFileSync(script, `#!/bin/sh\n. ${quoted(join(profile, "environment"))}\nexec "\${KSV_BRIDGE_HOST:-${manifest.path}}" "$@"\n`, { mode: 0o755 });
   mkdirSync(folder, { recursive: true });
   writeFileSync(join(folder, "com.norvo.ksv.json"), JSON.stringify({ ...manifest, path: script }));
   setEnvironment(profile, process.env);

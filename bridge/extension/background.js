@@ -4,7 +4,7 @@
 
 const api = globalThis.browser || globalThis.chrome;
 const HOST = "com.norvo.ksv";
-const MAX_PART = 500000;  // Of an answer, in characters: an address has its limits.
+const MAX_ADDRESS = 500000;  // Of a part of an answer, in characters: Chromium takes 2 MiB, but slowly.
 
 const MAX_DOCUMENTS = 256;  // Each has a process.
 const ARRIVAL_TIME = 3000;  // In milliseconds.
@@ -43,6 +43,7 @@ class DocumentLink {
     this.pieces = "";
     this.ended = "";
     this.rules = [];
+    this.cut = null;
     documents.set(port.name, this);
     expected.get(port.name)?.(this);
     port.onMessage.addListener(message => this.takeRequest(message));
@@ -140,20 +141,35 @@ class DocumentLink {
     }
     return this.answers.get(number) || JSON.stringify({ gone: this.ended });
   }
-}
 
-// The text of an answer in parts; each begins with a letter: more parts follow, the end, or nobody is there ("g").
-function partsOf(text) {
-  const parts = [];
-  for (let start = 0, end = 0; start < text.length; start = end) {
-    end = start + MAX_PART;
-    if (/[\uD800-\uDBFF]/.test(text[end - 1])) --end;  // An address can't hold half a character.
-    parts.push((end < text.length ? "m" : "e") + text.slice(start, end));
+  // A long answer is asked for part by part.
+  async addresses(number) {
+    const text = await this.answer(number);
+    if (this.cut?.text !== text) this.cut = { text, addresses: addressesOf(text) };
+    return this.cut.addresses;
   }
-  return parts;
 }
 
 const addressOf = text => "data:text/plain;charset=utf-8," + encodeURIComponent(text);
+
+// The text of an answer as addresses that give its parts; each part begins with a letter: more parts follow, the end, or
+// nobody is there ("g").
+function addressesOf(text) {
+  const addresses = [];
+  let length = MAX_ADDRESS;
+  for (let start = 0; start < text.length; ) {
+    let end = start + length;
+    if (/[\uD800-\uDBFF]/.test(text[end - 1])) --end;  // An address can't hold half a character.
+    const address = addressOf((end < text.length ? "m" : "e") + text.slice(start, end));
+    if (address.length > MAX_ADDRESS) {
+      length >>= 1;
+      continue;
+    }
+    addresses.push(address);
+    start = end;
+  }
+  return addresses;
+}
 
 // --- Browsers that hold a request up until its answer is there ------------------------------------------------------
 
@@ -167,12 +183,13 @@ function isOwn({ url, tabId, frameId, originUrl }, sender) {
 async function answerFor(details) {
   const [nonce, number, part] = new URL(details.url).pathname.split("/").slice(-3);
   const link = await linkOf(nonce);
-  return link && isOwn(details, link.port.sender) ? partsOf(await link.answer(Number(number)))[part] : "g";
+  const isAnswered = link && isOwn(details, link.port.sender);
+  return isAnswered ? (await link.addresses(Number(number)))[part] : addressOf("g");
 }
 
 function holdRequests() {
   api.webRequest.onBeforeRequest.addListener(
-    details => answerFor(details).then(text => ({ redirectUrl: addressOf(text) })),
+    details => answerFor(details).then(redirectUrl => ({ redirectUrl })),
     { urls: ["https://ksv.invalid/*", "*://*/__ksv__/*"], types: ["xmlhttprequest"] }, ["blocking"]);
 }
 
@@ -182,16 +199,16 @@ let lastRule = 0;
 
 // Replaces the rules of the document's last answer by those of this one.
 async function publish(link, number) {
-  const text = await link.answer(number);
+  const addresses = await link.addresses(number);
   if (!documents.has(link.port.name)) return;  // Nobody would remove the rules.
-  const addRules = partsOf(text).map((part, index) => ({
+  const addRules = addresses.map((url, index) => ({
     id: ++lastRule,
     priority: 2,
     condition: {
       urlFilter: "|https://ksv.invalid:1/" + link.port.name + "/" + number + "/" + index + "|",
       resourceTypes: ["xmlhttprequest"]
     },
-    action: { type: "redirect", redirect: { url: addressOf(part) } }
+    action: { type: "redirect", redirect: { url } }
   }));
   const removeRuleIds = link.rules;
   link.rules = addRules.map(rule => rule.id);
