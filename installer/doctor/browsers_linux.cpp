@@ -1,3 +1,4 @@
+#include <filesystem>
 #include <cstdlib>
 #include <sstream>
 
@@ -36,8 +37,8 @@ void ExamineBrowsers(Report& report, const Prober& prober) {
   std::string searched;
   std::vector<std::string> found;
   for (const std::string& folder : PluginFolders()) {
-    searched += (searched.empty() ? "" : ", ") + folder;
-    if (FindFile(folder + "/" + file) != Presence::Missing) found.push_back(folder);
+    searched.append(searched.empty() ? "" : ", ").append(folder);
+    if (FindFile((std::filesystem::path(folder) / file).string()) != Presence::Missing) found.push_back(folder);
   }
   if (found.empty()) {
     report.Fail(kFolders, "there is no " + file + " in " + searched, remedy);
