@@ -1,5 +1,5 @@
-#include <filesystem>
 #include <cstdlib>
+#include <filesystem>
 #include <sstream>
 
 #include "base/product.h"
