@@ -68,7 +68,7 @@ void SayAnswer(std::span<const WCHAR* const> files) {
 std::vector<const char*> MissingEntries(const std::string& what, HMODULE module) {
   if (what == kAgentProbe) return AgentEntries().Bind(module);
   if (what == kDisplayProbe) return DisplayEntries().Bind(module);
-  constexpr char kStart[] = "NP_Initialize";
+  constexpr const char* kStart = "NP_Initialize";
   return GetProcAddress(module, kStart) ? std::vector<const char*>() : std::vector<const char*>{kStart};
 }
 
