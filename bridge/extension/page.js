@@ -1,6 +1,6 @@
 // In the page's own world, before its scripts: gives the plug-in's elements their methods. Sends each use as a message of
-// bridge/PROTOCOL.md to content.js and waits for the answer. What it needs of the page's world it takes first: a page may
-// replace any of it later.
+// bridge/PROTOCOL.md to content.js and waits for the answer. What it writes and reads values with, it takes from the page's
+// world first: a page that replaces it later changes none of them.
 (() => {
   "use strict";
 
@@ -21,25 +21,24 @@
   const PROPERTIES = ["version"];
   const MAX_DEPTH = 64;
   const MAX_VALUES = 100000;
-  const MAX_TEXT = 48 * 1024 * 1024;
+  const MAX_BYTES = 48 * 1024 * 1024;  // Of texts; what stands around them makes a message longer.
 
   const { parse, stringify } = JSON;
   const { apply, ownKeys, getOwnPropertyDescriptor, get: getMember } = Reflect;
   const { defineProperty, create, freeze, is, setPrototypeOf } = Object;
-  const { isArray } = Array;
   const PageError = Error;
   const PageMap = Map;
   const PageEvent = CustomEvent;
   const channel = performance;
   const { addEventListener, dispatchEvent } = EventTarget.prototype;
-  const { getAttribute } = Element.prototype;
+  const { getAttribute, getBoundingClientRect } = Element.prototype;
+  const encoder = new TextEncoder();
+  const { encode } = TextEncoder.prototype;
   const isConnected = getOwnPropertyDescriptor(Node.prototype, "isConnected").get;
   const detailOf = getOwnPropertyDescriptor(CustomEvent.prototype, "detail").get;
   const consoleError = console.error.bind(console);
   const report = reportError.bind(window);
   const toWellFormed = String.prototype.toWellFormed || function () { return String(this); };
-  const clientSize = element => apply(getBoundingClientRect, element, []);
-  const { getBoundingClientRect } = Element.prototype;
   const elementClasses = [HTMLObjectElement, HTMLEmbedElement];
   const isElement = elementClasses.map(type => {
     const tag = getOwnPropertyDescriptor(type.prototype, "type").get;
@@ -87,51 +86,65 @@
       numbers.set(value, number);
       functions.set(number, { run: value, seen: 0 });
     }
-    ++functions.get(number).seen;
     return number;
   }
 
+  // Writes the arguments of one call.
   class Writer {
     count = 0;
-    size = 0;
+    bytes = 0;
+    named = [];  // The numbers of functions, as often as they were written.
+
+    // What can't be read, or goes beyond the bounds, fails in the module, as it does in a browser that reads it there.
+    writeArgument(value) {
+      const { count, bytes } = this;
+      const named = this.named.length;
+      try {
+        return this.write(value, 1);
+      } catch {
+        this.count = count + 1;
+        this.bytes = bytes;
+        this.named.length = named;
+        return '{"unreadable":true}';
+      }
+    }
 
     write(value, depth) {
-      if (++this.count > MAX_VALUES || depth > MAX_DEPTH || this.size > MAX_TEXT) throw new PageError("too large");
+      if (++this.count > MAX_VALUES) throw new PageError("too many values");
       switch (typeof value) {
-        case "string": {
-          const written = text(value);
-          this.size += written.length;
-          return written;
-        }
+        case "string": return this.writeText(value);
         case "boolean": return value ? "true" : "false";
         case "number":
           if (value !== value || value === Infinity || value === -Infinity || is(value, -0)) {
             return '{"number":"' + (is(value, -0) ? "-0" : value) + '"}';
           }
           return "" + value;
-        case "function": return '{"function":' + functionNumber(value) + "}";
+        case "function": {
+          const number = functionNumber(value);
+          this.named[this.named.length] = number;
+          return '{"function":' + number + "}";
+        }
         case "object": return value === null ? "null" : this.writeObject(value, depth);
         default: return '{"undefined":true}';
       }
     }
 
+    writeText(value) {
+      const written = text(value);
+      this.bytes += apply(encode, encoder, [written]).length;
+      if (this.bytes > MAX_BYTES) throw new PageError("too much text");
+      return written;
+    }
+
     writeObject(value, depth) {
       if (isOurs(value)) return '{"plugin":' + instanceOf(value) + "}";
+      if (depth > MAX_DEPTH) throw new PageError("too deep");
       let written = "";
       for (const key of ownKeys(value)) {
         if (typeof key !== "string" || !getOwnPropertyDescriptor(value, key)?.enumerable) continue;
-        written += (written && ",") + "[" + text(key) + "," + this.write(getMember(value, key), depth + 1) + "]";
+        written += (written && ",") + "[" + this.writeText(key) + "," + this.write(getMember(value, key), depth + 1) + "]";
       }
       return '{"object":[' + written + "]}";
-    }
-  }
-
-  // What can't be read fails in the module, as it does in a browser that reads it there.
-  function write(value) {
-    try {
-      return new Writer().write(value, 1);
-    } catch {
-      return '{"unreadable":true}';
     }
   }
 
@@ -188,7 +201,7 @@
   function instanceOf(element) {
     const known = instances.get(element);
     if (known) return known;
-    const { width, height } = clientSize(element);
+    const { width, height } = apply(getBoundingClientRect, element, []);
     const size = length => Math.min(65535, Math.max(0, Math.round(length)));
     const number = ++lastInstance;
     const made = ask('{"on":' + number + ',"do":"create","width":' + size(width) + ',"height":' + size(height) + "}");
@@ -215,8 +228,13 @@
 
   function methodOf(element, name) {
     return function (...given) {
+      const writer = new Writer();
       let list = "";
-      for (let i = 0; i < given.length; ++i) list += (i ? "," : "") + write(given[i]);
+      for (let i = 0; i < given.length; ++i) list += (i ? "," : "") + writer.writeArgument(given[i]);
+      for (let i = 0; i < writer.named.length; ++i) {
+        const held = functions.get(writer.named[i]);
+        if (held) ++held.seen;  // The host may have gone while a getter of the page's ran.
+      }
       const result = use(element, '"do":"call","name":' + text(name) + ',"arguments":[' + list + "]");
       return result ? result.value : refused();
     };

@@ -14,7 +14,7 @@ function makePage(type) {
   class Navigator { get mimeTypes() { return []; } get plugins() { return []; } }
   const globals = {
     Node, Element, HTMLObjectElement, HTMLEmbedElement, Navigator, EventTarget, CustomEvent, document: {}, performance: new EventTarget(),
-    Plugin: class {}, MimeType: class {}, MutationObserver: class { observe() {} }, console: { error() {} }, reportError() {}
+    Plugin: class {}, MimeType: class {}, MutationObserver: class { observe() {} }, console: { error() {} }, reportError() {}, TextEncoder
   };
   const tell = (name, detail) => globals.performance.dispatchEvent(new CustomEvent(name, { detail }));
   const page = {
@@ -41,11 +41,13 @@ test("methods, types and description are the module's", () => {
 
 test("values are written and read as the messages have them", () => {
   const page = makePage(types[0]);
-  const deep = Array.from({ length: 64 }).reduce(inner => [inner], null);
+  const nested = (levels, wrap) => Array.from({ length: levels }).reduce(wrap, null);
+  const deep = levels => nested(levels, inner => [inner]);
   const rows = [
     [NaN, { number: "NaN" }], [-Infinity, { number: "-Infinity" }], [-0, { number: "-0" }], [10n, { undefined: true }], ["\uD800\0", "\uFFFD\0"],
     [Object.defineProperty({ [Symbol("s")]: 1, 2: [true] }, "unseen", { value: 1 }), { object: [["2", { object: [["0", true]] }]] }],
-    [deep, { unreadable: true }], [Array(100000).fill(0), { unreadable: true }], [page.element, { plugin: 1 }], [() => 1, { function: 1 }]
+    [deep(64), nested(64, inner => ({ object: [["0", inner]] }))], [deep(65), { unreadable: true }],
+    [Array(100000).fill(0), { unreadable: true }], [page.element, { plugin: 1 }], [() => 1, { function: 1 }]
   ];
   page.value = '{"object":[["__proto__",1],["a",{"array":[{"number":"-0"},{"undefined":true}]}]]}';
   const [first, [, list]] = Object.entries(page.element.zubSendData(...rows.map(row => row[0])));
@@ -58,7 +60,8 @@ test("a function is held until each message that named it is counted off", () =>
   const page = makePage(types[0]);
   const seen = [];
   const hear = (...given) => seen.push(given.length);
-  for (let i = 0; i < 3; ++i) page.element.zubRegisterEventCallback("a", hear);
+  const unreadable = { hear, get next() { throw new Error("unreadable"); } };  // Does not name the function to the host.
+  for (let i = 0; i < 3; ++i) page.element.zubRegisterEventCallback(unreadable, hear);
   for (const count of [2, 1]) {
     page.event({ forget: 1, seen: count });
     page.event({ run: 1, arguments: ["x", 2] });
