@@ -5,7 +5,6 @@
 const api = globalThis.browser || globalThis.chrome;
 const HOST = "com.norvo.ksv";
 const MAX_ADDRESS = 500000;  // Of a part of an answer, in characters: Chromium takes 2 MiB, but slowly.
-
 const MAX_DOCUMENTS = 256;  // Each has a process.
 const ARRIVAL_TIME = 3000;  // In milliseconds.
 
@@ -23,27 +22,37 @@ function linkOf(nonce) {
   });
 }
 
-// Whether the administrator and the user let the origin's pages use the plug-in; gives a sentence when not.
-// A sandboxed frame has no origin of its own: it may do what its tab's page may.
-async function refusalOf(origin, tab) {
-  const own = origin === "null" && URL.canParse(tab?.url || "") ? new URL(tab.url).origin : origin;
+// Whether an origin's pages may use the plug-in: by the administrator's list, if there is one, and by the user's switch.
+// The switch may be that of another origin.
+async function permissionOf(origin, switchedBy = origin) {
   const { sites } = await managed;
-  if (sites && !(Array.isArray(sites) && sites.includes(origin))) return "Your administrator does not allow the plug-in for this site.";
   const { off = [] } = await api.storage.local.get("off");
-  return off.includes(own) ? "The plug-in is switched off for this site: the extension's button switches it on." : "";
+  return {
+    hasList: Boolean(sites),
+    isListed: !sites || (Array.isArray(sites) && sites.includes(origin)),
+    isOn: !off.includes(switchedBy)
+  };
+}
+
+// A sentence for a document that may not use the plug-in. A sandboxed frame has no origin of its own: its tab's page has
+// the switch.
+async function refusalOf(origin, tab) {
+  const ofTab = origin === "null" && URL.canParse(tab?.url || "") ? new URL(tab.url).origin : origin;
+  const { isListed, isOn } = await permissionOf(origin, ofTab);
+  if (!isListed) return "Your administrator does not allow the plug-in for this site.";
+  return isOn ? "" : "The plug-in is switched off for this site: the extension's button switches it on.";
 }
 
 class DocumentLink {
   constructor(port) {
     this.port = port;
     this.origin = port.sender.origin || "null";
-    this.host = "";
     this.answers = new Map();
     this.waiting = new Map();
     this.pieces = "";
     this.ended = "";
     this.rules = [];
-    this.cut = null;
+    this.lastAnswer = null;  // The text of the answer that was given last, and its addresses.
     documents.set(port.name, this);
     expected.get(port.name)?.(this);
     port.onMessage.addListener(message => this.takeRequest(message));
@@ -101,9 +110,7 @@ class DocumentLink {
       this.wake(message.n);
     } else if (message.end) {
       this.end("The plug-in's host has ended: " + message.end);
-    } else if (message.hello) {
-      this.host = message.host;
-    } else {
+    } else if (!message.hello) {
       this.port.postMessage(message);
     }
   }
@@ -113,17 +120,21 @@ class DocumentLink {
     this.waiting.delete(number);
   }
 
+  wakeAll() {
+    for (const number of [...this.waiting.keys()]) this.wake(number);
+  }
+
   // The first reason counts: what waits is told it, and the page.
   end(reason) {
     if (this.ended) return;
     this.ended = reason;
-    for (const number of [...this.waiting.keys()]) this.wake(number);
+    this.wakeAll();
     this.port.postMessage({ gone: reason });
   }
 
   close() {
     this.ended ||= "The page has gone.";
-    for (const number of [...this.waiting.keys()]) this.wake(number);
+    this.wakeAll();
     this.native?.disconnect();
     documents.delete(this.port.name);
     if (this.rules.length) api.declarativeNetRequest.updateSessionRules({ removeRuleIds: this.rules });
@@ -145,8 +156,8 @@ class DocumentLink {
   // A long answer is asked for part by part.
   async addresses(number) {
     const text = await this.answer(number);
-    if (this.cut?.text !== text) this.cut = { text, addresses: addressesOf(text) };
-    return this.cut.addresses;
+    if (this.lastAnswer?.text !== text) this.lastAnswer = { text, addresses: addressesOf(text) };
+    return this.lastAnswer.addresses;
   }
 }
 
@@ -187,11 +198,9 @@ async function answerFor(details) {
   return isAnswered ? (await link.addresses(Number(number)))[part] : addressOf("g");
 }
 
-function holdRequests() {
-  api.webRequest.onBeforeRequest.addListener(
-    details => answerFor(details).then(redirectUrl => ({ redirectUrl })),
-    { urls: ["https://ksv.invalid/*", "*://*/__ksv__/*"], types: ["xmlhttprequest"] }, ["blocking"]);
-}
+api.webRequest.onBeforeRequest.addListener(
+  details => answerFor(details).then(redirectUrl => ({ redirectUrl })),
+  { urls: ["https://ksv.invalid/*", "*://*/__ksv__/*"], types: ["xmlhttprequest"] }, ["blocking"]);
 
 // --- Chromium without a policy: content.js asks again and again, and rules give the answer ---------------------------
 
@@ -235,12 +244,13 @@ const managed = ready.then(() => Promise.race([
 ]));
 
 api.runtime.onConnect.addListener(port => new DocumentLink(port));
-holdRequests();
 
-// --- The toolbar's page asks who uses the plug-in in a tab -------------------------------------------------------------
+// --- The toolbar's page asks who uses the plug-in in a tab, and whether its page may -----------------------------------
 
-api.runtime.onMessage.addListener((message, sender, answer) => {
-  if (sender.id !== api.runtime.id || sender.tab || message.usersIn === undefined) return;
-  answer([...documents.values()].filter(link => link.port.sender.tab?.id === message.usersIn)
-    .map(link => ({ origin: link.origin, host: link.host, ended: link.ended })));
+api.runtime.onMessage.addListener(({ tab, origin }, sender, answer) => {
+  if (sender.id !== api.runtime.id || sender.tab || tab === undefined) return false;
+  const users = [...documents.values()].filter(link => link.port.sender.tab?.id === tab)
+    .map(link => ({ origin: link.origin, ended: link.ended }));
+  permissionOf(origin).then(permission => answer({ users, ...permission }));
+  return true;  // The answer comes later.
 });

@@ -20,17 +20,14 @@ async function showSite() {
   }
   const { origin } = address;
   find("origin").textContent = origin;
-  const users = await api.runtime.sendMessage({ usersIn: tab.id });
+  const { users, hasList, isListed, isOn } = await api.runtime.sendMessage({ tab: tab.id, origin });
   if (!users.length) append(find("users"), "li", "The plug-in is not in use.");
   for (const user of users) append(find("users"), "li", user.ended ? `${user.origin}: ${user.ended}` : `in use by ${user.origin}`);
 
-  const nothing = new Promise(done => setTimeout(done, 1000, {}));  // A Chromium without any policy may never answer.
-  const { sites } = await Promise.race([api.storage.managed.get("sites").catch(() => ({})), nothing]);
-  const { off = [] } = await api.storage.local.get("off");
   const box = find("allowed");
-  box.checked = !off.includes(origin) && (!sites || sites.includes(origin));
-  box.disabled = Boolean(sites);
-  if (sites) append(find("switch"), "span", " (your administrator decides)");
+  box.checked = isListed && isOn;
+  box.disabled = hasList;
+  if (hasList) append(find("switch"), "span", " (your administrator decides)");
   box.addEventListener("change", async () => {
     const { off = [] } = await api.storage.local.get("off");
     await api.storage.local.set({ off: off.filter(other => other !== origin).concat(box.checked ? [] : [origin]) });
