@@ -33,7 +33,7 @@ LRESULT CALLBACK RecordMessage(HWND window, UINT message, WPARAM wParam, LPARAM 
 }  // namespace
 
 TestWindow::TestWindow(POINT clientOrigin, int width, int height)
-    : window(MakeTestWindow(&RecordMessage, clientOrigin, width, height)) {
+    : window(MakeWindow(&RecordMessage, clientOrigin, width, height)) {
   if (!window) throw std::runtime_error("no window could be made");
 }
 

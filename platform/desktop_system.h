@@ -6,7 +6,7 @@
 namespace platform {
 
 /// Null if the system has no window for us.
-HWND MakeTestWindow(WNDPROC procedure, POINT clientOrigin, int width, int height);
+HWND MakeWindow(WNDPROC procedure, POINT clientOrigin, int width, int height);
 /// What a window's procedure does with a message that it has no interest in.
 LRESULT CALLBACK DefaultProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
 

@@ -10,7 +10,7 @@
 namespace platform {
 namespace {
 
-constexpr const char* kWindowClass = "KsvTestWindow";
+constexpr const char* kWindowClass = "KsvWindow";
 constexpr DWORD kDebugText = 0x40010006;  // The exception that OutputDebugStringA raises for a debugger.
 
 using Listener = std::function<void(const char*)>;
@@ -41,7 +41,7 @@ LONG CALLBACK TakeDebugText(EXCEPTION_POINTERS* exception) {
 
 }  // namespace
 
-HWND MakeTestWindow(WNDPROC procedure, POINT clientOrigin, int width, int height) {
+HWND MakeWindow(WNDPROC procedure, POINT clientOrigin, int width, int height) {
   WNDCLASSA description{};
   description.lpfnWndProc = procedure;
   description.hInstance = GetModuleHandleA(nullptr);

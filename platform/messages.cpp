@@ -287,7 +287,7 @@ LRESULT DispatchMessageA(const MSG* message) {
 
 namespace platform {
 
-HWND MakeTestWindow(WNDPROC procedure, POINT clientOrigin, int width, int height) {
+HWND MakeWindow(WNDPROC procedure, POINT clientOrigin, int width, int height) {
   ThreadEnd::Arm();
   State& state = Messages();
   const std::lock_guard lock(state.mutex);

@@ -62,7 +62,7 @@ void Document::ReportMisuse(const std::string& misuse) {
 }
 
 Document::Page::Page(Document& document, const Request& request)
-    : window(platform::MakeTestWindow(platform::DefaultProcedure, {0, 0}, request.width, request.height)),
+    : window(platform::MakeWindow(platform::DefaultProcedure, {0, 0}, request.width, request.height)),
       instance(document, document.module->Funcs(), document.AddInstance(), NorvoWebAPI::KSV::kMimeType,
                {{"type", NorvoWebAPI::KSV::kMimeType},
                 {"width", std::to_string(request.width)},

@@ -23,7 +23,6 @@ namespace {
 
 constexpr UINT kWake = WM_USER + 1;
 constexpr size_t kAnswersKept = 16;
-constexpr DWORD kForever = 60'000;
 
 // Reads to the end of the input, on a thread of its own, because the module's thread has to take messages meanwhile.
 void ReadAll(std::FILE* input, Inbox& inbox) {
@@ -77,7 +76,7 @@ class Session {
         if (!reason->empty()) throw ProtocolError(*reason);
         return;
       } else {
-        platform::WaitForQueuedMessage(kForever);
+        platform::WaitForQueuedMessage(INFINITE);
       }
     }
   }
@@ -116,8 +115,7 @@ class Session {
 
   const File output;
   const std::filesystem::path module;
-  NorvoWebAPI::Owner<HWND, DestroyWindow> wakeWindow{
-      platform::MakeTestWindow(platform::DefaultProcedure, {0, 0}, 1, 1)};
+  NorvoWebAPI::Owner<HWND, DestroyWindow> wakeWindow{platform::MakeWindow(platform::DefaultProcedure, {0, 0}, 1, 1)};
   const std::shared_ptr<Inbox> inbox =
       std::make_shared<Inbox>([window = wakeWindow.Get()] { PostMessageA(window, kWake, 0, 0); });
   const std::shared_ptr<EndWatch> watch;
