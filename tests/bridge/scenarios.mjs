@@ -6,7 +6,7 @@ import { readFileSync, readdirSync, readlinkSync } from "node:fs";
 const [, , name, mode = "managed"] = process.argv;
 const TYPE = "application/x-vnd-norvo-webapi-ksv-5.0.9";
 const APPLET = "8D67D9DD2AF54717AFF2FF7EF19DFADB";
-const ELEMENT = `<object id="ksv" type="${TYPE}" width="100" height="50"></object>`;
+const ELEMENT = `<object id="plugin" type="${TYPE}" width="100" height="50"></object>`;
 const helper = readFileSync(root + "/kit/pages/ksv.js", "utf8");
 let failed = 0;
 
@@ -44,7 +44,7 @@ const NAMES = `ksv.call("zubEnumerateTokensDomainBinding")`;
 
 const address = await serve(path => {
   const body = `<!DOCTYPE html><link rel="icon" href="data:,">${ELEMENT}<script nonce="n">${helper}
-    ksv.plugin = document.getElementById("ksv"); ksv.onCall = function () {};</script>`;
+    ksv.plugin = document.getElementById("plugin"); ksv.onCall = function () {};</script>`;
   return path === "/strict.html"
     ? { body, headers: { "content-security-policy": "default-src 'none'; object-src 'none'; script-src 'nonce-n'" } }
     : path === "/empty.html" ? { body: "<!DOCTYPE html>" } : { body };
@@ -97,7 +97,7 @@ await check("the origin is what the browser attests, in each kind of frame", asy
   equal(await names(`<iframe src="${address}/page.html"></iframe>`), own);
   equal(await names(`<iframe src="${otherAddress}/page.html"></iframe>`), "{pluginRetCode: 0, fnRetCode: 0, tokenFileNames: []}");
   equal(await names(`<iframe sandbox="allow-scripts" src="${address}/page.html"></iframe>`), "null");
-  const blank = `document.body.innerHTML = '${ELEMENT}'; var p = document.getElementById("ksv"); p.zubInit();
+  const blank = `document.body.innerHTML = '${ELEMENT}'; var p = document.getElementById("plugin"); p.zubInit();
     String(p.zubEnumerateTokensDomainBinding().tokenFileNames)`;
   equal(await inFrame(tab, "<iframe></iframe>", blank), "scenario.token");
 });
@@ -187,7 +187,7 @@ await check("what a page does to the language reaches no value", async () => {
     Array.prototype.toJSON = Object.prototype.toJSON = () => "forged";
     JSON.parse = JSON.stringify = () => "forged";
     Object.defineProperty(Object.prototype, "pluginRetCode", { set() { throw new Error("seen"); }, configurable: true });
-    return document.getElementById("ksv").zubInit().pluginRetCode;
+    return document.getElementById("plugin").zubInit().pluginRetCode;
   }), 0);
 });
 
