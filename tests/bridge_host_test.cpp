@@ -2,6 +2,7 @@
 // program.
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <cstdlib>
 #include <fstream>
 #include <future>
@@ -46,7 +47,7 @@ class BridgeHostTest : public testing::Test {
 
   Environment environment;
   AgentStub agent{environment};
-  AgentEventCallback raise = nullptr;
+  std::atomic<AgentEventCallback> raise = nullptr;
 };
 
 TEST_F(BridgeHostTest, EachMessageIsAnsweredOrEndsTheTalk) {

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <map>
+#include <mutex>
 #include <new>
 #include <string>
 #include <vector>
@@ -76,16 +77,24 @@ class LibraryStub {
   LibraryStub(const LibraryStub&) = delete;
   LibraryStub& operator=(const LibraryStub&) = delete;
 
-  std::vector<std::string> calls;
+  std::vector<std::string> TakeAll() {
+    const std::lock_guard lock(mutex);
+    return std::exchange(calls, {});
+  }
 
  private:
+  void Record(std::string call) {
+    const std::lock_guard lock(mutex);
+    calls.push_back(std::move(call));
+  }
+
   void Take(Call& call) {
     if (FailsNow(Source::LibraryThrows)) throw std::bad_alloc();
     const bool refuses = FailsNow(Source::LibraryRefuses);
     const bool lies = FailsNow(Source::LibraryLies);
     {
       const InPlugin library(false);
-      calls.push_back(Show(call));
+      Record(Show(call));
       const auto told = answers.find(call.entry);
       const Answer answer = told == answers.end() ? otherwise : told->second;  // It may be replaced from inside.
       answer(call);
@@ -97,6 +106,8 @@ class LibraryStub {
 
   HMODULE library;
   Control* control;
+  std::mutex mutex;
+  std::vector<std::string> calls;
   std::map<std::string, Answer> answers;
   Answer otherwise = [](Call& call) { GiveNothing(call); };
 };
@@ -129,7 +140,7 @@ class DisplayStub : public LibraryStub<DisplayCall, DisplayStubControl> {
   void Refuse(const std::string& entry, int32_t status = 5);
   /// The calls since the last time this was asked, as in "WYSMouseDown(7, 9, {120,45})": input in hexadecimal behind
   /// "<", room behind ">" with "/null" when no buffer came.
-  std::vector<std::string> TakeCalls() { return std::exchange(calls, {}); }
+  std::vector<std::string> TakeCalls() { return TakeAll(); }
 };
 
 /// An answer that fills the first output with bytes, and gives their count or another length and a status.
