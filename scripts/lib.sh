@@ -10,11 +10,20 @@ die() {
   exit 1
 }
 
-# Usage: help_if_asked "$@"   prints the comment at the script's head and ends, if that is what the caller wants
+# The comment at the script's head, which is its help.
+head_comment() { sed -n '2,/^[^#]/s/^# \{0,1\}//p' "$0"; }
+
+# Usage: help_if_asked "$@"   prints the script's help and ends, if that is what the caller wants
 help_if_asked() {
   [[ "${1:-}" == -h || "${1:-}" == --help ]] || return 0
-  sed -n '2,/^[^#]/s/^# \{0,1\}//p' "$0"
+  head_comment
   exit
+}
+
+# Ends a script that was called with arguments that it does not take.
+misused() {
+  head_comment >&2
+  exit 2
 }
 
 # Where things live that are fetched once and serve every checkout. CMake's Base64Library.cmake looks in the same place.

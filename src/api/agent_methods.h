@@ -4,7 +4,7 @@ namespace NorvoWebAPI::KSV {
 
 class ScriptCall;
 
-/// The operations of the agent's script methods. The last four are in event_methods.cpp.
+/// The operations of the agent's script methods. Those for events and instances are in event_methods.cpp.
 namespace AgentMethods {
 
 void Init(ScriptCall& call);

@@ -1,5 +1,5 @@
-/// Registering pages for agent events and releasing them. Failures are `CPluginException`; an operation whose library
-/// call went through or was refused gives the codes. The browser's thread only.
+/// Registering pages for agent events and releasing them, named after their log tag. Failures are `CPluginException`;
+/// an operation whose library call went through or was refused gives the codes. The browser's thread only.
 ///
 /// All pages share one hook. A release that leaves the map it looks at empty takes the hook away, also when another
 /// page or the other map still has entries: their events reach no page until the next registration.

@@ -14,9 +14,10 @@
 namespace NorvoWebAPI::KSV {
 
 /// The object that page script holds: one property and the methods of api/method_table.h. Every method but the setters
-/// of callbacks gives the page a result object, whatever went wrong inside; a script call fails only when its result
-/// can't be converted. The object lives by the host's reference count, also past the end of its instance: what needs
-/// the page's script then fails, all other work goes on. The browser's thread only.
+/// of callbacks gives the page a result object, whatever went wrong inside, or null where its operation has set no
+/// code; a script call fails only when its result can't be converted. The object lives by the host's reference count,
+/// also past the end of its instance: what needs the page's script then fails, all other work goes on. The browser's
+/// thread only.
 class Scriptable : public NPScriptable<Scriptable>, public DisplayState {
  public:
   /// Throws what the bases throw. `api` must outlive the object.

@@ -29,7 +29,7 @@ function makePage(type) {
 }
 
 const product = name => source("src/base/product_texts.h").match(new RegExp(`^#define KSV_${name} "(.*)"$`, "m"))[1];
-const types = ["FILE_VERSION", "VERSION"].map(name => product("MIME_TYPE_STEM") + product("SHORT_NAME") + "-" + product(name));
+const types = ["MIME_VERSION", "VERSION"].map(name => product("MIME_TYPE_STEM") + product("SHORT_NAME") + "-" + product(name));
 
 test("methods, types and description are the module's", () => {
   const { element, navigator } = makePage(types[1]);
