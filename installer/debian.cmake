@@ -29,9 +29,6 @@ set(CPACK_STRIP_FILES ON)
 # Files outside the prefix are packaged by DESTDIR only.
 set(CPACK_SET_DESTDIR ON)
 set(CPACK_INSTALL_PREFIX /usr)
-# Whatever the umask of whoever packs.
-set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
-  OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_COMPONENTS_ALL plugin policies)
 
@@ -64,5 +61,6 @@ list(TRANSFORM CPACK_KSV_PROGRAMS PREPEND "${CMAKE_BINARY_DIR}/")
 set(CPACK_PROJECT_CONFIG_FILE "${CMAKE_CURRENT_LIST_DIR}/debian/depends.cmake")
 include(CPack)
 
-add_custom_target(installer COMMAND "${CMAKE_CPACK_COMMAND}" WORKING_DIRECTORY "${CMAKE_BINARY_DIR}" VERBATIM)
+# The rights of the folders are those that the umask leaves.
+add_custom_target(installer COMMAND sh -c "umask 022 && exec '${CMAKE_CPACK_COMMAND}'" WORKING_DIRECTORY "${CMAKE_BINARY_DIR}" VERBATIM)
 add_dependencies(installer npNorvoWebAPIKSV ksv-bridge ksv-doctor zub ksvWys)

@@ -18,20 +18,21 @@ endif()
 include("${source}/install/files.cmake")
 
 # Usage: put_link(TARGET FOLDER NAME)   a link in a folder of the browsers' to an installed file: Debian would keep files
-# in /etc when a package is removed.
-function(put_link target folder name)
-  if(NOT browser_folders)
-    return()
+# in /etc when a package is removed. A macro, for the list of what was installed is a variable of the caller's.
+macro(put_link target folder name)
+  if(browser_folders)
+    set(place "${folder}")
+    cmake_path(ABSOLUTE_PATH place BASE_DIRECTORY "${browser_folders}")
+    set(link "${target}")
+    # As Debian has its links: relative where both are in /usr, else absolute.
+    if(link MATCHES "^/usr/" AND place MATCHES "^/usr/")
+      file(RELATIVE_PATH link "${place}" "${target}")
+    endif()
+    file(MAKE_DIRECTORY "${FOLDER}/links")
+    file(CREATE_LINK "${link}" "${FOLDER}/links/${name}" SYMBOLIC)
+    file(INSTALL "${FOLDER}/links/${name}" DESTINATION "${place}")
   endif()
-  cmake_path(ABSOLUTE_PATH folder BASE_DIRECTORY "${browser_folders}")
-  # As Debian has its links: relative where both are in /usr, else absolute.
-  if(target MATCHES "^/usr/" AND folder MATCHES "^/usr/")
-    file(RELATIVE_PATH target "${folder}" "${target}")
-  endif()
-  file(MAKE_DIRECTORY "${FOLDER}/links")
-  file(CREATE_LINK "${target}" "${FOLDER}/links/${name}" SYMBOLIC)
-  file(INSTALL "${FOLDER}/links/${name}" DESTINATION "${folder}")
-endfunction()
+endmacro()
 
 if(part STREQUAL plugin)
   file(INSTALL "${packages}/ksv.crx" "${packages}/ksv.xpi" "${FOLDER}/update.xml" "${FOLDER}/updates.json"
