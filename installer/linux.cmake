@@ -21,8 +21,11 @@ if(KSV_POLICIES)
 endif()
 
 # Before the installation: record which of the folders don't exist yet. Only those are removed by `uninstall`.
-set(folders ${CMAKE_INSTALL_BINDIR} ${plugins} ${browser} ${pages} ${share}/bridge ${share}/policies
+set(folders ${CMAKE_INSTALL_BINDIR} ${plugins} ${browser} ${pages} ${share}/bridge/chromium ${share}/bridge/firefox
   ${CMAKE_INSTALL_DOCDIR}/docs/images ${CMAKE_INSTALL_MANDIR}/man1)
+if(KSV_POLICIES)
+  list(APPEND folders ${share}/policies/chromium ${share}/policies/firefox)
+endif()
 if(KSV_BROWSER_FOLDERS)
   foreach(folder IN ITEMS etc/chromium/native-messaging-hosts etc/opt/chrome/native-messaging-hosts
           etc/opt/edge/native-messaging-hosts usr/lib/mozilla/native-messaging-hosts etc/chromium/policies/managed
