@@ -64,10 +64,14 @@ function installHost(profile, name, folder) {
   setEnvironment(profile, process.env);
 }
 
-// Starts a browser with a profile of its own, which goes with it. The policies are those of the mount namespace.
-export async function launch({ browser: name, managed = true, visible = false }) {
+// Starts a browser with a profile of its own, which goes with it. The policies are those of the mount namespace; the host
+// is that of the build, unless the one that is installed on the machine is wanted.
+export async function launch({ browser: name, managed = true, installed = false, visible = false }) {
   const profile = mkdtempSync(join(tmpdir(), "ksv-profile-"));
-  const browser = await (name === "firefox" ? launchFirefox(profile, visible) : launchChromium(profile, managed, visible));
+  if (!installed) {
+    installHost(profile, name, join(profile, name === "firefox" ? ".mozilla/native-messaging-hosts" : "NativeMessagingHosts"));
+  }
+  const browser = await (name === "firefox" ? launchFirefox(profile, installed, visible) : launchChromium(profile, managed, visible));
   browser.setEnvironment = environment => setEnvironment(profile, environment);
   const close = browser.close.bind(browser);
   browser.close = async () => {
@@ -83,17 +87,17 @@ export async function launch({ browser: name, managed = true, visible = false })
   return browser;
 }
 
-function launchFirefox(profile, visible) {
-  installHost(profile, "firefox", join(profile, ".mozilla/native-messaging-hosts"));
+function launchFirefox(profile, installed, visible) {
   mkdirSync(join(profile, "firefox"));
   return puppeteer.launch({
     browser: "firefox", executablePath: "/usr/bin/firefox-esr", headless: !visible,
-    args: ["--profile", join(profile, "firefox")], env: { ...process.env, HOME: profile }
+    args: ["--profile", join(profile, "firefox")], env: { ...process.env, HOME: profile },
+    // Firefox's own default; Puppeteer's would keep the system's extensions out.
+    extraPrefsFirefox: installed ? { "extensions.enabledScopes": 15 } : {}
   });
 }
 
 function launchChromium(profile, managed, visible) {
-  installHost(profile, "chromium", join(profile, "NativeMessagingHosts"));
   return puppeteer.launch({
     executablePath: "/usr/bin/chromium", headless: !visible, userDataDir: profile,
     args: ["--no-sandbox", ...(managed ? [] : [`--load-extension=${made}/chromium`])],

@@ -9,7 +9,7 @@ import { launch, root, serve } from "./browser.mjs";
 const { values: options, positionals } = parseArgs({
   allowPositionals: true,
   options: {
-    browser: { type: "string" }, managed: { type: "string" }, timeout: { type: "string", default: "60" },
+    browser: { type: "string" }, managed: { type: "string" }, installed: { type: "boolean", default: false }, timeout: { type: "string", default: "60" },
     picture: { type: "string" }, storage: { type: "string", default: "" }, stay: { type: "boolean", default: false }, serve: { type: "string" }
   }
 });
@@ -98,7 +98,7 @@ async function run() {
   const asked = { page: positionals[0], timeout: options.timeout, picture: options.picture, storage: options.storage, stay: options.stay };
   const socket = process.env.KSV_BRIDGE_SOCKET;
   if (!options.serve && socket && existsSync(socket)) return ask(socket, asked);
-  const browser = await launch({ browser: options.browser, managed: options.managed === "1", visible: options.stay });
+  const browser = await launch({ browser: options.browser, managed: options.managed === "1", installed: options.installed, visible: options.stay });
   try {
     return options.serve ? await serveOpenings(browser, options.serve) : await open(browser, asked, console.log, console.error);
   } finally {

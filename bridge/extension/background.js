@@ -75,6 +75,14 @@ class DocumentLink {
     this.native.postMessage({ hello: 1, origin: this.origin, address: this.port.sender.url || "" });
   }
 
+  // Ends the use of a page that has lost its permission.
+  async checkAgain() {
+    const refusal = await refusalOf(this.origin, this.port.sender.tab);
+    if (!refusal) return;
+    this.end(refusal);
+    this.native?.disconnect();
+  }
+
   async takeRequest({ n, text }) {
     await this.started;
     if (!this.ended) this.sendText(text);
@@ -237,11 +245,20 @@ async function choosePolling() {
 
 const ready = choosePolling();
 
-// The administrator's list, as it is when the background starts. A Chromium without any policy may never answer.
-const managed = ready.then(() => Promise.race([
+// The administrator's list. A Chromium without any policy may never answer.
+const readManaged = () => ready.then(() => Promise.race([
   api.storage.managed.get("sites").catch(() => ({})),
   ...(polls ? [new Promise(done => setTimeout(done, 1000, {}))] : [])
 ]));
+
+let managed = readManaged();
+
+// Chromium gives no list for some seconds after it has installed the extension, as if all sites were allowed.
+api.storage.onChanged.addListener((changes, area) => {
+  if (area !== "managed") return;
+  managed = readManaged();
+  for (const link of documents.values()) link.checkAgain();
+});
 
 api.runtime.onConnect.addListener(port => new DocumentLink(port));
 

@@ -7,11 +7,11 @@ const settled = () => new Promise(setImmediate);
 
 // The extension's background, in a browser with these settings. Time passes when `pass` is called.
 async function start({ sites, off, installed = "admin" } = {}) {
-  const [timers, connect, held] = [[], signal(), signal()];
-  const background = { hosts: [], rules: [{ id: 7 }], pass: () => timers.forEach(run => run()) };
+  const [timers, connect, held, changed] = [[], signal(), signal(), signal()];
+  const background = { sites, changed, hosts: [], rules: [{ id: 7 }], pass: () => timers.forEach(run => run()) };
   const api = {
     runtime: { onConnect: connect, onMessage: signal(), connectNative: name => background.hosts[background.hosts.push(port(name)) - 1] },
-    storage: { managed: { get: async () => ({ sites }) }, local: { get: async () => ({ off }) } },
+    storage: { managed: { get: async () => ({ sites: background.sites }) }, local: { get: async () => ({ off }) }, onChanged: changed },
     management: { getSelf: async () => ({ installType: installed }) },
     webRequest: { onBeforeRequest: held },
     declarativeNetRequest: {
@@ -95,4 +95,15 @@ test("who may not use the plug-in, or sends what is no message, is told that it 
     assert.match(document.posted[0].gone, reason);
     assert.equal(background.hosts.length, hosts);
   }
+});
+
+test("an administrator's list that comes later ends the use by pages that it does not name", async () => {
+  const background = await start();
+  const document = background.open("nonce");
+  await settled();
+  background.sites = ["https://b.example"];
+  background.changed.fire({}, "managed");
+  await settled();
+  assert.match(document.posted[0].gone, /administrator/);
+  assert.equal(background.hosts[0].closed, true);
 });
