@@ -58,26 +58,44 @@ std::string NarrowOf(const std::filesystem::path& path) {
 // --- What lies in the browser's folders
 // ---------------------------------------------------------------------------------
 
+// In Chromium's profile: in a folder of its own, or wherever the preferences say that it lies unpacked.
+std::vector<Extension> ReadChromiumProfile(const std::string& profile, const std::string& id) {
+  std::vector<std::string> folders = EntriesOf(profile + "/Extensions/" + id);
+  bool isOn = true;
+  for (const char* file : {"Preferences", "Secure Preferences"}) {
+    const JsonText preferences = ReadJsonFile(profile + "/" + file);
+    const Json& own = MemberOf(MemberOf(MemberOf(preferences.content, "extensions"), "settings"), id);
+    const Json& reasons = MemberOf(own, "disable_reasons");
+    isOn = isOn && (reasons.empty() || reasons == 0);  // A list, or a number in older versions.
+    if (const std::string path = TextOf(own, "path"); PathOf(path).is_absolute()) folders.push_back(path);
+  }
+  std::vector<Extension> extensions;
+  for (const std::string& folder : folders) {
+    const JsonText manifest = ReadJsonFile(folder + "/manifest.json");
+    if (manifest.problem.empty()) extensions.push_back({folder, TextOf(manifest.content, "version"), isOn});
+  }
+  return extensions;
+}
+
+std::vector<Extension> ReadFirefoxProfile(const std::string& profile, const std::string& id) {
+  std::vector<Extension> extensions;
+  const JsonText list = ReadJsonFile(profile + "/extensions.json");
+  for (const Json& addon : MemberOf(list.content, "addons")) {
+    if (MemberOf(addon, "id") != id) continue;
+    extensions.push_back({profile, TextOf(addon, "version"), MemberOf(addon, "active") == true});
+  }
+  return extensions;
+}
+
 // The first one that is switched on, or else the first of all.
 Extension FindExtension(const BridgeBrowser& browser, const std::string& id) {
   Extension first;
-  const auto isFound = [&](const Extension& extension) {
-    if (first.place.empty() || (extension.isOn && !first.isOn)) first = extension;
-    return extension.isOn;
-  };
+  const auto read = browser.isFirefox ? ReadFirefoxProfile : ReadChromiumProfile;
   for (const std::string& root : browser.profiles) {
     for (const std::string& profile : EntriesOf(root)) {
-      if (browser.isFirefox) {
-        const JsonText list = ReadJsonFile(profile + "/extensions.json");
-        for (const Json& addon : MemberOf(list.content, "addons")) {
-          if (MemberOf(addon, "id") != id) continue;
-          if (isFound({profile, TextOf(addon, "version"), MemberOf(addon, "active") == true})) return first;
-        }
-        continue;
-      }
-      for (const std::string& version : EntriesOf(profile + "/Extensions/" + id)) {
-        const JsonText manifest = ReadJsonFile(version + "/manifest.json");
-        if (manifest.problem.empty() && isFound({version, TextOf(manifest.content, "version"), true})) return first;
+      for (const Extension& extension : read(profile, id)) {
+        if (extension.isOn) return extension;
+        if (first.place.empty()) first = extension;
       }
     }
   }
@@ -183,7 +201,13 @@ MaybeFinding ExamineHost(Examined& examined) {
   if (facts.kind == OwnKind()) return Finding{Status::Pass, kind};
   return Finding{
       Status::Warn, kind + ":",
-      "the checks of settings and libraries are for " + std::string(OwnKind()) + "; the other ksv-doctor has its."};
+      "settings and libraries were looked at for " + std::string(OwnKind()) + ". Run the other ksv-doctor too."};
+}
+
+// A part of the bridge by its version.
+Finding OfVersion(const std::string& version, const std::string& found) {
+  if (version == kVersion) return {Status::Pass, found};
+  return {Status::Warn, found + ", and this doctor is of " + kVersion + ":", "install all from one package."};
 }
 
 MaybeFinding ExamineExtension(Examined& examined) {
@@ -193,13 +217,12 @@ MaybeFinding ExamineExtension(Examined& examined) {
       return Finding{Status::Warn,
                      "no profile of this user has it yet:", "the policy brings it when the browser starts."};
     }
-    return Broken("no profile of this user has " + examined.id,
+    return Broken("no profile of this user has the extension " + examined.id,
                   "Install the extension in the browser, or let a policy install it.");
   }
   const std::string found = "version " + extension.version + " in " + ShowPath(extension.place);
   if (!extension.isOn) return Broken(found + " is switched off", "Switch it on in the browser's list of extensions.");
-  if (extension.version == kVersion) return Finding{Status::Pass, found};
-  return Finding{Status::Warn, found + ", and this doctor is of " + kVersion + ":", "install both from one package."};
+  return OfVersion(extension.version, found);
 }
 
 MaybeFinding ExaminePolicy(Examined& examined) {
@@ -228,9 +251,7 @@ MaybeFinding ExamineAnswer(Examined& examined) {
   examined.talk = TalkToHost(arguments, examined.prober.Limit());
   const HostTalk& talk = examined.talk;
   if (!talk.answers) return Broken("it " + talk.problem);
-  if (talk.version == kVersion) return Finding{Status::Pass, "it answers, version " + talk.version};
-  return Finding{Status::Warn, "it answers, version " + talk.version + ", and this doctor is of " + kVersion + ":",
-                 "install both from one package."};
+  return OfVersion(talk.version, "it answers, version " + talk.version);
 }
 
 MaybeFinding ExamineInstance(Examined& examined) {

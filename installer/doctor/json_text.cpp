@@ -11,7 +11,7 @@
 namespace NorvoWebAPI::KSV::Doctor {
 namespace {
 
-constexpr size_t kLargestFile = size_t{4} << 20;
+constexpr size_t kLargestFile = size_t{8} << 20;
 constexpr int kDeepest = 64;
 
 }  // namespace
@@ -41,7 +41,7 @@ JsonText ReadJsonFile(const std::string& path) {
   std::ifstream stream = Platform::OpenForReading(path, std::ios::binary);
   std::string text(kLargestFile + 1, '\0');
   text.resize(static_cast<size_t>(stream.read(text.data(), static_cast<std::streamsize>(text.size())).gcount()));
-  if (text.size() > kLargestFile) return {nullptr, shown + " is larger than 4 MiB"};
+  if (text.size() > kLargestFile) return {nullptr, shown + " is larger than 8 MiB"};
   JsonText read = ParseJson(text);
   if (!read.problem.empty()) read.problem.insert(0, shown + ": ");
   return read;

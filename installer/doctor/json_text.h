@@ -15,7 +15,7 @@ struct JsonText {
 
 /// Reads a text in UTF-8 of at most 64 levels.
 JsonText ParseJson(const std::string& text);
-/// Reads a file of at most 4 MiB, by its narrow path. `problem` begins with the path.
+/// Reads a file of at most 8 MiB, by its narrow path. `problem` begins with the path.
 JsonText ReadJsonFile(const std::string& path);
 
 /// A member, or null when there is none or `object` is no object.
