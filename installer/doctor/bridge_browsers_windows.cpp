@@ -44,19 +44,19 @@ std::string FindManifest(const std::string& key) {
   return {};
 }
 
-// A policy that is a list: the values of a key, whatever their names.
+// A policy that is a list: the values of a key, whatever their names. Policies are the same in all views.
 Json ReadList(HKEY root, const std::string& keyName) {
   constexpr DWORD kMost = 1000;
   Json list = Json::array();
   RegistryKey key;
-  if (RegOpenKeyExA(root, keyName.c_str(), 0, KEY_READ | KEY_WOW64_64KEY, key.Put()) != ERROR_SUCCESS) return nullptr;
+  if (RegOpenKeyExA(root, keyName.c_str(), 0, KEY_READ, key.Put()) != ERROR_SUCCESS) return nullptr;
   for (DWORD index = 0; index < kMost; ++index) {
     char name[256];
     DWORD length = sizeof name;
     const LSTATUS error = RegEnumValueA(key.Get(), index, name, &length, nullptr, nullptr, nullptr, nullptr);
     if (error == ERROR_NO_MORE_ITEMS) break;
     std::string text;
-    if (error != ERROR_SUCCESS || ReadText(root, keyName, name, KEY_WOW64_64KEY, text) != ERROR_SUCCESS) continue;
+    if (error != ERROR_SUCCESS || ReadText(root, keyName, name, 0, text) != ERROR_SUCCESS) continue;
     list.push_back(ToUtf8(text));
   }
   return list;
@@ -66,11 +66,11 @@ Json ReadList(HKEY root, const std::string& keyName) {
 JsonText ReadSettings(HKEY root, const std::string& key, const char* extension) {
   JsonText settings;
   std::string text;
-  if (ReadText(root, key, kSettings, KEY_WOW64_64KEY, text) == ERROR_SUCCESS) settings = ParseJson(ToUtf8(text));
+  if (ReadText(root, key, kSettings, 0, text) == ERROR_SUCCESS) settings = ParseJson(ToUtf8(text));
   if (!settings.content.is_object()) settings.content = Json::object();
   for (const char* id : {extension, "*"}) {
     const std::string own = key + "\\" + kSettings + "\\" + id;
-    if (ReadText(root, own, kInstallationMode, KEY_WOW64_64KEY, text) != ERROR_SUCCESS) continue;
+    if (ReadText(root, own, kInstallationMode, 0, text) != ERROR_SUCCESS) continue;
     settings.content[id] = {{kInstallationMode, ToUtf8(text)}};
   }
   return settings;

@@ -257,7 +257,9 @@ MaybeFinding ExamineAnswer(Examined& examined) {
 MaybeFinding ExamineInstance(Examined& examined) {
   if (!examined.talk.answers) return {};
   if (examined.talk.makesInstance) return Finding{Status::Pass, "a page's element gets an instance"};
-  return Broken("asked for an instance, the host " + examined.talk.problem);
+  // The module loads the vendor's libraries at once.
+  return Broken("asked for an instance, the host " + examined.talk.problem,
+                "Mend the module and the libraries if they fail too; else install the plug-in again.");
 }
 
 struct Link {

@@ -14,7 +14,8 @@ struct HostTalk {
   std::string problem;         ///< Why one of these is not so, as the end of a sentence that begins with "it".
 };
 
-/// Starts the host as a browser does and asks it for an instance of the module; nothing is called in that. `arguments`
+/// Starts the host as a browser does and asks it for an instance of the module, which loads the vendor's libraries;
+/// nothing is called in them. `arguments`
 /// are UTF-8, the host's path first.
 HostTalk TalkToHost(const std::vector<std::string>& arguments, std::chrono::seconds limit);
 
