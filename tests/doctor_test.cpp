@@ -75,8 +75,8 @@ class DoctorTest : public testing::Test {
     WriteManifest("Chromium");
     WriteManifest("Firefox");
     SetPolicy("ExtensionInstallForcelist", KSV_CHROMIUM_ID ";file:///update.xml");
-    WriteFile(Profile("Chromium") / "Extensions" / KSV_CHROMIUM_ID / "5.0.5_0/manifest.json",
-              R"({"version": "5.0.5"})");
+    WriteFile(Profile("Chromium") / "Extensions" / KSV_CHROMIUM_ID / "5.0.9_0/manifest.json",
+              R"({"version": "5.0.9"})");
     WriteAddon(true);
   }
   [[nodiscard]] fs::path Profile(const std::string& browser) const {
@@ -108,7 +108,7 @@ class DoctorTest : public testing::Test {
     if (kWindows) return SetKey(kPolicyKey + name, "1", entry);
     WriteFile(Scratch("machine/etc/chromium/policies/managed/" + name + ".json"), json{{name, {entry}}}.dump());
   }
-  void WriteAddon(bool isActive, const std::string& version = "5.0.5") const {
+  void WriteAddon(bool isActive, const std::string& version = "5.0.9") const {
     const json addon{{"id", KSV_FIREFOX_ID}, {"version", version}, {"active", isActive}};
     WriteFile(Profile("Firefox") / "extensions.json", json{{"addons", {{{"id", 7}}, addon}}}.dump());
   }
@@ -275,7 +275,7 @@ TEST_F(DoctorTest, EachBrokenLinkIsNamed) {
          WriteFile(Profile("Chromium") / "Preferences",
                    json{{"extensions", {{"settings", {{KSV_CHROMIUM_ID, {{"disable_reasons", {1}}}}}}}}}.dump());
        }},
-      {"Firefox: extension", "FAIL", "version 5.0.5 in ", 0, 0, [&] { WriteAddon(false); }},
+      {"Firefox: extension", "FAIL", "version 5.0.9 in ", 0, 0, [&] { WriteAddon(false); }},
       {"Firefox: extension", "WARN", "version 5.0.4 in ", 0, 0, [&] { WriteAddon(true, "5.0.4"); }},
       {"Chromium: policy", "FAIL", "forbids com.norvo.ksv", 0, 0, [&] { SetPolicy("NativeMessagingBlocklist", "*"); }},
       {"Chromium: host's answer", "FAIL", "ends without an answer (exit status 2)", 0, 0,
@@ -287,6 +287,13 @@ TEST_F(DoctorTest, EachBrokenLinkIsNamed) {
        [&] { MoveHost("Firefox", fs::path(KSV_STUBS) / "aborting/zub.dll"); }},
       {"Firefox: module in the host", "FAIL", "does not answer within 3 s", 0, 0,
        [&] { MoveHost("Firefox", fs::path(KSV_STUBS) / "sleeping/zub.dll"); }, "--json --timeout 3"},
+      {"Firefox: extension", kWindows ? "FAIL" : "WARN", "no profile of this user has", 0, 0,
+       [&] {
+         fs::remove_all(Profile("Firefox"));
+         WriteFile(Scratch("machine/usr/share/mozilla/extensions/{ec8030f7-c20a-464f-9b0e-13a3a9e97384}/" KSV_FIREFOX_ID
+                           ".xpi"),
+                   "");
+       }},
       {"bridge", "PASS", "it is not installed", 0, 0, [&] { RemoveBridge(); }}};
   const std::vector<Case> windowsAlone{
       {"registration", "FAIL", "Vendor of HKEY_LOCAL_MACHINE\\Software\\MozillaPlugins", 0, 0,

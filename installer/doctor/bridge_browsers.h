@@ -24,6 +24,9 @@ inline constexpr char kHostAllowlist[] = "NativeMessagingAllowlist";
 inline constexpr const char* kPolicyLists[] = {kForcelist, kBlocklist, kAllowlist, kHostBlocklist, kHostAllowlist};
 inline constexpr char kSettings[] = "ExtensionSettings";
 inline constexpr char kInstallationMode[] = "installation_mode";
+/// What does the same as one of them: the extension's package in the folder from which Firefox on Linux installs for
+/// all.
+inline constexpr char kPackageForAll[] = "package for all users";
 
 /// Whether a native manifest may name its host by a path that is relative to the manifest.
 extern const bool kHostMayBeRelative;

@@ -86,6 +86,12 @@ Policies ReadPolicies(const std::vector<std::string>& folders, bool isFirefox) {
   return policies;
 }
 
+void AddPackageForAll(Policies& policies, const std::string& root) {
+  const std::string path =
+      root + "/usr/share/mozilla/extensions/{ec8030f7-c20a-464f-9b0e-13a3a9e97384}/" + ExtensionId(true) + ".xpi";
+  if (FindFile(path) == Presence::There) policies.Add(path, {{kPackageForAll, true}});
+}
+
 }  // namespace
 
 std::vector<BridgeBrowser> FindBridgeBrowsers(const std::string& root) {
@@ -99,6 +105,7 @@ std::vector<BridgeBrowser> FindBridgeBrowsers(const std::string& root) {
       if (browser.manifest.empty() && FindFile(path) != Presence::Missing) browser.manifest = path;
     }
     browser.policies = ReadPolicies(folder.Resolve(row.policies), row.isFirefox);
+    if (row.isFirefox) AddPackageForAll(browser.policies, root);
     browsers.push_back(std::move(browser));
   }
   return browsers;

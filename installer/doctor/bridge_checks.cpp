@@ -115,6 +115,7 @@ std::string ModeOf(const Policies& policies, const std::string& id) {
 
 // The policy that installs the extension without asking, so that it may hold requests up.
 std::string FindForce(const Policies& policies, const std::string& id) {
+  if (policies.places.contains(kPackageForAll)) return kPackageForAll;
   if (ModeOf(policies, id) == "force_installed") return kSettings;
   for (const Json& entry : MemberOf(policies.values, kForcelist)) {
     if (entry.is_string() && (entry == id || entry.get<std::string>().starts_with(id + ";"))) return kForcelist;
@@ -206,8 +207,8 @@ MaybeFinding ExamineHost(Examined& examined) {
 
 // A part of the bridge by its version.
 Finding OfVersion(const std::string& version, const std::string& found) {
-  if (version == kVersion) return {Status::Pass, found};
-  return {Status::Warn, found + ", and this doctor is of " + kVersion + ":", "install all from one package."};
+  if (version == KSV_FILE_VERSION) return {Status::Pass, found};
+  return {Status::Warn, found + ", and this doctor is of " KSV_FILE_VERSION ":", "install all from one package."};
 }
 
 MaybeFinding ExamineExtension(Examined& examined) {

@@ -19,7 +19,7 @@ async function open(answer, lastError) {
     });
   };
   const api = {
-    runtime: { connectNative: () => host, lastError: lastError && { message: lastError }, getManifest: () => ({ version: "5.0.5" }) },
+    runtime: { connectNative: () => host, lastError: lastError && { message: lastError }, getManifest: () => ({ version: "5.0.9" }) },
     tabs: { query: async () => [] }
   };
   load("popup.js", {
@@ -31,7 +31,7 @@ async function open(answer, lastError) {
 }
 
 // A host that is well, but for the answers given.
-const hostWith = (changed, host = "5.0.5") => ({ hello, n, name, do: action }) => {
+const hostWith = (changed, host = "5.0.9") => ({ hello, n, name, do: action }) => {
   if (hello) return "hello" in changed ? changed.hello : { hello: 1, host };
   const key = name || action;
   const values = { version: "5.0.5", zubInit: { object: [["pluginRetCode", 0]] } };
@@ -40,23 +40,23 @@ const hostWith = (changed, host = "5.0.5") => ({ hello, n, name, do: action }) =
 
 test("the toolbar's page says what is broken on this computer, and the versions", async () => {
   const rows = [
-    [hostWith({}), "", /^Everything that a page needs is there\.$/, "good", ["5.0.5", "5.0.5", "5.0.5"]],
-    [hostWith({ zubInit: { n: 3, value: { object: [["pluginRetCode", 10]] } } }), "", /agent library is missing/, "bad", ["5.0.5", "5.0.5", "5.0.5"]],
-    [hostWith({}, "5.0.4"), "", /of different versions: install/, "bad", ["5.0.5", "5.0.4", "5.0.5"]],
-    [hostWith({ hello: { end: "of different versions" } }), "", /^of different versions$/, "bad", ["5.0.5", "unknown", "unknown"]],
-    [hostWith({ hello: "ends" }), "Specified native messaging host not found.", /^The plug-in is not installed/, "bad", ["5.0.5", "unknown", "unknown"]],
-    [hostWith({ hello: "ends" }), "Native host has exited.", /can't be started: Native host has exited\.$/, "bad", ["5.0.5", "unknown", "unknown"]],
-    [hostWith({ create: { n: 1, error: "x.so: no such file" } }), "", /^x\.so: no such file$/, "bad", ["5.0.5", "5.0.5", "unknown"]],
-    [hostWith({ create: "ends" }), "Native host has exited.", /module ends the program/, "bad", ["5.0.5", "5.0.5", "unknown"]],
-    [hostWith({ create: null }), "", /^The plug-in does not answer/, "bad", ["5.0.5", "5.0.5", "unknown"]]
+    [hostWith({}), "", /^Everything that a page needs is there\.$/, "good", ["5.0.9", "5.0.5"]],
+    [hostWith({ zubInit: { n: 3, value: { object: [["pluginRetCode", 10]] } } }), "", /agent library is missing/, "bad", ["5.0.9", "5.0.5"]],
+    [hostWith({}, "5.0.4"), "", /of different versions: install/, "bad", ["5.0.4", "5.0.5"]],
+    [hostWith({ hello: { end: "of different versions" } }), "", /^of different versions$/, "bad", ["unknown", "unknown"]],
+    [hostWith({ hello: "ends" }), "Specified native messaging host not found.", /^The plug-in is not installed/, "bad", ["unknown", "unknown"]],
+    [hostWith({ hello: "ends" }), "Native host has exited.", /can't be started: Native host has exited\.$/, "bad", ["unknown", "unknown"]],
+    [hostWith({ create: { n: 1, error: "x.so: no such file" } }), "", /^x\.so: no such file$/, "bad", ["5.0.9", "unknown"]],
+    [hostWith({ create: "ends" }), "Native host has exited.", /module ends the program/, "bad", ["5.0.9", "unknown"]],
+    [hostWith({ create: null }), "", /^The plug-in does not answer/, "bad", ["5.0.9", "unknown"]]
   ];
-  for (const [answer, lastError, sentence, className, versions] of rows) {
+  for (const [answer, lastError, sentence, className, [host, module]] of rows) {
     const page = await open(answer, lastError);
     page.pass();
     await settled();
     assert.match(page.elements.verdict.textContent, sentence);
     assert.equal(page.elements.verdict.className, className);
-    assert.deepEqual(page.elements.versions.children.map(child => child.textContent), ["Extension", versions[0], "Host", versions[1], "Plug-in", versions[2]]);
+    assert.deepEqual(page.elements.versions.children.map(child => child.textContent), ["Extension", "5.0.9", "Host", host, "Plug-in", module]);
     assert.equal(page.host.closed, true);
   }
 });
