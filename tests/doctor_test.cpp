@@ -357,11 +357,9 @@ TEST_F(DoctorTest, TheProgramPrintsBothFormsAndItsExitStatus) {
   EXPECT_EQ(report["healthy"], true);
   for (const json& check : report["checks"]) EXPECT_EQ(check["status"], "PASS") << check;
   EXPECT_EQ(Run(""), 0);
-  EXPECT_THAT(
-      output,
-      AllOf(HasSubstr(std::string("PASS  ") + kModuleCheck), HasSubstr("No link is broken"),
-            HasSubstr(
-                "Chromium, by the bridge: pages get the plug-in\nFirefox, by the bridge: pages get the plug-in\n")));
+  EXPECT_THAT(output, AllOf(HasSubstr(std::string("PASS  ") + kModuleCheck), HasSubstr("No link is broken"),
+                            HasSubstr("Chromium, by the bridge: pages get the plug-in"),
+                            HasSubstr("Firefox, by the bridge: pages get the plug-in")));
   EXPECT_EQ(Run("--help"), 0);
   EXPECT_THAT(output, AllOf(HasSubstr("Exit status"), Not(HasSubstr("--probe"))));
   EXPECT_EQ(Run("--version"), 0);
