@@ -1,7 +1,6 @@
 #include "installer/doctor/bridge_browsers.h"
 
 #include <algorithm>
-#include <filesystem>
 
 #include "installer/doctor/texts.h"
 #include "kit/program/paths.h"
@@ -21,13 +20,18 @@ void Policies::Add(const std::string& place, const Json& policies) {
   }
 }
 
+std::string NarrowOf(std::filesystem::path path) {
+  const std::u8string text = path.make_preferred().u8string();
+  return NarrowFromUtf8({text.begin(), text.end()});
+}
+
 std::vector<std::string> EntriesOf(const std::string& folder) {
   constexpr size_t kMost = 1000;
   std::vector<std::string> entries;
   std::error_code error;
   std::filesystem::directory_iterator each(Kit::PathOf(ToUtf8(SystemPath(folder))), error);
   for (; !error && each != std::filesystem::directory_iterator() && entries.size() < kMost; each.increment(error)) {
-    entries.push_back(NarrowFromUtf8(Kit::TextOf(each->path())));
+    entries.push_back(NarrowOf(each->path()));
   }
   std::ranges::sort(entries);
   return entries;

@@ -51,10 +51,6 @@ std::filesystem::path PathOf(const std::string& narrow) {
   return Kit::PathOf(ToUtf8(SystemPath(narrow)));
 }
 
-std::string NarrowOf(const std::filesystem::path& path) {
-  return NarrowFromUtf8(Kit::TextOf(path));
-}
-
 // --- What lies in the browser's folders
 // ---------------------------------------------------------------------------------
 
