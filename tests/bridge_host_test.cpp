@@ -353,7 +353,7 @@ TEST_F(BridgeHostTest, ProgramServesTheExtensionOnly) {
   EXPECT_EQ(run(chromium), 0);
   std::ifstream answers(out, std::ios::binary);
   EXPECT_EQ(string(std::istreambuf_iterator<char>(answers), {}),
-            Framed(R"({"hello":1,"host":"5.0.5"})") + Framed(R"({"n":1,"value":{"undefined":true}})"));
+            Framed(R"({"hello":1,"host":"5.0.9"})") + Framed(R"({"n":1,"value":{"undefined":true}})"));
 }
 
 // Run with the other soak test, as often as that.

@@ -26,7 +26,17 @@ const std::string kPluginKey = "Software\\MozillaPlugins\\@norvo.com/Norvo WebAP
 const std::string kMimeKey = "\\MimeTypes\\application/x-vnd-norvo-webapi-ksv-5.0.5";
 // Where the layer has the settings, browsers look into folders and not into the registry.
 const bool kWindows = !platform::kHasLayerSettings;
+// Where the doctor looks for the bridge's parts: registered on Windows, in folders of the machine elsewhere.
+const std::string kHost = "com.norvo.ksv";
+const std::string kChromiumKey = "SOFTWARE\\Chromium\\NativeMessagingHosts\\" + kHost;
+const std::string kFirefoxKey = "SOFTWARE\\Mozilla\\NativeMessagingHosts\\" + kHost;
+const std::string kPolicyKey = "SOFTWARE\\Policies\\Chromium\\";
 const char* const kModuleCheck = kWindows ? "registered module" : "module";
+
+// Of a 64-bit module for the other system.
+const std::string kForeignHeaders = kWindows
+                                        ? std::string("\177ELF\x02", 5)
+                                        : "MZ" + std::string(58, '\0') + std::string("\x40\0\0\0PE\0\0\x64\x86", 10);
 
 // A machine on which all is well: both libraries and an updater that ran just now, and browsers find the module.
 class DoctorTest : public testing::Test {
@@ -35,7 +45,10 @@ class DoctorTest : public testing::Test {
     environment.SetLogLevel(0);
     MakeHealthy();
   }
-  ~DoctorTest() override { Registration::UnregisterModule(); }
+  ~DoctorTest() override {
+    Registration::UnregisterModule();
+    RemoveBridge();
+  }
 
   void MakeHealthy() {
     if (!kWindows) fs::remove(Scratch("../registry.json"));
@@ -44,6 +57,76 @@ class DoctorTest : public testing::Test {
     fs::remove(Scratch("otpZub.dll"));
     environment.SetLibraryFolder(environment.Scratch() / "");
     LetBrowsersFind(fs::path(KSV_MODULE).parent_path());
+    RemoveBridge();
+    MakeBridge();
+  }
+  void RemoveBridge() const {
+    if (kWindows) {
+      for (const std::string& key : {kChromiumKey, kFirefoxKey, kPolicyKey + "ExtensionInstallForcelist",
+                                     kPolicyKey + "NativeMessagingBlocklist"}) {
+        RegDeleteKeyA(HKEY_LOCAL_MACHINE, key.c_str());
+      }
+    }
+    fs::remove_all(Scratch("machine"));
+    fs::remove_all(Profile("Firefox"));
+  }
+  // In Chromium, where a policy installs the extension, and in Firefox.
+  void MakeBridge() const {
+    WriteManifest("Chromium");
+    WriteManifest("Firefox");
+    SetPolicy("ExtensionInstallForcelist", KSV_CHROMIUM_ID ";file:///update.xml");
+    WriteFile(Profile("Chromium") / "Extensions" / KSV_CHROMIUM_ID / "5.0.9_0/manifest.json",
+              R"({"version": "5.0.9"})");
+    WriteAddon(true);
+  }
+  [[nodiscard]] fs::path Profile(const std::string& browser) const {
+    if (browser == "Chromium")
+      return Scratch(kWindows ? "machine/Chromium/User Data/Default" : "machine/chromium/Default");
+    return kWindows ? fs::path(std::getenv("AppData")) / "Mozilla/Firefox/Profiles/p"
+                    : Scratch("machine/.mozilla/firefox/p");
+  }
+  [[nodiscard]] fs::path Manifest(const std::string& browser) const {
+    if (kWindows) return Scratch("machine/" + browser + ".json");
+    return Scratch("machine") / (browser == "Chromium" ? "etc/chromium" : ".mozilla") /
+           "native-messaging-hosts/com.norvo.ksv.json";
+  }
+  static void WriteFile(const fs::path& path, const std::string& bytes) {
+    fs::create_directories(path.parent_path());
+    std::ofstream(path, std::ios::binary) << bytes;
+  }
+  // A native manifest that is in order but for these members.
+  void WriteManifest(const std::string& browser, const json& changed = json::object()) const {
+    json manifest{{"name", kHost}, {"type", "stdio"}, {"path", KSV_BRIDGE}};
+    if (browser == "Chromium") manifest["allowed_origins"] = {"chrome-extension://" KSV_CHROMIUM_ID "/"};
+    if (browser == "Firefox") manifest["allowed_extensions"] = {KSV_FIREFOX_ID};
+    manifest.update(changed);
+    WriteFile(Manifest(browser), manifest.dump());
+    if (kWindows) SetKey(browser == "Chromium" ? kChromiumKey : kFirefoxKey, "", Manifest(browser).string());
+  }
+  // A policy of Chromium's, a list of one.
+  void SetPolicy(const std::string& name, const std::string& entry) const {
+    if (kWindows) return SetKey(kPolicyKey + name, "1", entry);
+    WriteFile(Scratch("machine/etc/chromium/policies/managed/" + name + ".json"), json{{name, {entry}}}.dump());
+  }
+  void WriteAddon(bool isActive, const std::string& version = "5.0.9") const {
+    const json addon{{"id", KSV_FIREFOX_ID}, {"version", version}, {"active", isActive}};
+    WriteFile(Profile("Firefox") / "extensions.json", json{{"addons", {{{"id", 7}}, addon}}}.dump());
+  }
+  // A host in a folder of its own; what lies beside it as its module is another file.
+  void MoveHost(const std::string& browser, const fs::path& module, uintmax_t size = 0) const {
+    const fs::path host = Scratch("machine") / fs::path(KSV_BRIDGE).filename();
+    fs::copy_file(KSV_BRIDGE, host);
+    if (size) fs::resize_file(host, size);
+    if (!module.empty()) fs::copy_file(module, Scratch("machine") / fs::path(KSV_MODULE).filename());
+    WriteManifest(browser, {{"path", host.string()}});
+  }
+  static void SetKey(const std::string& name, const std::string& value, const std::string& text) {
+    NorvoWebAPI::RegistryKey key;
+    ASSERT_EQ(RegCreateKeyExA(HKEY_LOCAL_MACHINE, name.c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE, KEY_SET_VALUE,
+                              nullptr, key.Put(), nullptr),
+              ERROR_SUCCESS);
+    RegSetValueExA(key.Get(), value.c_str(), 0, REG_SZ, reinterpret_cast<const BYTE*>(text.c_str()),
+                   static_cast<DWORD>(text.size() + 1));
   }
   static void SetRegistered(const char* name, DWORD type, const std::string& bytes) {
     NorvoWebAPI::RegistryKey key;
@@ -66,15 +149,18 @@ class DoctorTest : public testing::Test {
   // Runs the program. What it wrote to its output is left in `output`.
   int Run(const std::string& arguments) {
     const fs::path written = Scratch("output");
-    const int status =
-        std::system((KSV_DOCTOR " --timeout 20 " + arguments + " >" + written.string() + " 2>&1").c_str());
+    const int status = std::system((KSV_DOCTOR " --timeout 20 --root " + Scratch("machine").string() + " " + arguments +
+                                    " >" + written.string() + " 2>&1")
+                                       .c_str());
     std::ifstream file(written, std::ios::binary);
     output.assign(std::istreambuf_iterator<char>(file), {});
     return status > 255 ? status >> 8 : status;  // Some systems put the exit status there.
   }
 
   Environment environment;
-  platform::ScopedVariable home{"HOME", environment.Scratch().string().c_str()};
+  platform::ScopedVariable home{"HOME", Scratch("machine").string().c_str()};
+  platform::ScopedVariable configuration{kWindows ? "LOCALAPPDATA" : "XDG_CONFIG_HOME",
+                                         Scratch("machine").string().c_str()};
   std::optional<platform::ScopedVariable> plugins;
   std::string output;
 };
@@ -125,11 +211,7 @@ TEST_F(DoctorTest, EachBrokenLinkIsNamed) {
       {"agent library", "FAIL", "isn't loaded within 3 s", none, 0, [&] { CopyStub("sleeping", "zub.dll"); },
        "--json --timeout 3"},
       {"agent library", "FAIL", kWindows ? "is a 64-bit Linux library" : "is a 64-bit Windows library", 10, 0,
-       [&] {
-         const std::string elf("\177ELF\x02", 5);
-         WriteScratch("zub.dll",
-                      kWindows ? elf : "MZ" + std::string(58, '\0') + std::string("\x40\0\0\0PE\0\0\x64\x86", 10));
-       }},
+       [&] { WriteScratch("zub.dll", kForeignHeaders); }},
       {"agent library", "WARN", "zub.dll is empty", 0, 0,
        [&] { fs::rename(Scratch("zub.dll"), Scratch("otpZub.dll")), WriteScratch("zub.dll", ""); }},
       {"agent's entry points", "WARN", "ZUB3_StartInstance", 0, 0, [&] { CopyStub("first", "zub.dll"); }},
@@ -148,9 +230,71 @@ TEST_F(DoctorTest, EachBrokenLinkIsNamed) {
                            "yester\x1B"
                            "day");
        }},
-      {kModuleCheck, "FAIL", "but no browser plug-in", none, none, [&] {
+      {kModuleCheck, "FAIL", "but no browser plug-in", none, none,
+       [&] {
          CopyStub("full", "zub.dll", fs::path(KSV_MODULE).filename().string()), LetBrowsersFind(environment.Scratch());
-       }}};
+       }},
+      {"Chromium: native manifest", "FAIL", kWindows ? kChromiumKey.c_str() : "/etc/chromium/native-messaging-hosts", 0,
+       0, [&] { fs::remove(Manifest("Chromium")), RegDeleteKeyA(HKEY_LOCAL_MACHINE, kChromiumKey.c_str()); }},
+      {"Chromium: native manifest", "FAIL", ".json: line 2, column 3: ", 0, 0,
+       [&] { WriteFile(Manifest("Chromium"), "{\n  half"); }},
+      {"Chromium: native manifest", "FAIL", "its name is \"\\x1B\", not \"com.norvo.ksv\"", 0, 0,
+       [&] {
+         WriteManifest("Chromium", {{"name", "\x1B"}});
+       }},
+      {"Firefox: native manifest", "FAIL", "its type is \"\", not", 0, 0,
+       [&] {
+         WriteManifest("Firefox", {{"type", json::array()}});
+       }},
+      {"Firefox: native manifest", "FAIL", "its allowed_extensions do not have ksv@norvo.example", 0, 0,
+       [&] {
+         WriteManifest("Firefox", {{"allowed_extensions", "ksv@norvo.example"}});
+       }},
+      {kWindows ? "Chromium: native host" : "Chromium: native manifest", "FAIL",
+       kWindows ? "there is no file" : "is not absolute", 0, 0,
+       [&] {
+         WriteManifest("Chromium", {{"path", "up/host"}});
+       }},
+      {"Firefox: native host", "FAIL", "is no program", 0, 0,
+       [&] {
+         WriteManifest("Firefox", {{"path", Manifest("Firefox").string()}});
+       }},
+      {"Chromium: native host", "FAIL", "is cut off: it has 4096 of the", 0, 0,
+       [&] { MoveHost("Chromium", "", 4096); }},
+      {"Chromium: native host", "FAIL", "the module beside it is for 64-bit", 0, 0,
+       [&] { WriteScratch("other", kForeignHeaders), MoveHost("Chromium", Scratch("other")); }},
+      {"Chromium: extension", "FAIL", "no profile of this user has the extension", 0, 0,
+       [&] {
+         fs::remove_all(Profile("Chromium")), fs::remove_all(Scratch("machine/etc/chromium/policies")),
+             RegDeleteKeyA(HKEY_LOCAL_MACHINE, (kPolicyKey + "ExtensionInstallForcelist").c_str());
+       }},
+      {"Chromium: extension", "WARN", "no profile of this user has it yet", 0, 0,
+       [&] { fs::remove_all(Profile("Chromium") / "Extensions"); }},
+      {"Chromium: extension", "FAIL", "is switched off", 0, 0,
+       [&] {
+         WriteFile(Profile("Chromium") / "Preferences",
+                   json{{"extensions", {{"settings", {{KSV_CHROMIUM_ID, {{"disable_reasons", {1}}}}}}}}}.dump());
+       }},
+      {"Firefox: extension", "FAIL", "version 5.0.9 in ", 0, 0, [&] { WriteAddon(false); }},
+      {"Firefox: extension", "WARN", "version 5.0.4 in ", 0, 0, [&] { WriteAddon(true, "5.0.4"); }},
+      {"Chromium: policy", "FAIL", "forbids com.norvo.ksv", 0, 0, [&] { SetPolicy("NativeMessagingBlocklist", "*"); }},
+      {"Chromium: host's answer", "FAIL", "ends without an answer (exit status 2)", 0, 0,
+       [&] {
+         WriteManifest("Chromium", {{"path", KSV_DOCTOR}});
+       }},
+      {"Chromium: module in the host", "FAIL", "Install the plug-in again", 0, 0, [&] { MoveHost("Chromium", ""); }},
+      {"Firefox: module in the host", "FAIL", "ends without an answer (", 0, 0,
+       [&] { MoveHost("Firefox", fs::path(KSV_STUBS) / "aborting/zub.dll"); }},
+      {"Firefox: module in the host", "FAIL", "does not answer within 3 s", 0, 0,
+       [&] { MoveHost("Firefox", fs::path(KSV_STUBS) / "sleeping/zub.dll"); }, "--json --timeout 3"},
+      {"Firefox: extension", kWindows ? "FAIL" : "WARN", "no profile of this user has", 0, 0,
+       [&] {
+         fs::remove_all(Profile("Firefox"));
+         WriteFile(Scratch("machine/usr/share/mozilla/extensions/{ec8030f7-c20a-464f-9b0e-13a3a9e97384}/" KSV_FIREFOX_ID
+                           ".xpi"),
+                   "");
+       }},
+      {"bridge", "PASS", "it is not installed", 0, 0, [&] { RemoveBridge(); }}};
   const std::vector<Case> windowsAlone{
       {"registration", "FAIL", "Vendor of HKEY_LOCAL_MACHINE\\Software\\MozillaPlugins", 0, 0,
        [] { SetRegistered("Vendor", REG_SZ, "?"); }},
@@ -166,6 +310,8 @@ TEST_F(DoctorTest, EachBrokenLinkIsNamed) {
                                      {"settings file", "FAIL", "registry.json is not there (KSV_REGISTRY names it)", 10,
                                       10, [&] { fs::remove(Scratch("../registry.json")); }},
                                      {"log", "WARN", "its lines go nowhere", 0, 0, [&] { environment.SetLogLevel(3); }},
+                                     {"Chromium: policy", "FAIL", "x.json: line 1, column 1: ", 0, 0,
+                                      [&] { WriteFile(Scratch("machine/etc/chromium/policies/managed/x.json"), ""); }},
                                      {"browsers' plug-in folders", "FAIL", "/none, ", none, none,
                                       [&] { LetBrowsersFind(environment.Scratch() / "none"); }}};
   if (!kWindows) std::erase_if(cases, [](const Case& each) { return std::string(each.link) == "log"; });
@@ -190,6 +336,17 @@ TEST_F(DoctorTest, EachBrokenLinkIsNamed) {
     EXPECT_EQ(report["firstBroken"], fails ? json(link) : json());
     EXPECT_EQ(report["zubInit"], zubInit);
     EXPECT_EQ(report["wysInit"], wysInit);
+    for (const json& browser : report["bridge"]) {
+      // A check of a browser's bears its name. A library that ends or stops whoever loads it does so in each host too.
+      const std::string own = browser["browser"].get<std::string>() + ": ";
+      const bool isOwn = fails && std::string(link).starts_with(own);
+      const bool isEnded = zubInit.is_null() && !wysInit.is_null();
+      EXPECT_EQ(browser["works"], !isOwn && !isEnded) << browser;
+      EXPECT_THAT(browser["verdict"].get<std::string>(), HasSubstr(isOwn     ? link + own.size()
+                                                                   : isEnded ? "module in the host"
+                                                                             : "pages get"));
+    }
+    EXPECT_EQ(report["bridge"].size(), std::string(link) == "bridge" ? 0 : 2) << output;
   }
 }
 
@@ -200,7 +357,9 @@ TEST_F(DoctorTest, TheProgramPrintsBothFormsAndItsExitStatus) {
   EXPECT_EQ(report["healthy"], true);
   for (const json& check : report["checks"]) EXPECT_EQ(check["status"], "PASS") << check;
   EXPECT_EQ(Run(""), 0);
-  EXPECT_THAT(output, AllOf(HasSubstr(std::string("PASS  ") + kModuleCheck), HasSubstr("No link is broken")));
+  EXPECT_THAT(output, AllOf(HasSubstr(std::string("PASS  ") + kModuleCheck), HasSubstr("No link is broken"),
+                            HasSubstr("Chromium, by the bridge: pages get the plug-in"),
+                            HasSubstr("Firefox, by the bridge: pages get the plug-in")));
   EXPECT_EQ(Run("--help"), 0);
   EXPECT_THAT(output, AllOf(HasSubstr("Exit status"), Not(HasSubstr("--probe"))));
   EXPECT_EQ(Run("--version"), 0);

@@ -37,6 +37,7 @@ async function showSite() {
 
 // --- On this computer ----------------------------------------------------------------------------------------------
 
+const ANSWER_TIME = 15000;  // In milliseconds.
 const CODES = {
   0: "Everything that a page needs is there.",
   10: "The agent library is missing: install it, or correct its folder in the settings.",
@@ -48,6 +49,19 @@ function verdictOf(result) {
   if (!result) return "The plug-in does not answer.";
   const codes = Object.fromEntries(result.object);
   return CODES[codes.pluginRetCode] || `The agent can't be started: plug-in code ${codes.pluginRetCode}.`;
+}
+
+// What the browsers say when they do not start the host, and what that means.
+const REFUSALS = [
+  [/not found|no such native/i, "The plug-in is not installed on this computer, or not for this browser: install its package."],
+  [/forbidden|permission/i, "The plug-in on this computer is for another extension: install both from one package."]
+];
+
+// Why the host has ended, which had said its version or not.
+function endOf(native, host) {
+  const reason = api.runtime.lastError?.message || native.error?.message || "it ended at once";
+  if (host) return "The plug-in's module ends the program that loads it: install the plug-in again.";
+  return REFUSALS.find(([pattern]) => pattern.test(reason))?.[1] || `The plug-in's host can't be started: ${reason}`;
 }
 
 // Talks with a host of its own, as a page would.
@@ -64,8 +78,8 @@ function diagnose() {
       native.disconnect();
       done({ host, module: values[1], sentence });
     };
-    native.onDisconnect.addListener(() => finish("The native host can't be started: "
-      + (api.runtime.lastError?.message || native.error?.message || "it ended at once")));
+    setTimeout(finish, ANSWER_TIME, "The plug-in does not answer: its module or a library of its hangs.");
+    native.onDisconnect.addListener(() => finish(endOf(native, host)));
     native.onMessage.addListener(message => {
       if (message.end || message.error) return finish(message.end || message.error);
       if (message.hello) host = message.host;
@@ -80,11 +94,16 @@ function diagnose() {
 
 async function showState() {
   const { host, module, sentence } = await diagnose();
-  find("verdict").textContent = sentence;
-  find("verdict").className = sentence === CODES[0] ? "good" : "bad";
-  for (const [name, version] of [["Extension", api.runtime.getManifest().version], ["Host", host], ["Plug-in", module]]) {
+  const { version } = api.runtime.getManifest();
+  const isGood = sentence === CODES[0];
+  const isOneVersion = !host || host === version;
+  find("verdict").textContent = isOneVersion ? sentence
+    : `${sentence} Extension and host are of different versions: install both from one package.`;
+  find("verdict").className = isGood && isOneVersion ? "good" : "bad";
+  find("more").hidden = isGood;
+  for (const [name, number] of [["Extension", version], ["Host", host], ["Plug-in", module]]) {
     append(find("versions"), "dt", name);
-    append(find("versions"), "dd", version || "unknown");
+    append(find("versions"), "dd", number || "unknown");
   }
 }
 

@@ -37,7 +37,7 @@ std::filesystem::path FindModule(const std::string& program) {
 
 int RunBridge(const std::vector<std::string>& arguments) {
   if (arguments.size() == 2 && arguments[1] == "--help") return std::fputs(kHelp, stdout), 0;
-  if (arguments.size() == 2 && arguments[1] == "--version") return std::puts(NorvoWebAPI::KSV::kVersion), 0;
+  if (arguments.size() == 2 && arguments[1] == "--version") return std::puts(KSV_FILE_VERSION), 0;
   if (const auto wrong = Bridge::RefuseCaller(arguments))
     return std::fprintf(stderr, "ksv-bridge: %s\n", wrong->c_str()), 2;
   Bridge::EndProcess(Bridge::ServeDocument(Bridge::TakePipes(), FindModule(arguments.front())));

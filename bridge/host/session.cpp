@@ -87,7 +87,7 @@ class Session {
     if (const auto* const hello = std::get_if<Hello>(&*message)) {
       if (document) throw ProtocolError("the first message came twice");
       document = std::make_unique<Document>(module, *hello, [this](const json& done) noexcept { Send(TextOf(done)); });
-      return Send(TextOf({{"hello", kProtocol}, {"host", NorvoWebAPI::KSV::kVersion}}));
+      return Send(TextOf({{"hello", kProtocol}, {"host", KSV_FILE_VERSION}}));
     }
     if (!document) throw ProtocolError("the first message has not come");
     Send(AnswerOf(std::get<Request>(*message)));

@@ -1,6 +1,7 @@
 #include "base/product.h"
 #include "base/registry_key.h"
 #include "installer/doctor/checks.h"
+#include "installer/doctor/registry_text.h"
 #include "registration/plugin_keys.h"
 
 namespace NorvoWebAPI::KSV::Doctor {
@@ -9,20 +10,6 @@ namespace {
 constexpr char kTree[] = "registration";
 constexpr char kModule[] = "registered module";
 constexpr char kRemedy[] = "Repair the installation: the installer registers the module.";
-
-// Gives the system's error, or `ERROR_INVALID_DATA` for a value that is no text.
-LSTATUS ReadText(const std::string& keyName, const char* value, std::string& text) {
-  RegistryKey key;
-  if (const LSTATUS error = RegOpenKeyExA(HKEY_LOCAL_MACHINE, keyName.c_str(), 0, KEY_READ, key.Put())) return error;
-  DWORD type = REG_NONE;
-  DWORD size = 0;
-  if (const LSTATUS error = RegQueryValueExA(key.Get(), value, nullptr, &type, nullptr, &size)) return error;
-  if (type != REG_SZ) return ERROR_INVALID_DATA;
-  std::string read(size, '\0');
-  const LSTATUS error = RegQueryValueExA(key.Get(), value, nullptr, &type, reinterpret_cast<BYTE*>(read.data()), &size);
-  text = read.c_str();  // The text may be stored with its terminator or without.
-  return error;
-}
 
 LSTATUS OpenError(const std::string& keyName) {
   RegistryKey key;
@@ -38,7 +25,7 @@ std::string FindDifference(const std::vector<Registration::KeyEntry>& keys) {
     if (const LSTATUS error = OpenError(name)) return shown + " can't be opened (error " + std::to_string(error) + ")";
     for (const auto& [value, expected] : entry.values) {
       std::string found;
-      if (ReadText(name, value, found) != ERROR_SUCCESS)
+      if (ReadText(HKEY_LOCAL_MACHINE, name, value, 0, found) != ERROR_SUCCESS)
         return "there is no text " + std::string(value) + " in " + shown;
       if (found != expected) {
         return std::string(value).append(" of ").append(shown).append(" is ").append(found).append(", not ").append(
@@ -61,7 +48,7 @@ void ExamineBrowsers(Report& report, const Prober& prober) {
   const std::string key = Registration::BuildPluginKeyName(kShortName, kVersion);
   // Whatever path is registered is right here; the module there is examined next.
   std::string path;
-  const LSTATUS error = ReadText(key, "Path", path);
+  const LSTATUS error = ReadText(HKEY_LOCAL_MACHINE, key, "Path", 0, path);
   const std::string difference = FindDifference(Registration::PluginKeys(kShortName, kDescription, kVersion, path));
   if (difference.empty()) {
     report.Pass(kTree, "browsers are told of the module");

@@ -9,9 +9,10 @@
 
 namespace NorvoWebAPI::KSV::Doctor {
 
-/// Runs all checks, from the settings to the module that browsers find. Loads the libraries and the module as the
-/// plug-in and the browser do, but in processes of their own, calls nothing in them, and changes nothing.
-void Examine(Report& report, const Prober& prober);
+/// Runs all checks, from the settings to the module that browsers find and the bridge to those that load none. Loads
+/// the libraries and the module as the plug-in and the browser do, but in processes of their own, calls nothing in
+/// them, and changes nothing. `root` is that of `ExamineBridge`.
+void Examine(Report& report, const Prober& prober, const std::string& root);
 
 /// The settings, their values, and the folder that they lead to. Gives the folder if it is there.
 std::optional<LibraryPath> ExamineSettings(Report& report);
@@ -25,6 +26,10 @@ void ExamineBrowsers(Report& report, const Prober& prober);
 /// The module at this path.
 void ExamineModule(Report& report, const Prober& prober, const char* name, const std::string& path,
                    const std::string& remedy);
+
+/// The links of the bridge in each browser that has one of them. `root` stands before the machine's own folders, but
+/// not before the user's.
+void ExamineBridge(Report& report, const Prober& prober, const std::string& root);
 
 /// The kind of module that a browser of this program's kind loads, as `ModuleFacts` has it.
 const char* OwnKind();

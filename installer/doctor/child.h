@@ -1,4 +1,4 @@
-/// Starting this program as a child, on each system in its own way.
+/// Starting this program, or the bridge's host, as a child, on each system in its own way.
 #pragma once
 
 #include <chrono>
@@ -14,8 +14,9 @@ struct ChildEnd {
 };
 
 /// Runs a program and waits for its end; stops it after `limit`. The arguments are UTF-8, the program's path first.
-/// Throws `std::system_error` when it can't be started.
-ChildEnd RunChild(const std::vector<std::string>& arguments, std::chrono::seconds limit);
+/// `input`, 4 KB at most, is all that it reads from standard input. Throws `std::system_error` when it can't be
+/// started.
+ChildEnd RunChild(const std::vector<std::string>& arguments, std::chrono::seconds limit, const std::string& input = {});
 
 /// In the child: a crash leaves no dialog and no file behind, and the child ends with its parent.
 void PrepareForCrash();

@@ -34,6 +34,17 @@ std::string TellEnd(int status) {
   return "signal " + std::to_string(signal) + ", " + strsignal(signal);
 }
 
+// A pipe's end that gives these bytes. They fit into the pipe, so nobody has to read them yet.
+int OpenInput(const std::string& bytes) {
+  int ends[2];
+  Check(pipe2(ends, O_CLOEXEC) == 0 ? 0 : errno, "no pipe");
+  const ssize_t written = write(ends[1], bytes.data(), bytes.size());
+  close(ends[1]);
+  if (written == static_cast<ssize_t>(bytes.size())) return ends[0];
+  close(ends[0]);
+  throw std::system_error(EPIPE, std::generic_category(), "no input");
+}
+
 // Reads until the end of the output. False after the time limit.
 bool ReadUntil(Clock::time_point limit, int file, std::string& output) {
   while (true) {
@@ -62,17 +73,19 @@ bool WaitUntil(Clock::time_point limit, pid_t process, int& status) {
 
 }  // namespace
 
-ChildEnd RunChild(const std::vector<std::string>& arguments, std::chrono::seconds limit) {
+ChildEnd RunChild(const std::vector<std::string>& arguments, std::chrono::seconds limit, const std::string& input) {
   int ends[2];
   Check(pipe2(ends, O_CLOEXEC) == 0 ? 0 : errno, "no pipe");
   const ScopeExit closeReading([&] { close(ends[0]); });
+  const int inputEnd = OpenInput(input);
+  const ScopeExit closeInput([&] { close(inputEnd); });
   pid_t process = 0;
   {
     const ScopeExit closeWriting([&] { close(ends[1]); });
     posix_spawn_file_actions_t actions;
     Check(posix_spawn_file_actions_init(&actions), "no start");
     const ScopeExit destroy([&] { posix_spawn_file_actions_destroy(&actions); });
-    Check(posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0), "no start");
+    Check(posix_spawn_file_actions_adddup2(&actions, inputEnd, STDIN_FILENO), "no start");
     Check(posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO), "no start");
     // What a library prints while it crashes would stand between the report's lines.
     Check(posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0), "no start");

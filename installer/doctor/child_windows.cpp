@@ -35,15 +35,24 @@ std::string TellEnd(DWORD status) {
 
 }  // namespace
 
-ChildEnd RunChild(const std::vector<std::string>& arguments, std::chrono::seconds limit) {
+ChildEnd RunChild(const std::vector<std::string>& arguments, std::chrono::seconds limit, const std::string& input) {
   SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};
   Handle reading;
   Handle writing;
   Check(CreatePipe(reading.Put(), writing.Put(), &inherited, kLongestOutput), "no pipe");
   Check(SetHandleInformation(reading.Get(), HANDLE_FLAG_INHERIT, 0), "no pipe");
+  Handle inputEnd;
+  {
+    // What is written fits into the pipe, so nobody has to read it yet.
+    Handle filling;
+    Check(CreatePipe(inputEnd.Put(), filling.Put(), &inherited, kLongestOutput), "no pipe");
+    DWORD written = 0;
+    Check(WriteFile(filling.Get(), input.data(), static_cast<DWORD>(input.size()), &written, nullptr), "no input");
+  }
   STARTUPINFOW start{};
   start.cb = sizeof start;
   start.dwFlags = STARTF_USESTDHANDLES;
+  start.hStdInput = inputEnd.Get();
   start.hStdOutput = writing.Get();
   PROCESS_INFORMATION started{};
   WideText line = CommandLineOf(arguments);
@@ -51,7 +60,7 @@ ChildEnd RunChild(const std::vector<std::string>& arguments, std::chrono::second
   SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX | SEM_NOOPENFILEERRORBOX);
   Check(CreateProcessW(WideFromUtf8(arguments.front()).c_str(), line.data(), nullptr, nullptr, TRUE, 0, nullptr,
                        nullptr, &start, &started),
-        "it can't start itself");
+        "no start");
   const Handle process(started.hProcess);
   const Handle thread(started.hThread);
   writing.Reset();

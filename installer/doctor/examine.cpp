@@ -20,13 +20,14 @@ void Guard(Report& report, const char* name, const Work& work) {
 
 }  // namespace
 
-void Examine(Report& report, const Prober& prober) {
+void Examine(Report& report, const Prober& prober, const std::string& root) {
   std::optional<LibraryPath> folder;
   Guard(report, "settings", [&] { folder = ExamineSettings(report); });
   Guard(report, "agent library", [&] { ExamineAgent(report, prober, folder); });
   Guard(report, "display library", [&] { ExamineDisplay(report, prober, folder); });
   Guard(report, "update time", [&] { ExamineUpdate(report); });
   Guard(report, "module", [&] { ExamineBrowsers(report, prober); });
+  Guard(report, "bridge", [&] { ExamineBridge(report, prober, root); });
   report.Finish();
 }
 

@@ -1,10 +1,13 @@
 #include "installer/doctor/file_facts.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <fstream>
 #include <system_error>
 
 #include "installer/doctor/checks.h"
+#include "installer/doctor/texts.h"
+#include "kit/program/paths.h"
 #include "platform/system_path.h"
 #include "platform/win32.h"
 #include "storage/platform_files.h"
@@ -92,7 +95,11 @@ bool FolderExists(const std::string& path) {
 }
 
 Presence FindFile(const std::string& path) {
-  if (Platform::OpenForReading(path).is_open()) return Presence::There;
+  std::error_code ignored;
+  const auto status = std::filesystem::status(Kit::PathOf(ToUtf8(SystemPath(path))), ignored);
+  // To open a pipe would wait for its writer.
+  const bool isOther = std::filesystem::exists(status) && !std::filesystem::is_regular_file(status);
+  if (!isOther && Platform::OpenForReading(path).is_open()) return Presence::There;
   const bool isThere = GetFileAttributesA(path.c_str()) != INVALID_FILE_ATTRIBUTES;
   return isThere || GetLastError() == ERROR_ACCESS_DENIED ? Presence::Denied : Presence::Missing;
 }
@@ -114,6 +121,10 @@ std::string WhyNoModule(const ModuleFacts& facts) {
   if (facts.size == 0) return "is empty";
   if (facts.kind.empty()) return "is no library at all";
   if (facts.kind != OwnKind()) return "is a " + facts.kind + " library, and " + OwnKind() + " browsers don't load it";
+  return WhyCutOff(facts);
+}
+
+std::string WhyCutOff(const ModuleFacts& facts) {
   if (facts.size >= facts.wholeSize) return {};
   return "is cut off: it has " + std::to_string(facts.size) + " of the " + std::to_string(facts.wholeSize) +
          " bytes that its headers ask for";

@@ -10,7 +10,7 @@ namespace NorvoWebAPI::KSV::Doctor {
 bool FolderExists(const std::string& path);
 
 enum class Presence { Missing, Denied, There };
-/// Whether there is a file, and this user may read it.
+/// Whether there is a file, and this user may read it: what is neither file nor missing counts as denied.
 Presence FindFile(const std::string& path);
 
 /// What the headers of a module tell of it.
@@ -26,5 +26,7 @@ ModuleFacts ReadModuleFacts(const std::string& path);
 /// Why a program of this kind can't or mustn't load a file with these headers, as the end of a sentence that begins
 /// with the file's name; empty when they are in order.
 std::string WhyNoModule(const ModuleFacts& facts);
+/// The last part of that, for programs too: empty for a file that has all that its headers ask for.
+std::string WhyCutOff(const ModuleFacts& facts);
 
 }  // namespace NorvoWebAPI::KSV::Doctor

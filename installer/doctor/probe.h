@@ -36,6 +36,8 @@ class Prober {
   /// The code by which the plug-in would answer an initialisation, by its own check. Nothing when it gets no answer.
   [[nodiscard]] std::optional<int32_t> Answer(const char* what) const;
 
+  [[nodiscard]] std::chrono::seconds Limit() const { return limit; }
+
  private:
   std::string program;
   std::chrono::seconds limit;

@@ -31,6 +31,10 @@ Json OrNull(const std::optional<int32_t>& answer) {
   return answer ? Json(*answer) : Json();
 }
 
+Json OrNull(const std::string& text) {
+  return text.empty() ? Json() : Json(Printable(text));
+}
+
 }  // namespace
 
 std::string TellVersions() {
@@ -85,6 +89,7 @@ void Report::Finish() const {
   const Check* const broken = FirstBroken();
   print("\n");
   print(TellAnswers() + "\n");
+  for (const BridgeVerdict& each : bridge) print(each.browser + ", by the bridge: " + Printable(each.verdict) + "\n");
   print((broken ? "The first broken link is the " + broken->name + ". " + broken->remedy : "No link is broken.") +
         "\n");
 }
@@ -94,6 +99,14 @@ std::string Report::ToJson() const {
   for (const Check& check : checks) {
     list.push_back({{"name", check.name}, {"status", Word(check.status)}, {"found", check.found}});
     list.back()["remedy"] = check.remedy;
+  }
+  Json verdicts = Json::array();
+  for (const BridgeVerdict& each : bridge) {
+    verdicts.push_back({{"browser", each.browser},
+                        {"works", each.works ? Json(*each.works) : Json()},
+                        {"verdict", Printable(each.verdict)},
+                        {"extension", OrNull(each.extension)},
+                        {"host", OrNull(each.host)}});
   }
   const Check* const broken = FirstBroken();
   const std::optional<int32_t> none;
@@ -105,6 +118,7 @@ std::string Report::ToJson() const {
       {"pluginFound", pluginFound},
       {"zubInit", OrNull(pluginFound ? agentAnswer : none)},
       {"wysInit", OrNull(pluginFound ? displayAnswer : none)},
+      {"bridge", verdicts},
       {"firstBroken", broken ? Json(broken->name) : Json()},
       {"checks", list}};
   return report.dump(2) + "\n";

@@ -19,6 +19,15 @@ struct Check {
   std::string remedy;  ///< Empty when there is nothing to do.
 };
 
+/// Whether pages of a browser get the plug-in by the bridge. Texts are narrow.
+struct BridgeVerdict {
+  std::string browser;
+  std::optional<bool> works;  ///< Nothing when the bridge isn't installed for it.
+  std::string verdict;        ///< For a person, as the end of a sentence.
+  std::string extension;      ///< The extension's version and the host's; empty when it is not known.
+  std::string host;
+};
+
 class Report {
  public:
   /// `print` gets the text form piece by piece, as it is found; without it only `ToJson` tells of it.
@@ -28,6 +37,7 @@ class Report {
   void Pass(std::string name, const std::string& found);
   void Warn(std::string name, const std::string& found, const std::string& remedy);
   void Fail(std::string name, const std::string& found, const std::string& remedy);
+  void Add(std::string name, Status status, const std::string& found, const std::string& remedy);
   /// After the last check: prints what pages get, the first broken link and what to do about it.
   void Finish() const;
 
@@ -42,9 +52,10 @@ class Report {
   /// ends or stops the browser that loads it.
   std::optional<int32_t> agentAnswer;
   std::optional<int32_t> displayAnswer;
+  /// Of the browsers that are installed for this user or have a part of the bridge.
+  std::vector<BridgeVerdict> bridge;
 
  private:
-  void Add(std::string name, Status status, const std::string& found, const std::string& remedy);
   [[nodiscard]] std::string TellAnswers() const;
 
   std::function<void(const std::string&)> print;

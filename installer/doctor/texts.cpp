@@ -28,6 +28,10 @@ std::basic_string<WCHAR> WideFromUtf8(const std::string& utf8) {
   return wide;
 }
 
+std::string NarrowFromUtf8(const std::string& utf8) {
+  return Narrow(WideFromUtf8(utf8).c_str());
+}
+
 std::string Printable(const std::string& narrow) {
   std::string safe;
   for (const char c : narrow) {

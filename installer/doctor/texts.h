@@ -11,6 +11,7 @@ namespace NorvoWebAPI::KSV::Doctor {
 std::string Narrow(const WCHAR* text);
 std::string ToUtf8(const std::string& narrow);
 std::basic_string<WCHAR> WideFromUtf8(const std::string& utf8);
+std::string NarrowFromUtf8(const std::string& utf8);
 
 /// Narrow text as UTF-8, with each control character as \xHH: no file's content moves the cursor or makes a line.
 std::string Printable(const std::string& narrow);
