@@ -103,7 +103,7 @@ await check("an element that is removed from a shadow tree ends", async () => {
     const inner = document.body.attachShadow({ mode: "closed" }).appendChild(document.createElement("div")).attachShadow({ mode: "closed" });
     inner.innerHTML = markup;
     inner.firstChild.zubInit();
-    inner.firstChild.remove();
+    inner.host.remove();
     return ended;
   }, ELEMENT), "destroy");
 });
