@@ -35,10 +35,11 @@ export function family() {
 }
 
 export function extensionProcess() {
-  const isExtension = pid => ofProcess(pid, "cmdline").includes("--extension-process") || ofProcess(pid, "comm").startsWith("WebExtensions");
+  const isExtension = pid => ofProcess(pid, "cmdline").includes("--extension-process") || commandOf(pid) === "WebExtensions";
   return family().find(isExtension);
 }
 
+export const commandOf = pid => ofProcess(pid, "comm").trim();
 // In kilobytes.
 export const memoryOf = pid => Number(/^VmRSS:\s+(\d+)/m.exec(ofProcess(pid, "status"))?.[1] || 0);
 
