@@ -51,12 +51,13 @@ await check(calls + " calls at flat memory", async () => {
     await tab.evaluate("work(245)");  // And five more.
     if (done % Math.floor(calls / 2500) === 0) series.push(await measure(tab));
   }
-  const [warm, end] = [series[0], series.at(-1)];
   const seconds = (Date.now() - start) / 1000;
   tell(`${calls} calls in ${seconds.toFixed(0)} s; kilobytes after each tenth: `
-    + Object.keys(end).map(what => what + " " + series.map(at => at[what]).join(" ")).join("; "));
+    + Object.keys(limits).map(what => what + " " + series.map(at => at[what]).join(" ")).join("; "));
   equal(await tab.evaluate("[wrong, heard > 0]"), [0, true]);
-  for (const [what, limit] of Object.entries(limits)) equal([what, end[what] <= warm[what] + limit], [what, true]);
+  // Firefox collects seldom: only the least tells what stays.
+  const least = (what, from, to) => Math.min(...series.slice(from, to).map(at => at[what]));
+  for (const [what, limit] of Object.entries(limits)) equal([what, least(what, 5) <= least(what, 0, 5) + limit], [what, true]);
 });
 
 await check(tabs + " tabs at the same time", async () => {
