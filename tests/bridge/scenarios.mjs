@@ -99,7 +99,10 @@ await check("a background that is killed inside a call answers by the call's cod
 await check("an element that is removed from a shadow tree ends", async () => {
   const tab = await open();
   equal(await tab.evaluate(markup => {
-    const ended = new Promise(done => performance.addEventListener("ksv-note", event => done(JSON.parse(event.detail).do)));
+    const ended = new Promise(done => {
+      performance.addEventListener("ksv-note", event => done(JSON.parse(event.detail).do));
+      setTimeout(done, 5000, "nothing told");
+    });
     const inner = document.body.attachShadow({ mode: "closed" }).appendChild(document.createElement("div")).attachShadow({ mode: "closed" });
     inner.innerHTML = markup;
     inner.firstChild.zubInit();
