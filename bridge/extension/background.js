@@ -214,22 +214,29 @@ api.webRequest.onBeforeRequest.addListener(
 
 let lastRule = 0;
 
+// A rule that gives what the address has for the requests that begin so.
+function ruleFor(path, url) {
+  const condition = { urlFilter: "|https://ksv.invalid:1/" + path, resourceTypes: ["xmlhttprequest"] };
+  return { id: ++lastRule, priority: 2, condition, action: { type: "redirect", redirect: { url } } };
+}
+
 // Replaces the rules of the document's last answer by those of this one.
 async function publish(link, number) {
   const addresses = await link.addresses(number);
   if (!documents.has(link.port.name)) return;  // Nobody would remove the rules.
-  const addRules = addresses.map((url, index) => ({
-    id: ++lastRule,
-    priority: 2,
-    condition: {
-      urlFilter: "|https://ksv.invalid:1/" + link.port.name + "/" + number + "/" + index + "|",
-      resourceTypes: ["xmlhttprequest"]
-    },
-    action: { type: "redirect", redirect: { url } }
-  }));
+  const addRules = addresses.map((url, index) => ruleFor(`${link.port.name}/${number}/${index}|`, url));
   const removeRuleIds = link.rules;
   link.rules = addRules.map(rule => rule.id);
   await api.declarativeNetRequest.updateSessionRules({ addRules, removeRuleIds });
+}
+
+// A document that waits for an answer of a background that was ended would wait in vain.
+async function tellWhoWaits(nonce) {
+  await ready;
+  if (!polls || documents.has(nonce) || !/^[0-9a-f]{32}$/.test(nonce)) return;
+  const rule = ruleFor(nonce + "/", addressOf("g"));
+  await api.declarativeNetRequest.updateSessionRules({ addRules: [rule] });
+  setTimeout(() => api.declarativeNetRequest.updateSessionRules({ removeRuleIds: [rule.id] }), ARRIVAL_TIME);
 }
 
 let polls = false;
@@ -261,6 +268,7 @@ api.storage.onChanged.addListener((changes, area) => {
 });
 
 api.runtime.onConnect.addListener(port => new DocumentLink(port));
+api.runtime.onMessage.addListener(({ waits }) => { if (waits) tellWhoWaits(waits); });
 
 // --- The toolbar's page asks who uses the plug-in in a tab, and whether its page may -----------------------------------
 

@@ -9,11 +9,14 @@
   const pageRequest = typeof content === "object" && content && content.XMLHttpRequest;
   const ADDRESS = pageRequest ? "https://ksv.invalid/" : "https://ksv.invalid:1/";
   const GONE = "The plug-in's host could not be reached. Reload the page; if that does not help, the extension's button tells what is missing.";
+  const FORBIDDEN = "This page's Permissions-Policy forbids sync-xhr, which the plug-in needs: the site has to allow it.";
   const START_TIME = 5000;   // What a background may take to be there, in milliseconds.
   const WAIT_LIMIT = 60000;  // How long an answer may be asked for again and again.
+  const PROBE_TIME = 2000;   // How long, until the background is asked whether it still is the one that has the request.
   const MAX_TEXT = 64 * 1024 * 1024;
   const NOTE = /^\{"on":\d{1,10},"do":"destroy"\}$/;
   const channel = performance;
+  const policy = document.featurePolicy;  // Firefox has none, and forbids no such request.
 
   let port = null;
   let nonce = "";
@@ -55,10 +58,13 @@
   function fetchPart(path) {
     if (ownOrigin) {
       try {
-        return send(new pageRequest(), "/__ksv__/" + path);
+        const request = new pageRequest();
+        const got = send(request, "/__ksv__/" + path);
+        if (request.responseURL.startsWith("data:")) return got;  // Else the site has answered, or a worker of its.
       } catch {
-        ownOrigin = false;
+        // Forbidden.
       }
+      ownOrigin = false;
     }
     return send(new XMLHttpRequest(), ADDRESS + path);
   }
@@ -75,9 +81,21 @@
     port = null;
   }
 
+  // Gives the milliseconds that have passed since it was made; while the machine slept, none did.
+  function makeClock() {
+    let [last, passed] = [Date.now(), 0];
+    return () => {
+      const now = Date.now();
+      passed += Math.min(now - last, 1000);
+      last = now;
+      return passed;
+    };
+  }
+
   // The text that the background gives for a request, in its parts; empty when there is none to be had.
   function fetchAnswer(path) {
-    const start = Date.now();
+    const clock = makeClock();
+    let probed = 0;
     let answer = "";
     for (let part = 0; ; ) {
       let got = "";
@@ -85,11 +103,17 @@
         got = fetchPart(path + part);
       } catch {
         // A background that is just being started answers nothing yet.
-        if (leaving || Date.now() - start > START_TIME) return "";
+        if (leaving || clock() > START_TIME) return "";
         continue;
       }
-      // Not yet: without the browser's policy nothing holds a request up.
-      if (got[0] === "w" && Date.now() - start < WAIT_LIMIT) continue;
+      // Not yet: without the browser's policy nothing holds a request up, and nothing tells that the background has ended.
+      const waited = clock();
+      if (got[0] === "w" && waited < WAIT_LIMIT) {
+        if (waited - probed < PROBE_TIME) continue;
+        probed = waited;
+        api.runtime.sendMessage({ waits: nonce }).catch(() => {});
+        continue;
+      }
       if (got[0] !== "m" && got[0] !== "e") return "";
       answer += got.slice(1);
       leaving = false;
@@ -107,9 +131,10 @@
   }
 
   channel.addEventListener("ksv-request", event => {
-    let answer = "";
+    const isForbidden = policy?.features().includes("sync-xhr") && !policy.allowsFeature("sync-xhr");
+    let answer = isForbidden ? JSON.stringify({ gone: FORBIDDEN }) : "";
     watchCache();
-    if (!hidden) {
+    if (!hidden && !isForbidden) {
       ++asking;
       try {
         answer = fetchAnswer(post(event.detail));

@@ -34,6 +34,8 @@
   const { getAttribute, getBoundingClientRect } = Element.prototype;
   const encoder = new TextEncoder();
   const { encode } = TextEncoder.prototype;
+  const { getRootNode } = Node.prototype;
+  const hostOf = getOwnPropertyDescriptor(ShadowRoot.prototype, "host").get;
   const isConnected = getOwnPropertyDescriptor(Node.prototype, "isConnected").get;
   const detailOf = getOwnPropertyDescriptor(CustomEvent.prototype, "detail").get;
   const consoleError = console.error.bind(console);
@@ -86,7 +88,15 @@
       numbers.set(value, number);
       functions.set(number, { run: value, seen: 0 });
     }
+    ++functions.get(number).seen;
     return number;
+  }
+
+  function countOff(number, count) {
+    const held = functions.get(number);
+    if (!held || (held.seen -= count) > 0) return;
+    functions.delete(number);
+    numbers.delete(held.run);
   }
 
   // Writes the arguments of one call.
@@ -104,9 +114,15 @@
       } catch {
         this.count = count + 1;
         this.bytes = bytes;
-        this.named.length = named;
+        this.takeBack(named);
         return '{"unreadable":true}';
       }
+    }
+
+    // The host will not hear of the functions that were named after the first ones.
+    takeBack(first) {
+      for (let i = first; i < this.named.length; ++i) countOff(this.named[i], 1);
+      this.named.length = first;
     }
 
     write(value, depth) {
@@ -177,8 +193,6 @@
     instances = new PageMap();
     functions = new PageMap();
     numbers = new WeakMap();
-    lastInstance = 0;
-    lastFunction = 0;
   }
 
   function isOurs(value) {
@@ -189,13 +203,23 @@
 
   function endRemoved() {
     for (const [element, number] of [...instances]) {
-      if (apply(isConnected, element, [])) continue;
+      if (apply(isConnected, element, [])) {
+        watchRemoval(element);  // It may be in another tree now.
+        continue;
+      }
       instances.delete(element);
       send("ksv-note", '{"on":' + number + ',"do":"destroy"}');
     }
   }
 
   const removals = new MutationObserver(endRemoved);
+
+  // Who observes a tree sees nothing of the shadow trees in it.
+  function watchRemoval(node) {
+    const root = apply(getRootNode, node, []);
+    removals.observe(root, { childList: true, subtree: true });
+    if (root !== apply(getRootNode, node, [{ composed: true }])) watchRemoval(apply(hostOf, root, []));
+  }
 
   // The number of the element's instance, made on its first use; 0 when there is none to be had.
   function instanceOf(element) {
@@ -211,15 +235,16 @@
       return 0;
     }
     instances.set(element, number);
-    removals.observe(document, { childList: true, subtree: true });
+    watchRemoval(element);
     return number;
   }
 
   // What a method gives when nobody is there to do it.
   const refused = () => ({ pluginRetCode: 13, fnRetCode: 0 });
 
-  function use(element, message) {
+  function use(element, message, writer) {
     const number = isOurs(element) ? instanceOf(element) : 0;
+    if (!number) writer?.takeBack(0);
     const given = number && ask('{"on":' + number + "," + message + "}");
     if (!given) return undefined;
     if (given.error) throw new PageError(given.error);
@@ -231,11 +256,7 @@
       const writer = new Writer();
       let list = "";
       for (let i = 0; i < given.length; ++i) list += (i ? "," : "") + writer.writeArgument(given[i]);
-      for (let i = 0; i < writer.named.length; ++i) {
-        const held = functions.get(writer.named[i]);
-        if (held) ++held.seen;  // The host may have gone while a getter of the page's ran.
-      }
-      const result = use(element, '"do":"call","name":' + text(name) + ',"arguments":[' + list + "]");
+      const result = use(element, '"do":"call","name":' + text(name) + ',"arguments":[' + list + "]", writer);
       return result ? result.value : refused();
     };
   }
@@ -318,10 +339,7 @@
         report(error);
       }
     } else if (event.forget) {
-      const held = functions.get(event.forget);
-      if (!held || (held.seen -= event.seen) > 0) return;
-      functions.delete(event.forget);
-      numbers.delete(held.run);
+      for (let i = 0; i < event.forget.length; ++i) countOff(event.forget[i][0], event.forget[i][1]);
     } else {
       if (event.gone) consoleError(event.gone);
       forgetHost();

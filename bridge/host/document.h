@@ -30,6 +30,8 @@ class Document : private NpHost::Host {
 
   /// The answer to a request: {"value": …} or {"error": …}. Throws `ProtocolError`.
   nlohmann::json Answer(const Request& request);
+  /// Sends which of the page's functions the module has let go, in one message.
+  void TellForgotten() { functions.TellForgotten(); }
 
  private:
   using Window = NorvoWebAPI::Owner<HWND, DestroyWindow>;

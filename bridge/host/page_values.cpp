@@ -216,10 +216,14 @@ NPObject* PageFunctions::Take(uint32_t number) {
   return function.release();  // Its last reference ends it: see Deallocate.
 }
 
-void PageFunctions::Deallocate(NPObject* object) {
+void PageFunctions::Deallocate(NPObject* object) noexcept {
   const std::unique_ptr<Function> function(static_cast<Function*>(object));
   function->owner->held.erase(function->number);
-  function->owner->send({{"forget", function->number}, {"seen", function->seen}});
+  function->owner->forgotten.push_back(json::array({function->number, function->seen}));
+}
+
+void PageFunctions::TellForgotten() {
+  if (!forgotten.empty()) send({{"forget", std::exchange(forgotten, json::array())}});
 }
 
 bool PageFunctions::Run(NPObject* object, const NPVariant* arguments, uint32_t count, NPVariant* result) {

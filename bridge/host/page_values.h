@@ -21,16 +21,19 @@ class PageFunctions {
 
   /// The function's object, with a reference for the caller: the same one while the module holds it.
   NPObject* Take(uint32_t number);
+  /// Sends "forget" for all functions that the module has let go since the last time.
+  void TellForgotten();
 
  private:
   struct Function;
   static NPClass functionClass;
-  static void Deallocate(NPObject* object);
+  static void Deallocate(NPObject* object) noexcept;
   static bool Run(NPObject* object, const NPVariant* arguments, uint32_t count, NPVariant* result);
   static bool ListNothing(NPObject* object, NPIdentifier** keys, uint32_t* count);
 
   const std::function<void(const nlohmann::json&)> send;
   std::unordered_map<uint32_t, Function*> held;
+  nlohmann::json forgotten = nlohmann::json::array();
 };
 
 /// What a value of a message may name.

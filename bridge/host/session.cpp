@@ -70,6 +70,7 @@ class Session {
   void Talk() {
     while (!hasEnded) {
       platform::PumpMessages();
+      if (document) document->TellForgotten();
       if (const auto message = inbox->Take()) {
         Handle(*message);
       } else if (const auto reason = inbox->Closed()) {
@@ -99,6 +100,7 @@ class Session {
     if (request.number >= first && request.number <= lastNumber) return answers[request.number - first];
     if (request.number != lastNumber + 1) throw ProtocolError("a request is out of order");
     json answer = document->Answer(request);
+    document->TellForgotten();
     answer["n"] = request.number;
     lastNumber = request.number;
     answers.push_back(TextOf(answer));

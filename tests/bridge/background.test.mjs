@@ -7,10 +7,12 @@ const settled = () => new Promise(setImmediate);
 
 // The extension's background, in a browser with these settings. Time passes when `pass` is called.
 async function start({ sites, off, installed = "admin" } = {}) {
-  const [timers, connect, held, changed] = [[], signal(), signal(), signal()];
-  const background = { sites, changed, hosts: [], rules: [{ id: 7 }], pass: () => timers.forEach(run => run()) };
+  const [timers, connect, held, told, changed] = [[], signal(), signal(), signal(), signal()];
+  const background = {
+    sites, changed, hosts: [], rules: [{ id: 7 }], pass: () => timers.forEach(run => run()), tell: message => told.fire(message, {})
+  };
   const api = {
-    runtime: { onConnect: connect, onMessage: signal(), connectNative: name => background.hosts[background.hosts.push(port(name)) - 1] },
+    runtime: { onConnect: connect, onMessage: told, connectNative: name => background.hosts[background.hosts.push(port(name)) - 1] },
     storage: { managed: { get: async () => ({ sites: background.sites }) }, local: { get: async () => ({ off }) }, onChanged: changed },
     management: { getSelf: async () => ({ installType: installed }) },
     webRequest: { onBeforeRequest: held },
@@ -106,4 +108,17 @@ test("an administrator's list that comes later ends the use by pages that it doe
   await settled();
   assert.match(document.posted[0].gone, /administrator/);
   assert.equal(background.hosts[0].closed, true);
+});
+
+test("a document that waits for an answer of an earlier background is told that it has gone", async () => {
+  const background = await start({ installed: "development" });
+  const [known, unknown] = ["a", "b"].map(digit => digit.repeat(32));
+  background.open(known);
+  for (const waits of [known, unknown, "*"]) background.tell({ waits });
+  await settled();
+  assert.deepEqual(background.rules.map(({ condition, action }) => [condition.urlFilter, textOf(action.redirect.url)]),
+    [[`|https://ksv.invalid:1/${unknown}/`, "g"]]);
+  background.pass();
+  await settled();
+  assert.deepEqual(background.rules, []);
 });

@@ -3,7 +3,9 @@ import { test } from "node:test";
 import { load, port } from "./extension.mjs";
 
 // A document whose background answers with `given`, one text after the other; with "" the request fails.
-function makeDocument(...given) {
+const makeDocument = (...given) => makeDocumentIn({}, ...given);
+
+function makeDocumentIn(surroundings, ...given) {
   const [heard, ports, addresses, performance] = [[], [], [], new EventTarget()];
   for (const name of ["ksv-answer", "ksv-event"]) performance.addEventListener(name, ({ detail }) => heard.push(name + " " + detail));
   class XMLHttpRequest {
@@ -15,7 +17,7 @@ function makeDocument(...given) {
   }
   load("content.js", {
     chrome: { runtime: { connect: ({ name }) => ports[ports.push(port(name)) - 1] } }, crypto, CustomEvent, XMLHttpRequest, performance,
-    console: { debug() {} }, addEventListener() {}
+    console: { debug() {} }, addEventListener() {}, document: {}, ...surroundings
   });
   const use = (name = "request", detail = '{"do":"get"}') => performance.dispatchEvent(new CustomEvent("ksv-" + name, { detail }));
   return { heard, ports, addresses, use };
@@ -43,4 +45,25 @@ test("what comes inside a request is told after it, and nothing of a port that w
   first.onMessage.fire({ run: 2 });
   assert.deepEqual(document.addresses, ["1/0", "2/0", "1/0"]);
   assert.match(document.heard.join(), /^ksv-answer {"n":1},ksv-answer {"gone":".*reached.*"},ksv-event {"run":1},ksv-answer {"n":1}$/);
+});
+
+test("where the site answers in the background's place, its answer is not taken", () => {
+  const sites = ["data:,", "https://a.example/__ksv__/"];
+  class XMLHttpRequest {
+    responseText = 'e{"n":"of the page\'s own request"}';
+    responseURL = sites.shift();
+    open() {}
+    send() {}
+  }
+  const document = makeDocumentIn({ content: { XMLHttpRequest } }, 'e{"n":2}', 'e{"n":3}');
+  for (let i = 0; i < 3; ++i) document.use();
+  assert.deepEqual(document.heard.map(text => JSON.parse(text.slice(11)).n), ["of the page's own request", 2, 3]);
+});
+
+test("a page whose policy forbids the request is told so, and nothing is asked", () => {
+  const featurePolicy = { features: () => ["sync-xhr"], allowsFeature: () => false };
+  const document = makeDocumentIn({ document: { featurePolicy } });
+  document.use();
+  assert.match(document.heard.join(), /^ksv-answer {"gone":".*sync-xhr.*"}$/);
+  assert.equal(document.ports.length, 0);
 });

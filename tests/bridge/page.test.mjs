@@ -4,7 +4,11 @@ import { load, source } from "./extension.mjs";
 
 // A document of one element of the type, whose host answers with `value`, in JSON.
 function makePage(type) {
-  class Node { get isConnected() { return true; } }
+  class Node {
+    get isConnected() { return true; }
+    getRootNode() { return globals.document; }
+  }
+  class ShadowRoot { get host() { return null; } }
   class Element extends Node {
     getAttribute() { return type; }
     getBoundingClientRect() { return { width: 100.4, height: 70000 }; }
@@ -13,7 +17,7 @@ function makePage(type) {
   class HTMLEmbedElement extends HTMLObjectElement { get type() { return super.type; } }
   class Navigator { get mimeTypes() { return []; } get plugins() { return []; } }
   const globals = {
-    Node, Element, HTMLObjectElement, HTMLEmbedElement, Navigator, EventTarget, CustomEvent, document: {}, performance: new EventTarget(),
+    Node, Element, ShadowRoot, HTMLObjectElement, HTMLEmbedElement, Navigator, EventTarget, CustomEvent, document: {}, performance: new EventTarget(),
     Plugin: class {}, MimeType: class {}, MutationObserver: class { observe() {} }, console: { error() {} }, reportError() {}, TextEncoder
   };
   const tell = (name, detail) => globals.performance.dispatchEvent(new CustomEvent(name, { detail }));
@@ -60,11 +64,13 @@ test("a function is held until each message that named it is counted off", () =>
   const page = makePage(types[0]);
   const seen = [];
   const hear = (...given) => seen.push(given.length);
-  const unreadable = { hear, get next() { throw new Error("unreadable"); } };  // Does not name the function to the host.
+  // Does not name the functions to the host.
+  const unreadable = { hear, lost: () => seen.push("lost"), get next() { throw new Error("unreadable"); } };
   for (let i = 0; i < 3; ++i) page.element.zubRegisterEventCallback(unreadable, hear);
+  const named = page.asked.at(-1).arguments[1].function;
   for (const count of [2, 1]) {
-    page.event({ forget: 1, seen: count });
-    page.event({ run: 1, arguments: ["x", 2] });
+    page.event({ forget: [[named + 1, 1], [named, count]] });
+    for (let run = 1; run < 9; ++run) page.event({ run, arguments: ["x", 2] });
   }
   assert.deepEqual(seen, [2]);
 });

@@ -1,67 +1,8 @@
 // What a page meets in a browser that a file of the page tests can't set up: policies, frames, several pages, faults.
 // Usage: node scenarios.mjs BROWSER [unmanaged]. Prints a line a check; exit status: 0 none failed, 1 some did.
-import { launch, root, serve } from "../../bridge/driver/browser.mjs";
-import { readFileSync, readdirSync, readlinkSync } from "node:fs";
+import { APPLET, ELEMENT, STORE, TYPE, address, browser, check, equal, extensionProcess, finish, hosts, lines, mode, name, open, otherAddress, until } from "./checks.mjs";
 
-const [, , name, mode = "managed"] = process.argv;
-const TYPE = "application/x-vnd-norvo-webapi-ksv-5.0.9";
-const APPLET = "8D67D9DD2AF54717AFF2FF7EF19DFADB";
-const ELEMENT = `<object id="plugin" type="${TYPE}" width="100" height="50"></object>`;
-const helper = readFileSync(root + "/kit/pages/ksv.js", "utf8");
-let failed = 0;
-
-// The processes of hosts that this browser has started: other runs may be under way.
-function hosts() {
-  const own = `KSV_REGISTRY=${process.env.KSV_REGISTRY}`;
-  return readdirSync("/proc").filter(pid => /^[0-9]+$/.test(pid)).filter(pid => {
-    try {
-      return readlinkSync(`/proc/${pid}/exe`).endsWith("/ksv-bridge") &&
-        readFileSync(`/proc/${pid}/environ`, "utf8").split("\0").includes(own);
-    } catch {
-      return false;  // It has ended meanwhile, or is another user's.
-    }
-  });
-}
-
-async function until(what, test) {
-  const end = Date.now() + 15000;
-  while (!await test()) {
-    if (Date.now() > end) throw new Error(what + " has not come true");
-    await new Promise(done => setTimeout(done, 50));
-  }
-}
-
-function equal(actual, expected) {
-  const [seen, wanted] = [JSON.stringify(actual), JSON.stringify(expected)];
-  if (seen !== wanted) throw new Error(`${seen}, expected ${wanted}`);
-}
-
-// What the script of a page gives, with `ksv` set to the element's helper.
-const STORE = `ksv.must("zubInit"); var s = ksv.must("zubStartProvisioning", "${APPLET}").sessionHandle;
-  ksv.must("zubSendData", "${APPLET}", s, 0, ksv.toBase64("otpauth://totp/a:b?secret=GEZDGNBVGY3TQOJQGEZDGNBVGY3TQOJQ"));
-  ksv.must("zubEndProvisioningDomainBinding", "${APPLET}", s, 4096, "scenario.token", true, "");`;
 const NAMES = `ksv.call("zubEnumerateTokensDomainBinding")`;
-
-const address = await serve(path => {
-  const body = `<!DOCTYPE html><link rel="icon" href="data:,">${ELEMENT}<script nonce="n">${helper}
-    ksv.plugin = document.getElementById("plugin"); ksv.onCall = function () {};</script>`;
-  return path === "/strict.html"
-    ? { body, headers: { "content-security-policy": "default-src 'none'; object-src 'none'; script-src 'nonce-n'" } }
-    : path === "/empty.html" ? { body: "<!DOCTYPE html>" } : { body };
-});
-const otherAddress = address.replace("127.0.0.1", "localhost");
-const browser = await launch({ browser: name, managed: mode === "managed" });
-const lines = [];
-
-const tabs = [];
-
-async function open(url = address + "/page.html") {
-  const tab = await browser.newPage();
-  tab.on("console", message => lines.push(message.text()));
-  tabs.push(tab);
-  await tab.goto(url);
-  return tab;
-}
 
 // A frame in the page, by the markup of its element. Its script is run in it.
 async function inFrame(tab, markup, script) {
@@ -71,17 +12,6 @@ async function inFrame(tab, markup, script) {
     return new Promise(done => { frame.contentDocument?.readyState === "complete" && !frame.src ? done(frame) : frame.onload = () => done(frame); });
   }, markup);
   return (await element.contentFrame()).evaluate(script);
-}
-
-async function check(what, body) {
-  try {
-    await body();
-    console.log(`ok ${name}/${mode}/${what}`);
-  } catch (error) {
-    failed = 1;
-    console.log(`not ok ${name}/${mode}/${what}: ${error.message.split("\n")[0]}`);
-  }
-  for (const tab of tabs.splice(0)) await tab.close().catch(() => {});
 }
 
 await check("a page with a strict policy", async () => {
@@ -153,6 +83,43 @@ await check("a host that is killed answers by its code, and the next use starts 
   equal(await tab.evaluate("ksv.plugin.zubInit().pluginRetCode"), 0);
 });
 
+await check("a background that is killed inside a call answers by the call's code, and the next use starts anew", async () => {
+  const tab = await open();
+  equal(await tab.evaluate("ksv.plugin.zubInit().pluginRetCode"), 0);
+  for (const pid of hosts()) process.kill(Number(pid), "SIGSTOP");
+  const answer = tab.evaluate("ksv.plugin.zubInit().pluginRetCode");
+  await new Promise(done => setTimeout(done, 300));
+  process.kill(Number(extensionProcess()), "SIGKILL");
+  const late = new Promise(done => setTimeout(done, 20000, "no answer"));
+  equal(await Promise.race([answer, late]), 13);
+  await until("the plug-in's return", () => tab.evaluate("ksv.plugin.zubInit().pluginRetCode === 0"));
+  await until("the end of the host that was left", () => hosts().length === 1);
+});
+
+await check("an element that is removed from a shadow tree ends", async () => {
+  const tab = await open();
+  equal(await tab.evaluate(markup => {
+    const ended = new Promise(done => {
+      performance.addEventListener("ksv-note", event => done(JSON.parse(event.detail).do));
+      setTimeout(done, 5000, "nothing told");
+    });
+    const inner = document.body.attachShadow({ mode: "closed" }).appendChild(document.createElement("div")).attachShadow({ mode: "closed" });
+    inner.innerHTML = markup;
+    inner.firstChild.zubInit();
+    inner.host.remove();
+    return ended;
+  }, ELEMENT), "destroy");
+});
+
+// Firefox forbids no such request.
+if (name === "chromium") await check("a policy that forbids the plug-in's requests is named, and costs no time", async () => {
+  const tab = await open(address + "/no-requests.html");
+  lines.length = 0;
+  equal(await tab.evaluate("ksv.plugin.zubInit().pluginRetCode"), 13);
+  equal(lines.every(line => line.includes("sync-xhr")), true);
+  equal(hosts().length, 0);
+});
+
 await check("an element may be removed, and its page left, inside a function of the page's", async () => {
   const tab = await open();
   const script = leave => `new Promise(function (done) {
@@ -191,5 +158,4 @@ await check("what a page does to the language reaches no value", async () => {
   }), 0);
 });
 
-await browser.close();
-process.exit(failed);
+await finish();

@@ -1,0 +1,98 @@
+// What the programs share that check how a browser and its hosts behave: the browser, its pages and processes, and a line
+// a check. Their command line: BROWSER [unmanaged].
+import { launch, root, serve } from "../../bridge/driver/browser.mjs";
+import { readFileSync, readdirSync, readlinkSync } from "node:fs";
+
+export const [, , name, mode = "managed"] = process.argv;
+export const TYPE = "application/x-vnd-norvo-webapi-ksv-5.0.9";
+export const APPLET = "8D67D9DD2AF54717AFF2FF7EF19DFADB";
+export const ELEMENT = `<object id="plugin" type="${TYPE}" width="100" height="50"></object>`;
+const helper = readFileSync(root + "/kit/pages/ksv.js", "utf8");
+let failed = 0;
+
+// What a file of /proc has; "" when the process has ended meanwhile, or is another user's.
+function ofProcess(pid, file) {
+  try {
+    return file === "exe" ? readlinkSync(`/proc/${pid}/exe`) : readFileSync(`/proc/${pid}/${file}`, "utf8");
+  } catch {
+    return "";
+  }
+}
+
+const processes = () => readdirSync("/proc").filter(pid => /^[0-9]+$/.test(pid));
+
+// The processes of hosts that this browser has started: other runs may be under way.
+export function hosts() {
+  const own = `KSV_REGISTRY=${process.env.KSV_REGISTRY}`;
+  return processes().filter(pid => ofProcess(pid, "exe").endsWith("/ksv-bridge") && ofProcess(pid, "environ").split("\0").includes(own));
+}
+
+// The browser's processes, its hosts among them, and those that have ended and were not waited for.
+export function family() {
+  const parents = new Map(processes().map(pid => [pid, /.*\) . (\d+)/.exec(ofProcess(pid, "stat"))?.[1]]));
+  const isOf = pid => pid === String(browser.process().pid) || (parents.has(pid) && isOf(parents.get(pid)));
+  return [...parents.keys()].filter(isOf);
+}
+
+export function extensionProcess() {
+  const isExtension = pid => ofProcess(pid, "cmdline").includes("--extension-process") || commandOf(pid) === "WebExtensions";
+  return family().find(isExtension);
+}
+
+export const commandOf = pid => ofProcess(pid, "comm").trim();
+// In kilobytes.
+export const memoryOf = pid => Number(/^VmRSS:\s+(\d+)/m.exec(ofProcess(pid, "status"))?.[1] || 0);
+
+export async function until(what, test, time = 15000) {
+  const end = Date.now() + time;
+  while (!await test()) {
+    if (Date.now() > end) throw new Error(what + " has not come true");
+    await new Promise(done => setTimeout(done, 50));
+  }
+}
+
+export function equal(actual, expected) {
+  const [seen, wanted] = [JSON.stringify(actual), JSON.stringify(expected)];
+  if (seen !== wanted) throw new Error(`${seen}, expected ${wanted}`);
+}
+
+// A page's script that stores a token, with `ksv` set to the element's helper.
+export const STORE = `ksv.must("zubInit"); var s = ksv.must("zubStartProvisioning", "${APPLET}").sessionHandle;
+  ksv.must("zubSendData", "${APPLET}", s, 0, ksv.toBase64("otpauth://totp/a:b?secret=GEZDGNBVGY3TQOJQGEZDGNBVGY3TQOJQ"));
+  ksv.must("zubEndProvisioningDomainBinding", "${APPLET}", s, 4096, "scenario.token", true, "");`;
+
+const HEADERS = {
+  "/strict.html": { "content-security-policy": "default-src 'none'; object-src 'none'; script-src 'nonce-n'" },
+  "/no-requests.html": { "permissions-policy": "sync-xhr=()" },
+};
+const page = `<!DOCTYPE html><link rel="icon" href="data:,">${ELEMENT}<script nonce="n">${helper}
+  ksv.plugin = document.getElementById("plugin"); ksv.onCall = function () {};</script>`;
+export const address = await serve(path => ({ body: path === "/empty.html" ? "<!DOCTYPE html>" : page, headers: HEADERS[path] }));
+export const otherAddress = address.replace("127.0.0.1", "localhost");
+export const browser = await launch({ browser: name, managed: mode === "managed" });
+export const lines = [];  // That the pages have written to their consoles.
+const tabs = [];
+
+export async function open(url = address + "/page.html") {
+  const tab = await browser.newPage();
+  tab.on("console", message => lines.push(message.text()));
+  tabs.push(tab);
+  await tab.goto(url);
+  return tab;
+}
+
+export async function check(what, body) {
+  try {
+    await body();
+    console.log(`ok ${name}/${mode}/${what}`);
+  } catch (error) {
+    failed = 1;
+    console.log(`not ok ${name}/${mode}/${what}: ${error.message.split("\n")[0]}`);
+  }
+  for (const tab of tabs.splice(0)) await tab.close().catch(() => {});
+}
+
+export async function finish() {
+  await browser.close();
+  process.exit(failed);
+}
