@@ -17,11 +17,12 @@ endif()
 set(bridge "${CMAKE_BINARY_DIR}/bridge")
 set(extension "${bridge}/extension")
 set(pack "${CMAKE_SOURCE_DIR}/bridge/pack")
+set(key "${CMAKE_SOURCE_DIR}/build/bridge/key.pem")
 file(GLOB extension_sources CONFIGURE_DEPENDS "${CMAKE_SOURCE_DIR}/bridge/extension/*")
 add_custom_command(
   OUTPUT "${extension}/ksv.crx" "${extension}/ksv.xpi" "${extension}/update.xml" "${extension}/id"
-  COMMAND sh -c "command -v chromium >/dev/null || { echo 'Chromium packs the extension, and is not installed: run scripts/setup bridge' >&2; exit 1; }"
-  COMMAND "${pack}" --key "${CMAKE_SOURCE_DIR}/build/bridge/key.pem" "${extension}"
+  COMMAND sh -c "command -v chromium >/dev/null && test -e \"$0\" || { echo 'installer: Chromium, which packs the extension, or its key is not there: run scripts/setup bridge' >&2; exit 1; }" "${key}"
+  COMMAND "${pack}" --key "${key}" "${extension}"
   DEPENDS "${pack}" ${extension_sources} "${CMAKE_SOURCE_DIR}/src/base/product_texts.h"
   VERBATIM)
 

@@ -36,7 +36,8 @@ constexpr std::array<Browser, 4> kBrowsers{{{L"chrome", L"\\Google\\Chrome", kCh
                                             {L"firefox", L"\\Mozilla\\Firefox", kFirefoxSites, {}}}};
 
 // A list's values are named by numbers. Browsers take all of them, whatever the numbers are, so that ours lie where
-// nobody counts to, still within 32 bits. Windows has these keys once for both widths: each package has its own numbers.
+// nobody counts to, still within 32 bits. Windows has these keys once for both widths: each package has its own
+// numbers.
 constexpr unsigned kFirstNumber = 2'000'000'000U + sizeof(void*) * 8 * 1'000'000U;
 constexpr unsigned kNumbers = 1000;
 static_assert(kFirstNumber + kNumbers < std::numeric_limits<int>::max());
@@ -205,7 +206,8 @@ void Apply(const Choices& choices) {
                  KSV_CHROMIUM_ID L";" + UrlOf(choices.folder + L"bridge\\update.xml"));
     }
     unsigned index = 0;
-    for (const std::wstring& site : choices.sites) WriteValue(std::wstring(key).append(browser.sites), NameOf(++index), site);
+    for (const std::wstring& site : choices.sites)
+      WriteValue(std::wstring(key).append(browser.sites), NameOf(++index), site);
   }
 }
 
