@@ -18,10 +18,11 @@ set(bridge "${CMAKE_BINARY_DIR}/bridge")
 set(extension "${bridge}/extension")
 set(pack "${CMAKE_SOURCE_DIR}/bridge/pack")
 set(key "${CMAKE_SOURCE_DIR}/build/bridge/key.pem")
-file(GLOB extension_sources CONFIGURE_DEPENDS "${CMAKE_SOURCE_DIR}/bridge/extension/*")
+file(GLOB extension_sources CONFIGURE_DEPENDS "${CMAKE_SOURCE_DIR}/bridge/extension/*" "${CMAKE_SOURCE_DIR}/bridge/archive"
+     "${CMAKE_SOURCE_DIR}/bridge/install/*")
 add_custom_command(
   OUTPUT "${extension}/ksv.crx" "${extension}/ksv.xpi" "${extension}/update.xml" "${extension}/id"
-  COMMAND sh -c "command -v chromium >/dev/null && test -e \"$0\" || { echo 'installer: Chromium, which packs the extension, or its key is not there: run scripts/setup bridge' >&2; exit 1; }" "${key}"
+  COMMAND sh -c "test -e \"$0\" || { echo 'installer: the extension can not be signed, its key is missing: run scripts/setup bridge' >&2; exit 1; }" "${key}"
   COMMAND "${pack}" --key "${key}" "${extension}"
   DEPENDS "${pack}" ${extension_sources} "${CMAKE_SOURCE_DIR}/src/base/product_texts.h"
   VERBATIM)
