@@ -3,7 +3,7 @@
 #include <string>
 
 #include "platform/win32.h"
-#include "setup/browser_settings.h"
+#include "installer/setup/browser_settings.h"
 
 namespace NorvoWebAPI::KSV::Setup {
 namespace {

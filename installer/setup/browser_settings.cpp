@@ -1,4 +1,4 @@
-#include "setup/browser_settings.h"
+#include "installer/setup/browser_settings.h"
 
 #include <algorithm>
 #include <array>
