@@ -4,10 +4,11 @@
 #         -P make_package.cmake
 #
 # Without DOCTOR the package has no doctor. BRIDGE is the build's folder with the native host, its manifests, the packed
-# extension and the package's own actions; without it the package has no bridge. VERSION is the product's unless given. STRIP is the tool that removes the
-# symbols. SIGN is a command, as a list, that signs the file whose path it gets as its last argument: the programs, then
-# the package. The same inputs give the same package and product codes; another module gives other codes. If the
-# environment has SOURCE_DATE_EPOCH, the package has that time, and the same inputs give the same bytes.
+# extension and the package's own actions; without it the package has no bridge. VERSION is the product's unless given.
+# STRIP is the tool that removes the symbols. SIGN is a command, as a list, that signs the file whose path it gets as
+# its last argument: the programs, then the package. The same inputs give the same package and product codes; another
+# module gives other codes. If the environment has SOURCE_DATE_EPOCH, the package has that time, and the same inputs
+# give the same bytes.
 cmake_minimum_required(VERSION 3.25)
 
 foreach(needed IN ITEMS MODULE ARCH OUTPUT)

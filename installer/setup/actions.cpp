@@ -2,8 +2,8 @@
 #include <stdexcept>
 #include <string>
 
-#include "platform/win32.h"
 #include "installer/setup/browser_settings.h"
+#include "platform/win32.h"
 
 namespace NorvoWebAPI::KSV::Setup {
 namespace {
