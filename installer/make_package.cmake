@@ -1,11 +1,14 @@
 # Makes the package of one built module:
 #
-#   cmake -DMODULE=… -DARCH=x86|x64 -DOUTPUT=….msi [-DDOCTOR=…] [-DVERSION=…] [-DSTRIP=…] [-DSIGN=…] -P make_package.cmake
+#   cmake -DMODULE=… -DARCH=x86|x64 -DOUTPUT=….msi [-DDOCTOR=…] [-DBRIDGE=…] [-DVERSION=…] [-DSTRIP=…] [-DSIGN=…]
+#         -P make_package.cmake
 #
-# Without DOCTOR the package has no doctor. VERSION is the product's unless given. STRIP is the tool that removes the
-# symbols. SIGN is a command, as a list, that signs the file whose path it gets as its last argument: the programs, then
-# the package. The same inputs give the same package and product codes; another module gives other codes. If the
-# environment has SOURCE_DATE_EPOCH, the package has that time, and the same inputs give the same bytes.
+# Without DOCTOR the package has no doctor. BRIDGE is the build's folder with the native host, its manifests, the packed
+# extension and the package's own actions; without it the package has no bridge. VERSION is the product's unless given.
+# STRIP is the tool that removes the symbols. SIGN is a command, as a list, that signs the file whose path it gets as
+# its last argument: the programs, then the package. The same inputs give the same package and product codes; another
+# module gives other codes. If the environment has SOURCE_DATE_EPOCH, the package has that time, and the same inputs
+# give the same bytes.
 cmake_minimum_required(VERSION 3.25)
 
 foreach(needed IN ITEMS MODULE ARCH OUTPUT)
@@ -55,6 +58,28 @@ if(DOCTOR)
   list(APPEND programs ksv-doctor.exe)
   file(COPY_FILE "${DOCTOR}" "${stage}/ksv-doctor.exe")
 endif()
+if(BRIDGE)
+  # The host lets in the one extension that it was built for.
+  file(STRINGS "${BRIDGE}/extension/id" id)
+  file(READ "${BRIDGE}/chromium/com.norvo.ksv.json" manifest)
+  string(JSON origin GET "${manifest}" allowed_origins 0)
+  if(NOT origin STREQUAL "chrome-extension://${id}/")
+    message(FATAL_ERROR "The host was built for ${origin}, but the extension is ${id}: "
+                        "run `scripts/setup bridge`, then configure this build again")
+  endif()
+  list(APPEND programs ksv-bridge.exe ksv-setup.dll)
+  foreach(file IN ITEMS ksv-bridge.exe ksv-setup.dll extension/ksv.crx extension/ksv.xpi)
+    cmake_path(GET file FILENAME name)
+    file(COPY_FILE "${BRIDGE}/${file}" "${stage}/${name}")
+  endforeach()
+  foreach(browser IN ITEMS chromium firefox)
+    file(COPY_FILE "${BRIDGE}/${browser}/com.norvo.ksv.json" "${stage}/${browser}.json")
+  endforeach()
+  # Its address is that of the installation's folder, which the package's action writes.
+  file(READ "${BRIDGE}/extension/update.xml" text)
+  string(REGEX REPLACE "codebase=\"[^\"]*\"" "codebase=\"\"" text "${text}")
+  file(WRITE "${stage}/update.xml" "${text}")
+endif()
 if(STRIP)
   execute_process(COMMAND "${STRIP}" ${programs} WORKING_DIRECTORY "${stage}" COMMAND_ERROR_IS_FATAL ANY)
 endif()
@@ -70,12 +95,16 @@ if(DEFINED ENV{SOURCE_DATE_EPOCH})
 endif()
 
 # A component keeps its code through all versions: upgrades and shared counts go by it.
-foreach(component IN ITEMS module readme doctor)
+set(guids)
+foreach(component IN ITEMS module readme doctor host extension choices chrome chromium edge firefox)
   string(UUID ${component}_guid NAMESPACE "${upgrade_code}" NAME "${component}" TYPE SHA1 UPPER)
+  list(APPEND guids ${component}_guid=${${component}_guid})
 endforeach()
 # What is in the package names it: another build is another product to the installer, and replaces this one.
 set(contents "${VERSION}")
-foreach(file IN ITEMS ksv.wxs ksv.ico readme.txt ${programs})
+file(GLOB staged RELATIVE "${stage}" "${stage}/*")
+list(SORT staged)
+foreach(file IN LISTS staged)
   file(SHA256 "${stage}/${file}" hash)
   string(APPEND contents " ${hash}")
 endforeach()
@@ -85,21 +114,34 @@ string(UUID package_code NAMESPACE "${upgrade_code}" NAME "package ${contents}" 
 set(name "${KSV_DESCRIPTION} (${bits}-bit)")
 set(definitions
     ProductCode=${product_code} UpgradeCode=${upgrade_code} Version=${VERSION} Name=${name} Vendor=${KSV_VENDOR}
-    Description=${KSV_DESCRIPTION} HelpLink=${KSV_HELP_LINK} ProgramFiles=${program_files} Win64=${win64} ModuleGuid=${module_guid}
-    ReadmeGuid=${readme_guid})
+    Description=${KSV_DESCRIPTION} HelpLink=${KSV_HELP_LINK} ProgramFiles=${program_files} Win64=${win64} ${guids})
 if(DOCTOR)
-  list(APPEND definitions DoctorGuid=${doctor_guid} Doctor=yes)
+  list(APPEND definitions Doctor=yes)
+endif()
+if(BRIDGE)
+  list(APPEND definitions Bridge=yes)
 endif()
 list(TRANSFORM definitions PREPEND "-D;")
 execute_process(COMMAND "${WIXL}" -a ${ARCH} ${definitions} -o package.msi ksv.wxs WORKING_DIRECTORY "${stage}"
                 COMMAND_ERROR_IS_FATAL ANY)
 
+set(bridge_queries)
+if(BRIDGE)
+  foreach(action IN ITEMS UndoBridge RestoreBridge)
+    list(APPEND bridge_queries "UPDATE CustomAction SET Type = 3393 WHERE Action = '${action}'")
+  endforeach()
+  foreach(browser IN ITEMS chrome chromium edge firefox)
+    list(APPEND bridge_queries
+      "UPDATE Component SET Condition = 'NOT BROWSERS OR BROWSERS ~>< \"${browser}\"' WHERE Component = '${browser}'")
+  endforeach()
+endif()
 # What wixl has no words for. (An option behind -s is not read.)
 execute_process(
   COMMAND "${MSIBUILD}" package.msi -q
     # 0x100: a rollback action, which runs when a later action fails
     "UPDATE CustomAction SET Type = 3393 WHERE Action = 'WithdrawPlugin'"
     "UPDATE CustomAction SET Type = 3393 WHERE Action = 'RestorePlugin'"
+    ${bridge_queries}
     # 0x300: both ends of the version range are included
     "DELETE FROM Upgrade WHERE ActionProperty = 'OLDERFOUND'"
     "INSERT INTO Upgrade (UpgradeCode, VersionMin, VersionMax, Attributes, ActionProperty) VALUES ('{${upgrade_code}}', '0.0.0', '${VERSION}', 768, 'OLDERFOUND')"
@@ -107,8 +149,8 @@ execute_process(
     "CREATE TABLE `CompLocator` (`Signature_` CHAR(72) NOT NULL, `ComponentId` CHAR(38) NOT NULL, `Type` INT PRIMARY KEY `Signature_`)"
     "INSERT INTO CompLocator (Signature_, ComponentId, Type) VALUES ('previous', '{${module_guid}}', 1)"
     "INSERT INTO AppSearch (Property, Signature_) VALUES ('PREVIOUSFOLDER', 'previous')"
-    # the properties that the installer passes to its elevated process; PREVIOUSFOLDER must not come from the command line
-    "UPDATE Property SET Value = 'OLDERFOUND;NEWERFOUND;INSTALLFOLDER' WHERE Property = 'SecureCustomProperties'"
+    # the properties that the installer passes to its elevated process; the PREVIOUS… must not come from the command line
+    "UPDATE Property SET Value = 'OLDERFOUND;NEWERFOUND;INSTALLFOLDER;BROWSERS;SITES;FORCEINSTALL' WHERE Property = 'SecureCustomProperties'"
     # removes the vendor's folder too when it is empty
     "UPDATE RemoveFile SET DirProperty = 'VENDORFOLDER' WHERE FileKey = 'vendor'"
     # a module without a version would count as older than any that has one; only files without a version have a hash

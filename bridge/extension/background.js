@@ -29,7 +29,8 @@ async function permissionOf(origin, switchedBy = origin) {
   const { off = [] } = await api.storage.local.get("off");
   return {
     hasList: Boolean(sites),
-    isListed: !sites || (Array.isArray(sites) && sites.includes(origin)),
+    // On Windows Firefox makes an object of a list whose values are not named from 1 on.
+    isListed: !sites || Object.values(sites).includes(origin),
     isOn: !off.includes(switchedBy)
   };
 }

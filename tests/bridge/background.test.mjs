@@ -86,7 +86,9 @@ test("where nothing holds requests up, rules give the last answer until the docu
 test("who may not use the plug-in, or sends what is no message, is told that it has gone", async () => {
   const rows = [
     [{ sites: ["https://b.example"] }, "{}", /administrator/, 0], [{ off: ["https://a.example"] }, "{}", /switched off/, 0],
-    [{ sites: ["https://a.example"] }, '{"n":1,', /not a message/, 1]
+    [{ sites: ["https://a.example"] }, '{"n":1,', /not a message/, 1],
+    [{ sites: { 2032000001: "https://b.example" } }, "{}", /administrator/, 0],
+    [{ sites: { 2032000001: "https://a.example" } }, '{"n":1,', /not a message/, 1]
   ];
   for (const [settings, text, reason, hosts] of rows) {
     const background = await start(settings);
