@@ -64,7 +64,8 @@ void MakeMouseInput(HWND window, UINT message, POINT client) {
 }
 
 LRESULT CALLBACK DefaultProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
-  return DefWindowProcA(window, message, wParam, lParam);
+  const auto byDefault = IsWindowUnicode(window) ? DefWindowProcW : DefWindowProcA;
+  return byDefault(window, message, wParam, lParam);
 }
 
 bool WaitForQueuedMessage(DWORD milliseconds) {

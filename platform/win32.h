@@ -313,83 +313,8 @@ DWORD WaitForSingleObject(HANDLE object, DWORD milliseconds);
 BOOL ReleaseMutex(HANDLE mutex);
 BOOL CloseHandle(HANDLE object);
 
-// --- Windows, messages, hooks -----------------------------------------------------------------------------------
-
-inline constexpr UINT WM_PAINT = 0x000F;
-inline constexpr UINT WM_LBUTTONDOWN = 0x0201;
-inline constexpr UINT WM_LBUTTONUP = 0x0202;
-inline constexpr UINT WM_USER = 0x0400;
-inline constexpr UINT PM_NOREMOVE = 0;
-inline constexpr UINT PM_REMOVE = 1;
-
-inline constexpr int WH_GETMESSAGE = 3;
-inline constexpr int WH_CALLWNDPROC = 4;
-inline constexpr int WH_MOUSE = 7;
-inline constexpr int HC_ACTION = 0;
-inline constexpr int HC_NOREMOVE = 3;
-
-struct MSG {
-  HWND hwnd;
-  UINT message;
-  WPARAM wParam;
-  LPARAM lParam;
-  DWORD time;
-  POINT pt;
-};
-
-struct MOUSEHOOKSTRUCT {
-  POINT pt;
-  HWND hwnd;
-  UINT wHitTestCode;
-  ULONG_PTR dwExtraInfo;
-};
-
-struct CWPSTRUCT {
-  LPARAM lParam;
-  WPARAM wParam;
-  UINT message;
-  HWND hwnd;
-};
-
-using HOOKPROC = LRESULT(CALLBACK*)(int code, WPARAM wParam, LPARAM lParam);
-using WNDPROC = LRESULT(CALLBACK*)(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
-
-/// A hook for all threads (`thread` 0) needs `module`. A thread's hooks are removed when it ends, and run before those
-/// for all threads.
-HHOOK SetWindowsHookExA(int type, HOOKPROC procedure, HINSTANCE module, DWORD thread);
-BOOL UnhookWindowsHookEx(HHOOK hook);
-/// Continues after the procedure that the calling thread is in. Ignores `hook`.
-LRESULT CallNextHookEx(HHOOK hook, int code, WPARAM wParam, LPARAM lParam);
-
-BOOL IsWindow(HWND window);
-BOOL DestroyWindow(HWND window);
-/// Ignores `process`, which may be null.
-DWORD GetWindowThreadProcessId(HWND window, DWORD* process);
-BOOL GetClientRect(HWND window, RECT* client);
-BOOL ScreenToClient(HWND window, POINT* point);
-
-/// Appends to the queue of the window's thread, which holds 10,000 at most.
-BOOL PostMessageA(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
-/// The window has to belong to the calling thread.
-LRESULT SendMessageA(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
-BOOL PeekMessageA(MSG* message, HWND window, UINT first, UINT last, UINT remove);
-LRESULT DispatchMessageA(const MSG* message);
-
-// --- What is visible of a window --------------------------------------------------------------------------------
-
-inline constexpr DWORD DCX_CACHE = 0x2;
-inline constexpr DWORD DCX_CLIPCHILDREN = 0x8;
-inline constexpr DWORD DCX_CLIPSIBLINGS = 0x10;
-inline constexpr int RGN_ERROR = 0;
-inline constexpr int NULLREGION = 1;
-inline constexpr int SIMPLEREGION = 2;
-
-/// Nothing covers the windows here: their whole client area is visible. Needs a null `region`.
-HDC GetDCEx(HWND window, HRGN region, DWORD flags);
-int IntersectClipRect(HDC context, int left, int top, int right, int bottom);
-int GetClipBox(HDC context, RECT* box);
-int ReleaseDC(HWND window, HDC context);
-
 #pragma GCC visibility pop
+
+#include "platform/win32_desktop.h"
 
 #endif
