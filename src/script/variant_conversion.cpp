@@ -60,7 +60,7 @@ class VariantReader {
     // Each call below may run a getter of the page's, which may end the instance.
     DemandAlive(life);
     JSObject members;
-    for (uint32_t i = 0; list && i < count; ++i) {
+    for (uint32_t i = 0; i < count; ++i) {
       std::string key = KeyOf(list[i]);
       HostVariant element(funcs);
       if (!funcs->getproperty(npp, object, list[i], element.Out())) {
