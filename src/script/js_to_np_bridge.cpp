@@ -37,7 +37,7 @@ class JSToNPBridge : public NPScriptable<JSToNPBridge> {
                                    ? value[IdentifierText(npnFuncs, id)]
                                    : value[static_cast<uint32_t>(npnFuncs->intfromidentifier(id))];
       const bool isNested = member.GetType() == JSObject::Type::Object || member.GetType() == JSObject::Type::Array;
-      if (isNested) DemandAlive(life.get());
+      if (isNested) life->DemandAlive();
       *result = NPJSConverter::toNPVariant(npp, npnFuncs, member, life);
       return true;
     } catch (...) {
