@@ -15,11 +15,7 @@ class JSToNPBridge : public NPScriptable<JSToNPBridge> {
  public:
   JSToNPBridge(JSObject shown, NPP instance, const NPNetscapeFuncs* funcs,
                std::shared_ptr<const InstanceLife> instanceLife)
-      : NPScriptable(funcs), value(std::move(shown)), npp(instance), npnFuncs(funcs), life(std::move(instanceLife)) {
-    if (value.GetType() == JSObject::Type::Function) {
-      throw std::invalid_argument("JSObject function not bridgeable");
-    }
-  }
+      : NPScriptable(funcs), value(std::move(shown)), npp(instance), npnFuncs(funcs), life(std::move(instanceLife)) {}
 
   bool HasProperty(NPIdentifier id) override {
     try {
