@@ -127,10 +127,11 @@ void FloorFromNPVariant(benchmark::State& state) {
 template <int keys>
 void FromNPVariant(benchmark::State& state) {
   NumberedObject object(keys);
+  const InstanceLife life;
   NPVariant variant{NPVariantType_Object, {}};
   variant.value.objectValue = &object;
   for (auto _ : state) {
-    benchmark::DoNotOptimize(NPJSConverter::fromNPVariant(nullptr, &Bench::HostFuncs(), &variant));
+    benchmark::DoNotOptimize(NPJSConverter::fromNPVariant(nullptr, &Bench::HostFuncs(), &variant, life));
   }
 }
 
@@ -140,13 +141,14 @@ void FloorResult(benchmark::State& state) {
 
 void Result(benchmark::State& state) {
   const NPIdentifier status = Bench::Identifier("fnRetCode");
+  const auto life = std::make_shared<const InstanceLife>();
   for (auto _ : state) {
     JSObject result;
     result["pluginRetCode"] = JSObject(0);
     result["fnRetCode"] = JSObject(0);
     result["b64OTP"] = JSObject("NzU1MjI0\n");
     result["OTP"] = JSObject("755224");
-    NPVariant variant = NPJSConverter::toNPVariant(nullptr, &Bench::HostFuncs(), std::move(result));
+    NPVariant variant = NPJSConverter::toNPVariant(nullptr, &Bench::HostFuncs(), std::move(result), life);
     NPObject* const object = variant.value.objectValue;
     NPVariant member{NPVariantType_Void, {}};
     object->_class->getProperty(object, status, &member);

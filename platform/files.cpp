@@ -153,7 +153,6 @@ DWORD GetFullPathNameA(LPCSTR path, DWORD size, LPSTR buffer, LPSTR* filePart) {
 
 UINT GetTempFileNameA(LPCSTR folder, LPCSTR prefix, UINT unique, LPSTR path) {
   if (InjectedError("GetTempFileNameA")) return 0;
-  if (!folder || !prefix || !path) return Fail(ERROR_INVALID_PARAMETER, 0u);
   if (unique != 0) return Fail(ERROR_CALL_NOT_IMPLEMENTED, 0u);
   std::string start = folder;
   std::error_code ignored;

@@ -204,9 +204,3 @@ BSTR SysAllocString(const OLECHAR* text) {
 void SysFreeString(BSTR text) {
   if (text) std::free(reinterpret_cast<unsigned char*>(text) - platform::kBstrHead);
 }
-
-UINT SysStringLen(BSTR text) {
-  uint32_t bytes = 0;
-  if (text) std::memcpy(&bytes, reinterpret_cast<unsigned char*>(text) - sizeof(bytes), sizeof(bytes));
-  return bytes / sizeof(OLECHAR);
-}

@@ -286,7 +286,6 @@ errno_t wcstombs_s(size_t* converted, char* narrow, size_t size, const WCHAR* wi
 BSTR SysAllocString(const OLECHAR* text);
 BSTR SysAllocStringLen(const OLECHAR* text, UINT length);
 void SysFreeString(BSTR text);
-UINT SysStringLen(BSTR text);
 
 // --- Process ----------------------------------------------------------------------------------------------------
 

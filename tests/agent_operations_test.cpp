@@ -106,6 +106,7 @@ TEST_F(AgentOperationsTest, MissingNamesGiveEleven) {
       {"idle", "zubEndProvisioning", {"app", 7, 64, "file"}, "pluginRetCode=11 fnRetCode=10"},
       {"idle", "zubGetOTP", {"app", 3, "", "", 8, 16, ""}, "pluginRetCode=11 fnRetCode=10"},
       {"first", "zubSendData", {"app", 7, 2, "aGk="}, "pluginRetCode=11 fnRetCode=10"},
+      {"otps", "zubInit", {}, "pluginRetCode=11 fnRetCode=10"},
       {"otps", "zubGetCapabilities", {"app", 3, 64}, "pluginRetCode=0 fnRetCode=0 b64Data='aGk='"},
   };
   for (const auto& [variant, method, arguments, expected] : cases) {

@@ -101,6 +101,7 @@ TEST_F(BridgeHostTest, EachMessageIsAnsweredOrEndsTheTalk) {
       {R"({"n":2,"on":1,"do":"sing"})", "no request 'sing'"},
       {R"({"n":2,"on":1,"do":"get"})", "too many or too few"},
       {R"({"n":2,"on":1,"do":"destroy","name":"a"})", "too many or too few"},
+      {R"({"n":2,"on":2,"do":"create","width":1,"height":1,"name":"a"})", "too many or too few"},
       {R"({"n":2,"on":1,"do":"get","name":7})", "name is no text"},
       {R"({"n":"2","on":1,"do":"destroy"})", "n is no number"},
       {R"({"n":-2,"on":1,"do":"destroy"})", "n is no number"},
@@ -258,6 +259,13 @@ TEST_F(BridgeHostTest, FunctionsLiveAsLongAsTheModuleHoldsThem) {
   talk.Ask({{"do", "destroy"}});
   EXPECT_EQ(talk.told.back(), Forgotten({{1, 1}}));
   EXPECT_EQ(talk.Call("zubInit")["error"], "the plug-in's instance has ended");
+  talk.End();  // There is one host in a process.
+  Talk broken;
+  broken.Open();
+  broken.Call("setMouseUpCallback", {Function(1)});
+  broken.Send("[]");
+  EXPECT_TRUE(broken.Receive().contains("end"));
+  EXPECT_EQ(broken.Receive(), json()) << "nothing follows the end, nor what the module lets go of then";
 }
 
 TEST_F(BridgeHostTest, EventsComeInOrderWhileThePageCallsAndWaits) {
@@ -276,6 +284,9 @@ TEST_F(BridgeHostTest, EventsComeInOrderWhileThePageCallsAndWaits) {
     const json event = Object({{"b64Data", "YWJj\n"}, {"appName", "app"}, {"dataSrc", i % 256}});
     ASSERT_EQ(talk.told[static_cast<size_t>(i)], (json{{"run", 4}, {"arguments", json::array({event})}})) << i;
   }
+  talk.Call("zubRegisterEventCallback", {"other", Object({})});
+  raise("other", 3, "abc", 1);
+  EXPECT_EQ(talk.Call("zubInit")["value"]["object"][0][1], 0) << "what is no function can't be called";
 }
 
 TEST_F(BridgeHostTest, OriginIsWhatTheBrowserAttests) {

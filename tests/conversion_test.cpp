@@ -13,14 +13,15 @@ class ConversionTest : public testing::Test {
  protected:
   JSObject In(const Value& value) {
     NPVariant variant = host.Make(value);
-    JSObject read = fromNPVariant(npp, &host.Funcs(), &variant);
+    JSObject read = fromNPVariant(npp, &host.Funcs(), &variant, *life);
     host.Release(variant);
     return read;
   }
-  Result Out(const JSObject& value) { return {host, true, toNPVariant(npp, &host.Funcs(), value)}; }
+  Result Out(const JSObject& value) { return {host, true, toNPVariant(npp, &host.Funcs(), value, life)}; }
 
   TestHost host;
   NPP npp = host.NewInstance();
+  const std::shared_ptr<const NorvoWebAPI::InstanceLife> life = std::make_shared<NorvoWebAPI::InstanceLife>();
 };
 
 TEST_F(ConversionTest, PlainValuesCrossBothWays) {
@@ -62,7 +63,7 @@ TEST_F(ConversionTest, ObjectsAreReadWholeAndGoOutAsViewsOfTheirOwn) {
 
   NPVariant variant{NPVariantType_String, {}};
   variant.value.stringValue = {nullptr, 0};
-  EXPECT_EQ(fromNPVariant(npp, &host.Funcs(), &variant).AsString(), "");
-  EXPECT_THROW(fromNPVariant(npp, nullptr, &variant), std::bad_typeid);
-  EXPECT_THROW(toNPVariant(npp, nullptr, JSObject(1)), std::bad_typeid);
+  EXPECT_EQ(fromNPVariant(npp, &host.Funcs(), &variant, *life).AsString(), "");
+  EXPECT_THROW(fromNPVariant(npp, nullptr, &variant, *life), std::bad_typeid);
+  EXPECT_THROW(toNPVariant(npp, nullptr, JSObject(1), life), std::bad_typeid);
 }

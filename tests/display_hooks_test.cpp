@@ -76,6 +76,14 @@ TEST_F(DisplayHooksTest, OnlyPairsOnTheImageReachThePage) {
     EXPECT_EQ(State().buttonHeld, isPress) << told;
   }
   EXPECT_EQ(page.Call("wysGetButtonUpCount").Show(), "pluginRetCode=0 ButtonUpCount=2");
+  window.PressLeft(1, 1);
+  MSG message;
+  while (!PeekMessageA(&message, window.handle(), WM_LBUTTONDOWN, WM_LBUTTONDOWN, PM_NOREMOVE)) continue;
+  EXPECT_EQ(TakeHeard(), Calls{}) << "the press is still in the queue";
+  PumpMessages();
+  EXPECT_EQ(TakeHeard(), Calls{"XCode=1 YCode=1 down"});
+  Release(window, 1, 1);
+  TakeHeard();
   ShowImage(page, {{3, "{0,0}"}});
   Press(window, 0, 0);
   Release(window, 0, 0);

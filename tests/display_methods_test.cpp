@@ -293,4 +293,7 @@ TEST_F(DisplayMethodsTest, SettersTakeOneFunctionOfThePage) {
     }
     for (int i = 0; i < 2; ++i) EXPECT_TRUE(page.Call(setter, {Callback()}).Answered()) << setter;
   }
+  for (const char* setter : {"setRepaintImageCallback", "setDisplayEventsCallback"}) {
+    EXPECT_TRUE(page.Call(setter, {Callback(), "more"}).Answered()) << setter;
+  }
 }

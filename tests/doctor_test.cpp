@@ -210,6 +210,8 @@ TEST_F(DoctorTest, EachBrokenLinkIsNamed) {
       {"agent library", "FAIL", "browsers crash with it", none, 0, [&] { CopyStub("aborting", "zub.dll"); }},
       {"agent library", "FAIL", "isn't loaded within 3 s", none, 0, [&] { CopyStub("sleeping", "zub.dll"); },
        "--json --timeout 3"},
+      {"agent library", "FAIL", "isn't loaded within 3 s", none, 0, [&] { CopyStub("closing", "zub.dll"); },
+       "--json --timeout 3"},
       {"agent library", "FAIL", kWindows ? "is a 64-bit Linux library" : "is a 64-bit Windows library", 10, 0,
        [&] { WriteScratch("zub.dll", kForeignHeaders); }},
       {"agent library", "WARN", "zub.dll is empty", 0, 0,

@@ -331,6 +331,21 @@ TEST_P(EventsTest, OfAReusedNameOrIdOutlastTheEndOfItsFormerPage) {
   EXPECT_EQ(Heard(others).size(), 1U);
 }
 
+// The library's version may change between two pages: an update has replaced it.
+TEST_P(EventsTest, OfANameOutlastTheStopOfInstancesWithoutEvents) {
+  if (ByInstance()) return;
+  const Page third(host);
+  third.Call("zubInit");
+  Register(page, "app", listener);
+  agent.SetVersion(3);
+  Page later(host, "https://later.example/", window.handle());
+  later.Call("zubInit");
+  later.Call("zubSendData", {"unlistened", 7, 2, "aGk="});
+  later.Call("zubDeInit");
+  Raise("app", "x");
+  EXPECT_EQ(Heard().size(), 1U);
+}
+
 TEST_P(EventsTest, NamesOfAPageThatEndsAreUnregisteredOnce) {
   page.Call("zubInit");
   const std::string entry = ByInstance() ? "ZUB3_StopInstance" : "ZUB_UnregisterEventCb";

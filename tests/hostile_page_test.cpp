@@ -93,10 +93,11 @@ TEST_F(HostilePageTest, ResultsAreReadOnlyAndBounded) {
 }
 
 TEST_F(HostilePageTest, CallOfAPageFunctionOutlivesItsBridge) {
+  const auto life = std::make_shared<NorvoWebAPI::InstanceLife>();
   std::shared_ptr<NPFuncBridge> slot;
   std::vector<Value> seen;
-  const auto bridge = [this](const Function& function) {
-    return std::make_shared<NPFuncBridge>(page.Instance(), &host.Funcs(), host.NewFunction(function));
+  const auto bridge = [&](const Function& function) {
+    return std::make_shared<NPFuncBridge>(page.Instance(), &host.Funcs(), host.NewFunction(function), life);
   };
   slot = bridge([&](const std::vector<Value>& args, Value& result) {
     slot.reset();
@@ -112,6 +113,6 @@ TEST_F(HostilePageTest, CallOfAPageFunctionOutlivesItsBridge) {
   EXPECT_FALSE(bridge([](const auto&, Value&) { return false; })->Call(args, result));
   EXPECT_EQ(result.GetType(), JSObject::Type::Null);
   EXPECT_FALSE(bridge([this](const auto&, Value& answer) { return answer = Tree(65, 1), true; })->Call(args, result));
-  EXPECT_THROW(NPFuncBridge(page.Instance(), &host.Funcs(), nullptr), std::bad_typeid);
-  EXPECT_THROW(NPFuncBridge(page.Instance(), nullptr, host.Object()), std::bad_typeid);
+  EXPECT_THROW(NPFuncBridge(page.Instance(), &host.Funcs(), nullptr, life), std::bad_typeid);
+  EXPECT_THROW(NPFuncBridge(page.Instance(), nullptr, host.Object(), life), std::bad_typeid);
 }

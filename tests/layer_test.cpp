@@ -22,6 +22,7 @@ TEST(LayerTest, TextIsConvertedWholeOrRefused) {
       {"\xC0\x80x", KSV_WIDE("\uFFFD\uFFFDx"), false},
       {"\xED\xA0\x80", KSV_WIDE("\uFFFD\uFFFD\uFFFD"), false},
       {"\xE0\x80\x80", KSV_WIDE("\uFFFD\uFFFD\uFFFD"), false},
+      {"\xF0\x8F\xBF\xBF", KSV_WIDE("\uFFFD\uFFFD\uFFFD\uFFFD"), false},
       {"\xF4\x90\x80\x80", KSV_WIDE("\uFFFD\uFFFD\uFFFD\uFFFD"), false},
       {"\xE2\x82x\xF0\x9F", KSV_WIDE("\uFFFDx\uFFFD"), false}};
   char text[16];
@@ -69,6 +70,24 @@ TEST(LayerTest, ACallFailsWhenATestSaysSo) {
   EXPECT_FALSE(PostMessageA(window.handle(), kMessage, 0, 0));
   EXPECT_LAST_ERROR(ERROR_NOT_ENOUGH_QUOTA);
   EXPECT_THROW(FailCall("NoSuchCall", 5), std::invalid_argument);
+}
+
+TEST(LayerTest, RegistryKeepsWhatTwoThreadsWrite) {
+  if (!kHasLayerSettings) GTEST_SKIP() << "the registry is the system's own";
+  const support::Environment environment;
+  const auto name = [](char thread, int number) { return thread + std::to_string(number); };
+  HKEY key = nullptr;
+  ASSERT_EQ(RegCreateKeyExA(HKEY_CURRENT_USER, "K", 0, nullptr, 0, KEY_WRITE, nullptr, &key, nullptr), ERROR_SUCCESS);
+  const auto write = [&](char thread) {
+    for (int i = 0; i < 50; ++i) RegSetValueExA(key, name(thread, i).c_str(), 0, REG_SZ, nullptr, 0);
+  };
+  std::thread other(write, 'b');
+  write('a');
+  other.join();
+  for (int i = 0; i < 100; ++i) {
+    const std::string value = name(i < 50 ? 'a' : 'b', i % 50);
+    EXPECT_EQ(RegQueryValueExA(key, value.c_str(), nullptr, nullptr, nullptr, nullptr), ERROR_SUCCESS) << value;
+  }
 }
 
 TEST(LayerTest, RegistryFileWrittenByHand) {

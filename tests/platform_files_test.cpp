@@ -29,11 +29,13 @@ TEST_F(PlatformFilesTest, PathsOutsideTheBasePathAreRefused) {
   const string refused = "Platform operation attempted outside of base path";
   const string bare = base.substr(0, base.size() - 1);
   const string otherCase = bare.substr(0, bare.size() - 1) + "I\\a";
+  string aboveRoot = base;
+  for (int folders = 0; folders < 20; ++folders) aboveRoot += "..\\";
   for (const string& path : {base, At("a"), At(".\\a\\..\\b"), At("..\\webapi\\a"), bare + "/a"}) {
     EXPECT_EQ(ErrorOf([&] { Platform::CheckPath(path); }), "") << path;
   }
   for (const string& path :
-       {bare, bare + "2\\a", At(".."), At("a\\..\\..\\b"), At("a/../../b"), otherCase, string("a")}) {
+       {bare, bare + "2\\a", At(".."), At("a\\..\\..\\b"), At("a/../../b"), aboveRoot, otherCase, string("a")}) {
     EXPECT_EQ(ErrorOf([&] { Platform::CheckPath(path); }), refused) << path;
   }
   EXPECT_EQ(ErrorOf([] { Platform::CheckPath(""); }), "Failed to canonicalize path");
@@ -64,11 +66,14 @@ TEST_F(PlatformFilesTest, CreateDirectoriesMakesTheFoldersAbove) {
 }
 
 TEST_F(PlatformFilesTest, FileExistsAndListDirectory) {
-  for (const char* file : {"a.bin", "noend", ".hidden", "same/same", "deep/deep/deep", "other/below"}) {
+  for (const char* file :
+       {"a.bin", "noend", ".hidden", "same/same", "deep/deep/deep", "other/below", "[b]", "folded/FOLDED"}) {
     world.Write(string("t/") + file, "");
   }
   fs::create_directories(world.Path("t/empty/empty"));
-  for (const char* name : {"a.bin", "noend", "same", "deep"}) EXPECT_TRUE(Platform::FileExists(At("t"), name)) << name;
+  for (const char* name : {"a.bin", "noend", "same", "deep", "[b]", "FOLDED"}) {
+    EXPECT_TRUE(Platform::FileExists(At("t"), name)) << name;
+  }
   for (const char* name :
        {"A.bin", "SAME", "a.*", "*", ".hidden", "empty", "below", "other\\below", "..\\t\\a.bin", ""}) {
     EXPECT_FALSE(Platform::FileExists(At("t"), name)) << name;
@@ -79,7 +84,8 @@ TEST_F(PlatformFilesTest, FileExistsAndListDirectory) {
   EXPECT_FALSE(Platform::ListDirectory(At("missing"), names));
   EXPECT_TRUE(Platform::ListDirectory(At("t"), names));
   EXPECT_EQ(names.front(), "before");
-  EXPECT_THAT(names, testing::UnorderedElementsAre("before", "a.bin", "noend", "same", "deep", "other", "empty"));
+  EXPECT_THAT(names, testing::UnorderedElementsAre("before", "a.bin", "noend", "same", "deep", "other", "empty", "[b]",
+                                                   "folded"));
 }
 
 TEST_F(PlatformFilesTest, WriteReadAndDeleteFile) {

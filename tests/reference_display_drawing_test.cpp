@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <set>
 
 #include "kit/display/drawing.h"
 #include "kit/display/raster.h"
@@ -92,6 +93,24 @@ TEST(ReferenceDisplayDrawing, ShowsAReferenceWholeOrRefusesIt) {
   EXPECT_EQ(shown(sentence, " "), sentence);
   EXPECT_EQ(shown(word, ""), word);
   EXPECT_THROW(shown(std::string(120, 'W'), ""), DisplayError);
+}
+
+TEST(ReferenceDisplayDrawing, ClosesInAColourForEachEnd) {
+  const Descriptor image = Describe(InputType::kPin, {200, 260}, Theme::kLight, Language::kEnglish);
+  std::set<Colour> fills;
+  for (const Notice notice : {Notice::kTaken, Notice::kCancelled, Notice::kRejected}) {
+    fills.insert(
+        DrawScene(image, LayOut(image, "", ""), "0123456789", {0, true, nullptr, notice, {}}).panels.back().top);
+  }
+  EXPECT_EQ(fills.size(), 3U);
+}
+
+TEST(ReferenceDisplayDrawing, AStrokeIsTheSameFromEachEnd) {
+  Scene scenes[2];
+  for (Scene& scene : scenes) scene.width = scene.height = 16;
+  scenes[0].strokes.push_back({3, 8, 12, 8, 3, 0xFFFFFF});
+  scenes[1].strokes.push_back({12, 8, 3, 8, 3, 0xFFFFFF});
+  EXPECT_EQ(DrawShapes(scenes[0]).pixels, DrawShapes(scenes[1]).pixels);
 }
 
 TEST(ReferenceDisplayDrawing, ScalesALogoByTheShareOfEachPixel) {

@@ -9,6 +9,7 @@
 #include "kit/display/visible_text.h"
 #include "kit/shared/crypto.h"
 #include "kit/shared/key_store.h"
+#include "kit/shared/system.h"
 #include "tests/support/reference_display_fixture.h"
 
 namespace {
@@ -182,6 +183,15 @@ TEST(ReferenceDisplayFile, ThatIsShippedDoesNotKnowTheTestsVariables) {
   };
   EXPECT_TRUE(knows(KSV_DISPLAY_LIBRARY));
   EXPECT_FALSE(knows(KSV_SHIPPED_DISPLAY_LIBRARY));
+}
+
+TEST_F(ReferenceDisplay, LockThatIsALinkIsRefused) {
+  if (!platform::kHasLayerSettings) GTEST_SKIP() << "links need a right of their own there";
+  const std::filesystem::path link = folder_ / "lock";
+  std::filesystem::create_directories(folder_);
+  std::filesystem::create_symlink(folder_ / "elsewhere", link);
+  EXPECT_ANY_THROW(KsvKit::System::FileLock{link});
+  EXPECT_FALSE(std::filesystem::exists(folder_ / "elsewhere"));
 }
 
 TEST_F(ReferenceDisplay, PageTellsOfAWrongPinAndTheUserMayCorrectOrCancel) {
@@ -367,6 +377,10 @@ TEST_F(ReferenceDisplay, SealsWhatWasAskedForOneImage) {
     EXPECT_EQ(input->asked.challenge, isAsked ? challenge : "");
     EXPECT_EQ(input->asked.texts, "Bitte best\u00E4tigen\nAbbrechen\nBest\u00E4tigen");
   }
+  ASSERT_EQ(ask("", challenge), 0);
+  ASSERT_EQ(Frame(FrameBytes(20, 10)), 0);
+  EXPECT_EQ(Tell(WM_LBUTTONDOWN, {12, 7}) + Tell(WM_LBUTTONUP, {12, 7}), 0);
+  EXPECT_EQ(KsvDisplay::OpenInput(KsvKit::AsBytes(Respond().second), Key(), {})->asked.challenge, challenge);
 }
 
 TEST_F(ReferenceDisplay, NothingIsTakenOnTrust) {

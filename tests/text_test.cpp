@@ -84,7 +84,7 @@ TEST(TextTest, ConversionKeepsTextAndNull) {
     EXPECT_EQ(back.Get(), text);
   }
   const Bstr cut = BstrOfExactLength(string("a\0b", 3));
-  EXPECT_EQ(WideText(cut.Get(), SysStringLen(cut.Get())), WideText(KSV_WIDE("a\0b"), 3));
+  EXPECT_EQ(WideText(cut.Get(), 4), WideText(KSV_WIDE("a\0b"), 4));
   EXPECT_EQ(NarrowFromBstr(cut.Get()), "a");
   EXPECT_EQ(ErrorOf([] { BstrOfExactLength(""); }), "13");
 }

@@ -1,6 +1,7 @@
 #include "kit/display/display_status.h"
 
 #include <algorithm>
+#include <functional>
 #include <iterator>
 
 namespace KsvDisplay {
@@ -50,6 +51,8 @@ constexpr Entry kTexts[] = {
     {Status::kInternalError, "Something went wrong inside the display."},
     {Status::kUnknownStatus, "There is no such status."},
 };
+static_assert(std::ranges::adjacent_find(kTexts, std::ranges::greater_equal(), &Entry::status) == std::end(kTexts),
+              "A status stands here twice, or not in its order.");
 
 }  // namespace
 

@@ -29,7 +29,7 @@ ScriptCall::ScriptCall(Scriptable& called, const MethodRow& method, const NPVari
 }
 
 JSObject ScriptCall::Read(size_t index) const {
-  return NPJSConverter::fromNPVariant(scriptable.Npp(), scriptable.Host(), &variants[index], &scriptable.Life());
+  return NPJSConverter::fromNPVariant(scriptable.Npp(), scriptable.Host(), &variants[index], scriptable.Life());
 }
 
 uint32_t ScriptCall::Unsigned(size_t index) const {

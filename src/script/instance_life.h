@@ -23,9 +23,4 @@ class InstanceLife {
   std::atomic<bool> ended = false;
 };
 
-/// The same for a caller that may have no life to ask.
-inline void DemandAlive(const InstanceLife* life) {
-  if (life) life->DemandAlive();
-}
-
 }  // namespace NorvoWebAPI

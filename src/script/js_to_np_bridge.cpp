@@ -15,11 +15,7 @@ class JSToNPBridge : public NPScriptable<JSToNPBridge> {
  public:
   JSToNPBridge(JSObject shown, NPP instance, const NPNetscapeFuncs* funcs,
                std::shared_ptr<const InstanceLife> instanceLife)
-      : NPScriptable(funcs), value(std::move(shown)), npp(instance), npnFuncs(funcs), life(std::move(instanceLife)) {
-    if (value.GetType() == JSObject::Type::Function) {
-      throw std::invalid_argument("JSObject function not bridgeable");
-    }
-  }
+      : NPScriptable(funcs), value(std::move(shown)), npp(instance), npnFuncs(funcs), life(std::move(instanceLife)) {}
 
   bool HasProperty(NPIdentifier id) override {
     try {
@@ -37,7 +33,7 @@ class JSToNPBridge : public NPScriptable<JSToNPBridge> {
                                    ? value[IdentifierText(npnFuncs, id)]
                                    : value[static_cast<uint32_t>(npnFuncs->intfromidentifier(id))];
       const bool isNested = member.GetType() == JSObject::Type::Object || member.GetType() == JSObject::Type::Array;
-      if (isNested) DemandAlive(life.get());
+      if (isNested) life->DemandAlive();
       *result = NPJSConverter::toNPVariant(npp, npnFuncs, member, life);
       return true;
     } catch (...) {

@@ -13,14 +13,14 @@ namespace {
 // The arguments of one call, one behind the other as the host wants them.
 class ArgumentList {
  public:
-  ArgumentList(const NPNetscapeFuncs* npnFuncs, const InstanceLife* instanceLife)
+  ArgumentList(const NPNetscapeFuncs* npnFuncs, const InstanceLife& instanceLife)
       : funcs(npnFuncs), life(instanceLife) {}
   ArgumentList(const ArgumentList&) = delete;
   ArgumentList& operator=(const ArgumentList&) = delete;
   ~ArgumentList() {
     for (NPVariant& variant : variants) {
       // A host that has destroyed the instance may have deallocated the module's objects with it.
-      const bool mayDangle = variant.type == NPVariantType_Object && life && life->HasEnded();
+      const bool mayDangle = variant.type == NPVariantType_Object && life.HasEnded();
       if (!mayDangle) ReleaseQuietly([&] { funcs->releasevariantvalue(&variant); });
     }
   }
@@ -32,7 +32,7 @@ class ArgumentList {
 
  private:
   const NPNetscapeFuncs* funcs;
-  const InstanceLife* life;
+  const InstanceLife& life;
   std::vector<NPVariant> variants;
 };
 
@@ -44,7 +44,7 @@ NPFuncBridge::NPFuncBridge(NPP instance, const NPNetscapeFuncs* funcs, NPObject*
   if (!npnFuncs || !object) throw BadTypeid();
   // The host ends the module's own objects with their instance, whoever holds a reference: one kept here would dangle.
   if (IsOwnObject(object)) throw BadTypeid();
-  DemandAlive(life.get());
+  life->DemandAlive();
   npnFuncs->retainobject(object);
   function = JSObject(CallEntry, this);
 }
@@ -64,13 +64,13 @@ bool NPFuncBridge::CallEntry(void* context, std::vector<JSObject>* args, JSObjec
 }
 
 bool NPFuncBridge::CallHost(const std::vector<JSObject>& args, JSObject& result) {
-  DemandAlive(life.get());
+  life->DemandAlive();
   HostVariant answer(npnFuncs);
-  ArgumentList variants(npnFuncs, life.get());
+  ArgumentList variants(npnFuncs, *life);
   variants.Reserve(args.size());
   for (const JSObject& arg : args) variants.Add(toNPVariant(npp, npnFuncs, arg, life));
   const bool called = npnFuncs->invokeDefault(npp, object, variants.Data(), variants.Count(), answer.Out());
-  result = fromNPVariant(npp, npnFuncs, &answer.Get(), life.get());
+  result = fromNPVariant(npp, npnFuncs, &answer.Get(), *life);
   return called;
 }
 

@@ -14,9 +14,8 @@ namespace NorvoWebAPI::NPJSConverter {
 class NPFuncBridge : public std::enable_shared_from_this<NPFuncBridge> {
  public:
   /// Throws `std::bad_typeid` for a null table or object, and for an object of this module; `std::runtime_error` for an
-  /// instance that has ended. Without `life` the caller must not call the bridge after the instance's end.
-  NPFuncBridge(NPP npp, const NPNetscapeFuncs* npnFuncs, NPObject* object,
-               std::shared_ptr<const InstanceLife> life = nullptr);
+  /// instance that has ended.
+  NPFuncBridge(NPP npp, const NPNetscapeFuncs* npnFuncs, NPObject* object, std::shared_ptr<const InstanceLife> life);
   NPFuncBridge(const NPFuncBridge&) = delete;
   NPFuncBridge& operator=(const NPFuncBridge&) = delete;
   ~NPFuncBridge();

@@ -109,7 +109,7 @@ ScriptClass MakeScriptClass() {
 }
 
 bool IsOwnObject(const NPObject* object) {
-  return object->_class && object->_class->allocate == Allocate;
+  return object->_class->allocate == Allocate;
 }
 
 NPObject* CreateScriptObject(NPP npp, const NPNetscapeFuncs* npnFuncs, ScriptClass& scriptClass,

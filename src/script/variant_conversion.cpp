@@ -16,7 +16,7 @@ namespace {
 // Reads one variant with all that hangs on it.
 class VariantReader {
  public:
-  VariantReader(NPP instance, const NPNetscapeFuncs* npnFuncs, const InstanceLife* instanceLife)
+  VariantReader(NPP instance, const NPNetscapeFuncs* npnFuncs, const InstanceLife& instanceLife)
       : npp(instance), funcs(npnFuncs), life(instanceLife) {}
 
   JSObject Read(const NPVariant& variant) {
@@ -50,7 +50,7 @@ class VariantReader {
     if (!object) return {};
     if (depth == kMaxDepth) throw std::runtime_error("Script value too deep");
     ++depth;
-    DemandAlive(life);
+    life.DemandAlive();
     NPIdentifier* list = nullptr;
     uint32_t count = 0;
     if (!funcs->enumerate(npp, object, &list, &count)) {
@@ -58,15 +58,15 @@ class VariantReader {
     }
     const HostMemory<NPIdentifier> ids(funcs, list);
     // Each call below may run a getter of the page's, which may end the instance.
-    DemandAlive(life);
+    life.DemandAlive();
     JSObject members;
-    for (uint32_t i = 0; list && i < count; ++i) {
+    for (uint32_t i = 0; i < count; ++i) {
       std::string key = KeyOf(list[i]);
       HostVariant element(funcs);
       if (!funcs->getproperty(npp, object, list[i], element.Out())) {
         throw std::runtime_error("Failed to get propertly value");
       }
-      DemandAlive(life);
+      life.DemandAlive();
       members[key] = Read(element.Get());
     }
     --depth;
@@ -82,7 +82,7 @@ class VariantReader {
 
   NPP npp;
   const NPNetscapeFuncs* funcs;
-  const InstanceLife* life;
+  const InstanceLife& life;
   size_t depth = 0;  // Objects whose members are being read.
   size_t valuesLeft = kMaxValues;
   size_t textBytesLeft = kMaxTextBytes;
@@ -90,7 +90,7 @@ class VariantReader {
 
 }  // namespace
 
-JSObject fromNPVariant(NPP npp, const NPNetscapeFuncs* funcs, const NPVariant* value, const InstanceLife* life) {
+JSObject fromNPVariant(NPP npp, const NPNetscapeFuncs* funcs, const NPVariant* value, const InstanceLife& life) {
   if (!funcs) throw BadTypeid();
   return VariantReader(npp, funcs, life).Read(*value);
 }

@@ -17,17 +17,15 @@ constexpr size_t kMaxValues = 100'000;
 constexpr size_t kMaxTextBytes = size_t{64} << 20;
 
 /// The value of a variant that the caller keeps. A script object, array or function is read out whole into an Object,
-/// or Null when it lists nothing. Reading runs page script, which may end the instance: `life`, where there is one,
-/// tells. Throws `std::runtime_error` when the host refuses a member, a bound is exceeded or the instance has ended,
+/// or Null when it lists nothing. Reading runs page script, which may end the instance, as `life` tells. Throws
+/// `std::runtime_error` when the host refuses a member, a bound is exceeded or the instance has ended,
 /// `std::bad_typeid` for null `funcs`.
-JSObject fromNPVariant(NPP npp, const NPNetscapeFuncs* funcs, const NPVariant* value,
-                       const InstanceLife* life = nullptr);
+JSObject fromNPVariant(NPP npp, const NPNetscapeFuncs* funcs, const NPVariant* value, const InstanceLife& life);
 
 /// A variant that belongs to the caller: text in host memory, cut at its first zero byte; an Array or Object as a
 /// read-only script object over the value, which keeps `life`. Throws `std::invalid_argument` for a Function,
 /// `std::bad_typeid` for null `funcs`, `std::runtime_error` when the host has no memory or makes no object.
-NPVariant toNPVariant(NPP npp, const NPNetscapeFuncs* funcs, JSObject value,
-                      std::shared_ptr<const InstanceLife> life = nullptr);
+NPVariant toNPVariant(NPP npp, const NPNetscapeFuncs* funcs, JSObject value, std::shared_ptr<const InstanceLife> life);
 /// The same for a text alone; `funcs` is not null.
 NPVariant TextVariant(const NPNetscapeFuncs* funcs, const std::string& text);
 

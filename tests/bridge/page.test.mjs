@@ -25,6 +25,7 @@ function makePage(type) {
     element: new HTMLObjectElement(), navigator: new Navigator(), asked: [], value: "null", event: message => tell("ksv-event", JSON.stringify(message))
   };
   globals.performance.addEventListener("ksv-request", ({ detail }) => {
+    if (page.isAlone) return;  // No host, so no answer.
     page.asked.push(JSON.parse(detail));
     tell("ksv-answer", `{"n":1,"value":${page.value}}`);
   });
@@ -73,4 +74,19 @@ test("a function is held until each message that named it is counted off", () =>
     for (let run = 1; run < 9; ++run) page.event({ run, arguments: ["x", 2] });
   }
   assert.deepEqual(seen, [2]);
+});
+
+test("another host is told of the element and of its functions anew", () => {
+  const page = makePage(types[0]);
+  let heard = 0;
+  const hear = () => ++heard;
+  page.element.zubRegisterEventCallback("app", hear);
+  page.isAlone = true;
+  assert.equal(page.element.zubInit().pluginRetCode, 13);
+  page.isAlone = false;
+  page.asked.length = 0;
+  page.element.zubRegisterEventCallback("app", hear);
+  assert.deepEqual(page.asked.map(message => message.do), ["create", "call"]);
+  page.event({ run: 1, arguments: [] });
+  assert.equal(heard, 1);
 });

@@ -91,9 +91,12 @@ AgentStubControl* AgentStub_Control() {
 ENTRY(ZUB_GetVersion, (uint32_t * version), Value(version))
 #endif
 
+#ifdef STUB_DEINIT
+ENTRY(ZUB_DeInit, ())
+#endif
+
 #ifdef STUB_FIRST_GENERATION
 ENTRY(ZUB_Init, ())
-ENTRY(ZUB_DeInit, ())
 WORK_ENTRIES(ZUB, const char*)
 APPLET_ENTRIES(ZUB_GetCapabilities, ZUB_Install, ZUB_Uninstall)
 ENTRY(ZUB_ProcessSVPMessage, (const char* name, int32_t session, int32_t length, const uint8_t* bytes),

@@ -1,5 +1,6 @@
 // A library that doesn't let itself be loaded: what it does then is said by its compile definition.
 #include <chrono>
+#include <cstdio>
 #include <cstdlib>
 #include <thread>
 
