@@ -63,7 +63,8 @@ class ShowingPage {
   ShowingPage& operator=(const ShowingPage&) = delete;
 
   DisplayState::Callback Function() {
-    return std::make_shared<NPJSConverter::NPFuncBridge>(Bench::ThePage().Instance(), &Bench::HostFuncs(), &function);
+    return std::make_shared<NPJSConverter::NPFuncBridge>(Bench::ThePage().Instance(), &Bench::HostFuncs(), &function,
+                                                         page.SharedLife());
   }
 
   platform::TestWindow window;

@@ -31,8 +31,8 @@ class ListeningPage {
     given.window = window.handle();
     plugin->SetWindow(&given);
     function.referenceCount = 1;
-    plugin->GetScriptable()->agentEventCallback =
-        std::make_shared<NorvoWebAPI::NPJSConverter::NPFuncBridge>(page.Instance(), &Bench::HostFuncs(), &function);
+    plugin->GetScriptable()->agentEventCallback = std::make_shared<NorvoWebAPI::NPJSConverter::NPFuncBridge>(
+        page.Instance(), &Bench::HostFuncs(), &function, plugin->GetScriptable()->SharedLife());
     static_cast<void>(InstallEventHook());  // Without it no event comes, which the benchmark reports.
     EventRoutes::Insert(kApplet, plugin->GetScriptable()->SharedLife());
   }
