@@ -41,15 +41,24 @@ LONG CALLBACK TakeDebugText(EXCEPTION_POINTERS* exception) {
 
 }  // namespace
 
-HWND MakeWindow(WNDPROC procedure, POINT clientOrigin, int width, int height) {
+HWND MakeWindow(WNDPROC procedure, POINT clientOrigin, int width, int height, Frame frame) {
   WNDCLASSA description{};
-  description.lpfnWndProc = procedure;
+  description.lpfnWndProc = DefWindowProcA;
   description.hInstance = GetModuleHandleA(nullptr);
+  description.hCursor = LoadCursorA(nullptr, reinterpret_cast<LPCSTR>(IDC_ARROW));
   description.lpszClassName = kWindowClass;
   RegisterClassA(&description);  // Fails for the second window, whose class is there already.
-  // Without a frame the client area begins where the window does.
-  return CreateWindowExA(WS_EX_TOPMOST | WS_EX_TOOLWINDOW, kWindowClass, "", WS_POPUP, clientOrigin.x, clientOrigin.y,
-                         width, height, nullptr, nullptr, description.hInstance, nullptr);
+  const bool hasCaption = frame == Frame::Caption;
+  const DWORD style = WS_POPUP | (hasCaption ? WS_CAPTION : 0);
+  const DWORD more = WS_EX_TOPMOST | WS_EX_TOOLWINDOW | (hasCaption ? WS_EX_NOACTIVATE : 0);
+  RECT outside{clientOrigin.x, clientOrigin.y, clientOrigin.x + width, clientOrigin.y + height};
+  AdjustWindowRectEx(&outside, style, FALSE, more);
+  const HWND window =
+      CreateWindowExA(more, kWindowClass, "", style, outside.left, outside.top, outside.right - outside.left,
+                      outside.bottom - outside.top, nullptr, nullptr, description.hInstance, nullptr);
+  // The class is that of all windows made here, whatever their procedures.
+  if (window) SetWindowLongPtrA(window, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(procedure));
+  return window;
 }
 
 void MakeMouseInput(HWND window, UINT message, POINT client) {

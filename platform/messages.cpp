@@ -21,6 +21,8 @@ struct Window {
   WNDPROC procedure;
   POINT clientOrigin;
   POINT clientSize;
+  bool isVisible;
+  std::u16string text;
 };
 
 struct Queued {
@@ -127,6 +129,17 @@ Window* FindWindowEntry(State& state, HWND window) {
   const auto value = reinterpret_cast<uintptr_t>(window);
   const auto found = value <= UINT32_MAX ? state.windows.find(static_cast<uint32_t>(value)) : state.windows.end();
   return found == state.windows.end() ? nullptr : &found->second;
+}
+
+// Runs `work` on the window's entry, under the lock.
+template <typename Work>
+BOOL OnWindow(HWND window, Work work) {
+  State& state = Messages();
+  const std::lock_guard lock(state.mutex);
+  Window* const entry = FindWindowEntry(state, window);
+  if (!entry) return Fail(ERROR_INVALID_WINDOW_HANDLE, FALSE);
+  work(*entry);
+  return TRUE;
 }
 
 // The caller holds the lock.
@@ -244,6 +257,48 @@ BOOL ScreenToClient(HWND window, POINT* point) {
   return TRUE;
 }
 
+BOOL ClientToScreen(HWND window, POINT* point) {
+  return OnWindow(window, [point](const Window& entry) {
+    point->x += entry.clientOrigin.x;
+    point->y += entry.clientOrigin.y;
+  });
+}
+
+BOOL GetWindowRect(HWND window, RECT* outside) {
+  return OnWindow(window, [outside](const Window& entry) {
+    const auto [x, y] = entry.clientOrigin;
+    *outside = {x, y, x + entry.clientSize.x, y + entry.clientSize.y};
+  });
+}
+
+BOOL SetWindowPos(HWND window, HWND, int x, int y, int width, int height, UINT flags) {
+  return OnWindow(window, [=](Window& entry) {
+    entry.clientOrigin = {x, y};
+    entry.clientSize = {width, height};
+    if ((flags & SWP_SHOWWINDOW) != 0) entry.isVisible = true;
+    if ((flags & SWP_HIDEWINDOW) != 0) entry.isVisible = false;
+  });
+}
+
+BOOL IsWindowVisible(HWND window) {
+  BOOL isVisible = FALSE;
+  OnWindow(window, [&](const Window& entry) { isVisible = entry.isVisible ? TRUE : FALSE; });
+  return isVisible;
+}
+
+BOOL SetWindowTextW(HWND window, LPCWSTR text) {
+  return OnWindow(window, [text](Window& entry) { entry.text = text; });
+}
+
+int GetWindowTextW(HWND window, WCHAR* text, int capacity) {
+  size_t length = 0;
+  OnWindow(window, [&](const Window& entry) {
+    length = entry.text.copy(text, static_cast<size_t>(capacity) - 1);
+    text[length] = 0;
+  });
+  return static_cast<int>(length);
+}
+
 BOOL PostMessageA(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
   if (InjectedError("PostMessageA")) return FALSE;
   State& state = Messages();
@@ -287,12 +342,13 @@ LRESULT DispatchMessageA(const MSG* message) {
 
 namespace platform {
 
-HWND MakeWindow(WNDPROC procedure, POINT clientOrigin, int width, int height) {
+HWND MakeWindow(WNDPROC procedure, POINT clientOrigin, int width, int height, Frame) {
   ThreadEnd::Arm();
   State& state = Messages();
   const std::lock_guard lock(state.mutex);
   state.lastWindow += 2;
-  state.windows.emplace(state.lastWindow, Window{GetCurrentThreadId(), procedure, clientOrigin, {width, height}});
+  const Window made{GetCurrentThreadId(), procedure, clientOrigin, {width, height}, false, {}};
+  state.windows.emplace(state.lastWindow, made);
   return reinterpret_cast<HWND>(static_cast<uintptr_t>(state.lastWindow));
 }
 

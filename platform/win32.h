@@ -328,6 +328,15 @@ inline constexpr int WH_MOUSE = 7;
 inline constexpr int HC_ACTION = 0;
 inline constexpr int HC_NOREMOVE = 3;
 
+inline constexpr UINT WM_CLOSE = 0x0010;
+inline constexpr UINT WM_MOUSEACTIVATE = 0x0021;
+inline constexpr UINT WM_NCLBUTTONDOWN = 0x00A1;
+inline constexpr LRESULT MA_NOACTIVATE = 3;
+inline constexpr UINT SWP_NOACTIVATE = 0x0010;
+inline constexpr UINT SWP_SHOWWINDOW = 0x0040;
+inline constexpr UINT SWP_HIDEWINDOW = 0x0080;
+inline const HWND HWND_TOPMOST = reinterpret_cast<HWND>(static_cast<INT_PTR>(-1));
+
 struct MSG {
   HWND hwnd;
   UINT message;
@@ -367,6 +376,15 @@ BOOL DestroyWindow(HWND window);
 DWORD GetWindowThreadProcessId(HWND window, DWORD* process);
 BOOL GetClientRect(HWND window, RECT* client);
 BOOL ScreenToClient(HWND window, POINT* point);
+BOOL ClientToScreen(HWND window, POINT* point);
+/// The same as the client area: windows have no frames here.
+BOOL GetWindowRect(HWND window, RECT* outside);
+/// Ignores the flags but those that show and hide.
+BOOL SetWindowPos(HWND window, HWND after, int x, int y, int width, int height, UINT flags);
+BOOL IsWindowVisible(HWND window);
+BOOL SetWindowTextW(HWND window, LPCWSTR text);
+/// Gives the length of what fits.
+int GetWindowTextW(HWND window, WCHAR* text, int capacity);
 
 /// Appends to the queue of the window's thread, which holds 10,000 at most.
 BOOL PostMessageA(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
