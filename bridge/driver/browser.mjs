@@ -83,11 +83,14 @@ export async function launch({ browser: name, managed = true, visible = false })
   return browser;
 }
 
+// A browser that is seen shows pages in the size of its window.
+const viewport = visible => visible ? { defaultViewport: null } : {};
+
 function launchFirefox(profile, visible) {
   installHost(profile, "firefox", join(profile, ".mozilla/native-messaging-hosts"));
   mkdirSync(join(profile, "firefox"));
   return puppeteer.launch({
-    browser: "firefox", executablePath: "/usr/bin/firefox-esr", headless: !visible,
+    browser: "firefox", executablePath: "/usr/bin/firefox-esr", headless: !visible, ...viewport(visible),
     args: ["--profile", join(profile, "firefox")], env: { ...process.env, HOME: profile }
   });
 }
@@ -95,7 +98,7 @@ function launchFirefox(profile, visible) {
 function launchChromium(profile, managed, visible) {
   installHost(profile, "chromium", join(profile, "NativeMessagingHosts"));
   return puppeteer.launch({
-    executablePath: "/usr/bin/chromium", headless: !visible, userDataDir: profile,
+    executablePath: "/usr/bin/chromium", headless: !visible, userDataDir: profile, ...viewport(visible),
     args: ["--no-sandbox", ...(managed ? [] : [`--load-extension=${made}/chromium`])],
     // Puppeteer's own defaults would keep extensions and their policies out.
     ignoreDefaultArgs: ["--disable-extensions", "--disable-background-networking", "--disable-component-update",

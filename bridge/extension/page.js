@@ -19,6 +19,9 @@
     "setRepaintImageCallback", "setDisplayEventsCallback"
   ];
   const PROPERTIES = ["version"];
+  // What puts an image up in the element's window, and what ends all of them.
+  const SHOWING = ["wysCreateStdImage", "wysSubmitFrame", "wysProcessRemoteWysMessage"];
+  const HIDING = ["wysCloseSession"];
   const MAX_DEPTH = 64;
   const MAX_VALUES = 100000;
   const MAX_BYTES = 48 * 1024 * 1024;  // Of texts; what stands around them makes a message longer.
@@ -226,6 +229,12 @@
     return { value: read(given.value) };
   }
 
+  // content.js tells where the element is while an image may stand over it. Only an event of the element's own names it.
+  function tellOfImage(element, name) {
+    const number = instances.get(element);
+    if (number) apply(dispatchEvent, element, [new PageEvent(name, { detail: number, composed: true })]);
+  }
+
   function methodOf(element, name) {
     return function (...given) {
       const writer = new Writer();
@@ -236,6 +245,8 @@
         if (held) ++held.seen;  // The host may have gone while a getter of the page's ran.
       }
       const result = use(element, '"do":"call","name":' + text(name) + ',"arguments":[' + list + "]");
+      if (SHOWING.includes(name)) tellOfImage(element, "ksv-show");
+      if (HIDING.includes(name)) tellOfImage(element, "ksv-hide");
       return result ? result.value : refused();
     };
   }
@@ -311,12 +322,15 @@
   listen("ksv-event", message => {
     const event = parse(message);
     if (event.run) {
+      const ofHost = functions;
       const held = functions.get(event.run);
       try {
         if (held) apply(held.run, undefined, read({ array: event.arguments }));
       } catch (error) {
         report(error);
       }
+      // Another host would not know what it is about.
+      if (event.awaited && functions === ofHost) send("ksv-note", '{"ran":' + event.awaited + "}");
     } else if (event.forget) {
       const held = functions.get(event.forget);
       if (!held || (held.seen -= event.seen) > 0) return;
