@@ -6,8 +6,9 @@ const api = globalThis.browser || globalThis.chrome;
 
 const FARTHEST = 32767;  // What the host takes, in pixels.
 
-const fit = (wanted, least, most) => Math.max(least, Math.min(wanted, most));
-const whole = (value, least = 0) => fit(Math.round(value) || 0, least, FARTHEST);
+// What is no number is the least.
+const fit = (wanted, least, most) => wanted > least ? Math.min(wanted, most) : least;
+const whole = (value, least = 0) => fit(Math.round(value), least, FARTHEST);
 const rectangle = ({ x, y, width, height }, scale) =>
   [whole(x * scale, -FARTHEST), whole(y * scale, -FARTHEST), whole(width * scale), whole(height * scale)];
 

@@ -76,8 +76,8 @@ Document::Page::Page(Document& document, const Request& request)
   instance.Scriptable();
 }
 
-// While the system delivers a click, the page answers before the delivery ends: a display takes no click that is told of
-// later. All else that the module tells need not wait. A page that is at work, here or in a call, can't run it now.
+// While the system delivers a click, the page answers before the delivery ends: a display takes no click that is told
+// of later. All else that the module tells need not wait. A page that is at work, here or in a call, can't run it now.
 void Document::Tell(const json& message) {
   if (isPageBusy || !message.contains("run") || !DisplayWindow::IsInClick()) return browser.send(message);
   const ScopeExit restore([this] { isPageBusy = false; });

@@ -90,10 +90,9 @@ class Session {
     if (!message) return;
     if (const auto* const hello = std::get_if<Hello>(&*message)) {
       if (document) throw ProtocolError("the first message came twice");
-      document = std::make_unique<Document>(
-          module, *hello,
-          Document::Browser{[this](const json& done) noexcept { Send(TextOf(done)); },
-                            [this](json run) noexcept { RunNow(std::move(run)); }});
+      document = std::make_unique<Document>(module, *hello,
+                                            Document::Browser{[this](const json& done) noexcept { Send(TextOf(done)); },
+                                                              [this](json run) noexcept { RunNow(std::move(run)); }});
       return Send(TextOf({{"hello", kProtocol}, {"host", NorvoWebAPI::KSV::kVersion}}));
     }
     if (!document) throw ProtocolError("the first message has not come");

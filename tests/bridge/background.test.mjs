@@ -13,6 +13,8 @@ async function start({ sites, off, installed = "admin" } = {}) {
     runtime: { onConnect: connect, onMessage: signal(), connectNative: name => background.hosts[background.hosts.push(port(name)) - 1] },
     storage: { managed: { get: async () => ({ sites }) }, local: { get: async () => ({ off }) } },
     management: { getSelf: async () => ({ installType: installed }) },
+    tabs: {},
+    windows: { onFocusChanged: signal() },
     webRequest: { onBeforeRequest: held },
     declarativeNetRequest: {
       updateEnabledRulesets: async () => {},
@@ -22,7 +24,7 @@ async function start({ sites, off, installed = "admin" } = {}) {
       }
     }
   };
-  load("background.js", { chrome: api, URL, setTimeout: run => timers.push(run) });
+  load("places.js background.js", { chrome: api, URL, setTimeout: run => timers.push(run) });
   background.open = name => {
     const opened = port(name, { origin: "https://a.example", url: "https://a.example/p" });
     connect.fire(opened);
