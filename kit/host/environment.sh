@@ -31,6 +31,15 @@ ksv_make_wine_environment() {
   done
 }
 
+# Lets browsers of today start HOST, the Windows program of the bridge, in the surroundings made last.
+# Usage: ksv_make_wine_bridge HOST
+ksv_make_wine_bridge() {
+  export KSV_BRIDGE_HOST=$ksv_folder/host
+  rm -f "$ksv_folder/layout"
+  printf '#!/bin/bash\nexec%s "$@" 2>>%q\n' "$(printf ' %q' "${ksv_wine[@]}" "$1")" "$ksv_folder/host.err" >"$KSV_BRIDGE_HOST"
+  chmod +x "$KSV_BRIDGE_HOST"
+}
+
 # Prints where the middle of a key is in the window. Usage: ksv_key LABEL
 ksv_key() {
   awk -v label="$1" '$1 == label {printf "%d %d\n", $2 + $4 / 2, $3 + $5 / 2; found = 1} END {exit !found}' "$ksv_folder/layout"
