@@ -330,6 +330,7 @@ inline constexpr int HC_NOREMOVE = 3;
 
 inline constexpr UINT WM_CLOSE = 0x0010;
 inline constexpr UINT WM_MOUSEACTIVATE = 0x0021;
+inline constexpr UINT WM_NCACTIVATE = 0x0086;
 inline constexpr UINT WM_NCLBUTTONDOWN = 0x00A1;
 inline constexpr LRESULT MA_NOACTIVATE = 3;
 inline constexpr UINT SWP_NOACTIVATE = 0x0010;

@@ -99,9 +99,9 @@ function launchChromium(profile, managed, visible) {
   installHost(profile, "chromium", join(profile, "NativeMessagingHosts"));
   return puppeteer.launch({
     executablePath: "/usr/bin/chromium", headless: !visible, userDataDir: profile, ...viewport(visible),
-    args: ["--no-sandbox", ...(managed ? [] : [`--load-extension=${made}/chromium`])],
-    // Puppeteer's own defaults would keep extensions and their policies out.
-    ignoreDefaultArgs: ["--disable-extensions", "--disable-background-networking", "--disable-component-update",
+    args: ["--no-sandbox", ...(visible ? ["--test-type"] : []), ...(managed ? [] : [`--load-extension=${made}/chromium`])],
+    // Puppeteer's own defaults would keep extensions and their policies out, and put a bar over pages.
+    ignoreDefaultArgs: ["--enable-automation", "--disable-extensions", "--disable-background-networking", "--disable-component-update",
       "--disable-component-extensions-with-background-pages"]
   });
 }

@@ -22,6 +22,8 @@ LRESULT CALLBACK WatchClicks(int code, WPARAM message, LPARAM lParam) {
 
 LRESULT CALLBACK ProcessMessage(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
   if (message == WM_MOUSEACTIVATE) return MA_NOACTIVATE;
+  // It is never the active one, but whose it is must be as easy to read.
+  if (message == WM_NCACTIVATE) wParam = TRUE;
   // It ends with its instance alone: the module uses it until then. And while a user moved it, no request would be
   // answered.
   if (message == WM_CLOSE || message == WM_NCLBUTTONDOWN) return 0;
@@ -68,6 +70,7 @@ DisplayWindow::DisplayWindow(const std::string& attestedOrigin, int width, int h
       window(platform::MakeWindow(ProcessMessage, {0, 0}, width, height, platform::Frame::Caption)),
       clickHook(SetWindowsHookExA(WH_MOUSE, WatchClicks, nullptr, GetCurrentThreadId())) {
   if (!window || !clickHook) throw std::runtime_error("The system has no window for the plug-in.");
+  SendMessageA(window.Get(), WM_NCACTIVATE, TRUE, 0);
 }
 
 void DisplayWindow::MoveTo(const Place& to) {
