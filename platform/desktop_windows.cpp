@@ -39,6 +39,23 @@ LONG CALLBACK TakeDebugText(EXCEPTION_POINTERS* exception) {
   return EXCEPTION_CONTINUE_EXECUTION;
 }
 
+// The procedure of a window with a caption, before its own.
+LRESULT CALLBACK RunCaptioned(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+  switch (message) {
+    case WM_MOUSEACTIVATE:
+      return MA_NOACTIVATE;
+    case WM_NCLBUTTONDOWN:  // The system would take all messages until the user has moved it.
+      return 0;
+    case WM_NCACTIVATE:  // It is never the active window, but its caption must be as easy to read.
+      wParam = TRUE;
+      break;
+    default:
+      break;
+  }
+  const auto own = reinterpret_cast<WNDPROC>(GetWindowLongPtrA(window, GWLP_USERDATA));
+  return (own ? own : DefWindowProcA)(window, message, wParam, lParam);
+}
+
 }  // namespace
 
 HWND MakeWindow(WNDPROC procedure, POINT clientOrigin, int width, int height, Frame frame) {
@@ -56,8 +73,11 @@ HWND MakeWindow(WNDPROC procedure, POINT clientOrigin, int width, int height, Fr
   const HWND window =
       CreateWindowExA(more, kWindowClass, "", style, outside.left, outside.top, outside.right - outside.left,
                       outside.bottom - outside.top, nullptr, nullptr, description.hInstance, nullptr);
+  if (!window) return nullptr;
   // The class is that of all windows made here, whatever their procedures.
-  if (window) SetWindowLongPtrA(window, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(procedure));
+  SetWindowLongPtrA(window, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(hasCaption ? RunCaptioned : procedure));
+  SetWindowLongPtrA(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(procedure));
+  if (hasCaption) SendMessageA(window, WM_NCACTIVATE, TRUE, 0);
   return window;
 }
 
@@ -73,7 +93,8 @@ void MakeMouseInput(HWND window, UINT message, POINT client) {
 }
 
 LRESULT CALLBACK DefaultProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
-  return DefWindowProcA(window, message, wParam, lParam);
+  const auto byDefault = IsWindowUnicode(window) ? DefWindowProcW : DefWindowProcA;
+  return byDefault(window, message, wParam, lParam);
 }
 
 bool WaitForQueuedMessage(DWORD milliseconds) {

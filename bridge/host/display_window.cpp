@@ -20,14 +20,9 @@ LRESULT CALLBACK WatchClicks(int code, WPARAM message, LPARAM lParam) {
   return CallNextHookEx(nullptr, code, message, lParam);
 }
 
+// The window ends with its instance alone: the module uses it until then.
 LRESULT CALLBACK ProcessMessage(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
-  if (message == WM_MOUSEACTIVATE) return MA_NOACTIVATE;
-  // It is never the active one, but whose it is must be as easy to read.
-  if (message == WM_NCACTIVATE) wParam = TRUE;
-  // It ends with its instance alone: the module uses it until then. And while a user moved it, no request would be
-  // answered.
-  if (message == WM_CLOSE || message == WM_NCLBUTTONDOWN) return 0;
-  return platform::DefaultProcedure(window, message, wParam, lParam);
+  return message == WM_CLOSE ? 0 : platform::DefaultProcedure(window, message, wParam, lParam);
 }
 
 // What the frame adds on each side of the client area.
@@ -47,10 +42,11 @@ LONG Fit(LONG wanted, LONG length, LONG least, LONG end) {
   return std::max(least, std::min(wanted, end - length));
 }
 
-// A text that a caption has no room for loses its end there. But the end of an origin tells whose it is, so its
-// beginning is left out. No letter is wider than half of what the caption is high.
-std::basic_string<WCHAR> CaptionOf(const std::string& origin, LONG width, LONG height) {
-  constexpr LONG kUsualHeight = 24;
+}  // namespace
+
+// No letter is wider than half of what the caption is high.
+std::basic_string<WCHAR> CaptionOf(const std::string& origin, int width, int height) {
+  constexpr int kUsualHeight = 24;
   const auto room = static_cast<size_t>(2 * width / (height > 0 ? height : kUsualHeight));
   if (origin.empty() || origin == "null") return KSV_WIDE("no address");
   std::basic_string<WCHAR> caption;
@@ -63,14 +59,11 @@ std::basic_string<WCHAR> CaptionOf(const std::string& origin, LONG width, LONG h
   return caption;
 }
 
-}  // namespace
-
 DisplayWindow::DisplayWindow(const std::string& attestedOrigin, int width, int height)
     : origin(attestedOrigin),
       window(platform::MakeWindow(ProcessMessage, {0, 0}, width, height, platform::Frame::Caption)),
       clickHook(SetWindowsHookExA(WH_MOUSE, WatchClicks, nullptr, GetCurrentThreadId())) {
   if (!window || !clickHook) throw std::runtime_error("The system has no window for the plug-in.");
-  SendMessageA(window.Get(), WM_NCACTIVATE, TRUE, 0);
 }
 
 void DisplayWindow::MoveTo(const Place& to) {
@@ -92,7 +85,7 @@ void DisplayWindow::Update() {
   const LONG height = std::min(element.bottom - element.top + frame.top + frame.bottom, within.bottom - within.top);
   const LONG left = Fit(element.left - frame.left, width, within.left, within.right);
   const LONG top = Fit(element.top - frame.top, height, within.top, within.bottom);
-  SetWindowTextW(window.Get(), CaptionOf(origin, width, frame.top).c_str());
+  SetWindowTextW(window.Get(), CaptionOf(origin, static_cast<int>(width), static_cast<int>(frame.top)).c_str());
   const UINT visibility = hasImage && place->isShown ? SWP_SHOWWINDOW : SWP_HIDEWINDOW;
   SetWindowPos(window.Get(), HWND_TOPMOST, left, top, width, height, SWP_NOACTIVATE | visibility);
 }

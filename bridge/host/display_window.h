@@ -17,6 +17,10 @@ struct Place {
   bool isShown = false;
 };
 
+/// What the caption of a page's window says that is so wide, and whose caption is so high (0: as usual). A caption cuts
+/// a text that it has no room for at its end; but the end of an origin tells whose it is, so its beginning is left out.
+std::basic_string<WCHAR> CaptionOf(const std::string& origin, int width, int height);
+
 /// The window of an instance of the plug-in's, above the browser, with the page's origin in its caption. It is shown
 /// while an image stands in it and the element can be seen, and never takes the keyboard from the browser. Belongs to
 /// the thread that makes it.

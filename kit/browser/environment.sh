@@ -6,7 +6,7 @@ ksv_environment_folder=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd -P)
 
 # Makes the surroundings in FOLDER, which is made too, and exports what points there. AGENT is the folder that holds the
 # agent library. What an earlier run left in FOLDER stays.
-# Leaves in ksv_storage where the browser is to keep what pages put into localStorage.
+# Leaves in ksv_folder the folder, and in ksv_storage where the browser is to keep what pages put into localStorage.
 # Usage: ksv_make_environment FOLDER AGENT [LOG_LEVEL]
 ksv_make_environment() {
   local folder agent=$2 level=${3:-0}
@@ -17,8 +17,8 @@ ksv_make_environment() {
   # The plug-in's paths have backslashes on every system.
   export AppData="${folder//\//\\}\\AppData\\Roaming"
   ksv_base=$folder/AppData/LocalLow/Norvo/webapi
-  # shellcheck disable=SC2034 # the callers read it
-  ksv_storage=$folder/storage
+  # shellcheck disable=SC2034 # the callers read both
+  ksv_folder=$folder ksv_storage=$folder/storage
   mkdir -p "$ksv_base"
   ksv_fit_folder "$agent"
   jq -n --arg folder "$ksv_fitting\\" --argjson level "$level" \

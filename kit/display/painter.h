@@ -2,12 +2,22 @@
 
 #include "kit/display/raster.h"
 #include "kit/display/texts.h"
+#include "platform/win32.h"
 
-/// The parts of painting that differ between the systems; one source file each.
 namespace KsvDisplay::Painter {
 
-/// Whether there is a window with this handle; true on systems without windows.
 bool WindowExists(uint32_t window) noexcept;
+
+/// Paints the picture in the window's client area. Throws kWindowGone and kPaintingFailed.
+void Show(uint32_t window, Point at, const Picture& picture);
+
+/// Marks an area for repainting by the window's owner, because no image is there any more. Calls nothing.
+void Invalidate(uint32_t window, const Rect& area) noexcept;
+
+/// The format of a `Picture`: rows from the top, 32 bits a pixel.
+BITMAPINFO FormatOf(const Picture& picture);
+
+// What differs between the systems, in one source file each:
 
 /// The resolution that the window's thread has to paint for: 96 for a pixel of a page at a ratio of 1.
 int DotsPerInch(uint32_t window) noexcept;
@@ -21,11 +31,7 @@ Language UserLanguage() noexcept;
 /// Draws the labels with a system font. Throws kNoFont and kPaintingFailed.
 void DrawLabels(Picture& picture, const Labels& labels);
 
-/// Paints the picture in the window's client area or, on systems without windows, writes it to the file that
-/// `KSV_DISPLAY_PICTURE` names. Throws kWindowGone and kPaintingFailed.
-void Show(uint32_t window, Point at, const Picture& picture);
-
-/// Marks an area for repainting by the window's owner, because no image is there any more. Calls nothing.
-void Invalidate(uint32_t window, const Rect& area) noexcept;
+/// Has no effect on Windows, where tests read the window; elsewhere writes the file that `KSV_DISPLAY_PICTURE` names.
+void Disclose(const Picture& picture);
 
 }  // namespace KsvDisplay::Painter

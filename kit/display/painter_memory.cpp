@@ -8,7 +8,6 @@
 #include "base/owner.h"
 #include "kit/display/disclosure.h"
 #include "kit/display/painter.h"
-#include "kit/display/window_watch.h"
 #include "kit/shared/system.h"
 #include "kit/shared/utf8.h"
 
@@ -81,10 +80,6 @@ void DrawLabel(Picture& picture, const FreeType& library, const Label& label) {
 
 }  // namespace
 
-bool WindowExists(uint32_t) noexcept {
-  return true;
-}
-
 int DotsPerInch(uint32_t) noexcept {
   return kUsualDotsPerInch;
 }
@@ -111,7 +106,7 @@ void DrawLabels(Picture& picture, const Labels& labels) {
   for (const Label& label : labels) DrawLabel(picture, library, label);
 }
 
-void Show(uint32_t, Point, const Picture& picture) {
+void Disclose(const Picture& picture) {
   const std::filesystem::path file = Disclosure::PictureFile();
   if (file.empty()) return;
   SecretBytes rgb;
@@ -132,8 +127,4 @@ void Show(uint32_t, Point, const Picture& picture) {
   System::WritePrivateFile(file, png, System::IfPresent::kReplace);
 }
 
-void Invalidate(uint32_t, const Rect&) noexcept {}
-
 }  // namespace KsvDisplay::Painter
-
-KsvDisplay::WindowWatch::WindowWatch(uint32_t, const WindowListener&) {}

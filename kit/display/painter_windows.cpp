@@ -1,34 +1,16 @@
-#include <windows.h>
-
 #include "base/owner.h"
 #include "base/scope_exit.h"
 #include "kit/display/painter.h"
+#include "kit/display/window_handle.h"
 #include "kit/shared/utf8.h"
 
 namespace KsvDisplay::Painter {
 namespace {
 
-HWND Handle(uint32_t window) noexcept {
-  // Window handles have 32 significant bits, sign-extended on 64-bit Windows.
-  return reinterpret_cast<HWND>(static_cast<intptr_t>(static_cast<int32_t>(window)));
-}
-
 using NorvoWebAPI::Owner;
 using NorvoWebAPI::ScopeExit;
 using MemoryDc = Owner<HDC, DeleteDC>;
 using GdiObject = Owner<HGDIOBJ, DeleteObject>;
-
-/// The format of a `Picture`: rows from the top, 32 bits a pixel.
-BITMAPINFO FormatOf(const Picture& picture) {
-  BITMAPINFO format{};
-  format.bmiHeader.biSize = sizeof(format.bmiHeader);
-  format.bmiHeader.biWidth = picture.width;
-  format.bmiHeader.biHeight = -picture.height;
-  format.bmiHeader.biPlanes = 1;
-  format.bmiHeader.biBitCount = 32;
-  format.bmiHeader.biCompression = BI_RGB;
-  return format;
-}
 
 GdiObject MakeFont(int height, bool bold) {
   LOGFONTW wanted{};
@@ -56,18 +38,14 @@ void DrawLabel(HDC dc, const Label& label) {
 
 }  // namespace
 
-bool WindowExists(uint32_t window) noexcept {
-  return IsWindow(Handle(window)) != 0;
-}
-
 int DotsPerInch(uint32_t window) noexcept {
   using Ask = UINT(WINAPI*)(HWND);
   // Windows 7 and 8 lack it.
   const HMODULE user = GetModuleHandleW(L"user32.dll");
   const auto ask = reinterpret_cast<Ask>(reinterpret_cast<void*>(GetProcAddress(user, "GetDpiForWindow")));
-  if (ask != nullptr) return std::max(static_cast<int>(ask(Handle(window))), kUsualDotsPerInch);
-  const HDC dc = GetDC(Handle(window));
-  const ScopeExit release([=] { ReleaseDC(Handle(window), dc); });
+  if (ask != nullptr) return std::max(static_cast<int>(ask(HandleOf(window))), kUsualDotsPerInch);
+  const HDC dc = GetDC(HandleOf(window));
+  const ScopeExit release([=] { ReleaseDC(HandleOf(window), dc); });
   return std::max(GetDeviceCaps(dc, LOGPIXELSX), kUsualDotsPerInch);
 }
 
@@ -122,25 +100,6 @@ void DrawLabels(Picture& picture, const Labels& labels) {
   Wipe(bits, picture.pixels.size() * sizeof(Colour));
 }
 
-void Show(uint32_t window, Point at, const Picture& picture) {
-  Require(WindowExists(window), Status::kWindowGone);
-  const HDC dc = GetDC(Handle(window));
-  Require(dc != nullptr, Status::kPaintingFailed);
-  const ScopeExit release([=] { ReleaseDC(Handle(window), dc); });
-  const BITMAPINFO format = FormatOf(picture);
-  const auto width = static_cast<DWORD>(picture.width);
-  const auto height = static_cast<DWORD>(picture.height);
-  Require(SetDIBitsToDevice(dc, at.x, at.y, width, height, 0, 0, 0, height, picture.pixels.data(), &format,
-                            DIB_RGB_COLORS) != 0,
-          Status::kPaintingFailed);
-  // Else the window's own procedure, which may be about to take WM_PAINT, would erase it.
-  const RECT painted{at.x, at.y, at.x + picture.width, at.y + picture.height};
-  ValidateRect(Handle(window), &painted);
-}
-
-void Invalidate(uint32_t window, const Rect& area) noexcept {
-  const RECT uncovered{area.x, area.y, area.right(), area.bottom()};
-  InvalidateRect(Handle(window), &uncovered, TRUE);
-}
+void Disclose(const Picture& /*picture*/) {}
 
 }  // namespace KsvDisplay::Painter

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "base/scope_exit.h"
+#include "kit/display/window_handle.h"
 
 namespace KsvDisplay::UserInput {
 namespace {
@@ -16,11 +17,6 @@ struct Delivery {
 
 /// The innermost of the calling thread: a page's function may run a message loop of its own.
 thread_local Delivery* current = nullptr;
-
-HWND Handle(uint32_t window) noexcept {
-  // Window handles have 32 significant bits, sign-extended on 64-bit Windows.
-  return reinterpret_cast<HWND>(static_cast<intptr_t>(static_cast<int32_t>(window)));
-}
 
 /// The system calls this for input alone, not for messages that somebody posts. Hooks of the thread run before those
 /// for all threads; so the host's hook, and with it the page's function, runs within the call of the next one.
@@ -36,15 +32,15 @@ LRESULT CALLBACK WatchMouse(int code, WPARAM message, LPARAM lParam) {
 }  // namespace
 
 Watch::Watch(uint32_t window) noexcept {
-  const DWORD thread = GetWindowThreadProcessId(Handle(window), nullptr);
+  const DWORD thread = GetWindowThreadProcessId(HandleOf(window), nullptr);
   if (thread != 0) *hook_.Put() = SetWindowsHookExA(WH_MOUSE, WatchMouse, nullptr, thread);
 }
 
 void RequireVisible(uint32_t window, const Rect& area) {
   // From the cache: a context of the window's own could have other limits, and would keep those that are set here.
-  const HDC context = GetDCEx(Handle(window), nullptr, DCX_CACHE | DCX_CLIPSIBLINGS | DCX_CLIPCHILDREN);
+  const HDC context = GetDCEx(HandleOf(window), nullptr, DCX_CACHE | DCX_CLIPSIBLINGS | DCX_CLIPCHILDREN);
   Require(context != nullptr, Status::kImageNotVisible);
-  const NorvoWebAPI::ScopeExit release([=] { ReleaseDC(Handle(window), context); });
+  const NorvoWebAPI::ScopeExit release([=] { ReleaseDC(HandleOf(window), context); });
   IntersectClipRect(context, area.x, area.y, area.right(), area.bottom());
   RECT visible{};
   Require(GetClipBox(context, &visible) == SIMPLEREGION && visible.left == area.x && visible.top == area.y &&
@@ -54,10 +50,10 @@ void RequireVisible(uint32_t window, const Rect& area) {
 
 void Take(uint32_t window, Button button, Point at) {
   const WPARAM message = button == Button::kPressed ? WM_LBUTTONDOWN : WM_LBUTTONUP;
-  Require(current != nullptr && !current->taken && current->window == Handle(window) && current->message == message,
+  Require(current != nullptr && !current->taken && current->window == HandleOf(window) && current->message == message,
           Status::kNoUserInput);
   POINT client = current->at;
-  Require(ScreenToClient(Handle(window), &client) != FALSE && client.x == at.x && client.y == at.y,
+  Require(ScreenToClient(HandleOf(window), &client) != FALSE && client.x == at.x && client.y == at.y,
           Status::kNoUserInput);
   current->taken = true;
 }

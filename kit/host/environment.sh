@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# The surroundings in which ksv-host.exe opens a page under Wine, and a hand on the mouse for it.
+# The surroundings in which ksv-host opens a page, on this system and under Wine, and a hand on the mouse for it.
 # Source it after `set -euo pipefail`.
 # shellcheck source=../../scripts/lib.sh
 source "$(dirname "${BASH_SOURCE[0]}")/../../scripts/lib.sh"
@@ -31,12 +31,28 @@ ksv_make_wine_environment() {
   done
 }
 
-# Lets browsers of today start HOST, the Windows program of the bridge, in the surroundings made last.
-# Usage: ksv_make_wine_bridge HOST
-ksv_make_wine_bridge() {
-  export KSV_BRIDGE_HOST=$ksv_folder/host
+# Makes the surroundings of a built system, native, windows64 or windows32, in FOLDER. The display is the one for tests: it
+# tells where the digits are, which a user sees. Wants the screen of ksv_start_screen.
+# Leaves in ksv_host, ksv_bridge and ksv_unsealer what runs the programs there. Usage: ksv_make_host_environment SYSTEM FOLDER
+ksv_make_host_environment() {
+  local build=$root/build/$1 runner=() suffix=""
+  if [[ "$1" == native ]]; then
+    ksv_make_environment "$2" "$build/kit-for-tests"
+  else
+    ksv_make_wine_environment "${1#windows}" "$2" "$build/kit-for-tests"
+    runner=("${ksv_wine[@]}") suffix=.exe
+  fi
+  ksv_host=("${runner[@]}" "$build/kit/ksv-host$suffix")
+  ksv_bridge=("${runner[@]}" "$build/bridge/ksv-bridge$suffix")
+  # shellcheck disable=SC2034 # the callers read it
+  ksv_unsealer=("${runner[@]}" "$build/kit/ksv-unseal$suffix")
+}
+
+# Lets browsers of today start the bridge's host of ksv_make_host_environment. What it complains of is in display.err.
+ksv_choose_bridge() {
+  export KSV_BRIDGE_HOST=$ksv_folder/bridge-host
   rm -f "$ksv_folder/layout"
-  printf '#!/bin/bash\nexec%s "$@" 2>>%q\n' "$(printf ' %q' "${ksv_wine[@]}" "$1")" "$ksv_folder/host.err" >"$KSV_BRIDGE_HOST"
+  printf '#!/bin/bash\nexec%s "$@" 2>>%q\n' "$(printf ' %q' "${ksv_bridge[@]}")" "$ksv_folder/display.err" >"$KSV_BRIDGE_HOST"
   chmod +x "$KSV_BRIDGE_HOST"
 }
 
@@ -66,24 +82,23 @@ ksv_save_picture() {
 # A challenge for one input, in ksv_challenge.
 ksv_make_challenge() { ksv_challenge=$(mcookie); }
 
-# Shows the display page in a Windows host and enters four digits by the mouse, as a user does, one as soon as the page
-# has told of the one before: then the keys have their new order. Prints the transcript, and saves a picture, if one is
-# asked for, when half of them are entered. The folder of the libraries must hold the display that tests use, which tells
-# where the digits are. Usage: ksv_enter_pin HOST DIGITS [PICTURE]
+# Shows the display page in the host of ksv_make_host_environment and enters four digits by the mouse, as a user does, one
+# as soon as the page has told of the one before: then the keys have their new order. Prints the transcript, and saves a
+# picture, if one is asked for, when half of them are entered. Usage: ksv_enter_pin DIGITS [PICTURE]
 ksv_enter_pin() {
   local line pid status=0
   rm -f "$ksv_folder/lines"
   mkfifo "$ksv_folder/lines"
-  "${ksv_wine[@]}" "$1" --size 320x420 --timeout 60 --address "file:///display.html#$ksv_challenge" "$root/kit/pages/display.html" >"$ksv_folder/lines" 2>"$ksv_folder/display.err" &
+  "${ksv_host[@]}" --size 320x420 --timeout 60 --address "file:///display.html#$ksv_challenge" "$root/kit/pages/display.html" >"$ksv_folder/lines" 2>"$ksv_folder/display.err" &
   pid=$!
   while read -r line; do
     line=${line%$'\r'}
     echo "$line"
     case "$line" in
-      ready*) ksv_click_digit "${2:0:1}" >&2 ;;
+      ready*) ksv_click_digit "${1:0:1}" >&2 ;;
       [123]" of "*)
-        [[ -z "${3:-}" || "$line" != 2* ]] || ksv_save_picture "$3"
-        ksv_click_digit "${2:${line:0:1}:1}" >&2
+        [[ -z "${2:-}" || "$line" != 2* ]] || ksv_save_picture "$2"
+        ksv_click_digit "${1:${line:0:1}:1}" >&2
         ;;
     esac
   done <"$ksv_folder/lines" | tee "$ksv_folder/display.txt"

@@ -1,42 +1,28 @@
 #include <stdexcept>
 
+#include "kit/host/complain.h"
 #include "kit/host/page_window.h"
 #include "platform/desktop.h"
+#include "platform/desktop_system.h"
 
 namespace Kit {
 
-// The platform layer's windows get messages and clicks, but are not visible.
-struct PageWindow::State {
-  State(int width, int height) : window({0, 0}, width, height) {}
-  platform::TestWindow window;
-};
-
 const bool PageWindow::kHasPicture = false;
 
-PageWindow::PageWindow(const std::string& /*title*/, int width, int height)
-    : state(std::make_unique<State>(width, height)) {}
-
-PageWindow::~PageWindow() = default;
-
-HWND PageWindow::Handle() const {
-  return state->window.handle();
+HWND PageWindow::Make(WNDPROC procedure, int width, int height) {
+  return platform::MakeWindow(procedure, {120, 90}, width, height);
 }
 
-std::optional<POINT> PageWindow::Origin() const {
-  return {};
-}
-
-bool PageWindow::IsOpen() const {
-  return true;
-}
-
-void PageWindow::Click(int x, int y) {
-  state->window.PressLeft(x, y);
-  state->window.ReleaseLeft(x, y);
+void PageWindow::AwaitDisplay() const {
+  if (!IsWindowVisible(window)) {
+    Complain("The window can't be seen: no X display answers. DISPLAY has to name one.");
+  } else if (!platform::PumpUntil([this] { return state->isPainted; })) {
+    Complain("The window is not on the display yet, after 10 s.");
+  }
 }
 
 void PageWindow::SavePicture(const std::filesystem::path& /*path*/) const {
-  throw std::runtime_error("Windows of this system have no picture.");
+  throw std::runtime_error("No picture can be taken of a window of this system.");
 }
 
 }  // namespace Kit

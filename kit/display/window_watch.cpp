@@ -1,10 +1,11 @@
-#include <windows.h>
+#include "kit/display/window_watch.h"
 
 #include <map>
 #include <mutex>
 
 #include "base/never_destroyed.h"
-#include "kit/display/window_watch.h"
+#include "kit/display/window_handle.h"
+#include "kit/shared/system.h"
 
 namespace KsvDisplay {
 namespace {
@@ -101,11 +102,9 @@ class ThreadHook {
     return hook;
   }
 
-  explicit ThreadHook(DWORD thread) : hook_(SetWindowsHookExW(WH_GETMESSAGE, WatchMessages, nullptr, thread)) {
+  explicit ThreadHook(DWORD thread) : hook_(SetWindowsHookExA(WH_GETMESSAGE, WatchMessages, nullptr, thread)) {
     // A host's hook that unloads this library may run within ours.
-    HMODULE self = nullptr;
-    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_PIN,
-                       reinterpret_cast<LPCWSTR>(&WatchMessages), &self);
+    static NorvoWebAPI::NeverDestroyed<System::ModulePin> pin;
   }
   ~ThreadHook() {
     if (hook_ != nullptr) UnhookWindowsHookEx(hook_);
@@ -140,7 +139,6 @@ class Registration {
 }  // namespace
 
 WindowWatch::WindowWatch(uint32_t window, const WindowListener& listener)
-    : held_(std::make_shared<Registration>(reinterpret_cast<HWND>(static_cast<intptr_t>(static_cast<int32_t>(window))),
-                                           listener)) {}
+    : held_(std::make_shared<Registration>(HandleOf(window), listener)) {}
 
 }  // namespace KsvDisplay
