@@ -8,6 +8,7 @@
 #include "platform/desktop.h"
 #include "tests/support/bridge_talk.h"
 #include "tests/support/environment.h"
+#include "tests/support/quiet_screen.h"
 
 using namespace support;
 using nlohmann::json;
@@ -106,6 +107,7 @@ class BridgeDisplayTest : public testing::Test {
     return {{"run", function}, {"awaited", function}, {"arguments", json::array({position})}};
   }
 
+  QuietScreen screen;
   Environment environment;
   DisplayStub display{environment};
   HWND window = nullptr;

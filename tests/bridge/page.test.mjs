@@ -20,6 +20,8 @@ function makePage(type) {
   const page = {
     element: new HTMLObjectElement(), navigator: new Navigator(), asked: [], value: "null", event: message => tell("ksv-event", JSON.stringify(message))
   };
+  page.notes = [];
+  globals.performance.addEventListener("ksv-note", ({ detail }) => page.notes.push(detail));
   globals.performance.addEventListener("ksv-request", ({ detail }) => {
     page.asked.push(JSON.parse(detail));
     tell("ksv-answer", `{"n":1,"value":${page.value}}`);
@@ -67,4 +69,12 @@ test("a function is held until each message that named it is counted off", () =>
     page.event({ run: 1, arguments: ["x", 2] });
   }
   assert.deepEqual(seen, [2]);
+});
+
+test("the host is told when a function that it waits for has run, unless it is another host by then", () => {
+  const page = makePage(types[0]);
+  const acts = [() => {}, () => { throw new Error("thrown"); }, () => page.event({ gone: "" })];
+  for (const act of acts) page.element.setMouseDownCallback(act);
+  for (const run of [1, 2, 3]) page.event({ run, arguments: [], awaited: run });
+  assert.deepEqual(page.notes, ['{"ran":1}', '{"ran":2}']);
 });
