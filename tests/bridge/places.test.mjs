@@ -31,6 +31,7 @@ test("a window stands over its element, by the best that tells, and in the middl
   const zoomed = start();
   zoomed.zoom = 2;  // On a screen with a ratio of 1.5.
   assert.deepEqual((await zoomed.tell({ ratio: 3 })).place, [165, 180, 960, 1050]);
+  assert.deepEqual((await zoomed.tell({ ratio: 3, box: [30, 60, 100, 50], pointer: [100, 300, 50, 10] })).place, [165, 630, 300, 150]);
 });
 
 test("no window leaves what the browser shows of pages, whatever is told", async () => {
