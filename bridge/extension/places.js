@@ -99,7 +99,12 @@ class Places {
 const updateAll = () => allPlaces.forEach(places => places.update());
 
 for (const event of [api.tabs.onActivated, api.tabs.onAttached, api.tabs.onZoomChange, api.windows.onBoundsChanged]) event?.addListener(updateAll);
+
+// On Linux a click gives a host's window the keyboard, and the browser tells only that it has lost it.
+let isLostByClicks = false;
+api.runtime.getPlatformInfo().then(({ os }) => { isLostByClicks = os === "linux"; });
+
 api.windows.onFocusChanged.addListener(window => {
-  focusedWindow = window;
+  focusedWindow = window === api.windows.WINDOW_ID_NONE && isLostByClicks ? undefined : window;
   updateAll();
 });

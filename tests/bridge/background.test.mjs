@@ -10,7 +10,7 @@ async function start({ sites, off, installed = "admin" } = {}) {
   const [timers, connect, held] = [[], signal(), signal()];
   const background = { hosts: [], rules: [{ id: 7 }], pass: () => timers.forEach(run => run()) };
   const api = {
-    runtime: { onConnect: connect, onMessage: signal(), connectNative: name => background.hosts[background.hosts.push(port(name)) - 1] },
+    runtime: { getPlatformInfo: async () => ({}), onConnect: connect, onMessage: signal(), connectNative: name => background.hosts[background.hosts.push(port(name)) - 1] },
     storage: { managed: { get: async () => ({ sites }) }, local: { get: async () => ({ off }) } },
     management: { getSelf: async () => ({ installType: installed }) },
     tabs: {},
