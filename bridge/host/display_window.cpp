@@ -59,11 +59,22 @@ std::basic_string<WCHAR> CaptionOf(const std::string& origin, int width, int hei
   return caption;
 }
 
+// One for all windows of the thread, because hooks are nested.
+std::shared_ptr<const DisplayWindow::ClickHook> DisplayWindow::ShareClickHook() {
+  thread_local std::weak_ptr<const ClickHook> shared;
+  std::shared_ptr<const ClickHook> hook = shared.lock();
+  if (!hook) {
+    hook = std::make_shared<const ClickHook>(SetWindowsHookExA(WH_MOUSE, WatchClicks, nullptr, GetCurrentThreadId()));
+    shared = hook;
+  }
+  return hook;
+}
+
 DisplayWindow::DisplayWindow(const std::string& attestedOrigin, int width, int height)
     : origin(attestedOrigin),
       window(platform::MakeWindow(ProcessMessage, {0, 0}, width, height, platform::Frame::Caption)),
-      clickHook(SetWindowsHookExA(WH_MOUSE, WatchClicks, nullptr, GetCurrentThreadId())) {
-  if (!window || !clickHook) throw std::runtime_error("The system has no window for the plug-in.");
+      clickHook(ShareClickHook()) {
+  if (!window || !*clickHook) throw std::runtime_error("The system has no window for the plug-in.");
 }
 
 void DisplayWindow::MoveTo(const Place& to) {

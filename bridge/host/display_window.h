@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -40,11 +41,14 @@ class DisplayWindow {
   static bool IsInClick();
 
  private:
+  using ClickHook = NorvoWebAPI::Owner<HHOOK, UnhookWindowsHookEx>;
+
+  static std::shared_ptr<const ClickHook> ShareClickHook();
   void Update();
 
   const std::string origin;
   NorvoWebAPI::Owner<HWND, DestroyWindow> window;
-  NorvoWebAPI::Owner<HHOOK, UnhookWindowsHookEx> clickHook;
+  std::shared_ptr<const ClickHook> clickHook;
   std::optional<Place> place;
   bool hasImage = false;
 };
