@@ -132,8 +132,7 @@ json Document::Use(NpHost::Instance& instance, const Request& request) {
   return Value(std::move(value));
 }
 
-// Whether an image stands in the window is told by what calls give. (The module's other way to end one, a display that
-// another instance's context takes over, can't be seen here: the windows are the instances' own.)
+// Whether an image stands in the window is known only from what calls give.
 void Document::FollowImage(const std::string& method, uint32_t instance, const json& result) {
   static const std::map<std::string, bool, std::less<>> images = {
       {"wysCreateStdImage", true}, {"wysSubmitFrame", true}, {"wysProcessRemoteWysMessage", true},
