@@ -2,13 +2,8 @@
 
 #include "platform/message_state.h"
 
+using platform::CopyWindow;
 using platform::Fail;
-using platform::FindShown;
-using platform::FindWindowEntry;
-using platform::Messages;
-using platform::MessageState;
-using platform::ShownWindow;
-using platform::Window;
 
 namespace {
 
@@ -34,15 +29,6 @@ int ComplexityOf(const Context& context) {
   return context.isCovered ? COMPLEXREGION : SIMPLEREGION;
 }
 
-// A copy of the window's entry, with the screen that it is on. Nothing for a window that is not there.
-std::optional<std::pair<Window, ShownWindow>> CopyEntry(HWND window) {
-  MessageState& state = Messages();
-  const std::lock_guard lock(state.mutex);
-  const Window* entry = FindWindowEntry(state, window);
-  if (!entry) return Fail(ERROR_INVALID_WINDOW_HANDLE, std::nullopt);
-  return std::pair(*entry, FindShown(state, *entry));
-}
-
 }  // namespace
 
 HDC GetDC(HWND window) {
@@ -51,7 +37,7 @@ HDC GetDC(HWND window) {
 
 HDC GetDCEx(HWND window, HRGN region, DWORD) {
   if (region) return Fail<HDC>(ERROR_CALL_NOT_IMPLEMENTED, nullptr);
-  const auto found = CopyEntry(window);
+  const auto found = CopyWindow(window);
   if (!found) return nullptr;
   const auto& [entry, shown] = *found;
   const auto& [origin, size] = entry.place;
@@ -92,7 +78,7 @@ int SetDIBitsToDevice(HDC handle, int x, int y, DWORD width, DWORD height, int f
   if (!isWhole || header.biBitCount != 32 || header.biCompression != BI_RGB || colours != DIB_RGB_COLORS) {
     return Fail(ERROR_CALL_NOT_IMPLEMENTED, 0);
   }
-  const auto found = CopyEntry(context->window);
+  const auto found = CopyWindow(context->window);
   if (!found) return 0;
   const auto& [entry, shown] = *found;
   const platform::Placement area{{x, y}, {static_cast<LONG>(width), static_cast<LONG>(height)}};
@@ -101,7 +87,7 @@ int SetDIBitsToDevice(HDC handle, int x, int y, DWORD width, DWORD height, int f
 }
 
 BOOL InvalidateRect(HWND window, const RECT* area, BOOL) {
-  const auto found = CopyEntry(window);
+  const auto found = CopyWindow(window);
   if (!found) return FALSE;
   const auto& [entry, shown] = *found;
   const RECT whole{0, 0, entry.place.size.x, entry.place.size.y};

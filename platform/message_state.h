@@ -9,6 +9,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "platform/internal.h"
 #include "platform/screen.h"
@@ -88,5 +89,12 @@ struct ShownWindow {
 
 /// Empty for a window that was never shown. The caller holds the lock.
 ShownWindow FindShown(MessageState& state, const Window& entry);
+
+/// A copy of the window's entry, with the screen that it is on. Nothing for a window that is not there.
+using CopiedWindow = std::optional<std::pair<Window, ShownWindow>>;
+// Shared with the program as the published calls are: a module that paints may have that part of the layer for itself.
+#pragma GCC visibility push(default)
+CopiedWindow CopyWindow(HWND window);
+#pragma GCC visibility pop
 
 }  // namespace platform

@@ -170,8 +170,8 @@ HDC GetDC(HWND window);
 HDC GetDCEx(HWND window, HRGN region, DWORD flags);
 int ReleaseDC(HWND window, HDC context);
 int IntersectClipRect(HDC context, int left, int top, int right, int bottom);
-/// What can be seen is the client area as far as it lies on the screen, also of a window that is not shown. It is a
-/// complex region if another window covers some of it, whatever part: the display tells no more.
+/// What can be seen is the client area, of a shown window as far as it lies on the screen. It is a complex region if
+/// another window covers some of it, whatever part: the display tells no more.
 int GetClipBox(HDC context, RECT* box);
 
 /// Whole pictures of 32 bits a pixel with rows from the top. Ignores the clip box. Without effect while the window is

@@ -245,6 +245,12 @@ ShownWindow FindShown(MessageState& state, const Window& entry) {
   return entry.onScreen == 0 ? ShownWindow{} : ShownWindow{state.queues[entry.thread].screen, entry.onScreen};
 }
 
+CopiedWindow CopyWindow(HWND window) {
+  return OnEntry(window, CopiedWindow{}, [](MessageState& state, const Window& entry) {
+    return CopiedWindow(std::pair(entry, FindShown(state, entry)));
+  });
+}
+
 HWND MakeWindow(WNDPROC procedure, POINT clientOrigin, int width, int height, Frame) {
   ArmThreadEnd();
   MessageState& state = Messages();

@@ -92,16 +92,16 @@ class X11Screen final : public Screen {
         visual(visual),
         colours(xcb_generate_id(connection.get())),
         pen(xcb_generate_id(connection.get())),
-        keyboard(connection.get()) {
+        keyboard(connection.get()),
+        hasAtoms(xcb_ewmh_init_atoms_replies(&hints, xcb_ewmh_init_atoms(connection.get(), &hints), nullptr) != 0),
+        protocols(AtomOf("WM_PROTOCOLS")),
+        deleteWindow(AtomOf("WM_DELETE_WINDOW")) {
     xcb_create_colormap(connection.get(), XCB_COLORMAP_ALLOC_NONE, colours, root, visual);
     // A pen is made for drawables of one depth; this one is for those of the windows.
     const xcb_pixmap_t sample = xcb_generate_id(connection.get());
     xcb_create_pixmap(connection.get(), kDepth, sample, root, 1, 1);
     xcb_create_gc(connection.get(), pen, sample, 0, nullptr);
     xcb_free_pixmap(connection.get(), sample);
-    hasAtoms = xcb_ewmh_init_atoms_replies(&hints, xcb_ewmh_init_atoms(connection.get(), &hints), nullptr) != 0;
-    protocols = AtomOf("WM_PROTOCOLS");
-    deleteWindow = AtomOf("WM_DELETE_WINDOW");
   }
   ~X11Screen() override {
     if (hasAtoms) xcb_ewmh_connection_wipe(&hints);
@@ -349,9 +349,9 @@ class X11Screen final : public Screen {
   X11Keyboard keyboard;
   const WakeFile wake;
   xcb_ewmh_connection_t hints{};
-  bool hasAtoms = false;
-  xcb_atom_t protocols = XCB_ATOM_NONE;
-  xcb_atom_t deleteWindow = XCB_ATOM_NONE;
+  const bool hasAtoms;
+  const xcb_atom_t protocols;
+  xcb_atom_t deleteWindow;  // Not constant: XCB takes it as a list of one that it could change.
   // The owning thread's alone, as `Read` is, but for the time, which `Focus` reads.
   std::atomic<xcb_timestamp_t> lastInput = XCB_CURRENT_TIME;
   std::bitset<256> held;

@@ -1,4 +1,4 @@
-# shellcheck shell=bash
+# shellcheck shell=bash disable=SC2154 # tests/host/run sets what is not set here
 # What an X display does to the window of the native page host. tests/host/run sources it and calls test_x11.
 
 # Shows the display page; `await` reads its lines.
@@ -37,8 +37,25 @@ uncover() {
   while xdotool search --name '^waits.js$' >/dev/null 2>&1; do sleep 0.1; done
 }
 
+# Runs the host on a screen of its own, which ends. Gives the host's status.
+lose_display() (
+  rm -f "$work/lines"
+  mkfifo "$work/lines"
+  ksv_start_screen
+  "${command[@]}" --timeout 60 "$work/waits.js" >"$work/lines" 2>"$work/err" &
+  read -r -t 20 <"$work/lines"
+  kill "$ksv_screen"
+  rm -rf "$ksv_screen_folder"
+  wait $!
+)
+
+blame_page() {
+  cp "$ksv_folder/display.err" "$work/err"
+  blame "$@"
+}
+
 test_x11() {
-  local name=$1 window x y
+  local name window x y lost=0
   show_page
   await '^ready'
   window=$(xdotool search --onlyvisible --name '^display.html$')
@@ -47,20 +64,22 @@ test_x11() {
   xdotool mousemove --window "$window" "$x" "$y" click --window "$window" 1
   cover
   ksv_click_digit 1
+  name="$1, no click counts that a program sends or where the window is covered"
   if await '^wysMouse' && [[ "$(tail -n 1 "$work/out")" == "wysMouseDown"*"fnRetCode: 225"* ]]; then
-    pass "$name, no click counts on a window that is covered or that a program sends"
+    pass "$name"
   else
-    blame "$name, covered" "the click was taken"
+    blame_page "$name" "the click was taken"
   fi
   uncover
   ksv_click_digit 1
   await '^wysMouseUp.*fnRetCode: 0' || true
   xdotool key 3 5 7
-  if await '^sealed '; then
-    sealed_is "$name, typed on the keyboard" 1357 "$work/out"
-  else
-    blame "$name, typed on the keyboard" "no answer"
-  fi
+  name="$1, digits from the keyboard"
+  if await '^sealed '; then sealed_is "$name" 1357 "$work/out"; else blame_page "$name" "no answer"; fi
   exec 7<&-
   wait "$page" || true
+
+  name="$1, the display ends"
+  lose_display || lost=$?
+  if ((lost == 3)) && grep -q 'window was closed' "$work/err"; then pass "$name"; else blame "$name" "status $lost"; fi
 }
