@@ -19,7 +19,7 @@ class Browser {
     std::string bytes;
     if (!input.OnceIn(16)) Add(bytes, Hello());
     for (int sent = 0; sent < 40 && !input.Done(); ++sent) {
-      json message = input.OnceIn(32) ? AnyValue(0) : Request();
+      json message = input.OnceIn(32) ? AnyValue(0) : input.OnceIn(8) ? Note() : Request();
       if (input.OnceIn(16)) Spoil(message);
       input.OnceIn(16) ? AddPieces(bytes, message) : Add(bytes, message);
       if (input.OnceIn(32)) bytes += input.Text();
@@ -47,6 +47,14 @@ class Browser {
   json Hello() {
     static const char* const origins[] = {"https://page.example", "null", "", "file://"};
     return {{"hello", input.OnceIn(32) ? 2 : 1}, {"origin", input.Pick(origins)}, {"address", input.Text()}};
+  }
+  json Note() {
+    if (input.OnceIn(4)) return {{"ran", input.OnceIn(4) ? input.Word() : 1}};
+    const auto edge = [this] { return input.OnceIn(16) ? static_cast<int>(input.Word()) : 5; };
+    return {{"on", input.OnceIn(16) ? 9U : 1U},
+            {"place", {edge(), edge(), edge(), edge()}},
+            {"within", {edge(), edge(), edge(), edge()}},
+            {"shown", input.ConsumeBool()}};
   }
   json Request() {
     static const char* const names[] = {

@@ -39,17 +39,46 @@ LONG CALLBACK TakeDebugText(EXCEPTION_POINTERS* exception) {
   return EXCEPTION_CONTINUE_EXECUTION;
 }
 
+// The procedure of a window with a caption, before its own.
+LRESULT CALLBACK RunCaptioned(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+  switch (message) {
+    case WM_MOUSEACTIVATE:
+      return MA_NOACTIVATE;
+    case WM_NCLBUTTONDOWN:  // The system would take all messages until the user has moved it.
+      return 0;
+    case WM_NCACTIVATE:  // It is never the active window, but its caption must be as easy to read.
+      wParam = TRUE;
+      break;
+    default:
+      break;
+  }
+  const auto own = reinterpret_cast<WNDPROC>(GetWindowLongPtrA(window, GWLP_USERDATA));
+  return (own ? own : DefWindowProcA)(window, message, wParam, lParam);
+}
+
 }  // namespace
 
-HWND MakeWindow(WNDPROC procedure, POINT clientOrigin, int width, int height) {
+HWND MakeWindow(WNDPROC procedure, POINT clientOrigin, int width, int height, Frame frame) {
   WNDCLASSA description{};
-  description.lpfnWndProc = procedure;
+  description.lpfnWndProc = DefWindowProcA;
   description.hInstance = GetModuleHandleA(nullptr);
+  description.hCursor = LoadCursorA(nullptr, reinterpret_cast<LPCSTR>(IDC_ARROW));
   description.lpszClassName = kWindowClass;
   RegisterClassA(&description);  // Fails for the second window, whose class is there already.
-  // Without a frame the client area begins where the window does.
-  return CreateWindowExA(WS_EX_TOPMOST | WS_EX_TOOLWINDOW, kWindowClass, "", WS_POPUP, clientOrigin.x, clientOrigin.y,
-                         width, height, nullptr, nullptr, description.hInstance, nullptr);
+  const bool hasCaption = frame == Frame::Caption;
+  const DWORD style = WS_POPUP | (hasCaption ? WS_CAPTION : 0);
+  const DWORD more = WS_EX_TOPMOST | WS_EX_TOOLWINDOW | (hasCaption ? WS_EX_NOACTIVATE : 0);
+  RECT outside{clientOrigin.x, clientOrigin.y, clientOrigin.x + width, clientOrigin.y + height};
+  AdjustWindowRectEx(&outside, style, FALSE, more);
+  const HWND window =
+      CreateWindowExA(more, kWindowClass, "", style, outside.left, outside.top, outside.right - outside.left,
+                      outside.bottom - outside.top, nullptr, nullptr, description.hInstance, nullptr);
+  if (!window) return nullptr;
+  // The class is that of all windows made here, whatever their procedures.
+  SetWindowLongPtrA(window, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(hasCaption ? RunCaptioned : procedure));
+  SetWindowLongPtrA(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(procedure));
+  if (hasCaption) SendMessageA(window, WM_NCACTIVATE, TRUE, 0);
+  return window;
 }
 
 void MakeMouseInput(HWND window, UINT message, POINT client) {

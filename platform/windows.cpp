@@ -251,7 +251,7 @@ CopiedWindow CopyWindow(HWND window) {
   });
 }
 
-HWND MakeWindow(WNDPROC procedure, POINT clientOrigin, int width, int height) {
+HWND MakeWindow(WNDPROC procedure, POINT clientOrigin, int width, int height, Frame) {
   ArmThreadEnd();
   MessageState& state = Messages();
   const std::lock_guard lock(state.mutex);

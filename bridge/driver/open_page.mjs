@@ -35,7 +35,7 @@ async function open(browser, { page, timeout, picture, storage, stay }, say, com
   };
   const address = await addressOf(page, storage);
   const tab = await browser.newPage();
-  await tab.setViewport({ width: 960, height: 740 });
+  if (!stay) await tab.setViewport({ width: 960, height: 740 });
   let finish;
   const finished = new Promise(done => { finish = done; });
   let failedScript = false;

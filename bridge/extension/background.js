@@ -2,7 +2,8 @@
 // origin to it, and answers the blocking requests of content.js. See bridge/PROTOCOL.md.
 "use strict";
 
-const api = globalThis.browser || globalThis.chrome;
+if (globalThis.importScripts) importScripts("places.js");  // Firefox takes both files from the manifest.
+
 const HOST = "com.norvo.ksv";
 const MAX_ADDRESS = 500000;  // Of a part of an answer, in characters: Chromium takes 2 MiB, but slowly.
 const MAX_DOCUMENTS = 256;  // Each has a process.
@@ -53,10 +54,11 @@ class DocumentLink {
     this.pieces = "";
     this.ended = "";
     this.rules = [];
+    this.places = new Places(port.sender.tab?.id, message => this.native.postMessage(message));
     this.lastAnswer = null;  // The text of the answer that was given last, and its addresses.
     documents.set(port.name, this);
     expected.get(port.name)?.(this);
-    port.onMessage.addListener(message => this.takeRequest(message));
+    port.onMessage.addListener(message => message.place ? this.takePlace(message.place) : this.takeRequest(message));
     port.onDisconnect.addListener(() => this.close());
     this.started = this.start().catch(error => this.end("The plug-in's host can't be started: " + error.message));
   }
@@ -84,11 +86,17 @@ class DocumentLink {
     this.native?.disconnect();
   }
 
+  async takePlace(place) {
+    await this.started;
+    if (!this.ended) this.places.take(place);
+  }
+
+  // Notes have no number: nothing answers them.
   async takeRequest({ n, text }) {
     await this.started;
     if (!this.ended) this.sendText(text);
     await ready;
-    if (polls) publish(this, n).catch(error => this.end("The answer can't be given: " + error.message));
+    if (polls && n) publish(this, n).catch(error => this.end("The answer can't be given: " + error.message));
   }
 
   // A page can send its document's content.js what it likes.
@@ -137,12 +145,14 @@ class DocumentLink {
   end(reason) {
     if (this.ended) return;
     this.ended = reason;
+    this.places.end();
     this.wakeAll();
     this.port.postMessage({ gone: reason });
   }
 
   close() {
     this.ended ||= "The page has gone.";
+    this.places.end();
     this.wakeAll();
     this.native?.disconnect();
     documents.delete(this.port.name);

@@ -14,7 +14,9 @@
   const WAIT_LIMIT = 60000;  // How long an answer may be asked for again and again.
   const PROBE_TIME = 2000;   // How long, until the background is asked whether it still is the one that has the request.
   const MAX_TEXT = 64 * 1024 * 1024;
-  const NOTE = /^\{"on":\d{1,10},"do":"destroy"\}$/;
+  const END = /^\{"on":\d{1,10},"do":"destroy"\}$/;
+  const RAN = /^\{"ran":\d{1,16}\}$/;
+  const LOOK_TIME = 100;  // How often a moved element or window is looked for while an image stands, in milliseconds.
   const channel = performance;
   const policy = document.featurePolicy;  // Firefox has none, and forbids no such request.
 
@@ -46,7 +48,7 @@
     });
     opened.onDisconnect.addListener(() => {
       if (opened !== port) return;
-      port = null;
+      close();
       events.push({ gone: "" });
       tellEvents();
     });
@@ -79,6 +81,7 @@
   function close() {
     port?.disconnect();
     port = null;
+    shown.clear();
   }
 
   // Gives the milliseconds that have passed since it was made; while the machine slept, none did.
@@ -152,7 +155,8 @@
   });
 
   channel.addEventListener("ksv-note", event => {
-    if (port && NOTE.test(event.detail)) post(event.detail);
+    if (port && END.test(event.detail)) post(event.detail);
+    if (port && RAN.test(event.detail)) port.postMessage({ text: event.detail });
   });
 
   // A page in the back-forward cache has no plug-in: its instances have ended when it comes back.
@@ -178,6 +182,66 @@
     addEventListener("beforeunload", prepareToLeave, true);
     addEventListener("pagehide", leave, true);
     addEventListener("pageshow", comeBack, true);
+    addEventListener("ksv-show", show, true);
+    addEventListener("ksv-hide", hide, true);
+  }
+
+  // --- Where elements are, while images stand over them -------------------------------------------------------------
+
+  const shown = new Map();  // Elements by instance, with what was told of each last.
+  let pointer = null;       // Where the mouse was last: on the screen from the browser's window's corner, and in the view.
+  let looking = 0;
+
+  function tellPlaces() {
+    for (const [on, entry] of shown) {
+      if (!entry.element.isConnected) {
+        shown.delete(on);
+        continue;
+      }
+      const { x, y, width, height } = entry.element.getBoundingClientRect();
+      const inView = width > 0 && height > 0 && x < innerWidth && y < innerHeight && x + width > 0 && y + height > 0;
+      const place = {
+        on, box: [x, y, width, height], ratio: devicePixelRatio, isTop: window === top, pointer,
+        visible: inView && document.visibilityState === "visible",
+        origin: typeof mozInnerScreenX === "number" ? [mozInnerScreenX, mozInnerScreenY] : null
+      };
+      // The browser's window may have moved or changed too, of which the background is told nothing.
+      const told = JSON.stringify([place, screenX, screenY, outerWidth, outerHeight, innerWidth, innerHeight]);
+      if (told === entry.told) continue;
+      entry.told = told;
+      port.postMessage({ place });
+    }
+    if (shown.size) return;
+    clearInterval(looking);
+    looking = 0;
+    for (const [name, listener] of LOOKED_FOR) removeEventListener(name, listener, true);
+  }
+
+  // A frame moves with the page around it, of which it is told nothing.
+  function notePointer(event) {
+    if (!event.isTrusted || (pointer && window === top)) return;
+    pointer = [event.screenX - screenX, event.screenY - screenY, event.clientX, event.clientY];
+  }
+
+  function forgetPointer() {
+    pointer = null;
+    tellPlaces();
+  }
+
+  const LOOKED_FOR = [
+    ["scroll", tellPlaces], ["visibilitychange", tellPlaces], ["resize", forgetPointer], ["mousemove", notePointer], ["mousedown", notePointer]
+  ];
+
+  function show(event) {
+    if (!port || !Number.isInteger(event.detail)) return;
+    shown.set(event.detail, { element: event.composedPath()[0], told: "" });
+    looking ||= setInterval(tellPlaces, LOOK_TIME);
+    for (const [name, listener] of LOOKED_FOR) addEventListener(name, listener, { capture: true, passive: true });
+    tellPlaces();
+  }
+
+  function hide(event) {
+    shown.delete(event.detail);
   }
 
   watchCache();

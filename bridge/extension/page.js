@@ -19,6 +19,9 @@
     "setRepaintImageCallback", "setDisplayEventsCallback"
   ];
   const PROPERTIES = ["version"];
+  // What puts an image up in the element's window, and what ends all of them.
+  const SHOWING = ["wysCreateStdImage", "wysSubmitFrame", "wysProcessRemoteWysMessage"];
+  const HIDING = ["wysCloseSession"];
   const MAX_DEPTH = 64;
   const MAX_VALUES = 100000;
   const MAX_BYTES = 48 * 1024 * 1024;  // Of texts; what stands around them makes a message longer.
@@ -251,12 +254,20 @@
     return { value: read(given.value) };
   }
 
+  // content.js tells where the element is while an image may stand over it. Only an event of the element's own names it.
+  function tellOfImage(element, name) {
+    const number = instances.get(element);
+    if (number) apply(dispatchEvent, element, [new PageEvent(name, { detail: number, composed: true })]);
+  }
+
   function methodOf(element, name) {
     return function (...given) {
       const writer = new Writer();
       let list = "";
       for (let i = 0; i < given.length; ++i) list += (i ? "," : "") + writer.writeArgument(given[i]);
       const result = use(element, '"do":"call","name":' + text(name) + ',"arguments":[' + list + "]", writer);
+      if (SHOWING.includes(name)) tellOfImage(element, "ksv-show");
+      if (HIDING.includes(name)) tellOfImage(element, "ksv-hide");
       return result ? result.value : refused();
     };
   }
@@ -332,12 +343,15 @@
   listen("ksv-event", message => {
     const event = parse(message);
     if (event.run) {
+      const ofHost = functions;
       const held = functions.get(event.run);
       try {
         if (held) apply(held.run, undefined, read({ array: event.arguments }));
       } catch (error) {
         report(error);
       }
+      // Another host would not know what it is about.
+      if (event.awaited && functions === ofHost) send("ksv-note", '{"ran":' + event.awaited + "}");
     } else if (event.forget) {
       for (let i = 0; i < event.forget.length; ++i) countOff(event.forget[i][0], event.forget[i][1]);
     } else {

@@ -5,12 +5,13 @@
 #include <utility>
 
 #include "base/product.h"
+#include "base/scope_exit.h"
 #include "kit/program/paths.h"
-#include "platform/desktop_system.h"
 
 namespace Bridge {
 
 using nlohmann::json;
+using NorvoWebAPI::ScopeExit;
 using NpHost::Host;
 
 namespace {
@@ -37,8 +38,12 @@ json Value(json value) {
 
 }  // namespace
 
-Document::Document(std::filesystem::path path, const Hello& attested, Send send)
-    : modulePath(std::move(path)), address(AddressOf(attested)), functions(std::move(send)) {}
+Document::Document(std::filesystem::path path, const Hello& attested, Browser toBrowser)
+    : modulePath(std::move(path)),
+      origin(attested.origin),
+      address(AddressOf(attested)),
+      browser(std::move(toBrowser)),
+      functions([this](const json& message) { Tell(message); }) {}
 
 Document::~Document() {
   pages.clear();
@@ -62,14 +67,22 @@ void Document::ReportMisuse(const std::string& misuse) {
 }
 
 Document::Page::Page(Document& document, const Request& request)
-    : window(platform::MakeWindow(platform::DefaultProcedure, {0, 0}, request.width, request.height)),
+    : window(document.origin, request.width, request.height),
       instance(document, document.module->Funcs(), document.AddInstance(), NorvoWebAPI::KSV::kMimeType,
                {{"type", NorvoWebAPI::KSV::kMimeType},
                 {"width", std::to_string(request.width)},
                 {"height", std::to_string(request.height)}}) {
-  if (!window) throw std::runtime_error("The system has no window for the plug-in.");
-  instance.SetWindow(window.Get(), request.width, request.height);
+  instance.SetWindow(window.Handle(), request.width, request.height);
   instance.Scriptable();
+}
+
+// While the system delivers a click, the page answers before the delivery ends: a display takes no click that is told
+// of later. All else that the module tells need not wait. A page that is at work, here or in a call, can't run it now.
+void Document::Tell(const json& message) {
+  if (isPageBusy || !message.contains("run") || !DisplayWindow::IsInClick()) return browser.send(message);
+  const ScopeExit restore([this] { isPageBusy = false; });
+  isPageBusy = true;
+  browser.runNow(message);
 }
 
 json Document::Create(const Request& request) {
@@ -114,10 +127,38 @@ json Document::Use(NpHost::Instance& instance, const Request& request) {
       done = call.getproperty(npp, object, name, result.Get());
   }
   if (!done) return Error(exception.value_or("the plug-in refused " + request.name));
-  return Value(WriteValue(*result.Get()));
+  json value = WriteValue(*result.Get());
+  if (request.action == Action::Call) FollowImage(request.name, request.instance, value);
+  return Value(std::move(value));
+}
+
+// Whether an image stands in the window is known only from what calls give.
+void Document::FollowImage(const std::string& method, uint32_t instance, const json& result) {
+  static const std::map<std::string, bool, std::less<>> images = {
+      {"wysCreateStdImage", true}, {"wysSubmitFrame", true}, {"wysProcessRemoteWysMessage", true},
+      {"wysCancelButton", false},  {"wysDeInit", false},     {"wysCloseSession", false}};
+  const auto image = images.find(method);
+  const auto page = pages.find(instance);
+  if (image == images.end() || page == pages.end()) return;
+  const auto code = [&](const char* name) {
+    for (const json& member : result.value("object", json::array())) {
+      if (member[0] == name) return member[1];
+    }
+    return json();
+  };
+  // A session that the library does not close has no image for the module all the same.
+  const bool succeeded = code("pluginRetCode") == 0 && (code("fnRetCode") == 0 || method == "wysCloseSession");
+  if (succeeded) page->second.window.SetImage(image->second);
+}
+
+void Document::Move(const Placed& placed) {
+  if (placed.instance > lastInstance) throw ProtocolError("there is no such instance");
+  const auto page = pages.find(placed.instance);
+  if (page != pages.end()) page->second.window.MoveTo(placed.place);
 }
 
 json Document::Answer(const Request& request) {
+  const ScopeExit restore([this, before = std::exchange(isPageBusy, true)] { isPageBusy = before; });
   if (request.action == Action::Create) return Create(request);
   if (request.instance > lastInstance) throw ProtocolError("there is no such instance");
   const auto page = pages.find(request.instance);

@@ -9,7 +9,7 @@
 #include <optional>
 #include <string>
 
-#include "base/owner.h"
+#include "bridge/host/display_window.h"
 #include "bridge/host/page_values.h"
 #include "bridge/host/protocol.h"
 #include "kit/nphost/host.h"
@@ -22,22 +22,27 @@ namespace Bridge {
 /// that way.
 class Document : private NpHost::Host {
  public:
-  using Send = std::function<void(const nlohmann::json&)>;
+  /// What takes what the module has done to the page's functions.
+  struct Browser {
+    std::function<void(const nlohmann::json&)> send;
+    /// Sends a "run", and returns when the page has run the function, or does not in time. Answers requests meanwhile.
+    std::function<void(nlohmann::json)> runNow;
+  };
 
-  /// `send` takes what the module has done to the page's functions.
-  Document(std::filesystem::path module, const Hello& attested, Send send);
+  Document(std::filesystem::path module, const Hello& attested, Browser browser);
   ~Document() override;
 
   /// The answer to a request: {"value": …} or {"error": …}. Throws `ProtocolError`.
   nlohmann::json Answer(const Request& request);
   /// Sends which of the page's functions the module has let go, in one message.
   void TellForgotten() { functions.TellForgotten(); }
+  /// Moves the window of an instance. Throws `ProtocolError`.
+  void Move(const Placed& placed);
 
  private:
-  using Window = NorvoWebAPI::Owner<HWND, DestroyWindow>;
   struct Page {
     Page(Document& document, const Request& request);
-    Window window;
+    DisplayWindow window;
     NpHost::Instance instance;
   };
 
@@ -46,12 +51,17 @@ class Document : private NpHost::Host {
   void SetException(NPObject* object, const char* message) override;
   void ReportMisuse(const std::string& misuse) override;
 
+  void Tell(const nlohmann::json& message);
   nlohmann::json Create(const Request& request);
   NPObject* ObjectOf(uint32_t instance);
   nlohmann::json Use(NpHost::Instance& instance, const Request& request);
+  void FollowImage(const std::string& method, uint32_t instance, const nlohmann::json& result);
 
   const std::filesystem::path modulePath;
+  const std::string origin;
   const std::string address;
+  const Browser browser;
+  bool isPageBusy = false;
   PageFunctions functions;
   std::unique_ptr<NpHost::Module> module;
   std::map<uint32_t, Page> pages;

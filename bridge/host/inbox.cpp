@@ -23,6 +23,7 @@ void Inbox::Put(std::string message) {
     waiting += SizeOf(message);
     messages.push_back(std::move(message));
   }
+  arrived.notify_all();
   wake();
 }
 
@@ -31,7 +32,16 @@ void Inbox::Close(std::string reason) {
     const std::lock_guard lock(mutex);
     closed = std::move(reason);
   }
+  arrived.notify_all();
   wake();
+}
+
+std::optional<std::string> Inbox::TakeUntil(std::chrono::steady_clock::time_point end) {
+  {
+    std::unique_lock lock(mutex);
+    arrived.wait_until(lock, end, [this] { return !messages.empty() || closed; });
+  }
+  return Take();
 }
 
 std::optional<std::string> Inbox::Take() {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <chrono>
+#include <condition_variable>
 #include <cstddef>
 #include <deque>
 #include <functional>
@@ -22,12 +24,16 @@ class Inbox {
   void Close(std::string reason);
 
   std::optional<std::string> Take();
+  /// Waits for a message without taking the window's; gives nothing at the end of the input, or when none has come by
+  /// then.
+  std::optional<std::string> TakeUntil(std::chrono::steady_clock::time_point end);
   /// Why no more messages come, once the last one is taken: empty for the end of the input.
   std::optional<std::string> Closed();
 
  private:
   const std::function<void()> wake;
   std::mutex mutex;
+  std::condition_variable arrived;
   std::deque<std::string> messages;
   size_t waiting = 0;  // In bytes.
   std::optional<std::string> closed;

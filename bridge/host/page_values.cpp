@@ -229,6 +229,8 @@ void PageFunctions::TellForgotten() {
 bool PageFunctions::Run(NPObject* object, const NPVariant* arguments, uint32_t count, NPVariant* result) {
   try {
     const auto* const function = static_cast<Function*>(object);
+    // The page may end the instance before this returns.
+    const NpHost::Variant hold(object);
     json list = json::array();
     for (uint32_t at = 0; at < count; ++at) list.push_back(WriteValue(arguments[at]));
     function->owner->send({{"run", function->number}, {"arguments", std::move(list)}});

@@ -19,6 +19,8 @@ constexpr int kMaxNesting = 64 * 3 + 3;
 // A member is at most six events of the parser's, and there are 100,000 of them at most. Each may take a hundred bytes,
 // however short it is written.
 constexpr int kMaxEvents = 1'000'000;
+// Of what is counted: a number in script is exact up to here.
+constexpr uint64_t kGreatest = uint64_t{1} << 53;
 
 json Parse(std::string_view text) {
   int events = 0;
@@ -51,6 +53,33 @@ std::string Text(const json& message, const char* name) {
   const json& value = message.at(name);
   if (!value.is_string()) throw ProtocolError(std::string(name) + " is no text");
   return value.get<std::string>();
+}
+
+uint32_t InstanceOf(const json& message) {
+  return static_cast<uint32_t>(Number(message, "on", UINT32_MAX));
+}
+
+// The left and upper edge, the width and the height.
+RECT Rectangle(const json& message, const char* name) {
+  constexpr int64_t kFarthest = 32'767;
+  const json& value = message.at(name);
+  if (!value.is_array() || value.size() != 4) throw ProtocolError(std::string(name) + " is no rectangle");
+  LONG numbers[4] = {};
+  for (size_t at = 0; at < 4; ++at) {
+    const int64_t number = value[at].is_number_integer() ? value[at].get<int64_t>() : kFarthest + 1;
+    if (number > kFarthest || number < (at < 2 ? -kFarthest : 0)) {
+      throw ProtocolError(std::string(name) + " lies on no screen");
+    }
+    numbers[at] = static_cast<LONG>(number);
+  }
+  return {numbers[0], numbers[1], numbers[0] + numbers[2], numbers[1] + numbers[3]};
+}
+
+Placed ReadPlaced(const json& message) {
+  DemandMembers(message, {"on", "place", "within", "shown"});
+  const json& isShown = message["shown"];
+  if (!isShown.is_boolean()) throw ProtocolError("shown is no flag");
+  return {InstanceOf(message), {Rectangle(message, "place"), Rectangle(message, "within"), isShown.get<bool>()}};
 }
 
 Hello ReadHello(const json& message) {
@@ -98,8 +127,8 @@ Request ReadRequest(const json& message) {
       DemandMembers(message, {"n", "on", "do"});
       break;
   }
-  request.number = Number(message, "n", uint64_t{1} << 53);
-  request.instance = static_cast<uint32_t>(Number(message, "on", UINT32_MAX));
+  request.number = Number(message, "n", kGreatest);
+  request.instance = InstanceOf(message);
   if (message.contains("name")) request.name = Text(message, "name");
   return request;
 }
@@ -132,6 +161,11 @@ std::optional<Message> MessageReader::Read(std::string_view text) {
     throw ProtocolError("a piece is missing");
   }
   if (message.contains("hello")) return ReadHello(message);
+  if (message.contains("place")) return ReadPlaced(message);
+  if (message.contains("ran")) {
+    DemandMembers(message, {"ran"});
+    return Ran{Number(message, "ran", kGreatest)};
+  }
   return ReadRequest(message);
 }
 

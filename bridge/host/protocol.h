@@ -10,6 +10,8 @@
 #include <string_view>
 #include <variant>
 
+#include "bridge/host/display_window.h"
+
 namespace Bridge {
 
 /// The version of the messages; another one is refused.
@@ -45,7 +47,18 @@ struct Request {
   uint16_t height = 0;
 };
 
-using Message = std::variant<Hello, Request>;
+/// Where the browser has an instance's element.
+struct Placed {
+  uint32_t instance = 0;
+  Place place;
+};
+
+/// The page has run the function that it was awaited with, by the number of that message.
+struct Ran {
+  uint64_t number = 0;
+};
+
+using Message = std::variant<Hello, Request, Placed, Ran>;
 
 /// Reads the texts of messages one after the other, and joins pieces. Throws `ProtocolError`.
 class MessageReader {

@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <deque>
+#include <exception>
 #include <memory>
 #include <stdexcept>
 #include <thread>
@@ -23,6 +24,8 @@ namespace {
 
 constexpr UINT kWake = WM_USER + 1;
 constexpr size_t kAnswersKept = 16;
+// How long a page may take to answer a click. Meanwhile nothing is painted.
+constexpr std::chrono::seconds kPageTime{2};
 
 // Reads to the end of the input, on a thread of its own, because the module's thread has to take messages meanwhile.
 void ReadAll(std::FILE* input, Inbox& inbox) {
@@ -70,6 +73,7 @@ class Session {
   void Talk() {
     while (!hasEnded) {
       platform::PumpMessages();
+      if (failure) std::rethrow_exception(std::exchange(failure, nullptr));
       if (document) document->TellForgotten();
       if (const auto message = inbox->Take()) {
         Handle(*message);
@@ -87,11 +91,33 @@ class Session {
     if (!message) return;
     if (const auto* const hello = std::get_if<Hello>(&*message)) {
       if (document) throw ProtocolError("the first message came twice");
-      document = std::make_unique<Document>(module, *hello, [this](const json& done) noexcept { Send(TextOf(done)); });
+      document = std::make_unique<Document>(module, *hello,
+                                            Document::Browser{[this](const json& done) noexcept { Send(TextOf(done)); },
+                                                              [this](json run) noexcept { RunNow(std::move(run)); }});
       return Send(TextOf({{"hello", kProtocol}, {"host", KSV_FILE_VERSION}}));
     }
     if (!document) throw ProtocolError("the first message has not come");
+    if (const auto* const placed = std::get_if<Placed>(&*message)) return document->Move(*placed);
+    if (const auto* const ran = std::get_if<Ran>(&*message)) {
+      if (ran->number <= lastRan || ran->number > lastRun) throw ProtocolError("a function has not been run");
+      lastRan = ran->number;
+      return;
+    }
     Send(AnswerOf(std::get<Request>(*message)));
+  }
+
+  // Runs inside the module, which no exception may reach.
+  void RunNow(json run) noexcept try {
+    run["awaited"] = ++lastRun;
+    Send(TextOf(run));
+    const auto end = std::chrono::steady_clock::now() + kPageTime;
+    while (!hasEnded && !failure && lastRan < lastRun) {
+      const auto message = inbox->TakeUntil(end);
+      if (!message) return;
+      Handle(*message);
+    }
+  } catch (...) {
+    failure = std::current_exception();
   }
 
   // A request that the browser asks again is not done again.
@@ -125,6 +151,9 @@ class Session {
   std::unique_ptr<Document> document;
   std::deque<std::string> answers;
   uint64_t lastNumber = 0;
+  uint64_t lastRun = 0;  // Of those that were awaited.
+  uint64_t lastRan = 0;
+  std::exception_ptr failure;  // What a message that came while the module waited has broken.
   bool hasEnded = false;
 };
 

@@ -33,7 +33,7 @@ ksv_make_wine_environment() {
 
 # Makes the surroundings of a built system, native, windows64 or windows32, in FOLDER. The display is the one for tests: it
 # tells where the digits are, which a user sees. Wants the screen of ksv_start_screen.
-# Leaves in ksv_host and ksv_unsealer what runs the programs there. Usage: ksv_make_host_environment SYSTEM FOLDER
+# Leaves in ksv_host, ksv_bridge and ksv_unsealer what runs the programs there. Usage: ksv_make_host_environment SYSTEM FOLDER
 ksv_make_host_environment() {
   local build=$root/build/$1 runner=() suffix=""
   if [[ "$1" == native ]]; then
@@ -43,8 +43,17 @@ ksv_make_host_environment() {
     runner=("${ksv_wine[@]}") suffix=.exe
   fi
   ksv_host=("${runner[@]}" "$build/kit/ksv-host$suffix")
+  ksv_bridge=("${runner[@]}" "$build/bridge/ksv-bridge$suffix")
   # shellcheck disable=SC2034 # the callers read it
   ksv_unsealer=("${runner[@]}" "$build/kit/ksv-unseal$suffix")
+}
+
+# Lets browsers of today start the bridge's host of ksv_make_host_environment. What it complains of is in display.err.
+ksv_choose_bridge() {
+  export KSV_BRIDGE_HOST=$ksv_folder/bridge-host
+  rm -f "$ksv_folder/layout"
+  printf '#!/bin/bash\nexec%s "$@" 2>>%q\n' "$(printf ' %q' "${ksv_bridge[@]}")" "$ksv_folder/display.err" >"$KSV_BRIDGE_HOST"
+  chmod +x "$KSV_BRIDGE_HOST"
 }
 
 # Prints where the middle of a key is in the window. Usage: ksv_key LABEL

@@ -12,9 +12,14 @@ async function start({ sites, off, installed = "admin" } = {}) {
     sites, changed, hosts: [], rules: [{ id: 7 }], pass: () => timers.forEach(run => run()), tell: message => told.fire(message, {})
   };
   const api = {
-    runtime: { onConnect: connect, onMessage: told, connectNative: name => background.hosts[background.hosts.push(port(name)) - 1] },
+    runtime: {
+      getPlatformInfo: async () => ({}), onConnect: connect, onMessage: told,
+      connectNative: name => background.hosts[background.hosts.push(port(name)) - 1]
+    },
     storage: { managed: { get: async () => ({ sites: background.sites }) }, local: { get: async () => ({ off }) }, onChanged: changed },
     management: { getSelf: async () => ({ installType: installed }) },
+    tabs: {},
+    windows: { onFocusChanged: signal() },
     webRequest: { onBeforeRequest: held },
     declarativeNetRequest: {
       updateEnabledRulesets: async () => {},
@@ -24,7 +29,7 @@ async function start({ sites, off, installed = "admin" } = {}) {
       }
     }
   };
-  load("background.js", { chrome: api, URL, setTimeout: run => timers.push(run) });
+  load("places.js background.js", { chrome: api, URL, setTimeout: run => timers.push(run) });
   background.open = name => {
     const opened = port(name, { origin: "https://a.example", url: "https://a.example/p" });
     connect.fire(opened);

@@ -6,7 +6,7 @@ import { load, port } from "./extension.mjs";
 const makeDocument = (...given) => makeDocumentIn({}, ...given);
 
 function makeDocumentIn(surroundings, ...given) {
-  const [heard, ports, addresses, performance] = [[], [], [], new EventTarget()];
+  const [heard, ports, addresses, performance, page] = [[], [], [], new EventTarget(), { listeners: {} }];
   for (const name of ["ksv-answer", "ksv-event"]) performance.addEventListener(name, ({ detail }) => heard.push(name + " " + detail));
   class XMLHttpRequest {
     open(method, address) { addresses.push(address.split("/").slice(-2).join("/")); }
@@ -17,10 +17,13 @@ function makeDocumentIn(surroundings, ...given) {
   }
   load("content.js", {
     chrome: { runtime: { connect: ({ name }) => ports[ports.push(port(name)) - 1] } }, crypto, CustomEvent, XMLHttpRequest, performance,
-    console: { debug() {} }, addEventListener() {}, document: {}, ...surroundings
+    console: { debug() {} }, addEventListener(name, listener) { page.listeners[name] = listener; },
+    removeEventListener(name) { delete page.listeners[name]; }, setInterval: look => { page.look = look; return 1; },
+    clearInterval() { page.look = null; }, innerWidth: 800, innerHeight: 600, screenX: 5, screenY: 7, outerWidth: 800,
+    outerHeight: 700, devicePixelRatio: 2, window: page, top: page, document: { visibilityState: "visible" }, ...surroundings
   });
   const use = (name = "request", detail = '{"do":"get"}') => performance.dispatchEvent(new CustomEvent("ksv-" + name, { detail }));
-  return { heard, ports, addresses, use };
+  return { heard, ports, addresses, page, use };
 }
 
 test("requests are numbered, asked again until they are answered, and their parts joined", () => {
@@ -66,4 +69,30 @@ test("a page whose policy forbids the request is told so, and nothing is asked",
   document.use();
   assert.match(document.heard.join(), /^ksv-answer {"gone":".*sync-xhr.*"}$/);
   assert.equal(document.ports.length, 0);
+});
+
+test("while an image stands, it is told where the element is, whenever that changes", () => {
+  const { ports, page, use } = makeDocument('e{"n":1}');
+  const element = { isConnected: true, box: { x: 10, y: 20, width: 100, height: 50 }, getBoundingClientRect() { return this.box; } };
+  use();
+  const [port] = ports;
+  port.posted.length = 0;
+  const tell = (name, detail) => page.listeners[name]({ detail, composedPath: () => [element] });
+  tell("ksv-show", "1");  // A page's own event.
+  tell("ksv-show", 3);
+  page.look();
+  const told = { on: 3, box: [10, 20, 100, 50], ratio: 2, isTop: true, pointer: null, visible: true, origin: null };
+  assert.deepEqual(port.posted, [{ place: told }]);
+  page.listeners.mousemove({ isTrusted: false, screenX: 1, screenY: 1, clientX: 1, clientY: 1 });
+  page.look();
+  page.listeners.mousemove({ isTrusted: true, screenX: 105, screenY: 207, clientX: 40, clientY: 50 });
+  element.box = { x: 10, y: 601, width: 100, height: 50 };
+  page.listeners.scroll();
+  assert.deepEqual(port.posted.slice(1), [{ place: { ...told, box: [10, 601, 100, 50], pointer: [100, 200, 40, 50], visible: false } }]);
+  use("note", '{"ran":4}');
+  use("note", '{"place":{}}');
+  assert.deepEqual(port.posted.slice(2), [{ text: '{"ran":4}' }]);
+  tell("ksv-hide", 3);
+  page.look();
+  assert.deepEqual([page.look, page.listeners.scroll, port.posted.length], [null, undefined, 3]);
 });

@@ -1,9 +1,11 @@
-// Loads a file of the extension into a context of its own, with stand-ins for what a browser gives it.
+// Loads files of the extension into a context of its own, with stand-ins for what a browser gives them. Gives what they call
+// `wanted`.
 import { readFileSync } from "node:fs";
 import { createContext, runInContext } from "node:vm";
 
 export const source = path => readFileSync(new URL("../../" + path, import.meta.url), "utf8");
-export const load = (file, globals) => runInContext(source("bridge/extension/" + file), createContext(globals));
+export const load = (files, globals, wanted = "") =>
+  runInContext([...files.split(" ").map(file => source("bridge/extension/" + file)), wanted].join("\n"), createContext(globals));
 
 // What a browser calls an event; fire() tells its listeners.
 export function signal() {

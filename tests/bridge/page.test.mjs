@@ -24,6 +24,8 @@ function makePage(type) {
   const page = {
     element: new HTMLObjectElement(), navigator: new Navigator(), asked: [], value: "null", event: message => tell("ksv-event", JSON.stringify(message))
   };
+  page.notes = [];
+  globals.performance.addEventListener("ksv-note", ({ detail }) => page.notes.push(detail));
   globals.performance.addEventListener("ksv-request", ({ detail }) => {
     if (page.isAlone) return;  // No host, so no answer.
     page.asked.push(JSON.parse(detail));
@@ -89,4 +91,12 @@ test("another host is told of the element and of its functions anew", () => {
   assert.deepEqual(page.asked.map(message => message.do), ["create", "call"]);
   page.event({ run: 1, arguments: [] });
   assert.equal(heard, 1);
+});
+
+test("the host is told when a function that it waits for has run, unless it is another host by then", () => {
+  const page = makePage(types[0]);
+  const acts = [() => {}, () => { throw new Error("thrown"); }, () => page.event({ gone: "" })];
+  for (const act of acts) page.element.setMouseDownCallback(act);
+  for (const run of [1, 2, 3]) page.event({ run, arguments: [], awaited: run });
+  assert.deepEqual(page.notes, ['{"ran":1}', '{"ran":2}']);
 });

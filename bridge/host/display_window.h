@@ -1,0 +1,56 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "base/owner.h"
+#include "platform/win32.h"
+
+namespace Bridge {
+
+/// Where the browser has an element, in pixels of the screen.
+struct Place {
+  RECT element{};
+  /// What the window must not leave: the part of the browser's window that shows pages.
+  RECT within{};
+  /// Whether the element can be seen at all: not in a tab behind another one, for example.
+  bool isShown = false;
+};
+
+/// What the caption of a page's window says that is so wide, and whose caption is so high (0: as usual). A caption cuts
+/// a text that it has no room for at its end; but the end of an origin tells whose it is, so its beginning is left out.
+std::basic_string<WCHAR> CaptionOf(const std::string& origin, int width, int height);
+
+/// The window of an instance of the plug-in's, above the browser, with the page's origin in its caption. It is shown
+/// while an image stands in it and the element can be seen, and never takes the keyboard from the browser. Belongs to
+/// the thread that makes it.
+class DisplayWindow {
+ public:
+  /// `origin` is what the browser attests. Throws `std::runtime_error`.
+  DisplayWindow(const std::string& origin, int width, int height);
+  DisplayWindow(const DisplayWindow&) = delete;
+  DisplayWindow& operator=(const DisplayWindow&) = delete;
+
+  HWND Handle() const { return window.Get(); }
+  /// Before the first call the window is not shown.
+  void MoveTo(const Place& to);
+  void SetImage(bool stands);
+
+  /// Whether the system is delivering a press or a release of the user's to a window of the calling thread.
+  static bool IsInClick();
+
+ private:
+  using ClickHook = NorvoWebAPI::Owner<HHOOK, UnhookWindowsHookEx>;
+
+  static std::shared_ptr<const ClickHook> ShareClickHook();
+  void Update();
+
+  const std::string origin;
+  NorvoWebAPI::Owner<HWND, DestroyWindow> window;
+  std::shared_ptr<const ClickHook> clickHook;
+  std::optional<Place> place;
+  bool hasImage = false;
+};
+
+}  // namespace Bridge
