@@ -89,7 +89,7 @@ test("another host is told of the element and of its functions anew", () => {
   page.asked.length = 0;
   page.element.zubRegisterEventCallback("app", hear);
   assert.deepEqual(page.asked.map(message => message.do), ["create", "call"]);
-  page.event({ run: 1, arguments: [] });
+  page.event({ run: page.asked[1].arguments[1].function, arguments: [] });
   assert.equal(heard, 1);
 });
 
