@@ -76,8 +76,10 @@ HWND MakeWindow(WNDPROC procedure, POINT clientOrigin, int width, int height, Fr
   if (!window) return nullptr;
   // The class is that of all windows made here, whatever their procedures.
   SetWindowLongPtrA(window, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(hasCaption ? RunCaptioned : procedure));
-  SetWindowLongPtrA(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(procedure));
-  if (hasCaption) SendMessageA(window, WM_NCACTIVATE, TRUE, 0);
+  if (hasCaption) {
+    SetWindowLongPtrA(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(procedure));  // RunCaptioned calls it.
+    SendMessageA(window, WM_NCACTIVATE, TRUE, 0);
+  }
   return window;
 }
 

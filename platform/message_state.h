@@ -87,12 +87,18 @@ struct ShownWindow {
   explicit operator bool() const { return screen != nullptr; }
 };
 
+/// The window of a number.
+inline HWND HandleOf(uint32_t number) {
+  return reinterpret_cast<HWND>(static_cast<uintptr_t>(number));
+}
+
 /// Empty for a window that was never shown. The caller holds the lock.
 ShownWindow FindShown(MessageState& state, const Window& entry);
 
 /// A copy of the window's entry, with the screen that it is on. Nothing for a window that is not there.
 using CopiedWindow = std::optional<std::pair<Window, ShownWindow>>;
-// Shared with the program as the published calls are: a module that paints may have that part of the layer for itself.
+// Exported, as the published calls are: a module with a copy of device_contexts.cpp of its own has to find the
+// program's windows.
 #pragma GCC visibility push(default)
 CopiedWindow CopyWindow(HWND window);
 #pragma GCC visibility pop

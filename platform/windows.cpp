@@ -37,7 +37,7 @@ Result OnOwnEntry(HWND window, Result none, Work work) {
   });
 }
 
-// The calling thread's connection to the display, which this makes. Null if there is none.
+// The calling thread's connection to the display, made at the first use. Null if there is none.
 std::shared_ptr<Screen> OwnScreen() {
   MessageState& state = Messages();
   const DWORD self = GetCurrentThreadId();
@@ -148,8 +148,9 @@ BOOL SetWindowPos(HWND window, HWND after, int x, int y, int width, int height, 
       })) {
     return FALSE;
   }
-  if (shown && (flags & (SWP_NOMOVE | SWP_NOSIZE)) != (SWP_NOMOVE | SWP_NOSIZE))
+  if (shown && (flags & (SWP_NOMOVE | SWP_NOSIZE)) != (SWP_NOMOVE | SWP_NOSIZE)) {
     shown.screen->Place(shown.number, place);
+  }
   if (shown && isOrdered) shown.screen->Raise(shown.number, isTopmost);
   if ((flags & SWP_SHOWWINDOW) != 0) {
     ShowWindow(window, (flags & SWP_NOACTIVATE) != 0 ? SW_SHOWNA : SW_SHOW);
@@ -257,7 +258,7 @@ HWND MakeWindow(WNDPROC procedure, POINT clientOrigin, int width, int height, Fr
   const std::lock_guard lock(state.mutex);
   state.lastWindow += 2;
   state.windows.emplace(state.lastWindow, Window{GetCurrentThreadId(), procedure, {clientOrigin, {width, height}}, {}});
-  return reinterpret_cast<HWND>(static_cast<uintptr_t>(state.lastWindow));
+  return HandleOf(state.lastWindow);
 }
 
 LRESULT CALLBACK DefaultProcedure(HWND window, UINT message, WPARAM, LPARAM) {

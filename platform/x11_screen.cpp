@@ -134,7 +134,7 @@ class X11Screen final : public Screen {
     xcb_icccm_wm_hints_set_input(&input, 1);
     xcb_icccm_set_wm_hints(connection.get(), window, &input);
     xcb_ewmh_set_wm_pid(&hints, window, static_cast<uint32_t>(getpid()));
-    FixSize(window, place);
+    SetSizeHints(window, place);
     return window;
   }
 
@@ -144,7 +144,7 @@ class X11Screen final : public Screen {
   }
 
   void Show(uint32_t window, bool activate, bool isTopmost) override {
-    // As published: a window that names no moment of the user's gets no keyboard when it appears.
+    // By EWMH, the user time 0 asks the window manager not to give the window the keyboard.
     if (!activate) xcb_ewmh_set_wm_user_time(&hints, window, 0);
     if (isTopmost) xcb_ewmh_set_wm_state(&hints, window, 1, &hints._NET_WM_STATE_ABOVE);
     xcb_map_window(connection.get(), window);
@@ -158,7 +158,7 @@ class X11Screen final : public Screen {
   }
 
   void Place(uint32_t window, const Placement& place) override {
-    FixSize(window, place);
+    SetSizeHints(window, place);
     const std::array<uint32_t, 4> values{static_cast<uint32_t>(place.origin.x), static_cast<uint32_t>(place.origin.y),
                                          SideOf(place.size.x), SideOf(place.size.y)};
     xcb_configure_window(connection.get(), window,
@@ -248,7 +248,7 @@ class X11Screen final : public Screen {
   }
 
   // The program alone chooses the size. Its origin is that of what it paints, not of a window manager's frame.
-  void FixSize(uint32_t window, const Placement& place) {
+  void SetSizeHints(uint32_t window, const Placement& place) {
     xcb_size_hints_t fixed{};
     const auto [width, height] = place.size;
     xcb_icccm_size_hints_set_position(&fixed, 1, place.origin.x, place.origin.y);
@@ -298,8 +298,7 @@ class X11Screen final : public Screen {
       }
       case XCB_MAPPING_NOTIFY: {
         auto changed = reinterpret_cast<const xcb_mapping_notify_event_t&>(event);
-        keyboard.Refresh(changed);
-        return;
+        return keyboard.Refresh(changed);
       }
       default:
         return;
@@ -330,8 +329,9 @@ class X11Screen final : public Screen {
       // A key that is held is told as released and pressed again, in one moment.
       if (!ahead) ahead.reset(xcb_poll_for_event(connection.get()));
       const auto* const next = reinterpret_cast<const xcb_key_press_event_t*>(ahead.get());
-      if (next && next->response_type == XCB_KEY_PRESS && next->detail == event.detail && next->time == event.time)
+      if (next && next->response_type == XCB_KEY_PRESS && next->detail == event.detail && next->time == event.time) {
         return;
+      }
     }
     const bool repeats = isPress && held[event.detail];
     held[event.detail] = isPress;

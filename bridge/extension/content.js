@@ -1,13 +1,14 @@
 // In the isolated world of each document: takes the requests of page.js, and waits for the answer by a blocking
-// request, which the extension's background answers. See bridge/PROTOCOL.md.
+// request, which the extension's background answers. While images stand, it also tells the background where their elements
+// are. See bridge/PROTOCOL.md.
 (() => {
   "use strict";
 
   const api = globalThis.browser || globalThis.chrome;
   // In Firefox the page's own request to its own origin is held up best: the page's timers rest meanwhile. Where the page's
   // policy or a sandbox forbids it, the extension's own request does it.
-  const pageRequest = typeof content === "object" && content && content.XMLHttpRequest;
-  const ADDRESS = pageRequest ? "https://ksv.invalid/" : "https://ksv.invalid:1/";
+  const PageRequest = typeof content === "object" && content && content.XMLHttpRequest;
+  const ADDRESS = PageRequest ? "https://ksv.invalid/" : "https://ksv.invalid:1/";
   const GONE = "The plug-in's host could not be reached. Reload the page; if that does not help, the extension's button tells what is missing.";
   const FORBIDDEN = "This page's Permissions-Policy forbids sync-xhr, which the plug-in needs: the site has to allow it.";
   const START_TIME = 5000;   // What a background may take to be there, in milliseconds.
@@ -17,7 +18,7 @@
   const END = /^\{"on":\d{1,10},"do":"destroy"\}$/;
   const RAN = /^\{"ran":\d{1,16}\}$/;
   const LOOK_TIME = 100;  // How often a moved element or window is looked for while an image stands, in milliseconds.
-  const channel = performance;
+  const channel = performance;  // An event target that both worlds have, and that document.open() leaves its listeners.
   const policy = document.featurePolicy;  // Firefox has none, and forbids no such request.
 
   let port = null;
@@ -27,6 +28,7 @@
   let asking = 0;      // In Firefox another window's script may ask while a request waits.
   let leaving = false; // The page is being left: Chromium refuses its requests then.
   let events = [];     // What came inside a request: the page hears it afterwards.
+  let asksOwnOrigin = Boolean(PageRequest);
 
   function tell(name, message) {
     channel.dispatchEvent(new CustomEvent(name, { detail: message }));
@@ -55,18 +57,16 @@
     port = opened;
   }
 
-  let ownOrigin = Boolean(pageRequest);
-
   function fetchPart(path) {
-    if (ownOrigin) {
+    if (asksOwnOrigin) {
       try {
-        const request = new pageRequest();
+        const request = new PageRequest();
         const got = send(request, "/__ksv__/" + path);
         if (request.responseURL.startsWith("data:")) return got;  // Else the site has answered, or a worker of its.
       } catch {
         // Forbidden.
       }
-      ownOrigin = false;
+      asksOwnOrigin = false;
     }
     return send(new XMLHttpRequest(), ADDRESS + path);
   }

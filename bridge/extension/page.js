@@ -19,7 +19,8 @@
     "setRepaintImageCallback", "setDisplayEventsCallback"
   ];
   const PROPERTIES = ["version"];
-  // What puts an image up in the element's window, and what ends all of them.
+  // After these an image may stand in the element's window, and after those none does. The host knows more exactly when:
+  // see `Document::FollowImage`.
   const SHOWING = ["wysCreateStdImage", "wysSubmitFrame", "wysProcessRemoteWysMessage"];
   const HIDING = ["wysCloseSession"];
   const MAX_DEPTH = 64;
@@ -32,7 +33,7 @@
   const PageError = Error;
   const PageMap = Map;
   const PageEvent = CustomEvent;
-  const channel = performance;
+  const channel = performance;  // An event target that content.js has too, and that document.open() leaves its listeners.
   const { addEventListener, dispatchEvent } = EventTarget.prototype;
   const { getAttribute, getBoundingClientRect } = Element.prototype;
   const encoder = new TextEncoder();

@@ -6,14 +6,14 @@ const api = globalThis.browser || globalThis.chrome;
 
 const FARTHEST = 32767;  // What the host takes, in pixels.
 
-// What is no number is the least.
+// Keeps a value within bounds; what is no number becomes the least.
 const fit = (wanted, least, most) => wanted > least ? Math.min(wanted, most) : least;
 const whole = (value, least = 0) => fit(Math.round(value), least, FARTHEST);
 const rectangle = ({ x, y, width, height }, scale) =>
   [whole(x * scale, -FARTHEST), whole(y * scale, -FARTHEST), whole(width * scale), whole(height * scale)];
 
-// Where the document's view begins on the screen; null when nothing tells. A view in the browser's window has all of the
-// browser's own above it.
+// Where the document's view begins on the screen; null when nothing tells. Without an origin or a pointer, a top-level view
+// is taken to fill `area`, which lies below the browser's bars.
 function beginOfView({ origin, pointer, isTop }, area, window, zoom) {
   if (origin) return { x: origin[0] * zoom, y: origin[1] * zoom };
   if (pointer) {

@@ -45,10 +45,12 @@ const CODES = {
   17: "The last update is too old: run the updater."
 };
 
-function verdictOf(result) {
-  if (!result) return "The plug-in does not answer.";
-  const codes = Object.fromEntries(result.object);
-  return CODES[codes.pluginRetCode] || `The agent can't be started: plug-in code ${codes.pluginRetCode}.`;
+// What `zubInit` and `wysInit` have given.
+function verdictOf(agent, display) {
+  if (!agent || !display) return "The plug-in does not answer.";
+  const [code, displayCode] = [agent, display].map(result => Object.fromEntries(result.object).pluginRetCode);
+  if (code !== 0) return CODES[code] || `The agent can't be started: plug-in code ${code}.`;
+  return displayCode === 0 ? CODES[0] : `Pages can't show images, for the display library can't be started: plug-in code ${displayCode}.`;
 }
 
 // What the browsers say when they do not start the host, and what that means.
@@ -70,7 +72,7 @@ function diagnose() {
     const native = api.runtime.connectNative("com.norvo.ksv");
     const requests = [
       { do: "create", width: 1, height: 1 }, { do: "get", name: "version" },
-      { do: "call", name: "zubInit", arguments: [] }, { do: "call", name: "zubDeInit", arguments: [] }
+      ...[["zubInit"], ["zubDeInit"], ["wysInit", 0, ""], ["wysDeInit"]].map(([name, ...given]) => ({ do: "call", name, arguments: given }))
     ];
     const values = [];
     let host = "";
@@ -86,7 +88,7 @@ function diagnose() {
       if (message.n) values.push(message.value);
       const next = requests[values.length];
       if (next) native.postMessage({ n: values.length + 1, on: 1, ...next });
-      else finish(verdictOf(values[2]));
+      else finish(verdictOf(values[2], values[4]));
     });
     native.postMessage({ hello: 1, origin: "null", address: "" });
   });

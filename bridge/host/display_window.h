@@ -5,21 +5,14 @@
 #include <string>
 
 #include "base/owner.h"
+#include "bridge/host/place.h"
 #include "platform/win32.h"
 
 namespace Bridge {
 
-/// Where the browser has an element, in pixels of the screen.
-struct Place {
-  RECT element{};
-  /// What the window must not leave: the part of the browser's window that shows pages.
-  RECT within{};
-  /// Whether the element can be seen at all: not in a tab behind another one, for example.
-  bool isShown = false;
-};
-
-/// What the caption of a page's window says that is so wide, and whose caption is so high (0: as usual). A caption cuts
-/// a text that it has no room for at its end; but the end of an origin tells whose it is, so its beginning is left out.
+/// The caption of a window of this width for a page of this origin; `height` is the caption's, 0 if the system tells
+/// none. A system cuts a long text at its end, but the end of an origin tells whose it is: so the beginning is left
+/// out.
 std::basic_string<WCHAR> CaptionOf(const std::string& origin, int width, int height);
 
 /// The window of an instance of the plug-in's, above the browser, with the page's origin in its caption. It is shown

@@ -46,7 +46,7 @@ Document::Document(std::filesystem::path path, const Hello& attested, Browser to
       functions([this](const json& message) { Tell(message); }) {}
 
 Document::~Document() {
-  pages.clear();
+  elements.clear();
   module.reset();
 }
 
@@ -66,7 +66,7 @@ void Document::ReportMisuse(const std::string& misuse) {
   std::fprintf(stderr, "ksv-bridge: %s\n", misuse.c_str());
 }
 
-Document::Page::Page(Document& document, const Request& request)
+Document::Element::Element(Document& document, const Request& request)
     : window(document.origin, request.width, request.height),
       instance(document, document.module->Funcs(), document.AddInstance(), NorvoWebAPI::KSV::kMimeType,
                {{"type", NorvoWebAPI::KSV::kMimeType},
@@ -76,8 +76,9 @@ Document::Page::Page(Document& document, const Request& request)
   instance.Scriptable();
 }
 
-// While the system delivers a click, the page answers before the delivery ends: a display takes no click that is told
-// of later. All else that the module tells need not wait. A page that is at work, here or in a call, can't run it now.
+// A display takes a click only while the system delivers it, so the page's function has to run, and call back, before
+// this returns. All other messages are sent and not waited for; so are those to a page that is itself at work, in a
+// call or in a function that is awaited: it can't run another one now.
 void Document::Tell(const json& message) {
   if (isPageBusy || !message.contains("run") || !DisplayWindow::IsInClick()) return browser.send(message);
   const ScopeExit restore([this] { isPageBusy = false; });
@@ -88,10 +89,10 @@ void Document::Tell(const json& message) {
 json Document::Create(const Request& request) {
   if (request.instance <= lastInstance) throw ProtocolError("an instance's number is used again");
   lastInstance = request.instance;
-  if (pages.size() >= kMaxInstances) return Error("The document has too many elements of the plug-in's.");
+  if (elements.size() >= kMaxInstances) return Error("The document has too many elements of the plug-in's.");
   try {
     if (!module) module = std::make_unique<NpHost::Module>(modulePath, Funcs());
-    pages.try_emplace(request.instance, *this, request);
+    elements.try_emplace(request.instance, *this, request);
     return Value({{"undefined", true}});
   } catch (const std::runtime_error& error) {
     return Error(Kit::TextOf(modulePath) + ": " + error.what() + " Install the plug-in again, and reload the page.");
@@ -99,8 +100,8 @@ json Document::Create(const Request& request) {
 }
 
 NPObject* Document::ObjectOf(uint32_t instance) {
-  const auto found = pages.find(instance);
-  return found == pages.end() ? nullptr : found->second.instance.Scriptable();
+  const auto found = elements.find(instance);
+  return found == elements.end() ? nullptr : found->second.instance.Scriptable();
 }
 
 json Document::Use(NpHost::Instance& instance, const Request& request) {
@@ -138,8 +139,8 @@ void Document::FollowImage(const std::string& method, uint32_t instance, const j
       {"wysCreateStdImage", true}, {"wysSubmitFrame", true}, {"wysProcessRemoteWysMessage", true},
       {"wysCancelButton", false},  {"wysDeInit", false},     {"wysCloseSession", false}};
   const auto image = images.find(method);
-  const auto page = pages.find(instance);
-  if (image == images.end() || page == pages.end()) return;
+  const auto element = elements.find(instance);
+  if (image == images.end() || element == elements.end()) return;
   const auto code = [&](const char* name) {
     for (const json& member : result.value("object", json::array())) {
       if (member[0] == name) return member[1];
@@ -148,23 +149,23 @@ void Document::FollowImage(const std::string& method, uint32_t instance, const j
   };
   // A session that the library does not close has no image for the module all the same.
   const bool succeeded = code("pluginRetCode") == 0 && (code("fnRetCode") == 0 || method == "wysCloseSession");
-  if (succeeded) page->second.window.SetImage(image->second);
+  if (succeeded) element->second.window.SetImage(image->second);
 }
 
 void Document::Move(const Placed& placed) {
   if (placed.instance > lastInstance) throw ProtocolError("there is no such instance");
-  const auto page = pages.find(placed.instance);
-  if (page != pages.end()) page->second.window.MoveTo(placed.place);
+  const auto element = elements.find(placed.instance);
+  if (element != elements.end()) element->second.window.MoveTo(placed.place);
 }
 
 json Document::Answer(const Request& request) {
   const ScopeExit restore([this, before = std::exchange(isPageBusy, true)] { isPageBusy = before; });
   if (request.action == Action::Create) return Create(request);
   if (request.instance > lastInstance) throw ProtocolError("there is no such instance");
-  const auto page = pages.find(request.instance);
-  if (page == pages.end()) return Error("the plug-in's instance has ended");
-  if (request.action != Action::Destroy) return Use(page->second.instance, request);
-  pages.erase(page);
+  const auto element = elements.find(request.instance);
+  if (element == elements.end()) return Error("the plug-in's instance has ended");
+  if (request.action != Action::Destroy) return Use(element->second.instance, request);
+  elements.erase(element);
   return Value({{"undefined", true}});
 }
 

@@ -40,8 +40,8 @@ class Document : private NpHost::Host {
   void Move(const Placed& placed);
 
  private:
-  struct Page {
-    Page(Document& document, const Request& request);
+  struct Element {
+    Element(Document& document, const Request& request);
     DisplayWindow window;
     NpHost::Instance instance;
   };
@@ -64,7 +64,7 @@ class Document : private NpHost::Host {
   bool isPageBusy = false;
   PageFunctions functions;
   std::unique_ptr<NpHost::Module> module;
-  std::map<uint32_t, Page> pages;
+  std::map<uint32_t, Element> elements;
   uint32_t lastInstance = 0;
   std::optional<std::string> exception;
 };

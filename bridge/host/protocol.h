@@ -10,7 +10,7 @@
 #include <string_view>
 #include <variant>
 
-#include "bridge/host/display_window.h"
+#include "bridge/host/place.h"
 
 namespace Bridge {
 
@@ -53,7 +53,7 @@ struct Placed {
   Place place;
 };
 
-/// The page has run the function that it was awaited with, by the number of that message.
+/// The page has run an awaited function; `number` is the `awaited` of that "run".
 struct Ran {
   uint64_t number = 0;
 };

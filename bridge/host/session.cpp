@@ -99,8 +99,8 @@ class Session {
     if (!document) throw ProtocolError("the first message has not come");
     if (const auto* const placed = std::get_if<Placed>(&*message)) return document->Move(*placed);
     if (const auto* const ran = std::get_if<Ran>(&*message)) {
-      if (ran->number <= lastRan || ran->number > lastRun) throw ProtocolError("a function has not been run");
-      lastRan = ran->number;
+      if (ran->number <= lastAnswered || ran->number > lastAwaited) throw ProtocolError("a function has not been run");
+      lastAnswered = ran->number;
       return;
     }
     Send(AnswerOf(std::get<Request>(*message)));
@@ -108,10 +108,10 @@ class Session {
 
   // Runs inside the module, which no exception may reach.
   void RunNow(json run) noexcept try {
-    run["awaited"] = ++lastRun;
+    run["awaited"] = ++lastAwaited;
     Send(TextOf(run));
     const auto end = std::chrono::steady_clock::now() + kPageTime;
-    while (!hasEnded && !failure && lastRan < lastRun) {
+    while (!hasEnded && !failure && lastAnswered < lastAwaited) {
       const auto message = inbox->TakeUntil(end);
       if (!message) return;
       Handle(*message);
@@ -151,9 +151,10 @@ class Session {
   std::unique_ptr<Document> document;
   std::deque<std::string> answers;
   uint64_t lastNumber = 0;
-  uint64_t lastRun = 0;  // Of those that were awaited.
-  uint64_t lastRan = 0;
-  std::exception_ptr failure;  // What a message that came while the module waited has broken.
+  uint64_t lastAwaited = 0;   // The number of the newest "run" that the host waits for.
+  uint64_t lastAnswered = 0;  // That of the newest "ran".
+  // Thrown by a message that came in RunNow; Talk throws it again, once the module has returned.
+  std::exception_ptr failure;
   bool hasEnded = false;
 };
 

@@ -25,8 +25,8 @@ inline constexpr char kHostAllowlist[] = "NativeMessagingAllowlist";
 inline constexpr const char* kPolicyLists[] = {kForcelist, kBlocklist, kAllowlist, kHostBlocklist, kHostAllowlist};
 inline constexpr char kSettings[] = "ExtensionSettings";
 inline constexpr char kInstallationMode[] = "installation_mode";
-/// What does the same as one of them: the extension's package in the folder from which Firefox on Linux installs for
-/// all.
+/// Stands among the policies because it does the same: Firefox on Linux installs the package that lies in its folder
+/// for all users.
 inline constexpr char kPackageForAll[] = "package for all users";
 
 /// Whether a native manifest may name its host by a path that is relative to the manifest.

@@ -45,9 +45,9 @@ std::vector<Row> Rows() {
             "/usr/share/firefox-esr/distribution"}}};
 }
 
-class Folder {
+class FolderResolver {
  public:
-  explicit Folder(std::string root) : root(std::move(root)) {}
+  explicit FolderResolver(std::string root) : root(std::move(root)) {}
 
   // Empty for a folder of a user who has none.
   std::vector<std::string> Resolve(const Folders& folders) const {
@@ -76,11 +76,11 @@ Policies ReadPolicies(const std::vector<std::string>& folders, bool isFirefox) {
   Policies policies;
   for (const std::string& folder : folders) {
     for (const std::string& file : EntriesOf(folder)) {
-      if (!file.ends_with(".json")) continue;
+      if (!file.ends_with(isFirefox ? "/policies.json" : ".json")) continue;
       const auto [content, problem] = ReadJsonFile(file);
       if (policies.problem.empty()) policies.problem = problem;
       policies.Add(file, isFirefox ? MemberOf(content, "policies") : content);
-      if (isFirefox) return policies;  // It reads the first file alone.
+      if (isFirefox) return policies;  // It reads that of the first folder alone.
     }
   }
   return policies;
@@ -95,16 +95,16 @@ void AddPackageForAll(Policies& policies, const std::string& root) {
 }  // namespace
 
 std::vector<BridgeBrowser> FindBridgeBrowsers(const std::string& root) {
-  const Folder folder(root);
+  const FolderResolver folders(root);
   std::vector<BridgeBrowser> browsers;
   for (const Row& row : Rows()) {
-    BridgeBrowser browser{row.name, row.isFirefox, "", "", folder.Resolve(row.profiles), {}};
-    for (const std::string& place : folder.Resolve(row.manifests)) {
+    BridgeBrowser browser{row.name, row.isFirefox, "", "", folders.Resolve(row.profiles), {}};
+    for (const std::string& place : folders.Resolve(row.manifests)) {
       const std::string path = place + "/" + kHostName + ".json";
       browser.searched.append(browser.searched.empty() ? "" : ", ").append(place);
       if (browser.manifest.empty() && FindFile(path) != Presence::Missing) browser.manifest = path;
     }
-    browser.policies = ReadPolicies(folder.Resolve(row.policies), row.isFirefox);
+    browser.policies = ReadPolicies(folders.Resolve(row.policies), row.isFirefox);
     if (row.isFirefox) AddPackageForAll(browser.policies, root);
     browsers.push_back(std::move(browser));
   }

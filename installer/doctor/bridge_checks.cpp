@@ -51,8 +51,7 @@ std::filesystem::path PathOf(const std::string& narrow) {
   return Kit::PathOf(ToUtf8(SystemPath(narrow)));
 }
 
-// --- What lies in the browser's folders
-// ---------------------------------------------------------------------------------
+// --- What lies in the browser's folders -----------------------------------------------------------------------------
 
 // In Chromium's profile: in a folder of its own, or wherever the preferences say that it lies unpacked.
 std::vector<Extension> ReadChromiumProfile(const std::string& profile, const std::string& id) {
@@ -102,8 +101,7 @@ bool IsInstalled(const BridgeBrowser& browser) {
   return std::ranges::any_of(browser.profiles, [](const std::string& folder) { return !EntriesOf(folder).empty(); });
 }
 
-// --- What the policies say
-// ----------------------------------------------------------------------------------------------
+// --- What the policies say ------------------------------------------------------------------------------------------
 
 std::string ModeOf(const Policies& policies, const std::string& id) {
   return TextOf(MemberOf(MemberOf(policies.values, kSettings), id), kInstallationMode);
@@ -137,8 +135,12 @@ std::string TellPolicy(const Policies& policies, const std::string& name) {
   return name + " in " + ShowPath(policies.places.at(name));
 }
 
-// --- The links
-// ----------------------------------------------------------------------------------------------------------
+// --- The links ------------------------------------------------------------------------------------------------------
+
+// The extension as the browser names it to the host, and in the native manifest.
+std::string CallerOf(const Examined& examined) {
+  return examined.browser.isFirefox ? examined.id : "chrome-extension://" + examined.id + "/";
+}
 
 MaybeFinding ExamineManifest(Examined& examined) {
   const BridgeBrowser& browser = examined.browser;
@@ -152,7 +154,7 @@ MaybeFinding ExamineManifest(Examined& examined) {
     return Broken(shown + ": its " + name + " is \"" + TextOf(manifest, name) + "\", not \"" + value + "\"");
   }
   const char* const list = browser.isFirefox ? "allowed_extensions" : "allowed_origins";
-  const std::string allowed = browser.isFirefox ? examined.id : "chrome-extension://" + examined.id + "/";
+  const std::string allowed = CallerOf(examined);
   if (!Lists(MemberOf(manifest, list), allowed)) {
     return Broken(shown + ": its " + list + " do not have " + allowed + ", the plug-in's extension");
   }
@@ -240,11 +242,8 @@ MaybeFinding ExaminePolicy(Examined& examined) {
 MaybeFinding ExamineAnswer(Examined& examined) {
   if (examined.host.empty()) return {};
   std::vector<std::string> arguments{ToUtf8(examined.host)};
-  if (examined.browser.isFirefox) {
-    arguments.insert(arguments.end(), {ToUtf8(examined.browser.manifest), examined.id});
-  } else {
-    arguments.push_back("chrome-extension://" + examined.id + "/");
-  }
+  if (examined.browser.isFirefox) arguments.push_back(ToUtf8(examined.browser.manifest));
+  arguments.push_back(CallerOf(examined));
   examined.talk = TalkToHost(arguments, examined.prober.Limit());
   const HostTalk& talk = examined.talk;
   if (!talk.answers) return Broken("it " + talk.problem);

@@ -20,7 +20,7 @@ std::string Framed(const Json& message) {
   return framed + text;
 }
 
-// The messages that came whole and are JSON.
+// The messages that came whole; null in place of one that is no JSON.
 std::vector<Json> ReadMessages(const std::string& output) {
   std::vector<Json> messages;
   size_t at = 0;

@@ -15,8 +15,7 @@ struct HostTalk {
 };
 
 /// Starts the host as a browser does and asks it for an instance of the module, which loads the vendor's libraries;
-/// nothing is called in them. `arguments`
-/// are UTF-8, the host's path first.
+/// nothing is called in them. `arguments` are UTF-8, the host's path first.
 HostTalk TalkToHost(const std::vector<std::string>& arguments, std::chrono::seconds limit);
 
 }  // namespace NorvoWebAPI::KSV::Doctor

@@ -9,8 +9,7 @@ namespace KsvDisplay::Disclosure {
 /// The file that each repaint writes the keys to, from `KSV_DISPLAY_LAYOUT`; empty for none.
 std::filesystem::path KeysFile();
 
-/// The file that each repaint writes the picture to, from `KSV_DISPLAY_PICTURE`; empty for none. Not on
-/// Windows.
+/// The file that each repaint writes the picture to, from `KSV_DISPLAY_PICTURE`; empty for none. Not on Windows.
 std::filesystem::path PictureFile();
 
 }  // namespace KsvDisplay::Disclosure

@@ -22,8 +22,8 @@ struct WindowListener {
   std::function<bool(TypedKey)> type;
 };
 
-/// Calls a listener while this object lives. A window whose keys are taken gets the keyboard, if the thread
-/// has it: at its next message and at each click in it. Without effect for a window of another process.
+/// Calls a listener while this object lives. A window whose keys are taken gets the keyboard, if the thread has
+/// it: at its next message and at each click in it. Without effect for a window of another process.
 class WindowWatch {
  public:
   WindowWatch() = default;

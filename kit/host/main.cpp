@@ -20,7 +20,9 @@ int RunHost(int argc, char** argv) {
   Kit::HostOptions options;
   if (const auto end = Kit::ReadHostOptions(Kit::CommandLine(argc, argv), options)) return *end;
   if (!options.picture.empty() && !Kit::PageWindow::kHasPicture) {
-    return Fail("There is no --picture on this system; programs that make pictures of windows are.", Kit::kExitUsage);
+    return Fail(
+        "There is no --picture on this system. Take a picture of the window with another program, such as import.",
+        Kit::kExitUsage);
   }
   std::vector<Kit::Script> scripts;
   for (const auto& page : options.pages) {

@@ -34,7 +34,7 @@ async function open(answer, lastError) {
 const hostWith = (changed, host = "5.0.9") => ({ hello, n, name, do: action }) => {
   if (hello) return "hello" in changed ? changed.hello : { hello: 1, host };
   const key = name || action;
-  const values = { version: "5.0.5", zubInit: { object: [["pluginRetCode", 0]] } };
+  const values = { version: "5.0.5", zubInit: { object: [["pluginRetCode", 0]] }, wysInit: { object: [["pluginRetCode", 0]] } };
   return key in changed ? changed[key] : { n, value: values[key] ?? null };
 };
 
@@ -42,6 +42,7 @@ test("the toolbar's page says what is broken on this computer, and the versions"
   const rows = [
     [hostWith({}), "", /^Everything that a page needs is there\.$/, "good", ["5.0.9", "5.0.5"]],
     [hostWith({ zubInit: { n: 3, value: { object: [["pluginRetCode", 10]] } } }), "", /agent library is missing/, "bad", ["5.0.9", "5.0.5"]],
+    [hostWith({ wysInit: { n: 5, value: { object: [["pluginRetCode", 10]] } } }), "", /can't show images.*code 10\.$/, "bad", ["5.0.9", "5.0.5"]],
     [hostWith({}, "5.0.4"), "", /of different versions: install/, "bad", ["5.0.4", "5.0.5"]],
     [hostWith({ hello: { end: "of different versions" } }), "", /^of different versions$/, "bad", ["unknown", "unknown"]],
     [hostWith({ hello: "ends" }), "Specified native messaging host not found.", /^The plug-in is not installed/, "bad", ["unknown", "unknown"]],

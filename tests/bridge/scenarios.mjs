@@ -45,7 +45,7 @@ await check("each document has a host of its own, which ends with it", async () 
   await until("an end of earlier hosts", () => hosts().length === 0);
   const [first, second] = [await open(), await open()];
   for (const tab of [first, second]) await tab.evaluate("ksv.plugin.zubInit()");
-  equal(hosts().length, 2, lines.join());
+  equal(hosts().length, 2);
   await first.evaluate("ksv.plugin.zubInit()");
   await first.reload();
   equal(await first.evaluate("ksv.plugin.version"), "5.0.5");
