@@ -32,7 +32,7 @@ await check("the origin is what the browser attests, in each kind of frame", asy
   equal(await inFrame(tab, "<iframe></iframe>", blank), "scenario.token");
 });
 
-await check("the magic address gives a page nothing", async () => {
+await check("the address at which content.js waits gives a page nothing", async () => {
   const tab = await open();
   await tab.evaluate("ksv.plugin.version");
   const asked = await tab.evaluate(() => Promise.all(
