@@ -265,9 +265,12 @@ class X11Screen final : public Screen {
   }
 
   void Tell(const xcb_generic_event_t& event) {
-    // Input that another program made up is not the user's.
+    // What another program made up is neither the user's input nor the display's word.
     const bool isMadeUp = (event.response_type & kSentByProgram) != 0;
-    switch (event.response_type & kTypeMask) {
+    const uint8_t type = event.response_type & kTypeMask;
+    // A window manager sends where a window is, and what the user asks of it.
+    if (isMadeUp && type != XCB_CONFIGURE_NOTIFY && type != XCB_CLIENT_MESSAGE) return;
+    switch (type) {
       case XCB_EXPOSE:
         return ReportExposed(reinterpret_cast<const xcb_expose_event_t&>(event).window);
       case XCB_CONFIGURE_NOTIFY:
@@ -285,12 +288,10 @@ class X11Screen final : public Screen {
       }
       case XCB_BUTTON_PRESS:
       case XCB_BUTTON_RELEASE:
-        if (!isMadeUp) TellButton(reinterpret_cast<const xcb_button_press_event_t&>(event));
-        return;
+        return TellButton(reinterpret_cast<const xcb_button_press_event_t&>(event));
       case XCB_KEY_PRESS:
       case XCB_KEY_RELEASE:
-        if (!isMadeUp) TellKey(reinterpret_cast<const xcb_key_press_event_t&>(event));
-        return;
+        return TellKey(reinterpret_cast<const xcb_key_press_event_t&>(event));
       case XCB_CLIENT_MESSAGE: {
         const auto& message = reinterpret_cast<const xcb_client_message_event_t&>(event);
         if (message.type == protocols && message.data.data32[0] == deleteWindow) ReportCloseAsked(message.window);

@@ -67,6 +67,8 @@ TEST(DisplayWindowTest, CaptionTellsWhoseThePageIs) {
       {"https://b\xE2\x80\xAE.example", "https://b???.example"},
       {"https://" + string(60, 'w') + ".bank.example", "*" + string(19, 'w') + ".bank.example"}};
   for (const auto& [origin, caption] : rows) EXPECT_EQ(Caption(origin), caption);
+  // A window manager's caption has buttons, which cut its text at the end.
+  EXPECT_EQ(Bridge::CaptionOf("https://x.bank.com.de", 240, 0).size(), 1U + 8U);
 }
 
 // A page with an image, in the first instance.

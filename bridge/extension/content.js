@@ -155,8 +155,9 @@
   });
 
   channel.addEventListener("ksv-note", event => {
-    if (port && END.test(event.detail)) post(event.detail);
-    if (port && RAN.test(event.detail)) port.postMessage({ text: event.detail });
+    if (!port || typeof event.detail !== "string") return;
+    if (END.test(event.detail)) post(event.detail);
+    if (RAN.test(event.detail)) port.postMessage({ text: event.detail });
   });
 
   // A page in the back-forward cache has no plug-in: its instances have ended when it comes back.
@@ -192,24 +193,47 @@
   let pointer = null;       // Where the mouse was last: on the screen from the browser's window's corner, and in the view.
   let looking = 0;
 
+  // What of a rectangle lies in the document's view. A frame's window must not be larger than the frame.
+  function clipped({ x, y, width, height }) {
+    const [left, upper] = [Math.max(0, x), Math.max(0, y)];
+    return [left, upper, Math.max(0, Math.min(innerWidth, x + width) - left), Math.max(0, Math.min(innerHeight, y + height) - upper)];
+  }
+
+  // Tells when an element is out of sight also because the page around its frame hides it.
+  const sight = new IntersectionObserver(changes => {
+    for (const { target, isIntersecting } of changes) {
+      for (const entry of shown.values()) if (entry.element === target) entry.isSeen = isIntersecting;
+    }
+    tellPlaces();
+  });
+
+  function forget(on) {
+    const entry = shown.get(on);
+    if (!entry) return;
+    shown.delete(on);
+    sight.unobserve(entry.element);
+    port?.postMessage({ place: { on, gone: true } });
+  }
+
   function tellPlaces() {
     for (const [on, entry] of shown) {
       if (!entry.element.isConnected) {
-        shown.delete(on);
+        forget(on);
         continue;
       }
-      const { x, y, width, height } = entry.element.getBoundingClientRect();
-      const inView = width > 0 && height > 0 && x < innerWidth && y < innerHeight && x + width > 0 && y + height > 0;
+      const box = entry.element.getBoundingClientRect();
+      const inView = clipped(box);
+      const isSeen = entry.isSeen && inView[2] > 0 && inView[3] > 0 && document.visibilityState === "visible";
+      const isTop = window === top;
       const place = {
-        on, box: [x, y, width, height], ratio: devicePixelRatio, isTop: window === top, pointer,
-        visible: inView && document.visibilityState === "visible",
+        on, box: isTop ? [box.x, box.y, box.width, box.height] : inView, ratio: devicePixelRatio, isTop, pointer, visible: isSeen,
         origin: typeof mozInnerScreenX === "number" ? [mozInnerScreenX, mozInnerScreenY] : null
       };
       // The browser's window may have moved or changed too, of which the background is told nothing.
       const told = JSON.stringify([place, screenX, screenY, outerWidth, outerHeight, innerWidth, innerHeight]);
       if (told === entry.told) continue;
       entry.told = told;
-      port.postMessage({ place });
+      port?.postMessage({ place });
     }
     if (shown.size) return;
     clearInterval(looking);
@@ -233,15 +257,18 @@
   ];
 
   function show(event) {
-    if (!port || !Number.isInteger(event.detail)) return;
-    shown.set(event.detail, { element: event.composedPath()[0], told: "" });
+    const [element] = event.composedPath();
+    if (!port || !Number.isInteger(event.detail) || !(element instanceof Element)) return;
+    forget(event.detail);
+    shown.set(event.detail, { element, told: "", isSeen: false });
+    sight.observe(element);
     looking ||= setInterval(tellPlaces, LOOK_TIME);
     for (const [name, listener] of LOOKED_FOR) addEventListener(name, listener, { capture: true, passive: true });
     tellPlaces();
   }
 
   function hide(event) {
-    shown.delete(event.detail);
+    forget(event.detail);
   }
 
   watchCache();

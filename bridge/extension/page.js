@@ -22,7 +22,7 @@
   // After these an image may stand in the element's window, and after those none does. The host knows more exactly when:
   // see `Document::FollowImage`.
   const SHOWING = ["wysCreateStdImage", "wysSubmitFrame", "wysProcessRemoteWysMessage"];
-  const HIDING = ["wysCloseSession"];
+  const HIDING = ["wysCancelButton", "wysCloseSession"];
   const MAX_DEPTH = 64;
   const MAX_VALUES = 100000;
   const MAX_BYTES = 48 * 1024 * 1024;  // Of texts; what stands around them makes a message longer.
@@ -52,6 +52,8 @@
   });
 
   const text = value => stringify(apply(toWellFormed, value, []));
+  // A message has no member that the page has given to all objects.
+  const own = (object, key) => getOwnPropertyDescriptor(object, key)?.value;
 
   // --- Messages to and from content.js -----------------------------------------------------------------------------
 
@@ -73,8 +75,8 @@
     send("ksv-request", message);
     const given = answer && parse(answer);
     answer = null;
-    if (given && given.n !== undefined) return given;
-    if (given && given.gone) consoleError(given.gone);
+    if (given && own(given, "n") !== undefined) return given;
+    if (given && own(given, "gone")) consoleError(own(given, "gone"));
     forgetHost();
     return null;
   }
@@ -174,17 +176,18 @@
 
   function read(value) {
     if (value === null || typeof value !== "object") return value;
-    if (value.object) {
+    const [members, elements, number] = [own(value, "object"), own(value, "array"), own(value, "number")];
+    if (members) {
       const object = {};
-      for (let i = 0; i < value.object.length; ++i) put(object, value.object[i][0], read(value.object[i][1]));
+      for (let i = 0; i < members.length; ++i) put(object, members[i][0], read(members[i][1]));
       return freeze(object);
     }
-    if (value.array) {
+    if (elements) {
       const array = [];
-      for (let i = 0; i < value.array.length; ++i) put(array, i, read(value.array[i]));
+      for (let i = 0; i < elements.length; ++i) put(array, i, read(elements[i]));
       return freeze(array);
     }
-    if (value.number) return value.number === "NaN" ? NaN : value.number === "-0" ? -0 : value.number === "Infinity" ? Infinity : -Infinity;
+    if (number) return number === "NaN" ? NaN : number === "-0" ? -0 : number === "Infinity" ? Infinity : -Infinity;
     return undefined;
   }
 
@@ -234,8 +237,8 @@
     const number = ++lastInstance;
     const made = ask('{"on":' + number + ',"do":"create","width":' + size(width) + ',"height":' + size(height) + "}");
     if (!made) return 0;
-    if (made.error) {
-      consoleError(made.error);
+    if (own(made, "error")) {
+      consoleError(own(made, "error"));
       return 0;
     }
     instances.set(element, number);
@@ -251,8 +254,8 @@
     if (!number) writer?.takeBack(0);
     const given = number && ask('{"on":' + number + "," + message + "}");
     if (!given) return undefined;
-    if (given.error) throw new PageError(given.error);
-    return { value: read(given.value) };
+    if (own(given, "error")) throw new PageError(own(given, "error"));
+    return { value: read(own(given, "value")) };
   }
 
   // content.js tells where the element is while an image may stand over it. Only an event of the element's own names it.
@@ -267,8 +270,11 @@
       let list = "";
       for (let i = 0; i < given.length; ++i) list += (i ? "," : "") + writer.writeArgument(given[i]);
       const result = use(element, '"do":"call","name":' + text(name) + ',"arguments":[' + list + "]", writer);
-      if (SHOWING.includes(name)) tellOfImage(element, "ksv-show");
-      if (HIDING.includes(name)) tellOfImage(element, "ksv-hide");
+      const { pluginRetCode, fnRetCode } = result?.value || {};
+      if (pluginRetCode === 0 && (fnRetCode === 0 || name === "wysCloseSession")) {
+        if (SHOWING.includes(name)) tellOfImage(element, "ksv-show");
+        if (HIDING.includes(name)) tellOfImage(element, "ksv-hide");
+      }
       return result ? result.value : refused();
     };
   }
@@ -343,20 +349,22 @@
 
   listen("ksv-event", message => {
     const event = parse(message);
-    if (event.run) {
+    const [run, forgotten, gone] = [own(event, "run"), own(event, "forget"), own(event, "gone")];
+    if (run) {
       const ofHost = functions;
-      const held = functions.get(event.run);
+      const held = functions.get(run);
       try {
-        if (held) apply(held.run, undefined, read({ array: event.arguments }));
+        if (held) apply(held.run, undefined, read({ array: own(event, "arguments") }));
       } catch (error) {
         report(error);
       }
       // Another host would not know what it is about.
-      if (event.awaited && functions === ofHost) send("ksv-note", '{"ran":' + event.awaited + "}");
-    } else if (event.forget) {
-      for (let i = 0; i < event.forget.length; ++i) countOff(event.forget[i][0], event.forget[i][1]);
+      const awaited = own(event, "awaited");
+      if (awaited && functions === ofHost) send("ksv-note", '{"ran":' + awaited + "}");
+    } else if (forgotten) {
+      for (let i = 0; i < forgotten.length; ++i) countOff(forgotten[i][0], forgotten[i][1]);
     } else {
-      if (event.gone) consoleError(event.gone);
+      if (gone) consoleError(gone);
       forgetHost();
     }
   });

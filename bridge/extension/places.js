@@ -62,6 +62,11 @@ class Places {
 
   // What content.js tells of one element.
   take(told) {
+    if (told.gone) {
+      this.told.delete(told.on);
+      this.sent.delete(told.on);
+      return;
+    }
     allPlaces.add(this);
     this.told.set(told.on, told);
     this.update();

@@ -44,10 +44,13 @@ LONG Fit(LONG wanted, LONG length, LONG least, LONG end) {
 
 }  // namespace
 
-// No letter is wider than half of what the caption is high.
+// No letter is wider than half of what the caption is high. Where a window manager draws the caption, it tells neither
+// that nor the room that its buttons take.
 std::basic_string<WCHAR> CaptionOf(const std::string& origin, int width, int height) {
-  constexpr int kUsualHeight = 24;
-  const auto room = static_cast<size_t>(2 * width / (height > 0 ? height : kUsualHeight));
+  constexpr int kButtons = 120;
+  constexpr int kWidestLetter = 14;
+  const auto room =
+      static_cast<size_t>(height > 0 ? 2 * width / height : std::max(0, width - kButtons) / kWidestLetter);
   if (origin.empty() || origin == "null") return KSV_WIDE("no address");
   std::basic_string<WCHAR> caption;
   if (origin.size() > room) caption += KSV_WIDE('\u2026');
@@ -93,9 +96,12 @@ void DisplayWindow::Update() {
   const RECT& element = place->element;
   const RECT& within = place->within;
   const LONG width = std::min(element.right - element.left + frame.left + frame.right, within.right - within.left);
-  const LONG height = std::min(element.bottom - element.top + frame.top + frame.bottom, within.bottom - within.top);
+  // A window manager's caption stands above the window, and is not told of.
+  constexpr LONG kManagersCaption = 40;
+  const LONG highest = std::min(within.bottom, within.top + (frame.top > 0 ? 0 : kManagersCaption));
+  const LONG height = std::min(element.bottom - element.top + frame.top + frame.bottom, within.bottom - highest);
   const LONG left = Fit(element.left - frame.left, width, within.left, within.right);
-  const LONG top = Fit(element.top - frame.top, height, within.top, within.bottom);
+  const LONG top = Fit(element.top - frame.top, height, highest, within.bottom);
   SetWindowTextW(window.Get(), CaptionOf(origin, static_cast<int>(width), static_cast<int>(frame.top)).c_str());
   const UINT visibility = hasImage && place->isShown ? SWP_SHOWWINDOW : SWP_HIDEWINDOW;
   SetWindowPos(window.Get(), HWND_TOPMOST, left, top, width, height, SWP_NOACTIVATE | visibility);

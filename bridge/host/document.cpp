@@ -140,7 +140,7 @@ void Document::FollowImage(const std::string& method, uint32_t instance, const j
       {"wysCancelButton", false},  {"wysDeInit", false},     {"wysCloseSession", false}};
   const auto image = images.find(method);
   const auto element = elements.find(instance);
-  if (image == images.end() || element == elements.end()) return;
+  if (image == images.end() || element == elements.end() || !result.is_object()) return;
   const auto code = [&](const char* name) {
     for (const json& member : result.value("object", json::array())) {
       if (member[0] == name) return member[1];
@@ -149,7 +149,9 @@ void Document::FollowImage(const std::string& method, uint32_t instance, const j
   };
   // A session that the library does not close has no image for the module all the same.
   const bool succeeded = code("pluginRetCode") == 0 && (code("fnRetCode") == 0 || method == "wysCloseSession");
-  if (succeeded) element->second.window.SetImage(image->second);
+  // These have released the last image before they fail.
+  const bool hasReleased = method == "wysSubmitFrame" || method == "wysProcessRemoteWysMessage";
+  if (succeeded || hasReleased) element->second.window.SetImage(succeeded && image->second);
 }
 
 void Document::Move(const Placed& placed) {

@@ -49,8 +49,9 @@ int OpenInput(const std::string& bytes) {
 bool ReadUntil(Clock::time_point limit, int file, std::string& output) {
   while (true) {
     const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(limit - Clock::now()).count();
+    if (left <= 0) return false;  // Also when there is always more to read.
     pollfd waited{file, POLLIN, 0};
-    const int ready = poll(&waited, 1, static_cast<int>(std::max<long long>(left, 0)));
+    const int ready = poll(&waited, 1, static_cast<int>(left));
     if (ready == 0) return false;
     if (ready < 0 && errno == EINTR) continue;
     std::array<char, 4096> part{};

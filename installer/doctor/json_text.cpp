@@ -28,7 +28,7 @@ JsonText ParseJson(const std::string& text) {
     const std::string reason = broken.what();
     const size_t line = reason.find("line ");
     return {nullptr, line == std::string::npos ? reason : reason.substr(line)};
-  } catch (const std::runtime_error& refused) {
+  } catch (const std::exception& refused) {  // Too deep, or a number that nothing holds.
     return {nullptr, refused.what()};
   }
 }

@@ -71,6 +71,7 @@ std::string Narrow(std::wstring_view text) {
 
 std::vector<std::wstring> ReadBrowsers(const std::wstring& property) {
   std::vector<std::wstring> names = SplitList(property);
+  if (names.empty() && !property.empty()) throw std::invalid_argument("BROWSERS names none; say \"none\" for that");
   if (names.empty()) {
     for (const Browser& browser : kBrowsers) names.emplace_back(browser.name);
   }
@@ -97,6 +98,8 @@ bool IsOrigin(std::wstring_view text) {
 std::vector<std::wstring> ReadSites(const std::wstring& property) {
   if (property == kAll) return {};
   std::vector<std::wstring> sites = SplitList(property);
+  // Variables of a script that were empty, perhaps: they must not allow all sites.
+  if (sites.empty() && !property.empty()) throw std::invalid_argument("SITES names none; * is for all");
   for (const std::wstring& site : sites) {
     if (!IsOrigin(site)) {
       throw std::invalid_argument("SITES has \"" + Narrow(site) +
@@ -158,8 +161,10 @@ std::string ForXml(std::wstring url) {
 // The package's manifest has the place of the extension's package empty: only now is the folder known.
 void CompleteUpdateManifest(const std::wstring& folder) {
   const std::wstring path = folder + L"bridge\\update.xml";
+  // A virus scanner may be reading it.
+  constexpr DWORD kShared = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
   // The link's own file, if somebody has put one there: this runs as the system.
-  const HANDLE opened = CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING,
+  const HANDLE opened = CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, kShared, nullptr, OPEN_EXISTING,
                                     FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
   const Owner<HANDLE, CloseHandle> file(opened == INVALID_HANDLE_VALUE ? nullptr : opened);
   std::string text(4096, '\0');

@@ -20,7 +20,13 @@ function makeDocumentIn(surroundings, ...given) {
     console: { debug() {} }, addEventListener(name, listener) { page.listeners[name] = listener; },
     removeEventListener(name) { delete page.listeners[name]; }, setInterval: look => { page.look = look; return 1; },
     clearInterval() { page.look = null; }, innerWidth: 800, innerHeight: 600, screenX: 5, screenY: 7, outerWidth: 800,
-    outerHeight: 700, devicePixelRatio: 2, window: page, top: page, document: { visibilityState: "visible" }, ...surroundings
+    outerHeight: 700, devicePixelRatio: 2, window: page, top: page, document: { visibilityState: "visible" },
+    Element: Object, IntersectionObserver: class {
+      constructor(tell) { page.see = (target, isIntersecting) => tell([{ target, isIntersecting }]); }
+      observe() {}
+      unobserve() {}
+    },
+    ...surroundings
   });
   const use = (name = "request", detail = '{"do":"get"}') => performance.dispatchEvent(new CustomEvent("ksv-" + name, { detail }));
   return { heard, ports, addresses, page, use };
@@ -80,8 +86,10 @@ test("while an image stands, it is told where the element is, whenever that chan
   const tell = (name, detail) => page.listeners[name]({ detail, composedPath: () => [element] });
   tell("ksv-show", "1");  // A page's own event.
   tell("ksv-show", 3);
+  page.see(element, true);
   page.look();
   const told = { on: 3, box: [10, 20, 100, 50], ratio: 2, isTop: true, pointer: null, visible: true, origin: null };
+  assert.deepEqual(port.posted.splice(0, 1), [{ place: { ...told, visible: false } }]);
   assert.deepEqual(port.posted, [{ place: told }]);
   page.listeners.mousemove({ isTrusted: false, screenX: 1, screenY: 1, clientX: 1, clientY: 1 });
   page.look();
@@ -94,5 +102,16 @@ test("while an image stands, it is told where the element is, whenever that chan
   assert.deepEqual(port.posted.slice(2), [{ text: '{"ran":4}' }]);
   tell("ksv-hide", 3);
   page.look();
-  assert.deepEqual([page.look, page.listeners.scroll, port.posted.length], [null, undefined, 3]);
+  assert.deepEqual(port.posted.slice(3), [{ place: { on: 3, gone: true } }]);
+  assert.deepEqual([page.look, page.listeners.scroll], [null, undefined]);
+});
+
+test("a frame's window is not larger than the frame, and is gone when the page around it hides the frame", () => {
+  const { ports, page, use } = makeDocumentIn({ top: {} }, 'e{"n":1}');
+  const element = { isConnected: true, getBoundingClientRect: () => ({ x: -10, y: 20, width: 3000, height: 3000 }) };
+  use();
+  page.listeners["ksv-show"]({ detail: 3, composedPath: () => [element] });
+  for (const isSeen of [true, false]) page.see(element, isSeen);
+  const places = ports[0].posted.filter(message => message.place).map(({ place }) => [place.visible, ...place.box]);
+  assert.deepEqual(places, [[false, 0, 20, 800, 580], [true, 0, 20, 800, 580], [false, 0, 20, 800, 580]]);
 });

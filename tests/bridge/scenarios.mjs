@@ -153,6 +153,7 @@ await check("what a page does to the language reaches no value", async () => {
   equal(await tab.evaluate(() => {
     Array.prototype.toJSON = Object.prototype.toJSON = () => "forged";
     JSON.parse = JSON.stringify = () => "forged";
+    Object.assign(Object.prototype, { error: "forged", gone: "forged", run: 1, object: [["pluginRetCode", 1]], array: [1] });
     Object.defineProperty(Object.prototype, "pluginRetCode", { set() { throw new Error("seen"); }, configurable: true });
     return document.getElementById("plugin").zubInit().pluginRetCode;
   }), 0);

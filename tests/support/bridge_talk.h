@@ -10,6 +10,7 @@
 
 #include "bridge/host/native_stream.h"
 #include "bridge/host/session.h"
+#include "tests/support/order.h"
 #include "tests/support/pipe.h"
 
 namespace support {
@@ -41,6 +42,7 @@ class Talk {
     Ask({{"do", "create"}, {"width", 100}, {"height", 50}});
   }
   void SendBytes(const std::string& bytes) {
+    OrderThreads();
     std::fwrite(bytes.data(), 1, bytes.size(), in.writeEnd.get());
     std::fflush(in.writeEnd.get());
   }
@@ -48,6 +50,7 @@ class Talk {
   /// Null at the end.
   nlohmann::json Receive() {
     const auto text = Bridge::ReadNativeMessage(out.readEnd.get());
+    OrderThreads();
     return text ? nlohmann::json::parse(*text) : nlohmann::json();
   }
   /// The answer to a request, which is numbered here. What the module did to functions before it is kept in `told`.

@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <filesystem>
 #include <map>
-#include <mutex>
 #include <new>
 #include <string>
 #include <vector>
@@ -11,6 +10,7 @@
 #include "tests/stubs/agent_stub.h"
 #include "tests/stubs/display_stub.h"
 #include "tests/support/nth_failure.h"
+#include "tests/support/order.h"
 
 namespace support {
 
@@ -77,37 +77,29 @@ class LibraryStub {
   LibraryStub(const LibraryStub&) = delete;
   LibraryStub& operator=(const LibraryStub&) = delete;
 
-  std::vector<std::string> TakeAll() {
-    const std::lock_guard lock(mutex);
-    return std::exchange(calls, {});
-  }
+  std::vector<std::string> calls;
 
  private:
-  void Record(std::string call) {
-    const std::lock_guard lock(mutex);
-    calls.push_back(std::move(call));
-  }
-
   void Take(Call& call) {
+    OrderThreads();  // With a test that talks to the host's thread.
     if (FailsNow(Source::LibraryThrows)) throw std::bad_alloc();
     const bool refuses = FailsNow(Source::LibraryRefuses);
     const bool lies = FailsNow(Source::LibraryLies);
     {
       const InPlugin library(false);
-      Record(Show(call));
+      calls.push_back(Show(call));
       const auto told = answers.find(call.entry);
       const Answer answer = told == answers.end() ? otherwise : told->second;  // It may be replaced from inside.
       answer(call);
       if (refuses) call.status = 77;
       if (lies) Lie(call);
     }
+    OrderThreads();
     PageMayEnd();
   }
 
   HMODULE library;
   Control* control;
-  std::mutex mutex;
-  std::vector<std::string> calls;
   std::map<std::string, Answer> answers;
   Answer otherwise = [](Call& call) { GiveNothing(call); };
 };
@@ -140,7 +132,7 @@ class DisplayStub : public LibraryStub<DisplayCall, DisplayStubControl> {
   void Refuse(const std::string& entry, int32_t status = 5);
   /// The calls since the last time this was asked, as in "WYSMouseDown(7, 9, {120,45})": input in hexadecimal behind
   /// "<", room behind ">" with "/null" when no buffer came.
-  std::vector<std::string> TakeCalls() { return TakeAll(); }
+  std::vector<std::string> TakeCalls() { return std::exchange(calls, {}); }
 };
 
 /// An answer that fills the first output with bytes, and gives their count or another length and a status.
