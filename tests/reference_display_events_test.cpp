@@ -25,14 +25,13 @@ struct Recorder {
   std::function<void()> inside = [] {};
 }* recorder = nullptr;
 
+// Records last: a test that has seen the record may replace `inside`.
 uint32_t Record(DisplayEventRecord* record) {
-  {
-    const std::scoped_lock lock(recorder->mutex);
-    recorder->records.push_back(*record);
-    recorder->thread = std::this_thread::get_id();
-    recorder->added.notify_all();
-  }
   recorder->inside();
+  const std::scoped_lock lock(recorder->mutex);
+  recorder->records.push_back(*record);
+  recorder->thread = std::this_thread::get_id();
+  recorder->added.notify_all();
   return 1;
 }
 

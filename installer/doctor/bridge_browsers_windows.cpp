@@ -85,7 +85,8 @@ Policies ReadPolicies(const std::string& key, const char* extension) {
       if (!list.is_null()) policies.Add(place, {{name, list}});
     }
     const auto [settings, problem] = ReadSettings(hive.key, key, extension);
-    if (!problem.empty()) policies.problem = std::string(kSettings).append(" of ").append(place + ": " + problem);
+    if (!problem.empty())
+      policies.problem = std::string(kSettings).append(" of ").append(place).append(": ").append(problem);
     if (!settings.empty()) policies.Add(place, {{kSettings, settings}});
   }
   return policies;
