@@ -23,7 +23,8 @@ function run(program, ...given) {
 
 // The visible window that has the caption, with its place on the screen; null when there is none.
 export function findWindow(caption) {
-  const pattern = "^" + caption.replaceAll(/[.^$*+?()[\]{}|\\]/g, "\\$&") + "$";
+  // A host may have left out the beginning of a long one.
+  const pattern = caption.slice(-8).replaceAll(/[.^$*+?()[\]{}|\\]/g, "\\$&") + "$";
   const [id] = run("xdotool", "search", "--onlyvisible", "--name", pattern).split("\n");
   const lines = id && run("xdotool", "getwindowgeometry", "--shell", id);
   if (!lines) return null;

@@ -43,7 +43,7 @@ await check("clicks enter a PIN on the display over the page", async () => {
 writeFileSync(transcript, lines.join("\n") + "\n");
 
 await check("the display's window follows its element and hides with it", async () => {
-  await tab.evaluate(() => { document.body.style.paddingBottom = "2000px"; scrollTo(0, 40); });
+  await tab.evaluate(() => { document.body.style.paddingBottom = "2000px"; scrollTo(0, 20); });
   await until("a window that has followed", isOverElement);
   await tab.evaluate(() => { scrollTo(0, 1500); });
   await until("a hidden window", () => !seen());
