@@ -16,7 +16,7 @@ void OnReported(uint32_t onScreen, Work work) {
   const std::lock_guard lock(state.mutex);
   for (auto& [number, entry] : state.windows) {
     if (entry.thread != self || entry.onScreen != onScreen) continue;
-    work(reinterpret_cast<HWND>(static_cast<uintptr_t>(number)), entry, state.queues[self]);
+    work(HandleOf(number), entry, state.queues[self]);
     return;
   }
 }
@@ -58,7 +58,7 @@ void ReadScreen() {
     if (entry.thread != self || entry.onScreen == 0) continue;
     entry.onScreen = 0;
     entry.isVisible = false;
-    EnqueueReport(reinterpret_cast<HWND>(static_cast<uintptr_t>(number)), entry, WM_CLOSE);
+    EnqueueReport(HandleOf(number), entry, WM_CLOSE);
   }
 }
 
