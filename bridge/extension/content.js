@@ -259,6 +259,7 @@
   function show(event) {
     const [element] = event.composedPath();
     if (!port || !Number.isInteger(event.detail) || !(element instanceof Element)) return;
+    if (shown.get(event.detail)?.element === element) return;  // One image after the other: the window stays.
     forget(event.detail);
     shown.set(event.detail, { element, told: "", isSeen: false });
     sight.observe(element);

@@ -90,6 +90,7 @@ test("while an image stands, it is told where the element is, whenever that chan
   page.look();
   const told = { on: 3, box: [10, 20, 100, 50], ratio: 2, isTop: true, pointer: null, visible: true, origin: null };
   assert.deepEqual(port.posted.splice(0, 1), [{ place: { ...told, visible: false } }]);
+  tell("ksv-show", 3);  // Another image.
   assert.deepEqual(port.posted, [{ place: told }]);
   page.listeners.mousemove({ isTrusted: false, screenX: 1, screenY: 1, clientX: 1, clientY: 1 });
   page.look();
