@@ -44,6 +44,15 @@ export function serve(source) {
   return new Promise(done => server.listen(0, "127.0.0.1", () => done(`http://127.0.0.1:${server.address().port}`)));
 }
 
+// What a test gives once it is true; throws when it has not come true in this many milliseconds.
+export async function until(what, test, time = 30000) {
+  const end = Date.now() + time;
+  for (let result; Date.now() < end; await new Promise(done => setTimeout(done, 50))) {
+    if ((result = await test())) return result;
+  }
+  throw new Error(what + " has not come true");
+}
+
 const quoted = text => "'" + text.replaceAll("'", "'\\''") + "'";
 
 // The hosts that the browser starts from now on have the plug-in's variables of this environment.

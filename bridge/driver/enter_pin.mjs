@@ -1,7 +1,7 @@
 // Usage: enter_pin.mjs BROWSER DIGITS CHALLENGE PICTURE. Opens kit/pages/display.html in a browser, enters six digits on the
 // display's window over the page, and prints what the page says. PICTURE shows the screen when half of them are entered.
-import { launch, root, serve } from "./browser.mjs";
-import { enterPin, savePicture, until } from "./pin_pad.mjs";
+import { launch, root, serve, until } from "./browser.mjs";
+import { enterPin, savePicture } from "./pin_pad.mjs";
 
 const [, , name, digits, challenge, picture] = process.argv;
 const browser = await launch({ browser: name, visible: true });

@@ -2,16 +2,9 @@
 // xdotool, and a display that tells where its keys are (KSV_DISPLAY_LAYOUT).
 import { execFileSync } from "node:child_process";
 import { readFileSync } from "node:fs";
+import { until } from "./browser.mjs";
 
 const PAD = { width: 320, height: 420 };  // Of kit/pages/display.html, at a ratio of 1.
-
-export async function until(what, test) {
-  const end = Date.now() + 30000;
-  for (let result; Date.now() < end; await new Promise(done => setTimeout(done, 50))) {
-    if ((result = await test())) return result;
-  }
-  throw new Error(what + " has not come true");
-}
 
 function run(program, ...given) {
   try {

@@ -1,7 +1,9 @@
 // What the programs share that check how a browser and its hosts behave: the browser, its pages and processes, and a line
 // a check. Their command line: BROWSER [unmanaged].
 import { launch, root, serve } from "../../bridge/driver/browser.mjs";
+import { report } from "./report.mjs";
 import { readFileSync, readdirSync, readlinkSync } from "node:fs";
+export { until } from "../../bridge/driver/browser.mjs";
 
 export const [, , name, mode = "managed"] = process.argv;
 export const TYPE = "application/x-vnd-norvo-webapi-ksv-5.0.9";
@@ -43,14 +45,6 @@ export const commandOf = pid => ofProcess(pid, "comm").trim();
 // In kilobytes.
 export const memoryOf = pid => Number(/^VmRSS:\s+(\d+)/m.exec(ofProcess(pid, "status"))?.[1] || 0);
 
-export async function until(what, test, time = 15000) {
-  const end = Date.now() + time;
-  while (!await test()) {
-    if (Date.now() > end) throw new Error(what + " has not come true");
-    await new Promise(done => setTimeout(done, 50));
-  }
-}
-
 export function equal(actual, expected) {
   const [seen, wanted] = [JSON.stringify(actual), JSON.stringify(expected)];
   if (seen !== wanted) throw new Error(`${seen}, expected ${wanted}`);
@@ -82,13 +76,7 @@ export async function open(url = address + "/page.html") {
 }
 
 export async function check(what, body) {
-  try {
-    await body();
-    console.log(`ok ${name}/${mode}/${what}`);
-  } catch (error) {
-    failed = 1;
-    console.log(`not ok ${name}/${mode}/${what}: ${error.message.split("\n")[0]}`);
-  }
+  if (!await report(`${name}/${mode}/${what}`, body)) failed = 1;
   for (const tab of tabs.splice(0)) await tab.close().catch(() => {});
 }
 

@@ -2,8 +2,9 @@
 // six digits, and leaves what the page says in TRANSCRIPT. Prints a line a check, with NAME before it; exit status: 0 none failed,
 // 1 some did.
 import { writeFileSync } from "node:fs";
-import { launch, root, serve } from "../../bridge/driver/browser.mjs";
-import { enterPin, findWindow, imageIn, until } from "../../bridge/driver/pin_pad.mjs";
+import { launch, root, serve, until } from "../../bridge/driver/browser.mjs";
+import { enterPin, findWindow, imageIn } from "../../bridge/driver/pin_pad.mjs";
+import { report } from "./report.mjs";
 
 const [, , browserName, name, digits, challenge, transcript] = process.argv;
 const browser = await launch({ browser: browserName, visible: true });
@@ -11,13 +12,7 @@ const lines = [];
 let failed = 0;
 
 async function check(what, body) {
-  try {
-    await body();
-    console.log(`ok ${name}/${what}`);
-  } catch (error) {
-    failed = 1;
-    console.log(`not ok ${name}/${what}: ${error.message.split("\n")[0]}`);
-  }
+  if (!await report(`${name}/${what}`, body)) failed = 1;
 }
 
 const address = await serve(root);
