@@ -1,7 +1,6 @@
 /// Where the bridge's browsers look for its parts, on each system in its own way. All paths and texts are narrow.
 #pragma once
 
-#include <filesystem>
 #include <map>
 #include <string>
 #include <vector>
@@ -52,10 +51,5 @@ struct BridgeBrowser {
 
 /// All browsers that the bridge is for. `root` stands before the machine's own folders: a test has others there.
 std::vector<BridgeBrowser> FindBridgeBrowsers(const std::string& root);
-
-/// A path in the system's own form.
-std::string NarrowOf(std::filesystem::path path);
-/// The paths of what is in a folder, in the order of their names: the first thousand.
-std::vector<std::string> EntriesOf(const std::string& folder);
 
 }  // namespace NorvoWebAPI::KSV::Doctor

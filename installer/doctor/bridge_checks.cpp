@@ -10,8 +10,6 @@
 #include "installer/doctor/json_text.h"
 #include "installer/doctor/system.h"
 #include "installer/doctor/texts.h"
-#include "kit/program/paths.h"
-#include "platform/system_path.h"
 
 namespace NorvoWebAPI::KSV::Doctor {
 namespace {
@@ -45,10 +43,6 @@ using MaybeFinding = std::optional<Finding>;  // Nothing: there is nothing to lo
 
 Finding Broken(const std::string& found, const std::string& remedy = kReinstall) {
   return {Status::Fail, found, remedy};
-}
-
-std::filesystem::path PathOf(const std::string& narrow) {
-  return Kit::PathOf(ToUtf8(SystemPath(narrow)));
 }
 
 // --- What lies in the browser's folders -----------------------------------------------------------------------------

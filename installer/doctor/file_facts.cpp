@@ -89,6 +89,27 @@ const char* OwnKind() {
   return KSV_OWN_KIND;
 }
 
+std::filesystem::path PathOf(const std::string& narrow) {
+  return Kit::PathOf(ToUtf8(SystemPath(narrow)));
+}
+
+std::string NarrowOf(std::filesystem::path path) {
+  const std::u8string text = path.make_preferred().u8string();
+  return NarrowFromUtf8({text.begin(), text.end()});
+}
+
+std::vector<std::string> EntriesOf(const std::string& folder) {
+  constexpr size_t kMost = 1000;
+  std::vector<std::string> entries;
+  std::error_code error;
+  std::filesystem::directory_iterator each(PathOf(folder), error);
+  for (; !error && each != std::filesystem::directory_iterator() && entries.size() < kMost; each.increment(error)) {
+    entries.push_back(NarrowOf(each->path()));
+  }
+  std::ranges::sort(entries);
+  return entries;
+}
+
 bool FolderExists(const std::string& path) {
   const DWORD attributes = GetFileAttributesA(path.c_str());
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
@@ -96,7 +117,7 @@ bool FolderExists(const std::string& path) {
 
 Presence FindFile(const std::string& path) {
   std::error_code ignored;
-  const auto status = std::filesystem::status(Kit::PathOf(ToUtf8(SystemPath(path))), ignored);
+  const auto status = std::filesystem::status(PathOf(path), ignored);
   // To open a pipe would wait for its writer.
   const bool isOther = std::filesystem::exists(status) && !std::filesystem::is_regular_file(status);
   if (!isOther && Platform::OpenForReading(path).is_open()) return Presence::There;

@@ -2,9 +2,17 @@
 #pragma once
 
 #include <cstdint>
+#include <filesystem>
 #include <string>
+#include <vector>
 
 namespace NorvoWebAPI::KSV::Doctor {
+
+/// A narrow path for the standard library, and back, in the system's own form.
+std::filesystem::path PathOf(const std::string& narrow);
+std::string NarrowOf(std::filesystem::path path);
+/// The paths of what is in a folder, in the order of their names: the first thousand.
+std::vector<std::string> EntriesOf(const std::string& folder);
 
 /// `path` ends in a separator.
 bool FolderExists(const std::string& path);
