@@ -307,15 +307,18 @@ TEST_F(DoctorTest, EachBrokenLinkIsNamed) {
       {"registration", "FAIL", "can't be opened", none, none, [] { Registration::UnregisterModule(); }},
       {kModuleCheck, "FAIL", "there is no file", none, none, [&] { LetBrowsersFind(environment.Scratch() / "none"); }},
       {kModuleCheck, "FAIL", "is relative", none, none, [] { Registration::RegisterModule("kit\\"); }}};
-  const std::vector<Case> linuxAlone{{"settings file", "FAIL", "registry.json: line 2, column 3: ", 10, 10,
-                                      [&] { WriteScratch("../registry.json", "{\n  half"); }},
-                                     {"settings file", "FAIL", "registry.json is not there (KSV_REGISTRY names it)", 10,
-                                      10, [&] { fs::remove(Scratch("../registry.json")); }},
-                                     {"log", "WARN", "its lines go nowhere", 0, 0, [&] { environment.SetLogLevel(3); }},
-                                     {"Chromium: policy", "FAIL", "x.json: line 1, column 1: ", 0, 0,
-                                      [&] { WriteFile(Scratch("machine/etc/chromium/policies/managed/x.json"), ""); }},
-                                     {"browsers' plug-in folders", "FAIL", "/none, ", none, none,
-                                      [&] { LetBrowsersFind(environment.Scratch() / "none"); }}};
+  const std::vector<Case> linuxAlone{
+      {"settings file", "FAIL", "registry.json: line 2, column 3: ", 10, 10,
+       [&] { WriteScratch("../registry.json", "{\n  half"); }},
+      {"settings file", "FAIL", "registry.json is not there (KSV_REGISTRY names it)", 10, 10,
+       [&] { fs::remove(Scratch("../registry.json")); }},
+      {"log", "WARN", "its lines go nowhere", 0, 0, [&] { environment.SetLogLevel(3); }},
+      {"Chromium: policy", "FAIL", "x.json: line 1, column 1: ", 0, 0,
+       [&] { WriteFile(Scratch("machine/etc/chromium/policies/managed/x.json"), ""); }},
+      {"Firefox: policy", "FAIL", "number overflow", 0, 0,
+       [&] { WriteFile(Scratch("machine/etc/firefox/policies/policies.json"), "1e999"); }},
+      {"browsers' plug-in folders", "FAIL", "/none, ", none, none,
+       [&] { LetBrowsersFind(environment.Scratch() / "none"); }}};
   if (!kWindows) std::erase_if(cases, [](const Case& each) { return std::string(each.link) == "log"; });
   const auto& system = kWindows ? windowsAlone : linuxAlone;
   cases.insert(cases.end(), system.begin(), system.end());

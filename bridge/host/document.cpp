@@ -149,9 +149,7 @@ void Document::FollowImage(const std::string& method, uint32_t instance, const j
   };
   // A session that the library does not close has no image for the module all the same.
   const bool succeeded = code("pluginRetCode") == 0 && (code("fnRetCode") == 0 || method == "wysCloseSession");
-  // These have released the last image before they fail.
-  const bool hasReleased = method == "wysSubmitFrame" || method == "wysProcessRemoteWysMessage";
-  if (succeeded || hasReleased) element->second.window.SetImage(succeeded && image->second);
+  if (succeeded) element->second.window.SetImage(image->second);
 }
 
 void Document::Move(const Placed& placed) {

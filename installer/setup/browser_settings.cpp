@@ -18,6 +18,8 @@ namespace {
 
 constexpr std::wstring_view kPolicies = L"SOFTWARE\\Policies";
 constexpr std::wstring_view kAll = L"*";
+constexpr char kBrowsersTaken[] = "; it takes chrome, chromium, edge and firefox, separated by commas, or none";
+constexpr char kSitesTaken[] = "; it takes origins such as https://bank.example, separated by semicolons, or *";
 
 struct Browser {
   std::wstring_view name;
@@ -71,15 +73,15 @@ std::string Narrow(std::wstring_view text) {
 
 std::vector<std::wstring> ReadBrowsers(const std::wstring& property) {
   std::vector<std::wstring> names = SplitList(property);
-  if (names.empty() && !property.empty()) throw std::invalid_argument("BROWSERS names none; say \"none\" for that");
+  if (names.empty() && !property.empty())
+    throw std::invalid_argument(std::string("BROWSERS has no name") + kBrowsersTaken);
   if (names.empty()) {
     for (const Browser& browser : kBrowsers) names.emplace_back(browser.name);
   }
   for (std::wstring& name : names) {
     CharLowerW(name.data());
     if (name != L"none" && std::ranges::find(kBrowsers, name, &Browser::name) == kBrowsers.end()) {
-      throw std::invalid_argument("BROWSERS has \"" + Narrow(name) +
-                                  "\"; it takes chrome, chromium, edge and firefox, separated by commas, or none");
+      throw std::invalid_argument("BROWSERS has \"" + Narrow(name) + "\"" + kBrowsersTaken);
     }
   }
   return names;
@@ -99,11 +101,10 @@ std::vector<std::wstring> ReadSites(const std::wstring& property) {
   if (property == kAll) return {};
   std::vector<std::wstring> sites = SplitList(property);
   // Variables of a script that were empty, perhaps: they must not allow all sites.
-  if (sites.empty() && !property.empty()) throw std::invalid_argument("SITES names none; * is for all");
+  if (sites.empty() && !property.empty()) throw std::invalid_argument(std::string("SITES has no origin") + kSitesTaken);
   for (const std::wstring& site : sites) {
     if (!IsOrigin(site)) {
-      throw std::invalid_argument("SITES has \"" + Narrow(site) +
-                                  "\"; it takes origins such as https://bank.example, separated by semicolons, or *");
+      throw std::invalid_argument("SITES has \"" + Narrow(site) + "\"" + kSitesTaken);
     }
   }
   if (sites.size() >= kNumbers) throw std::invalid_argument("SITES has more than 999 origins");
