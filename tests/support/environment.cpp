@@ -18,6 +18,7 @@ namespace {
 
 using WideText = std::basic_string<WCHAR>;
 
+constexpr char kRegistryFile[] = "registry.json";
 constexpr char kSettings[] = "Software\\Norvo\\Services\\KSV";
 
 // Set before any test can ask for the base path, which is then kept: a test must never reach the user's own files.
@@ -43,7 +44,7 @@ std::string ShowInput(const uint8_t* bytes, int32_t length) {
 
 }  // namespace
 
-Environment::Environment() : registry("KSV_REGISTRY", (processFolder.path / "registry.json").string().c_str()) {
+Environment::Environment() : registry("KSV_REGISTRY", (processFolder.path / kRegistryFile).string().c_str()) {
   const auto ours = std::ranges::mismatch(Base(), processFolder.path);
   if (ours.in2 != processFolder.path.end()) {
     ADD_FAILURE() << "another base folder than the tests' is in use: " << Base();
@@ -58,7 +59,7 @@ Environment::Environment() : registry("KSV_REGISTRY", (processFolder.path / "reg
 Environment::~Environment() {
   RegDeleteKeyA(HKEY_LOCAL_MACHINE, kSettings);
   std::error_code ignored;
-  for (const fs::path& folder : {Base(), Scratch()}) fs::remove_all(folder, ignored);
+  for (const fs::path& left : {Base(), Scratch(), processFolder.path / kRegistryFile}) fs::remove_all(left, ignored);
 }
 
 fs::path Environment::Scratch() const {
