@@ -91,7 +91,6 @@ TEST_F(ModuleTest, InstanceAnswersForItself) {
   EXPECT_EQ(Module().getvalue(npp, NPPVpluginNeedsXEmbed, &xembed), NPERR_NO_ERROR);
   EXPECT_EQ(xembed, 1);
   EXPECT_EQ(Module().getvalue(npp, static_cast<NPPVariable>(19), &text), NPERR_GENERIC_ERROR);
-  EXPECT_EQ(Module().getvalue(npp, NPPVpluginNameString, nullptr), NPERR_GENERIC_ERROR);
   EXPECT_EQ(Module().setvalue(npp, NPNVWindowNPObject, nullptr), NPERR_NO_ERROR);
   EXPECT_EQ(NP_HandleEvent(npp, nullptr), 1);
   EXPECT_EQ(Module().setwindow(npp, nullptr), NPERR_GENERIC_ERROR);

@@ -44,7 +44,6 @@ class NPPlugin : public URLNetworking {
 
 template <typename P, typename S>
 NPError NPPlugin<P, S>::GetValue(NPPVariable variable, void* out) {
-  if (!out) return NPERR_GENERIC_ERROR;
   switch (variable) {
     case NPPVpluginNameString:
       *static_cast<const char**>(out) = GetPluginName();

@@ -22,9 +22,7 @@ const std::string& Scriptable::PageOrigin() {
     throw std::runtime_error("Failed to get url property");
   }
   life->DemandAlive();
-  if (location.Get().type != NPVariantType_Object || !location.Get().value.objectValue) {
-    throw std::runtime_error("NP Variant not an object");
-  }
+  if (location.Get().type != NPVariantType_Object) throw std::runtime_error("NP Variant not an object");
   const NPIdentifier toStringId = npnFuncs->getstringidentifier("toString");
   HostVariant text(npnFuncs);
   if (!npnFuncs->invoke(npp, location.Get().value.objectValue, toStringId, nullptr, 0, text.Out())) {

@@ -38,6 +38,8 @@ Scriptable::~Scriptable() {
     display.CloseSession(sessionId);
     display.DeInit(displayContext);
   }
+  mouseDownCallback.reset();
+  mouseUpCallback.reset();
   RemovePluginWindows(*life);
 }
 

@@ -5,7 +5,7 @@
 namespace NorvoWebAPI {
 
 std::string TextOf(const NPString& text) {
-  return text.UTF8Characters ? std::string(text.UTF8Characters, text.UTF8Length) : std::string();
+  return {text.UTF8Characters, text.UTF8Length};
 }
 
 std::string IdentifierText(const NPNetscapeFuncs* npnFuncs, NPIdentifier id) {

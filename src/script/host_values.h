@@ -60,7 +60,7 @@ using HostMemory = HostOwned<T, &NPNetscapeFuncs::memfree>;
 /// One reference on a host object.
 using HostObject = HostOwned<NPObject, &NPNetscapeFuncs::releaseobject>;
 
-/// The host's text by its length; empty for none.
+/// The host's text by its length.
 std::string TextOf(const NPString& text);
 
 /// The text of a string identifier, copied out of the host's memory. Throws `std::runtime_error` when there is none.

@@ -47,7 +47,6 @@ class VariantReader {
   }
 
   JSObject ReadObject(NPObject* object) {
-    if (!object) return {};
     if (depth == kMaxDepth) throw std::runtime_error("Script value too deep");
     ++depth;
     life.DemandAlive();
