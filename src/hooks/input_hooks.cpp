@@ -144,7 +144,7 @@ LRESULT CALLBACK CallWndHookProc(int code, WPARAM wParam, LPARAM lParam) {
 
 uint32_t DisplayEventCallback(DisplayEventRecord* record) {
   constexpr uint32_t kReportedBits = 3;
-  if (record->eventStatus != 0 && record->eventStatus != 36) return 0;
+  if (!record || (record->eventStatus != 0 && record->eventStatus != 36)) return 0;
   if ((record->eventBits & kReportedBits) == 0) return 1;
   // Handles are 32 bits wide on every system.
   const auto window = reinterpret_cast<HWND>(static_cast<LONG_PTR>(static_cast<int32_t>(record->context)));
