@@ -76,7 +76,7 @@ const Check* Report::FirstBroken() const {
 }
 
 std::string Report::TellAnswers() const {
-  if (!pluginFound) return "No page gets an answer: browsers don't find the plug-in, or can't start it.";
+  if (!pluginFound) return "Browsers that load plug-ins don't find it, or can't start it: no page there gets an answer.";
   const auto tell = [](const std::optional<int32_t>& answer) {
     return answer ? std::to_string(*answer) : std::string("no answer (the library ends or stops the browser)");
   };
