@@ -76,7 +76,8 @@ const Check* Report::FirstBroken() const {
 }
 
 std::string Report::TellAnswers() const {
-  if (!pluginFound) return "Browsers that load plug-ins don't find it, or can't start it: no page there gets an answer.";
+  if (!pluginFound)
+    return "Browsers that load plug-ins don't find this one, or can't start it: no page there gets an answer.";
   const auto tell = [](const std::optional<int32_t>& answer) {
     return answer ? std::to_string(*answer) : std::string("no answer (the library ends or stops the browser)");
   };
