@@ -13,7 +13,7 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-// That of the longest name. A line is printed before the names of later ones are known.
+// The longest check name has this width. It is fixed, because lines are printed before later names are known.
 constexpr size_t kNameWidth = 30;
 
 const char* Word(Status status) {
