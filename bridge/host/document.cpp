@@ -6,6 +6,7 @@
 
 #include "base/product.h"
 #include "base/scope_exit.h"
+#include "bridge/host/page_values.h"
 #include "kit/program/paths.h"
 
 namespace Bridge {

@@ -10,7 +10,7 @@
 #include <string>
 
 #include "bridge/host/display_window.h"
-#include "bridge/host/page_values.h"
+#include "bridge/host/page_functions.h"
 #include "bridge/host/protocol.h"
 #include "kit/nphost/host.h"
 #include "kit/nphost/instance.h"
