@@ -44,6 +44,8 @@ class Document : private NpHost::Host {
     Element(Document& document, const Request& request);
     DisplayWindow window;
     NpHost::Instance instance;
+    /// A frame has been put up in this session: before the next one the module releases what stands.
+    bool hasHadFrame = false;
   };
 
   NPObject* WindowOf(NPP instance) override;
