@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <limits>
+#include <regex>
 #include <stdexcept>
 #include <string_view>
 
@@ -87,14 +88,13 @@ std::vector<std::wstring> ReadBrowsers(const std::wstring& property) {
   return names;
 }
 
-// Browsers compare the text with the page's origin, which has no capitals, path or slash at its end.
-bool IsOrigin(std::wstring_view text) {
-  for (const std::wstring_view scheme : {L"https://", L"http://"}) {
-    if (!text.starts_with(scheme)) continue;
-    text.remove_prefix(scheme.size());
-    return !text.empty() && text.find_first_not_of(L"abcdefghijklmnopqrstuvwxyz0123456789.-_:[]") == text.npos;
-  }
-  return false;
+// The extension takes capitals and a scheme's own port too, but nothing that is more than an origin.
+bool IsOrigin(const std::wstring& text) {
+  static const std::wregex kForm(LR"(https?://([a-z0-9._-]+|\[[0-9a-f:.]+\])(:([0-9]{1,5}))?)", std::regex::icase);
+  constexpr size_t kLongest = 300;  // A name has at most 253 characters.
+  std::wsmatch parts;
+  return text.size() <= kLongest && std::regex_match(text, parts, kForm) &&
+         (!parts[3].matched || std::stoul(parts[3]) <= 65535);
 }
 
 std::vector<std::wstring> ReadSites(const std::wstring& property) {
