@@ -131,39 +131,43 @@ json WriteNumber(double number) {
   return number;
 }
 
-json Write(const NPVariant& value, int depth);
-
 // Nothing when the object has no such member.
-std::optional<json> WriteMember(NPObject* object, NPIdentifier key, int depth) {
+std::optional<json> WriteMember(NPObject* object, NPIdentifier key) {
   const NPClass& table = *object->_class;
   if (!table.hasProperty || !table.hasProperty(object, key)) return std::nullopt;
   NpHost::Variant value;
   if (!table.getProperty || !table.getProperty(object, key, value.Get())) return std::nullopt;
-  return Write(*value.Get(), depth + 1);
+  return WriteValue(*value.Get());
 }
 
-json WriteObject(NPObject* object, int depth) {
-  if (depth == kMaxDepth) return nullptr;
+json WriteObject(NPObject* object) {
   Host& host = Host::Current();
-  const std::optional<json> length = WriteMember(object, host.IdOfName("length"), depth);
+  const std::optional<json> length = WriteMember(object, host.IdOfName("length"));
   if (length && length->is_number_integer()) {
     json elements = json::array();
     const int32_t count = std::min(length->get<int32_t>(), kMaxValues);
     for (int32_t at = 0; at < count; ++at) {
-      elements.push_back(WriteMember(object, host.Id(at), depth).value_or(json{{"undefined", true}}));
+      elements.push_back(WriteMember(object, host.Id(at)).value_or(json{{"undefined", true}}));
     }
     return {{"array", std::move(elements)}};
   }
   json members = json::array();
   for (const char* key : kResultKeys) {
-    if (auto value = WriteMember(object, host.IdOfName(key), depth)) {
+    if (auto value = WriteMember(object, host.IdOfName(key))) {
       members.push_back(json::array({key, std::move(*value)}));
     }
   }
   return {{"object", std::move(members)}};
 }
 
-json Write(const NPVariant& value, int depth) {
+}  // namespace
+
+void ReadValues(const json& values, const PageContext& context, NpHost::VariantList& list) {
+  Reader reader(context);
+  for (const json& value : values) list.Add(reader.Read(value, 0));
+}
+
+json WriteValue(const NPVariant& value) {
   switch (value.type) {
     case NPVariantType_Void:
       break;
@@ -178,20 +182,9 @@ json Write(const NPVariant& value, int depth) {
     case NPVariantType_String:
       return std::string(value.value.stringValue.UTF8Characters, value.value.stringValue.UTF8Length);
     case NPVariantType_Object:
-      return WriteObject(value.value.objectValue, depth);
+      return WriteObject(value.value.objectValue);
   }
   return {{"undefined", true}};
-}
-
-}  // namespace
-
-void ReadValues(const json& values, const PageContext& context, NpHost::VariantList& list) {
-  Reader reader(context);
-  for (const json& value : values) list.Add(reader.Read(value, 0));
-}
-
-json WriteValue(const NPVariant& value) {
-  return Write(value, 0);
 }
 
 NPObject* MakeWindow(const std::string& address) {
