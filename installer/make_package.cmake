@@ -125,21 +125,22 @@ list(TRANSFORM definitions PREPEND "-D;")
 execute_process(COMMAND "${WIXL}" -a ${ARCH} ${definitions} -o package.msi ksv.wxs WORKING_DIRECTORY "${stage}"
                 COMMAND_ERROR_IS_FATAL ANY)
 
-# Runs when a later action fails: 0x100 in the type.
+# 0x100: a rollback action, which runs when a later action fails
 set(queries)
 foreach(action IN ITEMS WithdrawPlugin RestorePlugin UndoBridge RestoreBridge)
   list(APPEND queries "UPDATE CustomAction SET Type = 3393 WHERE Action = '${action}'")
 endforeach()
 if(BRIDGE)
   # An upgrade leaves out what was left out before, unless it is given other features. Level 2 is not chosen by itself.
+  set(upgrades "PREVIOUSVERSION AND NOT Installed")
   list(APPEND queries
     "CREATE TABLE `Condition` (`Feature_` CHAR(38) NOT NULL, `Level` INT NOT NULL, `Condition` CHAR(255) PRIMARY KEY `Feature_`, `Level`)"
-    "INSERT INTO `Condition` (`Feature_`, `Level`, `Condition`) VALUES ('bridge', 2, 'PREVIOUSVERSION AND NOT PREVIOUSHOST')")
+    "INSERT INTO `Condition` (`Feature_`, `Level`, `Condition`) VALUES ('bridge', 2, '${upgrades} AND NOT PREVIOUSHOST')")
   set(sequence 1420)
   foreach(browser IN ITEMS chrome chromium edge firefox)
     string(TOUPPER "PREVIOUS${browser}" previous)
     list(APPEND queries
-      "INSERT INTO `Condition` (`Feature_`, `Level`, `Condition`) VALUES ('${browser}', 2, 'PREVIOUSVERSION AND NOT ${previous}')")
+      "INSERT INTO `Condition` (`Feature_`, `Level`, `Condition`) VALUES ('${browser}', 2, '${upgrades} AND NOT ${previous}')")
     # The names that the package's action gets: those of the browsers chosen after the installation, and before it.
     set(after "&${browser}>=3 OR (!${browser}>=3 AND NOT &${browser}=2)")
     set(before "!${browser}>=3")
