@@ -20,9 +20,16 @@ if(KSV_POLICIES)
   set(not_by_default)
 endif()
 
+set(linked_documents bridge/README.md bridge/PROTOCOL.md kit/agent/README.md kit/display/README.md
+  kit/host/README.md kit/nphost/README.md kit/pages/README.md)
+
 # Before the installation: record which of the folders don't exist yet. Only those are removed by `uninstall`.
 set(folders ${CMAKE_INSTALL_BINDIR} ${plugins} ${browser} ${pages} ${share}/bridge/chromium ${share}/bridge/firefox
   ${CMAKE_INSTALL_DOCDIR}/docs/images ${CMAKE_INSTALL_MANDIR}/man1)
+foreach(linked IN LISTS linked_documents)
+  cmake_path(GET linked PARENT_PATH folder)
+  list(APPEND folders "${CMAKE_INSTALL_DOCDIR}/${folder}")
+endforeach()
 if(KSV_POLICIES)
   list(APPEND folders ${share}/policies/chromium ${share}/policies/firefox)
 endif()
@@ -55,8 +62,13 @@ endforeach()
 install(FILES "${CMAKE_BINARY_DIR}/kit/oath.trok" "${CMAKE_BINARY_DIR}/kit/oath.pack" DESTINATION "${kit}")
 install(DIRECTORY "${CMAKE_SOURCE_DIR}/kit/pages/" DESTINATION "${pages}")
 install(FILES "${CMAKE_SOURCE_DIR}/README.md" "${CMAKE_SOURCE_DIR}/CHANGELOG.md" "${CMAKE_SOURCE_DIR}/SECURITY.md"
-  DESTINATION "${CMAKE_INSTALL_DOCDIR}")
+  "${CMAKE_SOURCE_DIR}/CONTRIBUTING.md" DESTINATION "${CMAKE_INSTALL_DOCDIR}")
 install(DIRECTORY "${CMAKE_SOURCE_DIR}/docs/" DESTINATION "${CMAKE_INSTALL_DOCDIR}/docs")
+# What these documents link to.
+foreach(linked IN LISTS linked_documents)
+  cmake_path(GET linked PARENT_PATH folder)
+  install(FILES "${CMAKE_SOURCE_DIR}/${linked}" DESTINATION "${CMAKE_INSTALL_DOCDIR}/${folder}")
+endforeach()
 install(TARGETS ksv-doctor RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
 
 function(install_link target name folder component)

@@ -1,4 +1,4 @@
-// What holds for every method, driven by the table that makes them, and what those of the host agent have in common.
+// What holds for every method, driven by the table that makes them, and what those of the agent library have in common.
 #include "tests/support/agent_fixture.h"
 #include "tests/support/method_calls.h"
 

@@ -10,7 +10,7 @@ const MAX_DOCUMENTS = 256;  // Each has a process.
 const ARRIVAL_TIME = 3000;  // In milliseconds.
 
 const documents = new Map();  // By nonce.
-const expected = new Map();   // Who waits for a document, by nonce.
+const expected = new Map();   // The functions that wait for a document's port, by nonce.
 
 // The document of a request, which may come before its document's port; null for a nonce that nobody has.
 function linkOf(nonce) {
@@ -103,7 +103,7 @@ class DocumentLink {
     if (polls && n) publish(this, n).catch(error => this.end("The answer can't be given: " + error.message));
   }
 
-  // A page can send its document's content.js what it likes.
+  // The page can dispatch any text as a request, so it may be no JSON.
   sendText(text) {
     let message = null;
     try {
@@ -145,7 +145,7 @@ class DocumentLink {
     for (const number of [...this.waiting.keys()]) this.wake(number);
   }
 
-  // The first reason counts: what waits is told it, and the page.
+  // Only the first reason is kept; it is given to requests that wait, and to the page.
   end(reason) {
     if (this.ended) return;
     this.ended = reason;
@@ -163,7 +163,7 @@ class DocumentLink {
     if (this.rules.length) api.declarativeNetRequest.updateSessionRules({ removeRuleIds: this.rules });
   }
 
-  // The answer to a request, once it is there; that the host has gone, when it has.
+  // Resolves with the answer to a request, or with `gone` if the host has ended.
   async answer(number) {
     if (!this.answers.has(number) && !this.ended) {
       if (!this.waiting.has(number)) {

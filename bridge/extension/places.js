@@ -76,7 +76,7 @@ class Places {
     allPlaces.delete(this);
   }
 
-  // Asks the browser again where all is. What changes meanwhile is asked once more.
+  // Asks the browser for tab, window and zoom, and sends changed places. Changes meanwhile cause one more run.
   async update() {
     this.hasNews = true;
     if (this.isAtWork) return;

@@ -10,8 +10,8 @@
 namespace NorvoWebAPI::KSV::Doctor {
 
 /// Runs all checks, from the settings to the module that browsers find and the bridge to those that load none. Loads
-/// the libraries and the module as the plug-in and the browser do, but in processes of their own, calls nothing in
-/// them, and changes nothing. `root` is that of `ExamineBridge`.
+/// the libraries and the module as the plug-in and the browser do, but in processes of their own, and calls nothing in
+/// them. Starts the native host, and asks it for an instance. Changes nothing. `root` is that of `ExamineBridge`.
 void Examine(Report& report, const Prober& prober, const std::string& root);
 
 /// The settings, their values, and the folder that they lead to. Gives the folder if it is there.

@@ -12,7 +12,7 @@ namespace {
 using Handle = Owner<HANDLE, CloseHandle>;
 using WideText = std::basic_string<WCHAR>;
 
-// That of the pipe too: a child that writes more waits, and is stopped after the time limit.
+// Also the pipe's size: a child that writes more blocks until the time limit ends it.
 constexpr DWORD kLongestOutput = 65536;
 
 void Check(BOOL done, const char* what) {

@@ -5,7 +5,7 @@
 namespace NorvoWebAPI::KSV::Doctor {
 namespace {
 
-// One group that can't be looked at keeps no other from it.
+// A group that throws must not stop the others.
 template <typename Work>
 void Guard(Report& report, const char* name, const Work& work) {
   constexpr char kRemedy[] = "Free memory, and see that this user may read it and start programs. Then run this again.";

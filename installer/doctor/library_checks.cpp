@@ -103,7 +103,7 @@ void ExamineAgent(Report& report, const Prober& prober, const std::optional<Libr
     } else if (std::ranges::count(library.lacking, "ZUB_Init") == 0) {
       report.Warn(kName, lacks + ".", "A library of the first generation has none that begin with ZUB3.");
     } else {
-      report.Fail(kName, lacks, "Put the vendor's host agent there: no page can start this one.");
+      report.Fail(kName, lacks, "Put the vendor's agent library there: no page can start this one.");
     }
   }
   if (!library.fatal) report.agentAnswer = prober.Answer(kAgentProbe);

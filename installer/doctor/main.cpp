@@ -23,7 +23,8 @@ the first broken one and what to do about it: why pages would get 10 (no library
 (the last update is too old), or find no plug-in at all.
 
 Run it as the user of the browser, with the browser's environment, in the form (32 or 64 bits) of the browser. It loads
-the libraries and the module, each in a process of its own, calls nothing in them, and changes nothing.
+the libraries and the module, each in a process of its own, and calls nothing in them. It also starts the bridge's
+native host, as a browser does, and asks it for one instance of the plug-in. It changes nothing.
 
 docs/doctor.md describes the output, docs/doctor.schema.json its JSON.
 

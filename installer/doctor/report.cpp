@@ -13,7 +13,7 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-// That of the longest name. A line is printed before the names of later ones are known.
+// The longest check name has this width. It is fixed, because lines are printed before later names are known.
 constexpr size_t kNameWidth = 30;
 
 const char* Word(Status status) {
@@ -76,7 +76,8 @@ const Check* Report::FirstBroken() const {
 }
 
 std::string Report::TellAnswers() const {
-  if (!pluginFound) return "No page gets an answer: browsers don't find the plug-in, or can't start it.";
+  if (!pluginFound)
+    return "Browsers that load plug-ins don't find this one, or can't start it: no page there gets an answer.";
   const auto tell = [](const std::optional<int32_t>& answer) {
     return answer ? std::to_string(*answer) : std::string("no answer (the library ends or stops the browser)");
   };

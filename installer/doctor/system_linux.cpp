@@ -15,8 +15,9 @@ using platform::RegistryStore;
 namespace NorvoWebAPI::KSV::Doctor {
 namespace {
 
+// With the folder of the Debian package's libraries; `cmake --install` puts them into another one.
 constexpr char kExample[] =
-    R"({"HKEY_LOCAL_MACHINE": {"Software": {"Norvo": {"Services": {"KSV": {"FILELOCALE": "/usr/local/lib/ksv/"}}}}}})";
+    R"({"HKEY_LOCAL_MACHINE": {"Software": {"Norvo": {"Services": {"KSV": {"FILELOCALE": "/usr/lib/ksv/"}}}}}})";
 
 std::string WhoNamesIt() {
   const char* variable = std::getenv("KSV_REGISTRY");

@@ -13,7 +13,7 @@ namespace {
 
 constexpr char kBase[] = "base folder";
 constexpr char kTime[] = "update time";
-// Of a text that is no time: enough to recognise it.
+// How much is shown of a time file that holds no time.
 constexpr size_t kLongestShown = 40;
 
 std::string Consequence() {

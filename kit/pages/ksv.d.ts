@@ -122,7 +122,7 @@ interface KsvMethods {
   wysGetVersion(): KsvVersion;
   wysStatusToString(statusCode: number): KsvStatusText;
   wysEstablishSession(): KsvResult;
-  wysCreateStdImage(inputType: number, imageId: number, originText: string, imageSizeText: string, valueA: number,
+  wysCreateStdImage(inputType: number, imageId: number, positionText: string, imageSizeText: string, valueA: number,
                     pointBText: string, valueC: number, unused: any, valueD: number, byteE: number,
                     logoSizeText: string, logoText: string, unused2: any, unused3: any): KsvImage;
   wysMouseDown(pointText: string): KsvResult;

@@ -31,8 +31,7 @@ Outcome CKSVPluginZUB::EndProvisioning(const AgentTarget& target, int32_t sessio
     CallTarget(target, entries.EndProvisioning, entries.EndProvisioning3, outcome, sessionHandle, token.Length(),
                token.Bytes());
     if (outcome.status == kAgentBufferTooSmall) token.StoreRequired(result, "requiredEncTokenLen");
-    // The page gets its token before the store is tried: a store that fails must not cost the page the
-    // token.
+    // The page gets the token before it is stored: if the store fails, the page still has it.
     if (outcome.status != kAgentOk) return;
     if (const uint16_t stored = token.StoreData(result, "b64EncToken"); stored > 0 && tokenFileName && *tokenFileName) {
       TokenStore::Write(domain, secondDomain, tokenFileName, token.Bytes(), stored);

@@ -69,7 +69,7 @@ inline constexpr MethodRow kMethods[] = {
      .answer = ResultStartingFailed, .atEntry = DisplayMethods::EnterDeInit},
     {.name = "wysCloseSession", .operation = DisplayMethods::CloseSession, .answer = ResultStartingFailed},
     {.name = "wysCreateStdImage", .operation = DisplayMethods::CreateStdImage,
-     .arguments = {{Number, "inputType"}, {Unsigned, "imageId"}, {Text, "originText"}, {Text, "imageSizeText"},
+     .arguments = {{Number, "inputType"}, {Unsigned, "imageId"}, {Text, "positionText"}, {Text, "imageSizeText"},
                    {Number, "valueA"}, {Text, "pointBText"}, {Number, "valueC"}, {Any, "unused"}, {Number, "valueD"},
                    {Number, "byteE"}, {Text, "logoSizeText"}, {Text, "logoText"}, {Any, "unused"}, {Any, "unused"}},
      .answer = ResultStartingFailed},

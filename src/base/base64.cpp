@@ -13,7 +13,8 @@ namespace NorvoWebAPI {
 
 std::string EncodeBase64(const uint8_t* bytes, size_t length) {
   if (length > INT_MAX / 2 - 3) throw std::bad_alloc();
-  // Twice the input covers the line feeds too, for every length but a single byte, whose text needs six.
+  // An upper bound, because the library writes without one: 2 × length covers the line feeds too, except for one byte,
+  // whose text has 6 characters.
   std::string text(std::max<size_t>(length * 2 + 3, 6), '\0');
   base64_encodestate state;
   base64_init_encodestate(&state);

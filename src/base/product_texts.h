@@ -9,7 +9,7 @@
 #define KSV_HELP_LINK "https://norvo.example/ksv"
 #define KSV_MODULE_NAME "npNorvoWebAPIKSV"
 #define KSV_MIME_TYPE_STEM "application/x-vnd-norvo-webapi-"
-// Ends the MIME type by which pages embed the plug-in. A release that changes it leaves the pages without a plug-in.
+// Ends the MIME type by which pages embed the plug-in. After a change, pages with the old type find no plug-in.
 #define KSV_MIME_VERSION "5.0.9"
 
 // The version of the file is newer than the one that pages and the registry read.

@@ -24,7 +24,7 @@ Bstr Text(const wchar_t* text) {
   return made;
 }
 
-// Each of these gives null when its call fails: the call then leaves no interface.
+// These return null if the call fails.
 Com<IWbemLocator> MakeLocator() {
   Com<IWbemLocator> locator;
   CoCreateInstance(CLSID_WbemAdministrativeLocator, nullptr, CLSCTX_INPROC_SERVER, IID_IWbemLocator,

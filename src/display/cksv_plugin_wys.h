@@ -41,7 +41,7 @@ class CKSVPluginWYS {
 
   /// An invalid point counts as {0,0}. A logo whose length does not match its size is left out. The library may change
   /// the image's id and size: they are returned as "ImageId", `outWidth` and `outHeight`.
-  Outcome CreateStdImage(uint32_t sessionId, int32_t inputType, uint32_t imageId, const char* originText,
+  Outcome CreateStdImage(uint32_t sessionId, int32_t inputType, uint32_t imageId, const char* positionText,
                          const char* imageSizeText, int32_t valueA, const char* pointBText, int32_t valueC,
                          int32_t valueD, int32_t byteE, const char* logoSizeText, const char* logoText,
                          int32_t logoTextLength, int32_t* outWidth, int32_t* outHeight, JSObject& result);

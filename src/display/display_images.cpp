@@ -35,12 +35,12 @@ ByteBuffer TakeLogo(const char* text, int32_t length, WysPoint size) {
 
 }  // namespace
 
-Outcome CKSVPluginWYS::CreateStdImage(uint32_t sessionId, int32_t inputType, uint32_t imageId, const char* originText,
+Outcome CKSVPluginWYS::CreateStdImage(uint32_t sessionId, int32_t inputType, uint32_t imageId, const char* positionText,
                                       const char* imageSizeText, int32_t valueA, const char* pointBText, int32_t valueC,
                                       int32_t valueD, int32_t byteE, const char* logoSizeText, const char* logoText,
                                       int32_t logoTextLength, int32_t* outWidth, int32_t* outHeight, JSObject& result) {
   return Run(entries.CreateStdImage, [&](Outcome& outcome) {
-    const WysPoint origin = PointOrZero(originText);
+    const WysPoint origin = PointOrZero(positionText);
     const WysPoint imageSize = PointOrZero(imageSizeText);
     const WysPoint pointB = PointOrZero(pointBText);
     const WysPoint logoSize = PointOrZero(logoSizeText);

@@ -9,7 +9,7 @@
 namespace NorvoWebAPI::KSV {
 namespace {
 
-// A number beyond 32 bits ends where the 32-bit system's do, on every system.
+// Clamped to 32 bits: `long` has 64 bits on Linux, and the result must be the same as on 32-bit Windows.
 uint16_t ReadNumber(const char* text) {
   constexpr long kLowest = std::numeric_limits<int32_t>::min();
   constexpr long kHighest = std::numeric_limits<int32_t>::max();

@@ -55,7 +55,7 @@ struct EventState {
   std::mutex mutex;
   Routes<std::string> eventMap;
   Routes<uint32_t> instanceEventMap;
-  // A message is a number that any program can post: a record is found here, by its address, or not at all.
+  // A message carries only an address, which any program could post. An address that is not in here is ignored.
   std::unordered_map<WPARAM, std::unique_ptr<AgentEvent>> records;
   HHOOK eventHook = nullptr;
   bool eventBusy = false;
@@ -97,7 +97,7 @@ void PostRecord(std::unique_lock<std::mutex>& lock, WPARAM address, const std::s
   if (!posted && found != state->records.end() && found->second->page.lock() == target) state->records.erase(found);
 }
 
-// Takes the event up for the page that has the route. During a delivery it waits for `ClearEventBusy`.
+// Keeps the event and posts it to the page that has the route; during a delivery `ClearEventBusy` posts it later.
 template <typename Key>
 void Post(const Routes<Key>& routes, const Key& key, std::unique_ptr<AgentEvent> event) {
   const auto address = reinterpret_cast<WPARAM>(event.get());
@@ -112,7 +112,7 @@ void Post(const Routes<Key>& routes, const Key& key, std::unique_ptr<AgentEvent>
   if (!state->eventBusy) PostRecord(lock, address, target);
 }
 
-// The guard of the library's callbacks.
+// Runs a callback of the library: no exception may reach the library.
 template <typename Work>
 void OnLibraryThread(Work work) noexcept {
   try {

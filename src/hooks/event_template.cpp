@@ -106,7 +106,7 @@ void StopPluginInstances(PageLife& life, CKSVPluginZUB& agent, JSObject& result)
   Outcome outcome{kPluginOk, kAgentOk};
   try {
     for (const auto& [instanceId, hasEventCallback] : life.instanceMap.Instances()) {
-      // The library was taken down since, and the id may be another page's by now: an end must not stop that.
+      // The library may have been de-initialised, and may have given this id to another page, whose instance goes on.
       if (life.HasEnded() && hasEventCallback && !EventRoutes::Has(instanceId, life)) continue;
       outcome = agent.StopInstance(instanceId, result);
       EventRoutes::Release(instanceId, life);
@@ -135,7 +135,7 @@ void ClearInstanceEvents(PageLife& life) {
 
 void ReleaseInstance(PageLife& life, uint32_t instanceId) {
   LogMapRelease();
-  // After its end `ForgetPage` sees to the hook, which other pages may need.
+  // When the page has ended, `ForgetPage` removes the hook if no other page needs it.
   if (life.instanceMap.Remove(instanceId) && !life.HasEnded()) RemoveEventHook();
 }
 

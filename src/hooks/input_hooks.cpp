@@ -12,7 +12,8 @@
 namespace NorvoWebAPI::KSV {
 namespace {
 
-// The page whose press waits for its release. Its end makes the next press count again. The browser's thread only.
+// The page on which the left button was pressed and is not yet released. If that page ends, the next press is accepted.
+// The browser's thread only.
 NeverDestroyed<std::weak_ptr<PageLife>> pressedPage;
 
 bool AwaitsRelease() {
@@ -90,7 +91,7 @@ LRESULT CALLBACK MouseHookProc(int code, WPARAM message, LPARAM lParam) {
       if (!turnFlag(object.buttonMutex.Get(), &object.buttonHeld)) return;
       POINT point = info.pt;
       ScreenToClient(object.Life().window, &point);
-      // 0 lies within every image, also one without a size.
+      // Position 0 is accepted even for an image of width or height 0.
       if (point.x != 0 && point.x >= object.imageWidth) return;
       if (point.y != 0 && point.y >= object.imageHeight) return;
       (press ? OnPress : OnRelease)(object, point);

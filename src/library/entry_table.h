@@ -8,7 +8,7 @@ namespace NorvoWebAPI {
 
 /// One row of an entry table: the member that calls the entry point which `vendor/` declares as `prototype`. The name
 /// to look up and the signature both come from that one word.
-// NOLINTNEXTLINE(bugprone-macro-parentheses): the name of a member stands without.
+// NOLINTNEXTLINE(bugprone-macro-parentheses): a member's name can't be in parentheses.
 #define KSV_ENTRY(member, prototype) Entry<decltype(::prototype)> member = {*this, #prototype}
 
 /// The entry points of a library found at run time, which are plain C functions. A table derives from this and has one

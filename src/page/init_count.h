@@ -30,13 +30,13 @@ class InitCount {
 
   /// What a de-initialisation by a page does.
   enum class Release { Nothing, OneOfSeveral, Last };
-  /// Decrements the count for a de-initialisation by a page, and tells what is left to do: to release what the page has
-  /// registered, or to take the library down.
+  /// Decrements the count for a de-initialisation by a page, and returns what is left to do: to release what the page
+  /// has registered, or to de-initialise the library.
   Release Decrement(PageLife& life);
 
-  /// To be called when a page ends. True when the page has to be de-initialised once more: because other
-  /// initialisations remain after that, or because no living page has initialisations of its own left. In the second
-  /// case the total is set to 1, so that the library is taken down, whoever left the rest of the total.
+  /// To be called when a page ends. True when one more de-initialisation is due: because the total stays above 0 after
+  /// it, or because no living page has an initialisation left. In the second case the total is set to 1, so that the
+  /// library is de-initialised, no matter which page the others came from.
   bool PreparePageEnd(PageLife& life);
 
  private:

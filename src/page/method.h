@@ -22,8 +22,8 @@ struct Argument {
 /// How many arguments a method accepts: those of its row, further ones too (which are ignored), or any number.
 enum class Arity : uint8_t { Exact, AllowsExtraArguments, IgnoresArguments };
 
-/// What the page gets: a result object; the same, with code 13 in it until the operation has another; or no value,
-/// where a call with wrong arguments fails.
+/// What the page gets. Result: a result object. ResultStartingFailed: the same, with code 13 in it until the operation
+/// has another. None: no value; the method throws if its arguments are wrong.
 enum class Answer : uint8_t { Result, ResultStartingFailed, None };
 
 struct MethodRow {

@@ -94,7 +94,7 @@ NPError URLNetworking::DestroyStream(NPStream* stream, NPReason reason) {
     listener->OnURLData(reason == NPRES_DONE, open->data, context);
     return NPERR_NO_ERROR;
   }
-  open->file.close();  // Writes what is left: only now a full disk has shown for certain.
+  open->file.close();  // Writes the last buffer: a full disk may show only now.
   const bool ok = reason == NPRES_DONE && open->file.good();
   if (!ok) DeleteQuietly(open->path);
   listener->OnURLFile(ok, open->path, context);
@@ -102,7 +102,7 @@ NPError URLNetworking::DestroyStream(NPStream* stream, NPReason reason) {
 }
 
 void URLNetworking::URLNotify(const char* /*url*/, NPReason reason, void* notifyData) {
-  // Finds nothing when the fetch had a stream: the listener has heard of its end.
+  // For a fetch that had a stream nothing is found: `DestroyStream` has told the listener of its end.
   const auto taken = requests.extract(NumberOf(notifyData));
   if (taken.empty() || reason == NPRES_DONE) return;
   const auto& [kind, context, listener, open] = taken.mapped();

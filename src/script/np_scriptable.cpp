@@ -7,13 +7,13 @@
 namespace NorvoWebAPI {
 namespace {
 
-// The record that the host holds. It counts the references; only the class is ours to write.
+// The NPObject that the browser owns and whose references it counts; this module sets only `_class`.
 struct ScriptObject : NPObject {
   std::shared_ptr<ScriptDispatch> object;
 };
 
-// The guard of every entry that is given an object: whatever is thrown becomes the entry's own failure. The share keeps
-// the object alive through the call.
+// Wraps every entry that is given an object: an exception becomes a `false` result. The copied `shared_ptr` keeps the
+// object alive during the call.
 template <typename Entry>
 bool Enter(NPObject* obj, Entry entry) noexcept {
   if (!obj) return false;

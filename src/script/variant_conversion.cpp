@@ -13,7 +13,7 @@
 namespace NorvoWebAPI::NPJSConverter {
 namespace {
 
-// Reads one variant with all that hangs on it.
+// Reads a variant and, recursively, the members of objects in it.
 class VariantReader {
  public:
   VariantReader(NPP instance, const NPNetscapeFuncs* npnFuncs, const InstanceLife& instanceLife)

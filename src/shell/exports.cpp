@@ -58,7 +58,7 @@ KSV_EXPORT(NPError) NP_GetValue(void* /*future*/, NPPVariable variable, void* va
 
 #endif
 
-// A browser may initialise the module again after this: nothing that an instance still uses is taken down.
+// Does nothing: instances may still exist, and browsers may call `NP_Initialize` again.
 KSV_EXPORT(NPError) NP_Shutdown() {
   return NPERR_NO_ERROR;
 }
@@ -83,7 +83,7 @@ KSV_EXPORT(UINT) UnregisterNPAPIPlugin(MSIHANDLE /*installation*/) {
   return UnregisterNPAPIPluginNoParam();
 }
 
-// An uninstallation goes on without it.
+// Returns 0 even if the registration can't be removed, so that it does not stop an uninstallation.
 KSV_EXPORT(UINT) UnregisterNPAPIPluginNoParam() {
   ResultOf([] { Registration::UnregisterModule(); });
   return 0;

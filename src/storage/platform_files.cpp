@@ -143,7 +143,7 @@ uint32_t ReadFile(const std::string& path, std::unique_ptr<uint8_t[]>* buffer) {
 
 std::ifstream OpenForReading(const std::string& path, std::ios::openmode mode) {
   std::ifstream file;
-  // Some systems open a folder too. A path where nothing is has all attributes, this one included.
+  // Linux opens folders too, so they are refused first. A missing path has all bits set, so it is refused here as well.
   if ((GetFileAttributesA(path.c_str()) & FILE_ATTRIBUTE_DIRECTORY) == 0) file.open(SystemPath(path), mode);
   return file;
 }
