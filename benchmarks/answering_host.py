@@ -1,12 +1,14 @@
 #!/usr/bin/python3 -IS
 # Stands for ksv-bridge in the benchmarks: answers each message of bridge/PROTOCOL.md at once, with no module behind it.
+import base64
 import json
 import struct
 import sys
 
-EVENTS = 500
+registered = []  # Who hears events: the name and the page's function.
 VERSION = {"object": [["pluginRetCode", 0], ["fnRetCode", 0], ["zubVersion", "3.0.0.0"]]}
 PIECE = 500 * 1024
+EVENT = base64.b64encode(b'{"event":"applet-installed","applet":"8D67D9DD2AF54717AFF2FF7EF19DFADB"}').decode()
 
 
 def send(message):
@@ -30,9 +32,11 @@ def take(message):
         return
     value = VERSION
     if message.get("name") == "zubRegisterEventCallback":
-        function = message["arguments"][1]["function"]
-        for event in range(EVENTS):
-            send({"run": function, "arguments": [event]})
+        name, function = message["arguments"]
+        registered.append((name, function["function"]))
+    elif message.get("name") == "zubInstall":
+        for name, function in registered:
+            send({"run": function, "arguments": [{"object": [["appName", name], ["dataSrc", 3], ["b64Data", EVENT]]}]})
     elif message.get("name") == "wysStatusToString":
         value = "a" * message["arguments"][0]
     answer({"n": message["n"], "value": value})

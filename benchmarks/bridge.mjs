@@ -1,9 +1,11 @@
 // Measures calls through the bridge in a browser beside the same calls with a host that answers at once.
 // Usage: bridge.mjs BROWSER [unmanaged]
+import { createHash } from "node:crypto";
 import { readFileSync, readdirSync, readlinkSync } from "node:fs";
 import { launch, root, serve } from "../bridge/driver/browser.mjs";
 
 const [, , name, mode = "managed"] = process.argv;
+const label = mode === "managed" ? name : `${name} without policy`;
 const TYPE = "application/x-vnd-norvo-webapi-ksv-5.0.9";
 const KIB = 1024;
 const hosts = { bridge: {}, floor: { KSV_BRIDGE_HOST: root + "/benchmarks/answering_host.py" } };
@@ -42,7 +44,7 @@ async function inTurns(rounds, measure) {
 function print(what, time, floor) {
   const readable = value => value === undefined ? "" : value.toFixed(1) + " ms";
   const ratio = floor === undefined ? "" : (time / floor).toFixed(2);
-  console.log(`${ratio.padStart(6)}  ${`${name}: ${what}`.padEnd(38)}  ${readable(time).padStart(8)}  ${readable(floor).padStart(8)}`);
+  console.log(`${ratio.padStart(6)}  ${`${label}: ${what}`.padEnd(56)}  ${readable(time).padStart(8)}  ${readable(floor).padStart(8)}`);
 }
 
 // What the host's processes of this run hold alone, in KiB.
@@ -64,6 +66,45 @@ function hostMemory() {
 
 const VERSION = "ksv.zubGetVersion()";
 const argumentOf = size => `this.text${size} ||= "a".repeat(${size}); ksv.zubProcessSVPMessage("a", 0, this.text${size})`;
+
+// The agent tells each applet's listener of an applet that is installed: so one call makes as many events as there are
+// listeners.
+const EVENTS = 500;
+const LISTENERS = 50;
+
+// An applet as zubInstall takes it.
+function packageOf(id) {
+  const text = `KSV-APPLET 1\nid: ${id}\ntitle: Bench\nversion: 1.0\nkinds: totp\n`;
+  return { id, text: btoa(`${text}sha256: ${createHash("sha256").update(text).digest("hex")}\n`) };
+}
+
+// In the page: installs applets, and listens to theirs and the agent's own.
+function listen(applets) {
+  const ksv = document.getElementById("ksv");
+  const own = "8D67D9DD2AF54717AFF2FF7EF19DFADB";
+  for (const { id, text } of applets) ksv.zubInstall(id, text);
+  window.names = [own, ...applets.map(applet => applet.id)];
+  for (const name of names) {
+    const { pluginRetCode, fnRetCode } = ksv.zubRegisterEventCallback(name, event => window.hear?.(event));
+    if (pluginRetCode || fnRetCode) throw new Error(`No events of ${name}: ${pluginRetCode}, ${fnRetCode}`);
+  }
+}
+
+// In the page: how long that many events take, in milliseconds. The listeners are told in the same order each time.
+function takeEvents(count) {
+  const ksv = document.getElementById("ksv");
+  return new Promise((done, refuse) => {
+    const heard = [];
+    window.hear = event => {
+      if (event.dataSrc !== 3) return;  // One that the clock makes.
+      const before = heard[heard.length - names.length];
+      if (before ? event.appName !== before : heard.includes(event.appName)) refuse(new Error("out of order"));
+      if (heard.push(event.appName) === count) done(performance.now() - start);
+    };
+    const start = performance.now();
+    for (let call = 0; call < count / names.length; ++call) ksv.zubInstall(names[0], "");
+  });
+}
 
 try {
   const cold = await browser.newPage();
@@ -88,16 +129,10 @@ try {
   }
   print("answer of 64 KiB, answering host", answers[0]);
   print("answer of 1 MiB, answering host", answers[1]);
-  print("500 events in order, answering host", await tabs.floor.evaluate(() => new Promise((done, refuse) => {
-    let seen = 0;
-    const start = performance.now();
-    document.getElementById("ksv").zubRegisterEventCallback("a", event => {
-      if (event !== seen++) refuse(new Error("out of order"));
-      if (seen === 500) done(performance.now() - start);
-    });
-  })));
+  for (const host of Object.keys(hosts)) await tabs[host].evaluate(listen, Array.from({ length: LISTENERS - 1 }, (_, index) => packageOf("bench" + index)));
+  print(`${EVENTS} events in order`, ...await inTurns(7, host => tabs[host].evaluate(takeEvents, EVENTS)));
   const memory = hostMemory();
-  console.log(`        ${name}: a host's memory: ${(memory.all / KIB).toFixed(1)} MiB, ${(memory.own / KIB).toFixed(1)} MiB of it its own`);
+  console.log(`        ${label}: a host's memory: ${(memory.all / KIB).toFixed(1)} MiB, ${(memory.own / KIB).toFixed(1)} MiB of it its own`);
 } finally {
   await browser.close();
 }

@@ -125,32 +125,49 @@ list(TRANSFORM definitions PREPEND "-D;")
 execute_process(COMMAND "${WIXL}" -a ${ARCH} ${definitions} -o package.msi ksv.wxs WORKING_DIRECTORY "${stage}"
                 COMMAND_ERROR_IS_FATAL ANY)
 
-set(bridge_queries)
+# 0x100: a rollback action, which runs when a later action fails
+set(queries)
+foreach(action IN ITEMS WithdrawPlugin RestorePlugin UndoBridge RestoreBridge)
+  list(APPEND queries "UPDATE CustomAction SET Type = 3393 WHERE Action = '${action}'")
+endforeach()
 if(BRIDGE)
-  foreach(action IN ITEMS UndoBridge RestoreBridge)
-    list(APPEND bridge_queries "UPDATE CustomAction SET Type = 3393 WHERE Action = '${action}'")
-  endforeach()
+  # An upgrade leaves out what was left out before, unless it is given other features. Level 2 is not chosen by itself.
+  set(upgrades "PREVIOUSVERSION AND NOT Installed")
+  list(APPEND queries
+    "CREATE TABLE `Condition` (`Feature_` CHAR(38) NOT NULL, `Level` INT NOT NULL, `Condition` CHAR(255) PRIMARY KEY `Feature_`, `Level`)"
+    "INSERT INTO `Condition` (`Feature_`, `Level`, `Condition`) VALUES ('bridge', 2, '${upgrades} AND NOT PREVIOUSHOST')")
+  set(sequence 1420)
   foreach(browser IN ITEMS chrome chromium edge firefox)
-    list(APPEND bridge_queries
-      "UPDATE Component SET Condition = 'NOT BROWSERS OR BROWSERS ~>< \"${browser}\"' WHERE Component = '${browser}'")
+    string(TOUPPER "PREVIOUS${browser}" previous)
+    list(APPEND queries
+      "INSERT INTO `Condition` (`Feature_`, `Level`, `Condition`) VALUES ('${browser}', 2, '${upgrades} AND NOT ${previous}')")
+    # The names that the package's action gets: those of the browsers chosen after the installation, and before it.
+    set(after "&${browser}>=3 OR (!${browser}>=3 AND NOT &${browser}=2)")
+    set(before "!${browser}>=3")
+    foreach(time IN ITEMS After Before)
+      string(TOLOWER ${time} condition)
+      list(APPEND queries
+        "INSERT INTO CustomAction (Action, Type, Source, Target) VALUES ('${time}.${browser}', 51, 'Browsers${time}', '[Browsers${time}]${browser},')"
+        "INSERT INTO InstallExecuteSequence (Action, Condition, Sequence) VALUES ('${time}.${browser}', '${${condition}}', ${sequence})")
+      math(EXPR sequence "${sequence} + 1")
+    endforeach()
   endforeach()
 endif()
 # What wixl has no words for. (An option behind -s is not read.)
 execute_process(
   COMMAND "${MSIBUILD}" package.msi -q
-    # 0x100: a rollback action, which runs when a later action fails
-    "UPDATE CustomAction SET Type = 3393 WHERE Action = 'WithdrawPlugin'"
-    "UPDATE CustomAction SET Type = 3393 WHERE Action = 'RestorePlugin'"
-    ${bridge_queries}
+    ${queries}
     # 0x300: both ends of the version range are included
     "DELETE FROM Upgrade WHERE ActionProperty = 'OLDERFOUND'"
     "INSERT INTO Upgrade (UpgradeCode, VersionMin, VersionMax, Attributes, ActionProperty) VALUES ('{${upgrade_code}}', '0.0.0', '${VERSION}', 768, 'OLDERFOUND')"
-    # the folder of the module that is installed now, whatever its version
+    # the folders of the module and of the host that are installed now, whatever their version
     "CREATE TABLE `CompLocator` (`Signature_` CHAR(72) NOT NULL, `ComponentId` CHAR(38) NOT NULL, `Type` INT PRIMARY KEY `Signature_`)"
     "INSERT INTO CompLocator (Signature_, ComponentId, Type) VALUES ('previous', '{${module_guid}}', 1)"
     "INSERT INTO AppSearch (Property, Signature_) VALUES ('PREVIOUSFOLDER', 'previous')"
+    "INSERT INTO CompLocator (Signature_, ComponentId, Type) VALUES ('host', '{${host_guid}}', 1)"
+    "INSERT INTO AppSearch (Property, Signature_) VALUES ('PREVIOUSHOST', 'host')"
     # the properties that the installer passes to its elevated process; the PREVIOUS… must not come from the command line
-    "UPDATE Property SET Value = 'OLDERFOUND;NEWERFOUND;INSTALLFOLDER;BROWSERS;SITES;FORCEINSTALL' WHERE Property = 'SecureCustomProperties'"
+    "UPDATE Property SET Value = 'OLDERFOUND;NEWERFOUND;INSTALLFOLDER;SITES;FORCEINSTALL' WHERE Property = 'SecureCustomProperties'"
     # removes the vendor's folder too when it is empty
     "UPDATE RemoveFile SET DirProperty = 'VENDORFOLDER' WHERE FileKey = 'vendor'"
     # a module without a version would count as older than any that has one; only files without a version have a hash

@@ -88,7 +88,6 @@ class X11Screen final : public Screen {
       : connection(std::move(connected)),
         screenNumber(number),
         root(screen.root),
-        rootSize{screen.width_in_pixels, screen.height_in_pixels},
         visual(visual),
         colours(xcb_generate_id(connection.get())),
         pen(xcb_generate_id(connection.get())),
@@ -113,7 +112,13 @@ class X11Screen final : public Screen {
     return hasAtoms && keyboard.isUsable() && wake.number() >= 0 && xcb_connection_has_error(connection.get()) == 0;
   }
 
-  POINT size() const override { return rootSize; }
+  // Asked anew each time: a screen grows when somebody adds a monitor.
+  POINT size() const override {
+    const auto request = xcb_get_geometry(connection.get(), root);
+    const Owned<xcb_get_geometry_reply_t> whole(xcb_get_geometry_reply(connection.get(), request, nullptr));
+    wake.Set();  // Events may have come with the answer.
+    return whole ? POINT{whole->width, whole->height} : POINT{};
+  }
 
   uint32_t Open(const Placement& place) override {
     const xcb_window_t window = xcb_generate_id(connection.get());
@@ -343,7 +348,6 @@ class X11Screen final : public Screen {
   const Connection connection;
   const int screenNumber;
   const xcb_window_t root;
-  const POINT rootSize;
   const xcb_visualid_t visual;
   const xcb_colormap_t colours;
   const xcb_gcontext_t pen;

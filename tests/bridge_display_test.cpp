@@ -118,23 +118,43 @@ class BridgeDisplayTest : public testing::Test {
 };
 
 TEST_F(BridgeDisplayTest, WindowIsShownWhileAnImageStandsAndTheElementIsSeen) {
-  const std::tuple<string, json, bool> rows[] = {
+  const json frame = {8, "{0,0}", "AAAA"};
+  const json remote = {"", 8, "", "", "", "", "{0,0}", "{1,1}"};
+  struct Row {
+    string method;
+    json arguments;
+    bool isShown;
+    const char* refused = "";  // An entry of the library.
+  };
+  const Row rows[] = {
       {"wysCreateStdImage", kImage, true},
       {"wysCancelButton", json::array(), false},
-      {"wysSubmitFrame", {8, "{0,0}", "AAAA"}, true},
+      {"wysCreateStdImage", kImage, true},
+      {"wysSubmitFrame", frame, true, "WYSSubmitFrame"},  // Nothing was released for it.
+      {"wysSubmitFrame", frame, true},
+      {"wysSubmitFrame", {8, 9, "AAAA"}, true},  // The module refuses it.
+      {"wysSubmitFrame", frame, false, "WYSSubmitFrame"},
+      {"wysProcessRemoteWysMessage", remote, true},
+      {"wysProcessRemoteWysMessage", remote, false, "WYSSendRecv"},
+      {"wysCreateStdImage", kImage, true},
       {"wysProcessSubmitAndGetResponse", json::array(), true},
-      {"wysCloseSession", json::array(), false},
+      {"wysCloseSession", json::array(), false, "WYSCloseSession"},
+      {"wysCreateStdImage", kImage, true},
+      {"wysProcessRemoteWysMessage", remote, true, "WYSSendRecv"},  // It is the session's first one.
+      {"wysInit", {0, ""}, true},
+      {"wysDeInit", json::array(), true},  // Another one is due.
+      {"wysDeInit", json::array(), false, "WYSDeInit"},
       {"wysCreateStdImage", json::array(), false},
-      {"wysProcessRemoteWysMessage", {"", 8, "", "", "", "", "{0,0}", "{1,1}"}, true},
-      {"wysDeInit", json::array(), false},
       {"wysCreateStdImage", kImage, true},
   };
   talk.Call("wysCreateStdImage", kImage);
   EXPECT_FALSE(IsShown()) << "before its place is known";
   Place(true);
-  for (const auto& [method, arguments, isShown] : rows) {
+  for (const auto& [method, arguments, isShown, refused] : rows) {
+    if (*refused) display.Refuse(refused);
     talk.Call(method, arguments);
-    EXPECT_EQ(IsShown(), isShown) << method;
+    EXPECT_EQ(IsShown(), isShown) << method << " " << refused;
+    if (*refused) display.Refuse(refused, 0);
   }
   Place(false);
   EXPECT_FALSE(IsShown());

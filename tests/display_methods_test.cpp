@@ -274,6 +274,7 @@ TEST_F(DisplayMethodsTest, FramesReplaceOneAnother) {
   const auto submit = [&](int32_t imageId) { return page.Call("wysSubmitFrame", {imageId, "{1,2}", "aGk="}).Show(); };
   EXPECT_EQ(submit(1), kWentWell);
   EXPECT_EQ(display.TakeCalls(), Calls{"WYSSubmitFrame(0, 1, {1,2}, <6869)"});
+  EXPECT_EQ(State().displayActive, 1u);
   EXPECT_EQ(submit(2), kWentWell);
   EXPECT_EQ(display.TakeCalls(), (Calls{"WYSReleaseImage(0, 1)", "WYSSubmitFrame(0, 2, {1,2}, <6869)"}));
   display.Refuse("WYSReleaseImage", 5);

@@ -191,6 +191,10 @@ TEST_F(DoctorTest, EachBrokenLinkIsNamed) {
     std::function<void()> change;
     const char* arguments = "--json";
   };
+  const auto withdrawPolicy = [&] {
+    fs::remove_all(Scratch("machine/etc/chromium/policies"));
+    RegDeleteKeyA(HKEY_LOCAL_MACHINE, (kPolicyKey + "ExtensionInstallForcelist").c_str());
+  };
   std::vector<Case> cases{
       {"settings key", "FAIL", "can't be opened", 10, 10, [] { RegDeleteKeyA(HKEY_LOCAL_MACHINE, kSettings); }},
       {"log", "PASS", "is 3: the log is on", 0, 0, [&] { environment.SetLogLevel(3); }},
@@ -266,10 +270,7 @@ TEST_F(DoctorTest, EachBrokenLinkIsNamed) {
       {"Chromium: native host", "FAIL", "the module beside it is for 64-bit", 0, 0,
        [&] { WriteScratch("other", kForeignHeaders), MoveHost("Chromium", Scratch("other")); }},
       {"Chromium: extension", "FAIL", "no profile of this user has the extension", 0, 0,
-       [&] {
-         fs::remove_all(Profile("Chromium")), fs::remove_all(Scratch("machine/etc/chromium/policies")),
-             RegDeleteKeyA(HKEY_LOCAL_MACHINE, (kPolicyKey + "ExtensionInstallForcelist").c_str());
-       }},
+       [&] { fs::remove_all(Profile("Chromium")), withdrawPolicy(); }},
       {"Chromium: extension", "WARN", "no profile of this user has it yet", 0, 0,
        [&] { fs::remove_all(Profile("Chromium") / "Extensions"); }},
       {"Chromium: extension", "FAIL", "is switched off", 0, 0,
@@ -279,6 +280,7 @@ TEST_F(DoctorTest, EachBrokenLinkIsNamed) {
        }},
       {"Firefox: extension", "FAIL", "version 5.0.9 in ", 0, 0, [&] { WriteAddon(false); }},
       {"Firefox: extension", "WARN", "version 5.0.4 in ", 0, 0, [&] { WriteAddon(true, "5.0.4"); }},
+      {"Chromium: policy", "WARN", "none installs the extension", 0, 0, withdrawPolicy},
       {"Chromium: policy", "FAIL", "forbids com.norvo.ksv", 0, 0, [&] { SetPolicy("NativeMessagingBlocklist", "*"); }},
       {"Chromium: host's answer", "FAIL", "ends without an answer (exit status 2)", 0, 0,
        [&] {
@@ -369,7 +371,9 @@ TEST_F(DoctorTest, TheProgramPrintsBothFormsAndItsExitStatus) {
   EXPECT_THAT(output, AllOf(HasSubstr("Exit status"), Not(HasSubstr("--probe"))));
   EXPECT_EQ(Run("--version"), 0);
   EXPECT_THAT(output, HasSubstr("package and module 5.0.9, script"));
-  for (const char* wrong : {"--jsn", "--json=x", "x", "--timeout 0"}) EXPECT_EQ(Run(wrong), 2) << wrong;
+  for (const char* wrong : {"--jsn", "--json=x", "x", "--timeout 0", "--timeout 3601"}) {
+    EXPECT_EQ(Run(wrong), 2) << wrong;
+  }
   {
     const platform::ScopedVariable unset("AppData", nullptr);
     EXPECT_EQ(Run(""), 1);

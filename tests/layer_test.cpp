@@ -40,6 +40,9 @@ TEST(LayerTest, TextIsConvertedWholeOrRefused) {
     EXPECT_EQ(WideCharToMultiByte(CP_UTF8, 0, wide.c_str(), -1, text, narrowSize - 1, nullptr, nullptr), 0);
     EXPECT_LAST_ERROR(ERROR_INSUFFICIENT_BUFFER);
   }
+  text[3] = 'x';
+  EXPECT_EQ(wcstombs_s(nullptr, text, 4, KSV_WIDE("abcdef"), _TRUNCATE), STRUNCATE);
+  EXPECT_STREQ(text, "abc");
   const WCHAR unpaired[] = {0xDC00, 'x', 0};
   EXPECT_EQ(WideCharToMultiByte(CP_UTF8, WC_ERR_INVALID_CHARS, unpaired, -1, text, 8, nullptr, nullptr), 0);
   EXPECT_LAST_ERROR(ERROR_NO_UNICODE_TRANSLATION);

@@ -1,7 +1,9 @@
 #include <fstream>
 #include <iterator>
 
+#include "base/scope_exit.h"
 #include "tests/support/reference_display_fixture.h"
+#include "tests/support/silent_screen_linux.h"
 
 namespace {
 
@@ -24,6 +26,39 @@ TEST_F(ReferenceDisplayPainting, PictureFollowsTheInput) {
   EXPECT_EQ(Paint(), empty);
   Tap("3");
   EXPECT_NE(Paint(), empty);
+}
+
+class ToldScreen : public support::SilentScreen {
+ public:
+  uint32_t Open(const platform::Placement& place) override { return ++opened, SilentScreen::Open(place); }
+  void Show(uint32_t /*window*/, bool activate, bool /*isTopmost*/) override { shown += activate ? 'a' : '-'; }
+
+  int opened = 0;
+  std::string shown;
+};
+
+TEST_F(ReferenceDisplayPainting, WindowOpensOnceAndTakesTheKeysThatAreDown) {
+  static std::shared_ptr<ToldScreen> screen;
+  screen = std::make_shared<ToldScreen>();
+  platform::connectScreen = []() -> std::shared_ptr<platform::Screen> { return screen; };
+  const NorvoWebAPI::ScopeExit disconnect([] { platform::connectScreen = nullptr; });
+  const HWND window = window_.handle();
+  for (const UINT flags : {SWP_SHOWWINDOW | SWP_NOACTIVATE, SWP_HIDEWINDOW, SWP_SHOWWINDOW}) {
+    EXPECT_TRUE(SetWindowPos(window, HWND_TOP, 0, 0, 400, 460, flags));
+  }
+  EXPECT_EQ(screen->shown, "-a");
+  EXPECT_EQ(screen->opened, 1);
+
+  ASSERT_EQ(Create(support::ImageRequest{.least = 2, .greatest = 2}), 0);
+  platform::ReportKey(1, WM_KEYDOWN, {'1', false, false}, false);
+  platform::ReportKey(1, WM_KEYUP, {'1', false, false}, false);
+  platform::PumpMessages();
+  PostMessageA(window, WM_KEYDOWN, '1', 1);
+  platform::PumpMessages();
+  EXPECT_EQ(Respond().first, support::Code(KsvDisplay::Status::kInputIncomplete)) << "a posted key counts";
+  platform::ReportKey(1, WM_KEYDOWN, {'2', false, false}, false);
+  platform::PumpMessages();
+  EXPECT_EQ(Respond().first, 0);
 }
 
 }  // namespace

@@ -77,12 +77,4 @@ TEST_F(ReferenceDisplayPainting, DigitsMayBeTypedUnlessThePageSaysNo) {
   EXPECT_EQ(type({'1'}), std::pair(kIncomplete, 2));
 }
 
-TEST_F(ReferenceDisplayPainting, WindowMayGo) {
-  ASSERT_EQ(Create(support::ImageRequest{}), 0);
-  window_.Destroy();
-  EXPECT_EQ(wys_.RepaintImage(session_, 0), support::Code(KsvDisplay::Status::kWindowGone));
-  EXPECT_EQ(Establish(), support::Code(KsvDisplay::Status::kWindowGone));
-  EXPECT_EQ(wys_.CloseSession(session_), 0);
-}
-
 }  // namespace

@@ -172,7 +172,9 @@ TEST_F(ReferenceDisplay, ConfirmationAndTextAreInputsToo) {
   EXPECT_EQ(Open(Respond().second), "6:a\u20AC\U0001F600b");
   EXPECT_EQ(Exchange(3, R"({"error":true})").first, 0);
   EXPECT_EQ(wys_.SubmitInput(session_, 6, 9, kText), 0);
-  EXPECT_EQ(Open(Respond().second), "6:a\u20AC\U0001F600b") << "another try";
+  const Text again = Respond().second;
+  EXPECT_EQ(Open(again), "6:a\u20AC\U0001F600b") << "another try";
+  EXPECT_EQ(KsvDisplay::OpenInput(KsvKit::AsBytes(again), Key(), {})->asked.texts, "Type your answer in the page");
 }
 
 // The variables' names stand in the library that the tests load, so they would be found.
@@ -217,6 +219,10 @@ TEST_F(ReferenceDisplay, PageTellsOfAWrongPinAndTheUserMayCorrectOrCancel) {
   const Text sealed = Respond().second;
   EXPECT_EQ(Open(sealed), "77:2468") << "what was entered before the verdict is gone";
   EXPECT_EQ(KsvDisplay::OpenInput(KsvKit::AsBytes(sealed), Key(), {})->asked.challenge, "another-challenge-22ch");
+  EXPECT_EQ(Exchange(3, R"({"attemptsLeft":1})").first, 0);
+  EnterPin("2468");
+  EXPECT_EQ(KsvDisplay::OpenInput(KsvKit::AsBytes(Respond().second), Key(), {})->asked.challenge,
+            "another-challenge-22ch");
   EXPECT_EQ(Exchange(3, R"({"error":true,"attemptsLeft":0})").first, 0);
   const WysPoint key = MiddleOf(Keys().at("1"));
   EXPECT_EQ(Click(key, key), Code(Status::kInputClosed));
@@ -434,6 +440,15 @@ TEST_F(ReferenceDisplay, WindowHasOneSession) {
   EXPECT_EQ(Establish(), 0);
   EXPECT_EQ(wys_.DeInit(context_), 0);
   EXPECT_EQ(wys_.CloseSession(session_), Code(Status::kUnknownSession));
+  EXPECT_EQ(wys_.DeInit(context_), Code(Status::kUnknownContext));
+}
+
+TEST_F(ReferenceDisplay, WindowMayGo) {
+  ASSERT_EQ(Create(ImageRequest{}), 0);
+  window_.Destroy();
+  EXPECT_EQ(wys_.RepaintImage(session_, 0), Code(Status::kWindowGone));
+  EXPECT_EQ(Establish(), Code(Status::kWindowGone));
+  EXPECT_EQ(wys_.CloseSession(session_), 0);
 }
 
 }  // namespace

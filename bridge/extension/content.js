@@ -1,6 +1,6 @@
 // In the isolated world of each document: takes the requests of page.js, and waits for the answer by a blocking
-// request, which the extension's background answers. While images stand, it also tells the background where their elements
-// are. See bridge/PROTOCOL.md.
+// request, which the extension's background answers. While a display has a session, it also tells the background where its
+// element is. See bridge/PROTOCOL.md.
 (() => {
   "use strict";
 
@@ -17,7 +17,7 @@
   const MAX_TEXT = 64 * 1024 * 1024;
   const END = /^\{"on":\d{1,10},"do":"destroy"\}$/;
   const RAN = /^\{"ran":\d{1,16}\}$/;
-  const LOOK_TIME = 100;  // How often a moved element or window is looked for while an image stands, in milliseconds.
+  const LOOK_TIME = 100;  // How often a moved element or window is looked for in a session of the display, in milliseconds.
   const channel = performance;  // An event target that both worlds have, and that document.open() leaves its listeners.
   const policy = document.featurePolicy;  // Firefox has none, and forbids no such request.
 
@@ -81,7 +81,7 @@
   function close() {
     port?.disconnect();
     port = null;
-    shown.clear();
+    followed.clear();
   }
 
   // Gives the milliseconds that have passed since it was made; while the machine slept, none did.
@@ -183,14 +183,14 @@
     addEventListener("beforeunload", prepareToLeave, true);
     addEventListener("pagehide", leave, true);
     addEventListener("pageshow", comeBack, true);
-    addEventListener("ksv-show", show, true);
-    addEventListener("ksv-hide", hide, true);
+    addEventListener("ksv-follow", follow, true);
+    addEventListener("ksv-unfollow", unfollow, true);
   }
 
-  // --- Where elements are, while images stand over them -------------------------------------------------------------
+  // --- Where elements are, while their displays have sessions --------------------------------------------------------
 
-  const shown = new Map();  // Elements by instance, with what was told of each last.
-  let pointer = null;       // Where the mouse was last: on the screen from the browser's window's corner, and in the view.
+  const followed = new Map();  // Elements by instance, with what was told of each last.
+  let pointer = null;          // Where the mouse was last: on the screen from the browser's window's corner, and in the view.
   let looking = 0;
 
   // What of a rectangle lies in the document's view. A frame's window must not be larger than the frame.
@@ -202,21 +202,21 @@
   // Tells when an element is out of sight also because the page around its frame hides it.
   const sight = new IntersectionObserver(changes => {
     for (const { target, isIntersecting } of changes) {
-      for (const entry of shown.values()) if (entry.element === target) entry.isSeen = isIntersecting;
+      for (const entry of followed.values()) if (entry.element === target) entry.isSeen = isIntersecting;
     }
     tellPlaces();
   });
 
   function forget(on) {
-    const entry = shown.get(on);
+    const entry = followed.get(on);
     if (!entry) return;
-    shown.delete(on);
+    followed.delete(on);
     sight.unobserve(entry.element);
     port?.postMessage({ place: { on, gone: true } });
   }
 
   function tellPlaces() {
-    for (const [on, entry] of shown) {
+    for (const [on, entry] of followed) {
       if (!entry.element.isConnected) {
         forget(on);
         continue;
@@ -235,7 +235,7 @@
       entry.told = told;
       port?.postMessage({ place });
     }
-    if (shown.size) return;
+    if (followed.size) return;
     clearInterval(looking);
     looking = 0;
     for (const [name, listener] of LOOKED_FOR) removeEventListener(name, listener, true);
@@ -256,19 +256,27 @@
     ["scroll", tellPlaces], ["visibilitychange", tellPlaces], ["resize", forgetPointer], ["mousemove", notePointer], ["mousedown", notePointer]
   ];
 
-  function show(event) {
+  // The shadow tree of an element, also a closed one, of which who listens outside is told its host alone.
+  const treeOf = element => element.openOrClosedShadowRoot || api.dom?.openOrClosedShadowRoot(element);
+
+  function follow(event) {
     const [element] = event.composedPath();
     if (!port || !Number.isInteger(event.detail) || !(element instanceof Element)) return;
-    if (shown.get(event.detail)?.element === element) return;  // One image after the other: the window stays.
+    const tree = treeOf(element);
+    if (tree) {
+      tree.addEventListener("ksv-follow", follow, true);  // The next event comes there.
+      return;
+    }
+    if (followed.get(event.detail)?.element === element) return;  // One session after the other: the window stays.
     forget(event.detail);
-    shown.set(event.detail, { element, told: "", isSeen: false });
+    followed.set(event.detail, { element, told: "", isSeen: false });
     sight.observe(element);
     looking ||= setInterval(tellPlaces, LOOK_TIME);
     for (const [name, listener] of LOOKED_FOR) addEventListener(name, listener, { capture: true, passive: true });
     tellPlaces();
   }
 
-  function hide(event) {
+  function unfollow(event) {
     forget(event.detail);
   }
 

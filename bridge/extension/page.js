@@ -19,10 +19,6 @@
     "setRepaintImageCallback", "setDisplayEventsCallback"
   ];
   const PROPERTIES = ["version"];
-  // After these an image may stand in the element's window, and after those none does. The host knows more exactly when:
-  // see `Document::FollowImage`.
-  const SHOWING = ["wysCreateStdImage", "wysSubmitFrame", "wysProcessRemoteWysMessage"];
-  const HIDING = ["wysCancelButton", "wysCloseSession"];
   const MAX_DEPTH = 64;
   const MAX_VALUES = 100000;
   const MAX_BYTES = 48 * 1024 * 1024;  // Of texts; what stands around them makes a message longer.
@@ -258,10 +254,12 @@
     return { value: read(own(given, "value")) };
   }
 
-  // content.js tells where the element is while an image may stand over it. Only an event of the element's own names it.
-  function tellOfImage(element, name) {
-    const number = instances.get(element);
-    if (number) apply(dispatchEvent, element, [new PageEvent(name, { detail: number, composed: true })]);
+  // content.js tells where the element is while a session may put images over it; whether one stands is known to the host.
+  // Only an event of the element's own names it. In closed trees content.js has to listen first: so their hosts tell before.
+  function tellOfSession(node, name, number) {
+    const root = apply(getRootNode, node, []);
+    if (root !== apply(getRootNode, node, [{ composed: true }])) tellOfSession(apply(hostOf, root, []), name, number);
+    if (number) apply(dispatchEvent, node, [new PageEvent(name, { detail: number, composed: true })]);
   }
 
   function methodOf(element, name) {
@@ -270,11 +268,8 @@
       let list = "";
       for (let i = 0; i < given.length; ++i) list += (i ? "," : "") + writer.writeArgument(given[i]);
       const result = use(element, '"do":"call","name":' + text(name) + ',"arguments":[' + list + "]", writer);
-      const { pluginRetCode, fnRetCode } = result?.value || {};
-      if (pluginRetCode === 0 && (fnRetCode === 0 || name === "wysCloseSession")) {
-        if (SHOWING.includes(name)) tellOfImage(element, "ksv-show");
-        if (HIDING.includes(name)) tellOfImage(element, "ksv-hide");
-      }
+      if (name === "wysEstablishSession") tellOfSession(element, "ksv-follow", instances.get(element));
+      if (name === "wysCloseSession" && result?.value?.pluginRetCode === 0) tellOfSession(element, "ksv-unfollow", instances.get(element));
       return result ? result.value : refused();
     };
   }

@@ -38,7 +38,7 @@ NPClass CopiedObject::copiedClass{NP_CLASS_STRUCT_VERSION,
                                   nullptr,
                                   Deallocate,
                                   nullptr,
-                                  HasMethod,
+                                  nullptr,
                                   Invoke,
                                   nullptr,
                                   HasProperty,
@@ -91,16 +91,12 @@ bool CopiedObject::GetProperty(NPObject* object, NPIdentifier key, NPVariant* re
   });
 }
 
-bool CopiedObject::HasMethod(NPObject* object, NPIdentifier key) {
-  return Guarded(
-      [&] { return static_cast<CopiedObject*>(object)->asText && key == Host::Current().IdOfName("toString"); });
-}
-
 bool CopiedObject::Invoke(NPObject* object, NPIdentifier key, const NPVariant* /*arguments*/, uint32_t /*count*/,
                           NPVariant* result) {
   return Guarded([&] {
-    if (!HasMethod(object, key)) return false;
-    *result = Host::Current().Text(*static_cast<CopiedObject*>(object)->asText);
+    const std::optional<std::string>& text = static_cast<CopiedObject*>(object)->asText;
+    if (!text || key != Host::Current().IdOfName("toString")) return false;
+    *result = Host::Current().Text(*text);
     return true;
   });
 }

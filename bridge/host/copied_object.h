@@ -19,7 +19,7 @@ class CopiedObject : public NPObject {
 
   /// Takes the value over.
   void Add(NPIdentifier key, const NPVariant& value);
-  /// Gives the object a `toString`.
+  /// Gives the object a `toString`, which can be called and not found: the module does no more.
   void SetText(std::string text) { asText = std::move(text); }
   /// Makes reading fail, as where a getter of the page's throws.
   void SetUnreadable() { isUnreadable = true; }
@@ -33,7 +33,6 @@ class CopiedObject : public NPObject {
   static void Deallocate(NPObject* object);
   static bool HasProperty(NPObject* object, NPIdentifier key);
   static bool GetProperty(NPObject* object, NPIdentifier key, NPVariant* result);
-  static bool HasMethod(NPObject* object, NPIdentifier key);
   static bool Invoke(NPObject* object, NPIdentifier key, const NPVariant* arguments, uint32_t count, NPVariant* result);
   static bool Enumerate(NPObject* object, NPIdentifier** keys, uint32_t* count);
 

@@ -6,6 +6,7 @@
 
 #include "base/product.h"
 #include "base/scope_exit.h"
+#include "bridge/host/page_values.h"
 #include "kit/program/paths.h"
 
 namespace Bridge {
@@ -135,21 +136,31 @@ json Document::Use(NpHost::Instance& instance, const Request& request) {
 
 // Whether an image stands in the window is known only from what calls give.
 void Document::FollowImage(const std::string& method, uint32_t instance, const json& result) {
-  static const std::map<std::string, bool, std::less<>> images = {
-      {"wysCreateStdImage", true}, {"wysSubmitFrame", true}, {"wysProcessRemoteWysMessage", true},
-      {"wysCancelButton", false},  {"wysDeInit", false},     {"wysCloseSession", false}};
-  const auto image = images.find(method);
-  const auto element = elements.find(instance);
-  if (image == images.end() || element == elements.end() || !result.is_object()) return;
+  enum class Effect { Draws, DrawsFrame, Releases, Ends };
+  static const std::map<std::string, Effect, std::less<>> effects = {
+      {"wysCreateStdImage", Effect::Draws},  {"wysSubmitFrame", Effect::DrawsFrame},
+      {"wysCancelButton", Effect::Releases}, {"wysProcessRemoteWysMessage", Effect::DrawsFrame},
+      {"wysCloseSession", Effect::Ends},     {"wysDeInit", Effect::Ends}};
+  const auto known = effects.find(method);
+  const auto found = elements.find(instance);  // The page may have ended it inside the call.
+  if (known == effects.end() || found == elements.end() || !result.is_object()) return;
   const auto code = [&](const char* name) {
     for (const json& member : result.value("object", json::array())) {
       if (member[0] == name) return member[1];
     }
     return json();
   };
-  // A session that the library does not close has no image for the module all the same.
-  const bool succeeded = code("pluginRetCode") == 0 && (code("fnRetCode") == 0 || method == "wysCloseSession");
-  if (succeeded) element->second.window.SetImage(image->second);
+  const json status = code("fnRetCode");
+  if (status.is_null()) return;  // The library was not asked: what stands there stands on.
+  const bool succeeded = status == 0 && code("pluginRetCode") == 0;
+  const Effect effect = known->second;
+  Element& element = found->second;
+  // The end of a session leaves no image, and a frame after another one releases that first, whatever the status is.
+  const bool always = effect == Effect::Ends || (effect == Effect::DrawsFrame && element.hasHadFrame);
+  const bool draws = effect == Effect::Draws || effect == Effect::DrawsFrame;
+  if (succeeded || always) element.window.SetImage(succeeded && draws);
+  if (succeeded && effect == Effect::DrawsFrame) element.hasHadFrame = true;
+  if (effect == Effect::Ends) element.hasHadFrame = false;
 }
 
 void Document::Move(const Placed& placed) {

@@ -10,7 +10,7 @@
 #include <string>
 
 #include "bridge/host/display_window.h"
-#include "bridge/host/page_values.h"
+#include "bridge/host/page_functions.h"
 #include "bridge/host/protocol.h"
 #include "kit/nphost/host.h"
 #include "kit/nphost/instance.h"
@@ -44,6 +44,8 @@ class Document : private NpHost::Host {
     Element(Document& document, const Request& request);
     DisplayWindow window;
     NpHost::Instance instance;
+    /// A frame has been put up in this session: before the next one the module releases what stands.
+    bool hasHadFrame = false;
   };
 
   NPObject* WindowOf(NPP instance) override;

@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
 
 #include "bridge/host/copied_object.h"
+#include "bridge/host/page_functions.h"
 #include "bridge/host/protocol.h"
 #include "bridge/host/result_keys.h"
 #include "kit/nphost/host.h"
@@ -131,39 +131,43 @@ json WriteNumber(double number) {
   return number;
 }
 
-json Write(const NPVariant& value, int depth);
-
 // Nothing when the object has no such member.
-std::optional<json> WriteMember(NPObject* object, NPIdentifier key, int depth) {
+std::optional<json> WriteMember(NPObject* object, NPIdentifier key) {
   const NPClass& table = *object->_class;
   if (!table.hasProperty || !table.hasProperty(object, key)) return std::nullopt;
   NpHost::Variant value;
   if (!table.getProperty || !table.getProperty(object, key, value.Get())) return std::nullopt;
-  return Write(*value.Get(), depth + 1);
+  return WriteValue(*value.Get());
 }
 
-json WriteObject(NPObject* object, int depth) {
-  if (depth == kMaxDepth) return nullptr;
+json WriteObject(NPObject* object) {
   Host& host = Host::Current();
-  const std::optional<json> length = WriteMember(object, host.IdOfName("length"), depth);
+  const std::optional<json> length = WriteMember(object, host.IdOfName("length"));
   if (length && length->is_number_integer()) {
     json elements = json::array();
     const int32_t count = std::min(length->get<int32_t>(), kMaxValues);
     for (int32_t at = 0; at < count; ++at) {
-      elements.push_back(WriteMember(object, host.Id(at), depth).value_or(json{{"undefined", true}}));
+      elements.push_back(WriteMember(object, host.Id(at)).value_or(json{{"undefined", true}}));
     }
     return {{"array", std::move(elements)}};
   }
   json members = json::array();
   for (const char* key : kResultKeys) {
-    if (auto value = WriteMember(object, host.IdOfName(key), depth)) {
+    if (auto value = WriteMember(object, host.IdOfName(key))) {
       members.push_back(json::array({key, std::move(*value)}));
     }
   }
   return {{"object", std::move(members)}};
 }
 
-json Write(const NPVariant& value, int depth) {
+}  // namespace
+
+void ReadValues(const json& values, const PageContext& context, NpHost::VariantList& list) {
+  Reader reader(context);
+  for (const json& value : values) list.Add(reader.Read(value, 0));
+}
+
+json WriteValue(const NPVariant& value) {
   switch (value.type) {
     case NPVariantType_Void:
       break;
@@ -178,83 +182,9 @@ json Write(const NPVariant& value, int depth) {
     case NPVariantType_String:
       return std::string(value.value.stringValue.UTF8Characters, value.value.stringValue.UTF8Length);
     case NPVariantType_Object:
-      return WriteObject(value.value.objectValue, depth);
+      return WriteObject(value.value.objectValue);
   }
   return {{"undefined", true}};
-}
-
-}  // namespace
-
-struct PageFunctions::Function : NPObject {
-  PageFunctions* owner;
-  uint32_t number;
-  uint64_t seen;  // How often the page has passed it since the module holds it.
-};
-
-NPClass PageFunctions::functionClass{NP_CLASS_STRUCT_VERSION,
-                                     nullptr,
-                                     Deallocate,
-                                     nullptr,
-                                     nullptr,
-                                     nullptr,
-                                     Run,
-                                     nullptr,
-                                     nullptr,
-                                     nullptr,
-                                     nullptr,
-                                     ListNothing,
-                                     nullptr};
-
-NPObject* PageFunctions::Take(uint32_t number) {
-  if (const auto known = held.find(number); known != held.end()) {
-    ++known->second->seen;
-    return Host::Current().Retain(known->second);
-  }
-  std::unique_ptr<Function> function(new Function{{&functionClass, 1}, this, number, 1});
-  Host::Current().Add(function.get());
-  held.emplace(number, function.get());
-  return function.release();  // Its last reference ends it: see Deallocate.
-}
-
-void PageFunctions::Deallocate(NPObject* object) noexcept {
-  const std::unique_ptr<Function> function(static_cast<Function*>(object));
-  function->owner->held.erase(function->number);
-  function->owner->forgotten.push_back(json::array({function->number, function->seen}));
-}
-
-void PageFunctions::TellForgotten() {
-  if (!forgotten.empty()) send({{"forget", std::exchange(forgotten, json::array())}});
-}
-
-bool PageFunctions::Run(NPObject* object, const NPVariant* arguments, uint32_t count, NPVariant* result) {
-  try {
-    const auto* const function = static_cast<Function*>(object);
-    // The page may end the instance before this returns.
-    const NpHost::Variant hold(object);
-    json list = json::array();
-    for (uint32_t at = 0; at < count; ++at) list.push_back(WriteValue(arguments[at]));
-    function->owner->send({{"run", function->number}, {"arguments", std::move(list)}});
-    *result = {NPVariantType_Void, {}};
-    return true;
-  } catch (...) {
-    return false;
-  }
-}
-
-// Members that a page gives to a function stay in the page.
-bool PageFunctions::ListNothing(NPObject* /*object*/, NPIdentifier** keys, uint32_t* count) {
-  *keys = nullptr;
-  *count = 0;
-  return true;
-}
-
-void ReadValues(const json& values, const PageContext& context, NpHost::VariantList& list) {
-  Reader reader(context);
-  for (const json& value : values) list.Add(reader.Read(value, 0));
-}
-
-json WriteValue(const NPVariant& value) {
-  return Write(value, 0);
 }
 
 NPObject* MakeWindow(const std::string& address) {

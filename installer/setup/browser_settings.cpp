@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <limits>
+#include <regex>
 #include <stdexcept>
 #include <string_view>
 
@@ -18,7 +19,6 @@ namespace {
 
 constexpr std::wstring_view kPolicies = L"SOFTWARE\\Policies";
 constexpr std::wstring_view kAll = L"*";
-constexpr char kBrowsersTaken[] = "; it takes chrome, chromium, edge and firefox, separated by commas, or none";
 constexpr char kSitesTaken[] = "; it takes origins such as https://bank.example, separated by semicolons, or *";
 
 struct Browser {
@@ -71,30 +71,13 @@ std::string Narrow(std::wstring_view text) {
   return narrow;
 }
 
-std::vector<std::wstring> ReadBrowsers(const std::wstring& property) {
-  std::vector<std::wstring> names = SplitList(property);
-  if (names.empty() && !property.empty())
-    throw std::invalid_argument(std::string("BROWSERS has no name") + kBrowsersTaken);
-  if (names.empty()) {
-    for (const Browser& browser : kBrowsers) names.emplace_back(browser.name);
-  }
-  for (std::wstring& name : names) {
-    CharLowerW(name.data());
-    if (name != L"none" && std::ranges::find(kBrowsers, name, &Browser::name) == kBrowsers.end()) {
-      throw std::invalid_argument("BROWSERS has \"" + Narrow(name) + "\"" + kBrowsersTaken);
-    }
-  }
-  return names;
-}
-
-// Browsers compare the text with the page's origin, which has no capitals, path or slash at its end.
-bool IsOrigin(std::wstring_view text) {
-  for (const std::wstring_view scheme : {L"https://", L"http://"}) {
-    if (!text.starts_with(scheme)) continue;
-    text.remove_prefix(scheme.size());
-    return !text.empty() && text.find_first_not_of(L"abcdefghijklmnopqrstuvwxyz0123456789.-_:[]") == text.npos;
-  }
-  return false;
+// The extension takes capitals and a scheme's own port too, but nothing that is more than an origin.
+bool IsOrigin(const std::wstring& text) {
+  static const std::wregex kForm(LR"(https?://([a-z0-9._-]+|\[[0-9a-f:.]+\])(:([0-9]{1,5}))?)", std::regex::icase);
+  constexpr size_t kLongest = 300;  // A name has at most 253 characters.
+  std::wsmatch parts;
+  return text.size() <= kLongest && std::regex_match(text, parts, kForm) &&
+         (!parts[3].matched || std::stoul(parts[3]) <= 65535);
 }
 
 std::vector<std::wstring> ReadSites(const std::wstring& property) {
@@ -193,12 +176,12 @@ void CompleteUpdateManifest(const std::wstring& folder) {
 Choices ReadChoices(const std::wstring& properties) {
   // No folder's name has a bar; in another property it is refused here or as part of a name.
   const std::vector<std::wstring> fields = Split(properties, L"|");
-  if (fields.size() != 4) throw std::invalid_argument("BROWSERS, SITES or FORCEINSTALL has a bar");
+  if (fields.size() != 4) throw std::invalid_argument("SITES or FORCEINSTALL has a bar");
   if (fields[0].empty()) throw std::invalid_argument("INSTALLFOLDER is empty");
   if (!fields[3].empty() && fields[3] != L"0" && fields[3] != L"1") {
     throw std::invalid_argument("FORCEINSTALL is \"" + Narrow(fields[3]) + "\"; it takes 0 or 1");
   }
-  return {fields[0], ReadBrowsers(fields[1]), ReadSites(fields[2]), fields[3] == L"1"};
+  return {fields[0], SplitList(fields[1]), ReadSites(fields[2]), fields[3] == L"1"};
 }
 
 void Apply(const Choices& choices) {

@@ -10,13 +10,13 @@ namespace NorvoWebAPI::KSV::Setup {
 /// What the administrator has chosen.
 struct Choices {
   std::wstring folder;                 ///< Of the installed files, with a backslash at its end.
-  std::vector<std::wstring> browsers;  ///< Their names as `BROWSERS` has them, in lower case.
+  std::vector<std::wstring> browsers;  ///< The names of their features in the package.
   std::vector<std::wstring> sites;     ///< Origins that may use the plug-in; none: all may.
   bool forceInstall = false;           ///< Chromium, Chrome and Edge are to install the extension.
 };
 
-/// Reads the package's properties in the form `INSTALLFOLDER|BROWSERS|SITES|FORCEINSTALL`. Throws
-/// `std::invalid_argument`, whose text is for the administrator, when one of them is not understood.
+/// Reads the action's data in the form `INSTALLFOLDER|browser,…|SITES|FORCEINSTALL`. Throws `std::invalid_argument`,
+/// whose text is for the administrator, when a property is not understood.
 Choices ReadChoices(const std::wstring& properties);
 
 /// Writes the policies in place of those of an earlier call, and the folder into the update manifest. Throws

@@ -18,27 +18,19 @@ class JSToNPBridge : public NPScriptable<JSToNPBridge> {
       : NPScriptable(funcs), value(std::move(shown)), npp(instance), npnFuncs(funcs), life(std::move(instanceLife)) {}
 
   bool HasProperty(NPIdentifier id) override {
-    try {
-      if (npnFuncs->identifierisstring(id)) return value.HasKey(IdentifierText(npnFuncs, id));
-      return static_cast<uint32_t>(npnFuncs->intfromidentifier(id)) < value.ElementCount();
-    } catch (...) {
-      return false;
-    }
+    if (npnFuncs->identifierisstring(id)) return value.HasKey(IdentifierText(npnFuncs, id));
+    return static_cast<uint32_t>(npnFuncs->intfromidentifier(id)) < value.ElementCount();
   }
 
   bool GetProperty(NPIdentifier id, NPVariant* result) override {
     if (!HasProperty(id)) return false;
-    try {
-      const JSObject& member = npnFuncs->identifierisstring(id)
-                                   ? value[IdentifierText(npnFuncs, id)]
-                                   : value[static_cast<uint32_t>(npnFuncs->intfromidentifier(id))];
-      const bool isNested = member.GetType() == JSObject::Type::Object || member.GetType() == JSObject::Type::Array;
-      if (isNested) life->DemandAlive();
-      *result = NPJSConverter::toNPVariant(npp, npnFuncs, member, life);
-      return true;
-    } catch (...) {
-      return false;
-    }
+    const JSObject& member = npnFuncs->identifierisstring(id)
+                                 ? value[IdentifierText(npnFuncs, id)]
+                                 : value[static_cast<uint32_t>(npnFuncs->intfromidentifier(id))];
+    const bool isNested = member.GetType() == JSObject::Type::Object || member.GetType() == JSObject::Type::Array;
+    if (isNested) life->DemandAlive();
+    *result = NPJSConverter::toNPVariant(npp, npnFuncs, member, life);
+    return true;
   }
 
  private:

@@ -41,12 +41,8 @@ void Deallocate(NPObject* obj) {
   record->object->Deallocate();
 }
 
-void Invalidate(NPObject* obj) {
-  Enter(obj, [](ScriptDispatch& object) {
-    object.Invalidate();
-    return true;
-  });
-}
+// Objects answer until they are deallocated.
+void Invalidate(NPObject* /*obj*/) {}
 
 bool HasMethod(NPObject* obj, NPIdentifier id) {
   return Enter(obj, [&](ScriptDispatch& object) { return object.HasMethod(id); });
@@ -56,8 +52,9 @@ bool Invoke(NPObject* obj, NPIdentifier id, const NPVariant* args, uint32_t argC
   return Enter(obj, [&](ScriptDispatch& object) { return object.Invoke(id, args, argCount, result); });
 }
 
-bool InvokeDefault(NPObject* obj, const NPVariant* args, uint32_t argCount, NPVariant* result) {
-  return Enter(obj, [&](ScriptDispatch& object) { return object.InvokeDefault(args, argCount, result); });
+// No object of ours is a function.
+bool InvokeDefault(NPObject* /*obj*/, const NPVariant* /*args*/, uint32_t /*argCount*/, NPVariant* /*result*/) {
+  return false;
 }
 
 bool HasProperty(NPObject* obj, NPIdentifier id) {
@@ -72,35 +69,20 @@ bool SetProperty(NPObject* obj, NPIdentifier id, const NPVariant* value) {
   return Enter(obj, [&](ScriptDispatch& object) { return object.SetProperty(id, value); });
 }
 
-bool RemoveProperty(NPObject* obj, NPIdentifier id) {
-  return Enter(obj, [&](ScriptDispatch& object) { return object.RemoveProperty(id); });
+// Without effect, as script has it for what can't be removed.
+bool RemoveProperty(NPObject* obj, NPIdentifier /*id*/) {
+  return obj != nullptr;
 }
 
-bool Enumerate(NPObject* obj, NPIdentifier** ids, uint32_t* count) {
-  return Enter(obj, [&](ScriptDispatch& object) { return object.Enumerate(ids, count); });
+bool Enumerate(NPObject* /*obj*/, NPIdentifier** /*ids*/, uint32_t* /*count*/) {
+  return false;
 }
 
-bool Construct(NPObject* obj, const NPVariant* args, uint32_t argCount, NPVariant* result) {
-  return Enter(obj, [&](ScriptDispatch& object) { return object.Construct(args, argCount, result); });
+bool Construct(NPObject* /*obj*/, const NPVariant* /*args*/, uint32_t /*argCount*/, NPVariant* /*result*/) {
+  return false;
 }
 
 }  // namespace
-
-bool ScriptDispatch::InvokeDefault(const NPVariant* /*args*/, uint32_t /*argCount*/, NPVariant* /*result*/) {
-  return false;
-}
-
-bool ScriptDispatch::RemoveProperty(NPIdentifier /*id*/) {
-  return true;
-}
-
-bool ScriptDispatch::Enumerate(NPIdentifier** /*ids*/, uint32_t* /*count*/) {
-  return false;
-}
-
-bool ScriptDispatch::Construct(const NPVariant* /*args*/, uint32_t /*argCount*/, NPVariant* /*result*/) {
-  return false;
-}
 
 ScriptClass MakeScriptClass() {
   return {{NP_CLASS_STRUCT_VERSION, Allocate, Deallocate, Invalidate, HasMethod, Invoke, InvokeDefault, HasProperty,

@@ -12,9 +12,9 @@
 
 namespace NorvoWebAPI {
 
-/// The operations of the published `NPClass`, which the class table's entries call behind one guard. The host's record
-/// owns the object, and each running call a share of it: a page can make the host end an object from inside one of the
-/// object's own calls. The browser's thread only.
+/// The operations of the published `NPClass` that objects of the plug-in have, called by the class table's entries behind
+/// one guard. The host's record owns the object, and each running call a share of it: a page can make the host end an
+/// object from inside one of the object's own calls. The browser's thread only.
 class ScriptDispatch {
  public:
   ScriptDispatch() = default;
@@ -27,16 +27,11 @@ class ScriptDispatch {
   /// True in a call that is still running after that. The instance may be gone too, and nobody reads the answer.
   [[nodiscard]] bool IsDeallocated() const { return deallocated; }
 
-  virtual void Invalidate() {}
   virtual bool HasMethod(NPIdentifier id) = 0;
   virtual bool Invoke(NPIdentifier id, const NPVariant* args, uint32_t argCount, NPVariant* result) = 0;
-  virtual bool InvokeDefault(const NPVariant* args, uint32_t argCount, NPVariant* result);
   virtual bool HasProperty(NPIdentifier id) = 0;
   virtual bool GetProperty(NPIdentifier id, NPVariant* result) = 0;
   virtual bool SetProperty(NPIdentifier id, const NPVariant* value) = 0;
-  virtual bool RemoveProperty(NPIdentifier id);
-  virtual bool Enumerate(NPIdentifier** ids, uint32_t* count);
-  virtual bool Construct(const NPVariant* args, uint32_t argCount, NPVariant* result);
 
  private:
   bool deallocated = false;
@@ -49,7 +44,7 @@ struct ScriptClass {
   const std::shared_ptr<ScriptDispatch>* pendingObject;
 };
 
-/// A class table whose twelve entries lead to `ScriptDispatch`.
+/// A class table whose entries lead to `ScriptDispatch`, or refuse what no object of the plug-in does.
 ScriptClass MakeScriptClass();
 
 /// Whether this module made the object.

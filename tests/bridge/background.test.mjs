@@ -93,7 +93,10 @@ test("who may not use the plug-in, or sends what is no message, is told that it 
     [{ sites: ["https://b.example"] }, "{}", /administrator/, 0], [{ off: ["https://a.example"] }, "{}", /switched off/, 0],
     [{ sites: ["https://a.example"] }, '{"n":1,', /not a message/, 1],
     [{ sites: { 2032000001: "https://b.example" } }, "{}", /administrator/, 0],
-    [{ sites: { 2032000001: "https://a.example" } }, '{"n":1,', /not a message/, 1]
+    [{ sites: { 2032000001: "https://a.example" } }, '{"n":1,', /not a message/, 1],
+    [{ sites: ["HTTPS://A.example:443"] }, '{"n":1,', /not a message/, 1],
+    [{ sites: ["https://a.example/app", "https://u@a.example", "https://a.example:8443", "http://a.example", "blob:https://a.example/",
+      ".example", "*", "https://*.example", 7, null] }, "{}", /administrator/, 0]
   ];
   for (const [settings, text, reason, hosts] of rows) {
     const background = await start(settings);

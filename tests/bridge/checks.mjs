@@ -2,8 +2,10 @@
 // a check. Their command line: BROWSER [unmanaged].
 import { launch, root, serve } from "../../bridge/driver/browser.mjs";
 import { report } from "./report.mjs";
-import { readFileSync, readdirSync, readlinkSync } from "node:fs";
-export { until } from "../../bridge/driver/browser.mjs";
+import { familyOf, isExtension } from "./processes.mjs";
+import { readFileSync } from "node:fs";
+export { root, until } from "../../bridge/driver/browser.mjs";
+export { commandOf, hosts, memoryOf, processOf, signal } from "./processes.mjs";
 
 export const [, , name, mode = "managed"] = process.argv;
 export const TYPE = "application/x-vnd-norvo-webapi-ksv-5.0.9";
@@ -11,39 +13,6 @@ export const APPLET = "8D67D9DD2AF54717AFF2FF7EF19DFADB";
 export const ELEMENT = `<object id="plugin" type="${TYPE}" width="100" height="50"></object>`;
 const helper = readFileSync(root + "/kit/pages/ksv.js", "utf8");
 let failed = 0;
-
-// What a file of /proc has; "" when the process has ended meanwhile, or is another user's.
-function ofProcess(pid, file) {
-  try {
-    return file === "exe" ? readlinkSync(`/proc/${pid}/exe`) : readFileSync(`/proc/${pid}/${file}`, "utf8");
-  } catch {
-    return "";
-  }
-}
-
-const processes = () => readdirSync("/proc").filter(pid => /^[0-9]+$/.test(pid));
-
-// The processes of hosts that this browser has started: other runs may be under way.
-export function hosts() {
-  const own = `KSV_REGISTRY=${process.env.KSV_REGISTRY}`;
-  return processes().filter(pid => ofProcess(pid, "exe").endsWith("/ksv-bridge") && ofProcess(pid, "environ").split("\0").includes(own));
-}
-
-// The browser's processes, its hosts among them, and those that have ended and were not waited for.
-export function family() {
-  const parents = new Map(processes().map(pid => [pid, /.*\) . (\d+)/.exec(ofProcess(pid, "stat"))?.[1]]));
-  const isOf = pid => pid === String(browser.process().pid) || (parents.has(pid) && isOf(parents.get(pid)));
-  return [...parents.keys()].filter(isOf);
-}
-
-export function extensionProcess() {
-  const isExtension = pid => ofProcess(pid, "cmdline").includes("--extension-process") || commandOf(pid) === "WebExtensions";
-  return family().find(isExtension);
-}
-
-export const commandOf = pid => ofProcess(pid, "comm").trim();
-// In kilobytes.
-export const memoryOf = pid => Number(/^VmRSS:\s+(\d+)/m.exec(ofProcess(pid, "status"))?.[1] || 0);
 
 export function equal(actual, expected) {
   const [seen, wanted] = [JSON.stringify(actual), JSON.stringify(expected)];
@@ -64,6 +33,8 @@ const page = `<!DOCTYPE html><link rel="icon" href="data:,">${ELEMENT}<script no
 export const address = await serve(path => ({ body: path === "/empty.html" ? "<!DOCTYPE html>" : page, headers: HEADERS[path] }));
 export const otherAddress = address.replace("127.0.0.1", "localhost");
 export const browser = await launch({ browser: name, managed: mode === "managed" });
+export const family = () => familyOf(browser);
+export const extensionProcess = () => family().find(isExtension);
 export const lines = [];  // That the pages have written to their consoles.
 const tabs = [];
 

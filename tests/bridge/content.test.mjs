@@ -77,20 +77,20 @@ test("a page whose policy forbids the request is told so, and nothing is asked",
   assert.equal(document.ports.length, 0);
 });
 
-test("while an image stands, it is told where the element is, whenever that changes", () => {
+test("while the display has a session, it is told where the element is, whenever that changes", () => {
   const { ports, page, use } = makeDocument('e{"n":1}');
   const element = { isConnected: true, box: { x: 10, y: 20, width: 100, height: 50 }, getBoundingClientRect() { return this.box; } };
   use();
   const [port] = ports;
   port.posted.length = 0;
   const tell = (name, detail) => page.listeners[name]({ detail, composedPath: () => [element] });
-  tell("ksv-show", "1");  // A page's own event.
-  tell("ksv-show", 3);
+  tell("ksv-follow", "1");  // A page's own event.
+  tell("ksv-follow", 3);
   page.see(element, true);
   page.look();
   const told = { on: 3, box: [10, 20, 100, 50], ratio: 2, isTop: true, pointer: null, visible: true, origin: null };
   assert.deepEqual(port.posted.splice(0, 1), [{ place: { ...told, visible: false } }]);
-  tell("ksv-show", 3);  // Another image.
+  tell("ksv-follow", 3);  // Another session.
   assert.deepEqual(port.posted, [{ place: told }]);
   page.listeners.mousemove({ isTrusted: false, screenX: 1, screenY: 1, clientX: 1, clientY: 1 });
   page.look();
@@ -101,7 +101,7 @@ test("while an image stands, it is told where the element is, whenever that chan
   use("note", '{"ran":4}');
   use("note", '{"place":{}}');
   assert.deepEqual(port.posted.slice(2), [{ text: '{"ran":4}' }]);
-  tell("ksv-hide", 3);
+  tell("ksv-unfollow", 3);
   page.look();
   assert.deepEqual(port.posted.slice(3), [{ place: { on: 3, gone: true } }]);
   assert.deepEqual([page.look, page.listeners.scroll], [null, undefined]);
@@ -110,8 +110,10 @@ test("while an image stands, it is told where the element is, whenever that chan
 test("a frame's window is not larger than the frame, and is gone when the page around it hides the frame", () => {
   const { ports, page, use } = makeDocumentIn({ top: {} }, 'e{"n":1}');
   const element = { isConnected: true, getBoundingClientRect: () => ({ x: -10, y: 20, width: 3000, height: 3000 }) };
+  const event = target => ({ detail: 3, composedPath: () => [target] });
+  const hostOf = inner => ({ openOrClosedShadowRoot: { addEventListener: (name, listener) => listener(event(inner)) } });
   use();
-  page.listeners["ksv-show"]({ detail: 3, composedPath: () => [element] });
+  page.listeners["ksv-follow"](event(hostOf(hostOf(element))));  // In a closed tree, which is in another one.
   for (const isSeen of [true, false]) page.see(element, isSeen);
   const places = ports[0].posted.filter(message => message.place).map(({ place }) => [place.visible, ...place.box]);
   assert.deepEqual(places, [[false, 0, 20, 800, 580], [true, 0, 20, 800, 580], [false, 0, 20, 800, 580]]);

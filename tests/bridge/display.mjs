@@ -3,7 +3,8 @@
 // 1 some did.
 import { writeFileSync } from "node:fs";
 import { launch, root, serve, until } from "../../bridge/driver/browser.mjs";
-import { enterPin, findWindow, imageIn } from "../../bridge/driver/pin_pad.mjs";
+import { clickKey, enterPin, findWindow, imageIn } from "../../bridge/driver/pin_pad.mjs";
+import { hosts, processOf, signal } from "./processes.mjs";
 import { report } from "./report.mjs";
 
 const [, , browserName, name, digits, challenge, transcript] = process.argv;
@@ -54,6 +55,20 @@ await check("the display's window hides with its tab, and ends with its document
   await other.close();
   await tab.goto(address + "/none.html");
   await until("the window's end", () => !seen());
+});
+
+await check("a page whose process is killed in a function that its host waits for leaves neither host nor window", async () => {
+  await tab.goto(`${address}/kit/pages/display.html#${challenge}`);
+  const page = await processOf(tab);
+  await tab.click("#pin");
+  const window = await until("the display's window", seen);
+  await until("the host", () => hosts().length > 0);
+  await tab.evaluate('ksv.plugin.setMouseDownCallback(function () { console.log("inside"); for (;;); })');
+  clickKey(window, digits[0]).catch(() => {});  // It waits for keys in a new order, which do not come.
+  await until("the page's function", () => lines.includes("inside"));
+  signal(page, "SIGKILL");
+  await until("the window's end", () => !seen());
+  await until("the host's end", () => hosts().length === 0);
 });
 
 await browser.close();

@@ -4,7 +4,7 @@ import { load, source } from "./extension.mjs";
 
 // A document of one element of the type, whose host answers with `value`, in JSON.
 function makePage(type) {
-  class Node {
+  class Node extends EventTarget {
     get isConnected() { return true; }
     getRootNode() { return globals.document; }
   }
@@ -99,4 +99,15 @@ test("the host is told when a function that it waits for has run, unless it is a
   for (const act of acts) page.element.setMouseDownCallback(act);
   for (const run of [1, 2, 3]) page.event({ run, arguments: [], awaited: run });
   assert.deepEqual(page.notes, ['{"ran":1}', '{"ran":2}']);
+});
+
+test("an element is named to content.js in a session of the display, whatever stands in it", () => {
+  const page = makePage(types[0]);
+  const told = [];
+  for (const name of ["ksv-follow", "ksv-unfollow"]) page.element.addEventListener(name, ({ type, detail }) => told.push(type + " " + detail));
+  for (const codes of [[13], [0, 42], [0, 0]]) {
+    page.value = JSON.stringify({ object: [["pluginRetCode", codes[0]], ["fnRetCode", codes[1]]] });
+    for (const name of ["wysEstablishSession", "wysCreateStdImage", "wysCancelButton", "wysCloseSession"]) page.element[name]();
+  }
+  assert.deepEqual(told, ["follow", "follow", "unfollow", "follow", "unfollow"].map(name => `ksv-${name} 1`));
 });

@@ -7,7 +7,12 @@ function start(os = "win") {
   const tab = { width: 1000, height: 700, active: true, windowId: 5 };
   const window = { id: 5, left: 50, top: 20, width: 1000, height: 800, state: "normal" };
   const browser = { tab, window, zoom: 1, focus: signal(), sent: [] };
-  const tabs = { get: async () => tab, getZoom: async () => browser.zoom, onActivated: signal(), onAttached: signal(), onZoomChange: signal() };
+  const getTab = async () => {
+    const asked = { ...tab };
+    await browser.delay;
+    return asked;
+  };
+  const tabs = { get: getTab, getZoom: async () => browser.zoom, onActivated: signal(), onAttached: signal(), onZoomChange: signal() };
   const windows = { get: async () => window, onFocusChanged: browser.focus, WINDOW_ID_NONE: -1 };
   const globals = { chrome: { tabs, windows, runtime: { getPlatformInfo: async () => ({ os }) } } };
   const Places = load("places.js", globals, "Places");
@@ -48,6 +53,21 @@ test("a window is shown with its tab and its browser's window alone, and told of
   for (const [os, states] of [["win", [false, true, false, true, false, true, false]], ["linux", [false, true, false, true, true, true, false]]]) {
     await followStates(start(os), states);
   }
+});
+
+test("an answer of the browser's that comes late does not undo what has changed since", async () => {
+  const browser = start();
+  await browser.tell({});
+  let answer;
+  browser.delay = new Promise(resolve => { answer = resolve; });
+  for (const active of [false, true]) {
+    browser.tab.active = active;
+    browser.places.update();
+    browser.delay = null;
+  }
+  answer();
+  await new Promise(setImmediate);
+  assert.equal(browser.sent.at(-1).shown, true);
 });
 
 async function followStates(browser, expected) {

@@ -1,6 +1,11 @@
 // What a page meets in a browser that a file of the page tests can't set up: policies, frames, several pages, faults.
 // Usage: node scenarios.mjs BROWSER [unmanaged]. Prints a line a check; exit status: 0 none failed, 1 some did.
-import { APPLET, ELEMENT, STORE, TYPE, address, browser, check, equal, extensionProcess, finish, hosts, lines, mode, name, open, otherAddress, until } from "./checks.mjs";
+import { readFileSync, writeFileSync } from "node:fs";
+import { dirname } from "node:path";
+import {
+  APPLET, ELEMENT, STORE, TYPE, address, browser, check, equal, extensionProcess, family, finish, hosts, lines, mode, name, open,
+  otherAddress, processOf, root, signal, until
+} from "./checks.mjs";
 
 const NAMES = `ksv.call("zubEnumerateTokensDomainBinding")`;
 
@@ -94,6 +99,66 @@ await check("a background that is killed inside a call answers by the call's cod
   equal(await Promise.race([answer, late]), 13);
   await until("the plug-in's return", () => tab.evaluate("ksv.plugin.zubInit().pluginRetCode === 0"));
   await until("the end of the host that was left", () => hosts().length === 1);
+});
+
+// What has gone through the host of the next documents is read from files.
+const [taken, given] = ["in", "out"].map(way => `${dirname(process.env.KSV_REGISTRY)}/${name}-${mode}.${way}`);
+const recorder = taken + ".sh";
+writeFileSync(recorder, `#!/bin/sh\ntee '${taken}' | '${root}/build/native/bridge/ksv-bridge' "$@" | tee '${given}'\n`, { mode: 0o755 });
+const recorded = (file, text) => until("a message to or from the host", () => readFileSync(file, "latin1").includes(text));
+
+// Each reaches a stage of a call; the page's process is killed there. Gives what goes on afterwards.
+const stages = {
+  "as its first use is on the way": async use => {
+    const background = extensionProcess();
+    signal(background, "SIGSTOP");
+    await use("zubInit");
+    return () => signal(background, "SIGCONT");
+  },
+  "as a call is on the way": async (use, tab) => {
+    await tab.evaluate("ksv.plugin.zubInit()");
+    return stages["as its first use is on the way"](use);
+  },
+  "while the host works": async (use, tab, host) => {
+    await tab.evaluate("ksv.plugin.zubInit()");
+    signal(host(), "SIGSTOP");
+    await use("zubDeInit");
+    await recorded(taken, '"zubDeInit"');
+    return () => signal(host(), "SIGCONT");
+  },
+  "while the answer is on the way": async (use, tab, host) => {
+    const works = await stages["while the host works"](use, tab, host);
+    const background = extensionProcess();
+    signal(background, "SIGSTOP");
+    works();
+    await recorded(given, '"n":3,"value"');
+    return () => signal(background, "SIGCONT");
+  }
+};
+
+for (const [stage, reach] of Object.entries(stages)) await check(`a page whose process is killed ${stage} leaves no host, and harms no other`, async () => {
+  const before = hosts();
+  const started = () => hosts().filter(pid => !before.includes(pid));
+  const other = await open(otherAddress + "/page.html");
+  equal(await other.evaluate("ksv.plugin.zubInit().pluginRetCode"), 0);
+  const [kept] = started();
+  browser.setEnvironment({ ...process.env, KSV_BRIDGE_HOST: recorder });
+  const tab = await open();
+  const page = await processOf(tab);
+  lines.length = 0;
+  const goOn = await reach(async method => {
+    tab.evaluate(`console.log("calls"); ksv.plugin.${method}()`).catch(() => {});
+    await until("the call", () => lines.includes("calls"));
+  }, tab, () => started().filter(pid => pid !== kept));
+  browser.setEnvironment(process.env);
+  signal(page, "SIGKILL");
+  await until("the page's end", () => !family().includes(page));
+  goOn();
+  const next = await open();
+  equal(await next.evaluate("ksv.plugin.zubInit().pluginRetCode"), 0);
+  await until("the end of the killed page's host", () => started().length === 2);
+  equal(await other.evaluate("ksv.plugin.zubDeInit().pluginRetCode"), 0);
+  equal(started().includes(kept), true);
 });
 
 await check("an element that is removed from a shadow tree ends", async () => {

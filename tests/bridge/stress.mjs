@@ -4,14 +4,13 @@
 import { execFileSync } from "node:child_process";
 import { mkdirSync, rmSync, writeFileSync } from "node:fs";
 import { dirname } from "node:path";
-import { APPLET, STORE, browser, check, commandOf, equal, extensionProcess, family, finish, hosts, lines, memoryOf, mode, name, open, until } from "./checks.mjs";
+import { APPLET, STORE, browser, check, commandOf, equal, extensionProcess, family, finish, hosts, lines, memoryOf, mode, name, open, otherAddress, processOf, signal, until } from "./checks.mjs";
 
 const calls = Math.max(2500, process.argv[4] || 0);
 const [tabs, reloads, kills] = calls < 100000 ? [10, 25, 3] : [50, 1000, 50];
 const INIT = "ksv.plugin.zubInit().pluginRetCode";
 const tell = text => console.log(`   ${name}, ${mode}: ${text}`);
 const pause = time => new Promise(done => setTimeout(done, time));
-const signal = (pids, which) => pids.forEach(pid => { try { process.kill(Number(pid), which); } catch { /* It has ended. */ } });
 
 // The bytes of script objects after a collection, where the browser tells.
 async function heapOf(target) {
@@ -122,6 +121,24 @@ await check(`a host killed at each step of ${kills} calls`, async () => {
   }
   tell("killed, then answered: " + Object.entries(seen).map(([what, count]) => `${what} (${count} times)`).join(", "));
   equal(Object.keys(seen).filter(what => !/^(before (0|13)|inside 13|anywhere 13|after 0)$/.test(what)), []);
+});
+
+await check(`the processes of ${kills} pages killed anywhere in their calls`, async () => {
+  const other = await open(otherAddress + "/page.html");
+  equal(await other.evaluate(INIT), 0);
+  const [kept] = hosts();
+  for (let i = 0; i < kills; ++i) {
+    const tab = await open();
+    const page = await processOf(tab);
+    lines.length = 0;
+    tab.evaluate(`console.log("calls"); for (;;) ${INIT};`).catch(() => {});
+    await until("the calls", () => lines.includes("calls"));
+    await pause(Math.random() * 40);
+    signal(page, "SIGKILL");
+    await until("the end of the page's host", () => hosts().length === 1);
+    await tab.close();
+  }
+  equal([hosts(), await other.evaluate(INIT)], [[kept], 0]);
 });
 
 // In the mount namespace of the policies.

@@ -5,6 +5,8 @@
 #include <gtest/gtest-spi.h>
 #include <gtest/gtest.h>
 
+#include "kit/nphost/module.h"
+
 using namespace support;
 
 TEST(TestHostTest, LeaksWrongReleasesAndUnusedFaultsFailTheTest) {
@@ -41,4 +43,25 @@ TEST(TestHostTest, LeaksWrongReleasesAndUnusedFaultsFailTheTest) {
         },
         told);
   }
+}
+
+TEST(TestHostTest, AModuleThatSaysItDidNotStartIsNotUsed) {
+  TestHost host;
+  NPNetscapeFuncs table = host.Funcs();
+  // It fills the plug-in's table all the same.
+  const auto initialize = [](NPNetscapeFuncs*, auto*... plugin) -> NPError {
+    (NP_GetEntryPoints(plugin), ...);
+    return NPERR_GENERIC_ERROR;
+  };
+  EXPECT_THROW(NpHost::Module({NP_GetEntryPoints, initialize, nullptr}, table), std::runtime_error);
+}
+
+TEST(TestHostTest, ANameIsCountedOnce) {
+  TestHost host;
+  host.Id("name");
+  const size_t bytes = host.NameBytes();
+  host.Id("name");
+  EXPECT_EQ(host.NameBytes(), bytes);
+  host.Id("other");
+  EXPECT_GT(host.NameBytes(), bytes + 5);
 }
