@@ -26,7 +26,7 @@ if(NOT DEFINED VERSION)
   set(VERSION "${KSV_FILE_VERSION}")
 endif()
 
-# The width decides all of this; both packages can be installed side by side.
+# What differs between the two packages; both can be installed side by side.
 if(ARCH STREQUAL "x64")
   set(upgrade_code "4E0B1F3C-6D59-4C0E-9B7A-2F7C7D0F5A64")
   set(bits 64)
@@ -153,7 +153,7 @@ if(BRIDGE)
     endforeach()
   endforeach()
 endif()
-# What wixl has no words for. (An option behind -s is not read.)
+# Settings that wixl does not support. (-s comes last: msibuild ignores options after it.)
 execute_process(
   COMMAND "${MSIBUILD}" package.msi -q
     ${queries}

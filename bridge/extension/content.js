@@ -13,7 +13,7 @@
   const FORBIDDEN = "This page's Permissions-Policy forbids sync-xhr, which the plug-in needs: the site has to allow it.";
   const START_TIME = 5000;   // What a background may take to be there, in milliseconds.
   const WAIT_LIMIT = 60000;  // How long an answer may be asked for again and again.
-  const PROBE_TIME = 2000;   // How long, until the background is asked whether it still is the one that has the request.
+  const PROBE_TIME = 2000;   // Then the background is asked whether it still has the request: it may have been restarted.
   const MAX_TEXT = 64 * 1024 * 1024;
   const END = /^\{"on":\d{1,10},"do":"destroy"\}$/;
   const RAN = /^\{"ran":\d{1,16}\}$/;
@@ -125,7 +125,7 @@
     }
   }
 
-  // Gives where the answer will be. A page may have sent what is no request.
+  // Sends the request and returns the address of its answer. The page could have dispatched anything, so it is checked.
   function post(body) {
     if (typeof body !== "string" || body.length > MAX_TEXT) throw new Error("no request");
     if (!port) open();

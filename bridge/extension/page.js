@@ -1,6 +1,6 @@
 // In the page's own world, before its scripts: gives the plug-in's elements their methods. Sends each use as a message of
-// bridge/PROTOCOL.md to content.js and waits for the answer. What it writes and reads values with, it takes from the page's
-// world first: a page that replaces it later changes none of them.
+// bridge/PROTOCOL.md to content.js and waits for the answer. Built-in functions are copied before the page's scripts run, so
+// that a page that replaces them later changes nothing here.
 (() => {
   "use strict";
 
@@ -217,7 +217,7 @@
 
   const removals = new MutationObserver(endRemoved);
 
-  // Who observes a tree sees nothing of the shadow trees in it.
+  // A MutationObserver does not report changes inside shadow trees, so each root on the way up is observed.
   function watchRemoval(node) {
     const root = apply(getRootNode, node, []);
     removals.observe(root, { childList: true, subtree: true });
@@ -353,7 +353,7 @@
       } catch (error) {
         report(error);
       }
-      // Another host would not know what it is about.
+      // A newer host has not asked for this answer.
       const awaited = own(event, "awaited");
       if (awaited && functions === ofHost) send("ksv-note", '{"ran":' + awaited + "}");
     } else if (forgotten) {

@@ -20,7 +20,7 @@ LRESULT CALLBACK WatchClicks(int code, WPARAM message, LPARAM lParam) {
   return CallNextHookEx(nullptr, code, message, lParam);
 }
 
-// The window ends with its instance alone: the module uses it until then.
+// WM_CLOSE is ignored: the module uses the window until its instance ends.
 LRESULT CALLBACK ProcessMessage(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
   return message == WM_CLOSE ? 0 : platform::DefaultProcedure(window, message, wParam, lParam);
 }

@@ -26,7 +26,7 @@ std::string AddressOf(const Hello& attested) {
 }
 
 constexpr size_t kMaxInstances = 1'000;
-// Names of members live as long as the host.
+// Names are kept until the host ends, so what a page can use of them is limited.
 constexpr size_t kMaxNameBytes = size_t{256} << 20;
 
 json Error(const std::string& sentence) {

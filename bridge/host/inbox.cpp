@@ -9,7 +9,7 @@ namespace {
 
 constexpr size_t kMaxWaiting = 2 * kMaxMessage;
 
-// With what a short one takes beside its text.
+// Counts the string object too, so that very many short messages are limited as well.
 size_t SizeOf(const std::string& message) {
   return message.size() + sizeof(std::string);
 }

@@ -39,7 +39,7 @@ NPVariant OfObject(NPObject* object) {
   return variant;
 }
 
-// What the owner had, for the caller.
+// Moves the value out of `owner`: the caller has to release it.
 NPVariant Given(NpHost::Variant& owner) {
   return std::exchange(*owner.Get(), {NPVariantType_Void, {}});
 }

@@ -13,13 +13,13 @@ using nlohmann::json;
 
 namespace {
 
-// An object of the page's is three of JSON's: the tag, the list of members, a member. 64 of them may be nested, and the
-// message is around them.
+// A page's object takes three levels of JSON (tag, list of members, member). 64 of them may be nested, and the message
+// itself has three more.
 constexpr int kMaxNesting = 64 * 3 + 3;
 // A member is at most six events of the parser's, and there are 100,000 of them at most. Each may take a hundred bytes,
 // however short it is written.
 constexpr int kMaxEvents = 1'000'000;
-// Of what is counted: a number in script is exact up to here.
+// Counters go up to here: beyond that a number in script is not exact.
 constexpr uint64_t kGreatest = uint64_t{1} << 53;
 
 json Parse(std::string_view text) {

@@ -43,7 +43,7 @@ class Session {
   Session(NativePipes pipes, std::filesystem::path modulePath, std::chrono::milliseconds endTime)
       : output(std::move(pipes.output)), module(std::move(modulePath)), watch(std::make_shared<EndWatch>(endTime)) {
     if (!wakeWindow) throw std::runtime_error("The system has no window for the host.");
-    // It may read on after this session: until the browser closes the pipe.
+    // Detached: this thread may still be reading when the session has ended, until the browser closes the pipe.
     std::thread([input = std::move(pipes.input), to = inbox, end = watch] {
       ReadAll(input.get(), *to);
       end->Start();

@@ -37,9 +37,8 @@ constexpr std::array<Browser, 4> kBrowsers{{{L"chrome", L"\\Google\\Chrome", kCh
                                             {L"edge", L"\\Microsoft\\Edge", kChromiumSites, kForceList},
                                             {L"firefox", L"\\Mozilla\\Firefox", kFirefoxSites, {}}}};
 
-// A list's values are named by numbers. Browsers take all of them, whatever the numbers are, so that ours lie where
-// nobody counts to, still within 32 bits. Windows has these keys once for both widths: each package has its own
-// numbers.
+// In the registry a list's values are named by numbers, and browsers read all of them. Administrators number from 1, so
+// these begin at 2,000,000,000, within 32 bits. Both widths share the key, so each package has its own range.
 constexpr unsigned kFirstNumber = 2'000'000'000U + sizeof(void*) * 8 * 1'000'000U;
 constexpr unsigned kNumbers = 1000;
 static_assert(kFirstNumber + kNumbers < std::numeric_limits<int>::max());
@@ -147,7 +146,7 @@ void CompleteUpdateManifest(const std::wstring& folder) {
   const std::wstring path = folder + L"bridge\\update.xml";
   // A virus scanner may be reading it.
   constexpr DWORD kShared = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-  // The link's own file, if somebody has put one there: this runs as the system.
+  // Open a link itself, not its target: this runs as SYSTEM, and a user could have put a link there.
   const HANDLE opened = CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, kShared, nullptr, OPEN_EXISTING,
                                     FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
   const Owner<HANDLE, CloseHandle> file(opened == INVALID_HANDLE_VALUE ? nullptr : opened);
