@@ -21,7 +21,7 @@
   const PROPERTIES = ["version"];
   const MAX_DEPTH = 64;
   const MAX_VALUES = 100000;
-  const MAX_BYTES = 48 * 1024 * 1024;  // Of texts; what stands around them makes a message longer.
+  const MAX_BYTES = 48 * 1024 * 1024;  // Of texts; the rest of the message needs room too.
 
   const { parse, stringify } = JSON;
   const { apply, ownKeys, getOwnPropertyDescriptor, get: getMember } = Reflect;
@@ -254,7 +254,7 @@
     return { value: read(own(given, "value")) };
   }
 
-  // content.js tells where the element is while a session may put images over it; whether one stands is known to the host.
+  // content.js reports where the element is while a session may put images over it; only the host knows of these.
   // Only an event of the element's own names it. In closed trees content.js has to listen first: so their hosts tell before.
   function tellOfSession(node, name, number) {
     const root = apply(getRootNode, node, []);

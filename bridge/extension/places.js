@@ -60,7 +60,7 @@ class Places {
     this.send = send;
   }
 
-  // What content.js tells of one element.
+  // What content.js reports of one element.
   take(told) {
     if (told.gone) {
       this.told.delete(told.on);

@@ -96,7 +96,7 @@ void DisplayWindow::Update() {
   const RECT& element = place->element;
   const RECT& within = place->within;
   const LONG width = std::min(element.right - element.left + frame.left + frame.right, within.right - within.left);
-  // A window manager's caption stands above the window, and is not told of.
+  // A window manager's caption is above the window, and the system does not report its size.
   constexpr LONG kManagersCaption = 40;
   const LONG highest = std::min(within.bottom, within.top + (frame.top > 0 ? 0 : kManagersCaption));
   const LONG height = std::min(element.bottom - element.top + frame.top + frame.bottom, within.bottom - highest);

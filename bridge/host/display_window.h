@@ -16,7 +16,7 @@ namespace Bridge {
 std::basic_string<WCHAR> CaptionOf(const std::string& origin, int width, int height);
 
 /// The window of an instance of the plug-in's, above the browser, with the page's origin in its caption. It is shown
-/// while an image stands in it and the element can be seen. On Windows it never takes the keyboard from the browser; on
+/// while it has an image and the element can be seen. On Windows it never takes the keyboard from the browser; on
 /// Linux a click in it does. Belongs to the thread that makes it.
 class DisplayWindow {
  public:

@@ -134,7 +134,7 @@ json Document::Use(NpHost::Instance& instance, const Request& request) {
   return Value(std::move(value));
 }
 
-// Whether an image stands in the window is known only from what calls give.
+// Whether the window has an image is known only from the results of calls.
 void Document::FollowImage(const std::string& method, uint32_t instance, const json& result) {
   enum class Effect { Draws, DrawsFrame, Releases, Ends };
   static const std::map<std::string, Effect, std::less<>> effects = {
@@ -151,7 +151,7 @@ void Document::FollowImage(const std::string& method, uint32_t instance, const j
     return json();
   };
   const json status = code("fnRetCode");
-  if (status.is_null()) return;  // The library was not asked: what stands there stands on.
+  if (status.is_null()) return;  // The library was not called: an image stays.
   const bool succeeded = status == 0 && code("pluginRetCode") == 0;
   const Effect effect = known->second;
   Element& element = found->second;

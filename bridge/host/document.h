@@ -44,7 +44,7 @@ class Document : private NpHost::Host {
     Element(Document& document, const Request& request);
     DisplayWindow window;
     NpHost::Instance instance;
-    /// A frame has been put up in this session: before the next one the module releases what stands.
+    /// A frame has been shown in this session: before the next one the module releases the image.
     bool hasHadFrame = false;
   };
 

@@ -49,7 +49,7 @@ struct BridgeBrowser {
   Policies policies;
 };
 
-/// All browsers that the bridge is for. `root` stands before the machine's own folders: a test has others there.
+/// All browsers that the bridge is for. `root` is put before the machine's own folders: a test has others there.
 std::vector<BridgeBrowser> FindBridgeBrowsers(const std::string& root);
 
 }  // namespace NorvoWebAPI::KSV::Doctor

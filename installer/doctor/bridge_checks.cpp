@@ -172,7 +172,7 @@ struct Link {
   MaybeFinding (*examine)(Examined&);
 };
 
-// In the order in which a call needs them, as far as one tells of the next.
+// In the order in which a call needs them, where one leads to the next.
 constexpr Link kLinks[] = {{"native manifest", ExamineManifest}, {"native host", ExamineHost},
                            {"extension", ExamineExtension},      {"policy", ExaminePolicy},
                            {"host's answer", ExamineAnswer},     {"module in the host", ExamineInstance}};

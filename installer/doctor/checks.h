@@ -27,7 +27,7 @@ void ExamineBrowsers(Report& report, const Prober& prober);
 void ExamineModule(Report& report, const Prober& prober, const char* name, const std::string& path,
                    const std::string& remedy);
 
-/// The links of the bridge in each browser that has one of them. `root` stands before the machine's own folders, but
+/// The links of the bridge in each browser that has one of them. `root` is put before the machine's own folders, but
 /// not before the user's.
 void ExamineBridge(Report& report, const Prober& prober, const std::string& root);
 

@@ -21,7 +21,7 @@ enum class Presence { Missing, Denied, There };
 /// Whether there is a file, and this user may read it: what is neither file nor missing counts as denied.
 Presence FindFile(const std::string& path);
 
-/// What the headers of a module tell of it.
+/// What the headers of a module say about it.
 struct ModuleFacts {
   /// The system it is built for, as "32-bit Windows" or "64-bit Linux"; empty for a file that is no module.
   std::string kind;

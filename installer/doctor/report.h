@@ -30,7 +30,7 @@ struct BridgeVerdict {
 
 class Report {
  public:
-  /// `print` gets the text form piece by piece, as it is found; without it only `ToJson` tells of it.
+  /// `print` gets the text form piece by piece, as it is found; without it only `ToJson` has the findings.
   explicit Report(std::function<void(const std::string&)> print = {});
 
   /// The texts are narrow, in the ANSI code page, and may hold any bytes.

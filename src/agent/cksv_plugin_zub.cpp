@@ -14,7 +14,7 @@ CKSVPluginZUB::CKSVPluginZUB(std::string platform) : platformName(std::move(plat
     BindLibrary();
     logEnabled = GetLogLevel() > 0;
   } catch (...) {
-    // The object stands with what was bound so far; its operations report what is missing.
+    // The object keeps what was bound so far; its operations report what is missing.
   }
 }
 

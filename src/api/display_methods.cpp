@@ -22,13 +22,13 @@ bool StoreCodes(ScriptCall& call, const Outcome& outcome) {
   return outcome.status == kDisplayOk;
 }
 
-// The image stands: its window is watched from now on.
+// The image is shown: its window is watched from now on.
 void ShowImage(Scriptable& object) {
   object.displayActive = 1;
   InstallDisplayHooks();
 }
 
-// Releases the image that stands from an earlier frame. True when the next one may come.
+// Releases the image of an earlier frame, if there is one. True when the next one may come.
 bool ReleaseRemoteImage(ScriptCall& call) {
   Scriptable& object = call.scriptable;
   return object.remoteImagePresent == 0 ||

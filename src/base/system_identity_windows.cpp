@@ -62,7 +62,7 @@ bool ReadProperty(const Com<IWbemClassObject>& object, const wchar_t* name, std:
 }  // namespace
 
 bool GetSystemIdentity(std::string& manufacturer, std::string& model, std::string& serialNumber) {
-  // A host that has set up COM in another way keeps it, and that serves too. Only what is set up here is taken down.
+  // A host that has set up COM in another way keeps it, and that serves too. Only what is set up here is undone.
   const bool isOurs = SUCCEEDED(CoInitializeEx(nullptr, COINIT_MULTITHREADED));
   const ScopeExit takeDown([isOurs] {
     if (isOurs) CoUninitialize();

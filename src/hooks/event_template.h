@@ -32,8 +32,8 @@ Outcome UnRegisterInstanceEvent(const std::string& name, PageLife& life, CKSVPlu
 void UnRegisterPlugin(PageLife& life, CKSVPluginZUB& agent);
 void StopPluginInstances(PageLife& life, CKSVPluginZUB& agent, JSObject& result);
 
-/// Forget what the library holds before it is taken down: the names of every page; the instances that any page started
-/// for events, and this page's others.
+/// Forget what the library holds before it is de-initialised: the names of every page; the instances that any page
+/// started for events, and this page's others.
 void ClearEvents();
 void ClearInstanceEvents(PageLife& life);
 

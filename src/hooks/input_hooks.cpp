@@ -35,7 +35,7 @@ void OnPage(HWND window, Work work) {
   if (object->hookDepth <= kMaxNesting) work(*object);
 }
 
-// The same, but only where an image stands. A message without a window is none of the page's, though a host may have
+// The same, but only where an image is shown. A message without a window is none of the page's, though a host may have
 // given the page a null one.
 template <typename Work>
 void OnActivePage(HWND window, Work work) {

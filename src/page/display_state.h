@@ -40,7 +40,7 @@ struct DisplayState {
   uint32_t sessionId = 0;
   uint32_t imageId = 0;             ///< Given by the page.
   uint32_t buttonUpCount = 0;       ///< Completed clicks.
-  uint32_t displayActive = 0;       ///< 1 while an image stands: the hooks act.
+  uint32_t displayActive = 0;       ///< 1 while an image is shown: the hooks act.
   uint32_t remoteImagePresent = 0;  ///< 1 when the image came as a frame: the next frame releases it first.
   int32_t inputType = 0;            ///< Decides what `wysSubmitButton` sends.
   int32_t imageWidth = 0;           ///< In pixels; clicks beyond it are ignored.

@@ -24,7 +24,7 @@ struct PageLife : InstanceLife {
 
   // The browser's thread only.
   std::weak_ptr<Scriptable> scriptable;
-  bool initialised = false;        ///< A successful `zubInit` or `wysInit` of this page stands.
+  bool initialised = false;        ///< Set by `zubInit` or `wysInit`, cleared when this page ends a library.
   bool released = false;           ///< The page's end has given back what it had initialised.
   uint32_t agentMajorVersion = 0;  ///< One byte; 0 until the agent library has told it.
 };
