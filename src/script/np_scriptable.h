@@ -12,9 +12,9 @@
 
 namespace NorvoWebAPI {
 
-/// The operations of the published `NPClass` that objects of the plug-in have, called by the class table's entries behind
-/// one guard. The host's record owns the object, and each running call a share of it: a page can make the host end an
-/// object from inside one of the object's own calls. The browser's thread only.
+/// The operations of the published `NPClass` that objects of the plug-in have, called by the class table's entries
+/// behind one guard. The host's record owns the object, and each running call a share of it: a page can make the host
+/// end an object from inside one of the object's own calls. The browser's thread only.
 class ScriptDispatch {
  public:
   ScriptDispatch() = default;
