@@ -182,12 +182,12 @@ NPObject* ScriptEngine::Window() {
   return window;
 }
 
-bool ScriptEngine::Protect(const std::function<void(duk_context*)>& work) {
+void ScriptEngine::Protect(const std::function<void(duk_context*)>& work) {
   // The plug-in's frames may lie below: nothing here may throw, so that room on the stack is asked for, not demanded.
   constexpr duk_idx_t kRoom = 16;
   if (!duk_check_stack(context, kRoom)) {
     services.Uncaught("the script engine's stack is full");
-    return false;
+    return;
   }
   const duk_idx_t top = duk_get_top(context);
   const auto run = [](duk_context* inner, void* data) -> duk_ret_t {
@@ -201,7 +201,6 @@ bool ScriptEngine::Protect(const std::function<void(duk_context*)>& work) {
     services.Uncaught(error);
   }
   duk_set_top(context, top);
-  return done;
 }
 
 }  // namespace Kit

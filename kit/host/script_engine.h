@@ -49,8 +49,8 @@ class ScriptEngine {
   /// The page's `window`, with a reference for the caller; null when memory ran out.
   NPObject* Window();
 
-  /// Runs `work` and leaves the stack as it was; false when it ended by an error, which then counts as uncaught.
-  bool Protect(const std::function<void(duk_context*)>& work);
+  /// Runs `work` and leaves the stack as it was. An error that ends it counts as uncaught.
+  void Protect(const std::function<void(duk_context*)>& work);
 
   [[nodiscard]] PageServices& Services() const { return services; }
 

@@ -49,10 +49,11 @@ bool On(NPObject* object, Work work) {
   ScriptEngine* const engine = ScriptEngine::Current();
   if (!engine || !static_cast<ScriptObject*>(object)->value) return false;
   bool answer = false;
-  return engine->Protect([&](duk_context* context) {
+  engine->Protect([&](duk_context* context) {
     PushScriptObject(context, object);
     answer = work(context);
-  }) && answer;
+  });
+  return answer;
 }
 
 // Calls the function on the stack's top but one with the value on its top for `this`.

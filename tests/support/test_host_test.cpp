@@ -45,15 +45,18 @@ TEST(TestHostTest, LeaksWrongReleasesAndUnusedFaultsFailTheTest) {
   }
 }
 
+// Fills the plug-in's table, where it is given one, all the same.
+template <typename... Tables>
+KSV_EXPORT(NPError)
+FillAndRefuse(NPNetscapeFuncs* /*host*/, Tables... plugin) {
+  (NP_GetEntryPoints(plugin), ...);
+  return NPERR_GENERIC_ERROR;
+}
+
 TEST(TestHostTest, AModuleThatSaysItDidNotStartIsNotUsed) {
   TestHost host;
   NPNetscapeFuncs table = host.Funcs();
-  // It fills the plug-in's table all the same.
-  const auto initialize = [](NPNetscapeFuncs*, auto*... plugin) -> NPError {
-    (NP_GetEntryPoints(plugin), ...);
-    return NPERR_GENERIC_ERROR;
-  };
-  EXPECT_THROW(NpHost::Module({NP_GetEntryPoints, initialize, nullptr}, table), std::runtime_error);
+  EXPECT_THROW(NpHost::Module({NP_GetEntryPoints, FillAndRefuse, nullptr}, table), std::runtime_error);
 }
 
 TEST(TestHostTest, ANameIsCountedOnce) {
