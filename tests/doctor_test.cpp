@@ -31,6 +31,7 @@ const std::string kHost = "com.norvo.ksv";
 const std::string kChromiumKey = "SOFTWARE\\Chromium\\NativeMessagingHosts\\" + kHost;
 const std::string kFirefoxKey = "SOFTWARE\\Mozilla\\NativeMessagingHosts\\" + kHost;
 const std::string kPolicyKey = "SOFTWARE\\Policies\\Chromium\\";
+const std::string kSettingsKey = kPolicyKey + "ExtensionSettings\\";
 const char* const kModuleCheck = kWindows ? "registered module" : "module";
 
 // Of a 64-bit module for the other system.
@@ -62,8 +63,9 @@ class DoctorTest : public testing::Test {
   }
   void RemoveBridge() const {
     if (kWindows) {
-      for (const std::string& key : {kChromiumKey, kFirefoxKey, kPolicyKey + "ExtensionInstallForcelist",
-                                     kPolicyKey + "NativeMessagingBlocklist"}) {
+      for (const std::string& key :
+           {kChromiumKey, kFirefoxKey, kPolicyKey + "ExtensionInstallForcelist",
+            kPolicyKey + "NativeMessagingBlocklist", kSettingsKey + KSV_CHROMIUM_ID, kSettingsKey, kPolicyKey}) {
         RegDeleteKeyA(HKEY_LOCAL_MACHINE, key.c_str());
       }
     }
@@ -107,6 +109,12 @@ class DoctorTest : public testing::Test {
   void SetPolicy(const std::string& name, const std::string& entry) const {
     if (kWindows) return SetKey(kPolicyKey + name, "1", entry);
     WriteFile(Scratch("machine/etc/chromium/policies/managed/" + name + ".json"), json{{name, {entry}}}.dump());
+  }
+  // Chromium's policy for single extensions.
+  void SetExtensionSettings(const json& settings) const {
+    if (kWindows) return SetKey(kPolicyKey, "ExtensionSettings", settings.dump());
+    WriteFile(Scratch("machine/etc/chromium/policies/managed/settings.json"),
+              json{{"ExtensionSettings", settings}}.dump());
   }
   void WriteAddon(bool isActive, const std::string& version = "5.0.9") const {
     const json addon{{"id", KSV_FIREFOX_ID}, {"version", version}, {"active", isActive}};
@@ -282,6 +290,10 @@ TEST_F(DoctorTest, EachBrokenLinkIsNamed) {
       {"Firefox: extension", "WARN", "version 5.0.4 in ", 0, 0, [&] { WriteAddon(true, "5.0.4"); }},
       {"Chromium: policy", "WARN", "none installs the extension", 0, 0, withdrawPolicy},
       {"Chromium: policy", "FAIL", "forbids com.norvo.ksv", 0, 0, [&] { SetPolicy("NativeMessagingBlocklist", "*"); }},
+      {"Chromium: policy", "FAIL", "ExtensionSettings in ", 0, 0,
+       [&] {
+         SetExtensionSettings({{KSV_CHROMIUM_ID, {{"installation_mode", "removed"}}}});
+       }},
       {"Chromium: host's answer", "FAIL", "ends without an answer (exit status 2)", 0, 0,
        [&] {
          WriteManifest("Chromium", {{"path", KSV_DOCTOR}});
@@ -307,6 +319,10 @@ TEST_F(DoctorTest, EachBrokenLinkIsNamed) {
       {"registration", "FAIL", "ksv-5.0.5 can't be opened (error 2)", 0, 0,
        [] { EXPECT_EQ(RegDeleteKeyA(HKEY_LOCAL_MACHINE, (kPluginKey + kMimeKey).c_str()), ERROR_SUCCESS); }},
       {"registration", "FAIL", "can't be opened", none, none, [] { Registration::UnregisterModule(); }},
+      {"Chromium: policy", "FAIL", "ExtensionSettings in HKEY_LOCAL_MACHINE", 0, 0,
+       [] { SetKey(kSettingsKey + KSV_CHROMIUM_ID, "installation_mode", "blocked"); }},
+      {"Chromium: policy", "FAIL", "ExtensionSettings of HKEY_LOCAL_MACHINE\\SOFTWARE\\Policies\\Chromium: line 1", 0,
+       0, [] { SetKey(kPolicyKey, "ExtensionSettings", "{"); }},
       {kModuleCheck, "FAIL", "there is no file", none, none, [&] { LetBrowsersFind(environment.Scratch() / "none"); }},
       {kModuleCheck, "FAIL", "is relative", none, none, [] { Registration::RegisterModule("kit\\"); }}};
   const std::vector<Case> linuxAlone{
