@@ -7,6 +7,8 @@
 #include <utility>
 #include <vector>
 
+#include "bridge/host/long_texts.h"
+
 namespace Bridge {
 
 using nlohmann::json;
@@ -24,13 +26,18 @@ constexpr uint64_t kGreatest = uint64_t{1} << 53;
 
 json Parse(std::string_view text) {
   int events = 0;
-  const auto checkSize = [&events](int depth, json::parse_event_t /*event*/, json& /*parsed*/) {
+  LongTexts longTexts(text);
+  const auto take = [&](int depth, json::parse_event_t event, json& parsed) {
     if (depth > kMaxNesting) throw ProtocolError("a message is nested too deeply");
     if (++events > kMaxEvents) throw ProtocolError("a message has too many values");
+    const bool isText =
+        event == json::parse_event_t::key || (event == json::parse_event_t::value && parsed.is_string());
+    if (!isText) return true;
+    if (const auto whole = longTexts.Next()) parsed = *whole;
     return true;
   };
   try {
-    return json::parse(text, checkSize);
+    return json::parse(longTexts.Rest(), take);
   } catch (const json::exception&) {
     throw ProtocolError("a message is no JSON");
   }
@@ -101,7 +108,7 @@ Action ActionOf(const std::string& name) {
   return found->second;
 }
 
-Request ReadRequest(const json& message) {
+Request ReadRequest(json message) {
   if (!message.contains("do")) throw ProtocolError("a message is none of those that there are");
   Request request;
   request.action = ActionOf(Text(message, "do"));
@@ -113,7 +120,7 @@ Request ReadRequest(const json& message) {
       break;
     case Action::Call:
       DemandMembers(message, {"n", "on", "do", "name", "arguments"});
-      request.content = message["arguments"];
+      request.content = std::move(message["arguments"]);
       if (!request.content.is_array()) throw ProtocolError("arguments are no list");
       break;
     case Action::Get:
@@ -121,7 +128,7 @@ Request ReadRequest(const json& message) {
       break;
     case Action::Set:
       DemandMembers(message, {"n", "on", "do", "name", "to"});
-      request.content = json::array({message["to"]});
+      request.content = json::array({std::move(message["to"])});
       break;
     case Action::Destroy:
       DemandMembers(message, {"n", "on", "do"});
@@ -166,7 +173,7 @@ std::optional<Message> MessageReader::Read(std::string_view text) {
     DemandMembers(message, {"ran"});
     return Ran{Number(message, "ran", kGreatest)};
   }
-  return ReadRequest(message);
+  return ReadRequest(std::move(message));
 }
 
 std::string TextOf(const json& message) {
