@@ -14,6 +14,7 @@ EVENT = base64.b64encode(b'{"event":"applet-installed","applet":"8D67D9DD2AF5471
 def send(message):
     text = json.dumps(message).encode()
     sys.stdout.buffer.write(struct.pack("=I", len(text)) + text)
+    sys.stdout.buffer.flush()
 
 
 def answer(message):
@@ -44,4 +45,3 @@ def take(message):
 
 while len(head := sys.stdin.buffer.read(4)) == 4:
     take(json.loads(sys.stdin.buffer.read(struct.unpack("=I", head)[0])))
-    sys.stdout.buffer.flush()
