@@ -2,6 +2,7 @@
 # Stands for ksv-bridge in the benchmarks: answers each message of bridge/PROTOCOL.md at once, with no module behind it.
 import base64
 import json
+import os
 import struct
 import sys
 
@@ -14,6 +15,7 @@ EVENT = base64.b64encode(b'{"event":"applet-installed","applet":"8D67D9DD2AF5471
 def send(message):
     text = json.dumps(message).encode()
     sys.stdout.buffer.write(struct.pack("=I", len(text)) + text)
+    sys.stdout.buffer.flush()
 
 
 def answer(message):
@@ -26,6 +28,18 @@ def answer(message):
         send({"piece": number, "of": len(pieces), "text": piece})
 
 
+# The agent keeps what it installs, on the disk.
+def install():
+    folder = os.environ["KSV_AGENT_HOME"]
+    os.makedirs(folder, exist_ok=True)
+    path = os.path.join(folder, "answering")
+    with open(path + ".new", "wb") as file:
+        file.write(bytes(200))
+        file.flush()
+        os.fsync(file.fileno())
+    os.replace(path + ".new", path)
+
+
 def take(message):
     if "hello" in message:
         send({"hello": 1, "host": "answering"})
@@ -35,6 +49,7 @@ def take(message):
         name, function = message["arguments"]
         registered.append((name, function["function"]))
     elif message.get("name") == "zubInstall":
+        install()
         for name, function in registered:
             send({"run": function, "arguments": [{"object": [["appName", name], ["dataSrc", 3], ["b64Data", EVENT]]}]})
     elif message.get("name") == "wysStatusToString":
@@ -44,4 +59,3 @@ def take(message):
 
 while len(head := sys.stdin.buffer.read(4)) == 4:
     take(json.loads(sys.stdin.buffer.read(struct.unpack("=I", head)[0])))
-    sys.stdout.buffer.flush()

@@ -1,4 +1,4 @@
-// Measures calls through the bridge in a browser beside the same calls with a host that answers at once.
+// Measures calls and events through the bridge in a browser beside the same calls with a host that answers at once.
 // Usage: bridge.mjs BROWSER [unmanaged]
 import { createHash } from "node:crypto";
 import { readFileSync, readdirSync, readlinkSync } from "node:fs";
@@ -119,7 +119,7 @@ try {
   }
   print("zubGetVersion", ...await inTurns(15, host => time(tabs[host], VERSION, 20)));
   for (const [what, size, calls] of [["64 KiB", 64 * KIB, 5], ["1 MiB", 1024 * KIB, 1]]) {
-    print(`argument of ${what}`, ...await inTurns(7, host => time(tabs[host], argumentOf(size), calls)));
+    print(`argument of ${what}`, ...await inTurns(21, host => time(tabs[host], argumentOf(size), calls)));
   }
   const answers = [];
   for (const size of [64 * KIB, 1024 * KIB]) {

@@ -96,13 +96,14 @@ export async function launch({ browser: name, managed = true, installed = false,
   return browser;
 }
 
-// A browser that is seen shows pages in the size of its window.
-const viewport = visible => visible ? { defaultViewport: null } : {};
+// A browser that is seen shows pages in the size of its window. No driver is told of the requests: each call of a page's is one,
+// and Firefox keeps what it tells.
+const options = visible => ({ headless: !visible, networkEnabled: false, ...(visible && { defaultViewport: null }) });
 
 function launchFirefox(profile, installed, visible) {
   mkdirSync(join(profile, "firefox"));
   return puppeteer.launch({
-    browser: "firefox", executablePath: "/usr/bin/firefox-esr", headless: !visible, ...viewport(visible),
+    browser: "firefox", executablePath: "/usr/bin/firefox-esr", ...options(visible),
     args: ["--profile", join(profile, "firefox")], env: { ...process.env, HOME: profile },
     // Firefox's own default; Puppeteer's would keep the system's extensions out.
     extraPrefsFirefox: installed ? { "extensions.enabledScopes": 15 } : {}
@@ -111,7 +112,7 @@ function launchFirefox(profile, installed, visible) {
 
 function launchChromium(profile, managed, visible) {
   return puppeteer.launch({
-    executablePath: "/usr/bin/chromium", headless: !visible, userDataDir: profile, ...viewport(visible),
+    executablePath: "/usr/bin/chromium", userDataDir: profile, ...options(visible),
     args: ["--no-sandbox", ...(visible ? ["--test-type"] : []), ...(managed ? [] : [`--load-extension=${made}/chromium`])],
     // Puppeteer's own defaults would keep extensions and their policies out, and put a bar over pages.
     ignoreDefaultArgs: ["--enable-automation", "--disable-extensions", "--disable-background-networking", "--disable-component-update",

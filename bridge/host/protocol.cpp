@@ -101,7 +101,7 @@ Action ActionOf(const std::string& name) {
   return found->second;
 }
 
-Request ReadRequest(const json& message) {
+Request ReadRequest(json message) {
   if (!message.contains("do")) throw ProtocolError("a message is none of those that there are");
   Request request;
   request.action = ActionOf(Text(message, "do"));
@@ -113,7 +113,7 @@ Request ReadRequest(const json& message) {
       break;
     case Action::Call:
       DemandMembers(message, {"n", "on", "do", "name", "arguments"});
-      request.content = message["arguments"];
+      request.content = std::move(message["arguments"]);
       if (!request.content.is_array()) throw ProtocolError("arguments are no list");
       break;
     case Action::Get:
@@ -121,7 +121,7 @@ Request ReadRequest(const json& message) {
       break;
     case Action::Set:
       DemandMembers(message, {"n", "on", "do", "name", "to"});
-      request.content = json::array({message["to"]});
+      request.content = json::array({std::move(message["to"])});
       break;
     case Action::Destroy:
       DemandMembers(message, {"n", "on", "do"});
@@ -166,7 +166,7 @@ std::optional<Message> MessageReader::Read(std::string_view text) {
     DemandMembers(message, {"ran"});
     return Ran{Number(message, "ran", kGreatest)};
   }
-  return ReadRequest(message);
+  return ReadRequest(std::move(message));
 }
 
 std::string TextOf(const json& message) {

@@ -61,10 +61,10 @@ await check("a page whose process is killed in a function that its host waits fo
   await tab.goto(`${address}/kit/pages/display.html#${challenge}`);
   const page = await processOf(tab);
   await tab.click("#pin");
-  const window = await until("the display's window", seen);
+  await until("a window over the element", isOverElement);
   await until("the host", () => hosts().length > 0);
   await tab.evaluate('ksv.plugin.setMouseDownCallback(function () { console.log("inside"); for (;;); })');
-  clickKey(window, digits[0]).catch(() => {});  // It waits for keys in a new order, which do not come.
+  clickKey(seen(), digits[0]).catch(() => {});  // It waits for keys in a new order, which do not come.
   await until("the page's function", () => lines.includes("inside"));
   signal(page, "SIGKILL");
   await until("the window's end", () => !seen());
