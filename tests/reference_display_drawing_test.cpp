@@ -5,6 +5,7 @@
 
 #include "kit/display/drawing.h"
 #include "kit/display/raster.h"
+#include "kit/display/visible_text.h"
 
 namespace {
 
@@ -121,6 +122,12 @@ TEST(ReferenceDisplayDrawing, ScalesALogoByTheShareOfEachPixel) {
   const Picture picture = DrawShapes(scene);
   EXPECT_EQ(std::vector<Colour>(picture.pixels.begin(), picture.pixels.end()),
             (std::vector<Colour>{0, 0x643219, 0xC86432}));
+}
+
+TEST(ReferenceDisplayText, ReachesATerminalWithoutCommands) {
+  EXPECT_EQ(Printable("1 \u20AC a\x1B[2J\n\x7F \u009B2J \u202Eb \\u{1b}"),
+            "1 \u20AC a\\u{1b}[2J\\u{a}\\u{7f} \\u{9b}2J \\u{202e}b \\\\u{1b}");
+  EXPECT_EQ(Printable("\x9B"), "\uFFFD");
 }
 
 }  // namespace

@@ -6,7 +6,6 @@
 
 #include "kit/display/channel.h"
 #include "kit/display/sealed_input.h"
-#include "kit/display/visible_text.h"
 #include "kit/shared/crypto.h"
 #include "kit/shared/key_store.h"
 #include "kit/shared/system.h"
@@ -338,12 +337,6 @@ TEST(ReferenceDisplayFrame, IsWhatWasReadWhateverBecomesOfTheCallersMemory) {
   EXPECT_NO_THROW(KsvDisplay::Channel::CheckTag(frame, key));
   EXPECT_EQ(KsvKit::AsText(frame.bytes), given);
   EXPECT_EQ(frame.pixels->rgb, KsvKit::Bytes(12, 0x55));
-}
-
-TEST(ReferenceDisplayText, ReachesATerminalWithoutCommands) {
-  EXPECT_EQ(KsvDisplay::Printable("1 \u20AC a\x1B[2J\n\x7F \u009B2J \u202Eb \\u{1b}"),
-            "1 \u20AC a\\u{1b}[2J\\u{a}\\u{7f} \\u{9b}2J \\u{202e}b \\\\u{1b}");
-  EXPECT_EQ(KsvDisplay::Printable("\x9B"), "\uFFFD");
 }
 
 TEST_F(ReferenceDisplay, MessagesHonourTheBuffer) {
