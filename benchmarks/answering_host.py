@@ -1,12 +1,12 @@
 #!/usr/bin/python3 -IS
-# Stands for ksv-bridge in the benchmarks: answers each message of bridge/PROTOCOL.md at once, with no module behind it.
+# Takes the place of ksv-bridge in the benchmarks: answers each message of bridge/PROTOCOL.md at once, with no module behind it.
 import base64
 import json
 import os
 import struct
 import sys
 
-registered = []  # Who hears events: the name and the page's function.
+registered = []  # The name and the page's function's number of each listener.
 VERSION = {"object": [["pluginRetCode", 0], ["fnRetCode", 0], ["zubVersion", "3.0.0.0"]]}
 PIECE = 500 * 1024
 EVENT = base64.b64encode(b'{"event":"applet-installed","applet":"8D67D9DD2AF54717AFF2FF7EF19DFADB"}').decode()
@@ -28,15 +28,13 @@ def answer(message):
         send({"piece": number, "of": len(pieces), "text": piece})
 
 
-# The agent keeps what it installs, on the disk.
+# Writes a file, as the reference agent library does for an applet.
 def install():
     folder = os.environ["KSV_AGENT_HOME"]
     os.makedirs(folder, exist_ok=True)
     path = os.path.join(folder, "answering")
     with open(path + ".new", "wb") as file:
         file.write(bytes(200))
-        file.flush()
-        os.fsync(file.fileno())
     os.replace(path + ".new", path)
 
 

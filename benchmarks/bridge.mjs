@@ -49,7 +49,7 @@ function print(what, time, floor) {
 
 // What the host's processes of this run hold alone, in KiB.
 function hostMemory() {
-  const own = `KSV_REGISTRY=${process.env.KSV_REGISTRY}`;
+  const builtIn = `KSV_REGISTRY=${process.env.KSV_REGISTRY}`;
   for (const pid of readdirSync("/proc").filter(entry => /^[0-9]+$/.test(entry))) {
     try {
       if (!readlinkSync(`/proc/${pid}/exe`).endsWith("/ksv-bridge")) continue;
@@ -67,8 +67,7 @@ function hostMemory() {
 const VERSION = "ksv.zubGetVersion()";
 const argumentOf = size => `this.text${size} ||= "a".repeat(${size}); ksv.zubProcessSVPMessage("a", 0, this.text${size})`;
 
-// The agent tells each applet's listener of an applet that is installed: so one call makes as many events as there are
-// listeners.
+// One installation of an applet makes an event for each listener.
 const EVENTS = 500;
 const LISTENERS = 50;
 
@@ -83,7 +82,7 @@ function listen(applets) {
   const ksv = document.getElementById("ksv");
   const own = "8D67D9DD2AF54717AFF2FF7EF19DFADB";
   for (const { id, text } of applets) ksv.zubInstall(id, text);
-  window.names = [own, ...applets.map(applet => applet.id)];
+  window.names = [builtIn, ...applets.map(applet => applet.id)];
   for (const name of names) {
     const { pluginRetCode, fnRetCode } = ksv.zubRegisterEventCallback(name, event => window.hear?.(event));
     if (pluginRetCode || fnRetCode) throw new Error(`No events of ${name}: ${pluginRetCode}, ${fnRetCode}`);
@@ -96,7 +95,7 @@ function takeEvents(count) {
   return new Promise((done, refuse) => {
     const heard = [];
     window.hear = event => {
-      if (event.dataSrc !== 3) return;  // One that the clock makes.
+      if (event.dataSrc !== 3) return;  // Not about an installation: a new password.
       const before = heard[heard.length - names.length];
       if (before ? event.appName !== before : heard.includes(event.appName)) refuse(new Error("out of order"));
       if (heard.push(event.appName) === count) done(performance.now() - start);
@@ -129,7 +128,8 @@ try {
   }
   print("answer of 64 KiB, answering host", answers[0]);
   print("answer of 1 MiB, answering host", answers[1]);
-  for (const host of Object.keys(hosts)) await tabs[host].evaluate(listen, Array.from({ length: LISTENERS - 1 }, (_, index) => packageOf("bench" + index)));
+  const applets = Array.from({ length: LISTENERS - 1 }, (_, index) => packageOf("bench" + index));
+  for (const tab of Object.values(tabs)) await tab.evaluate(listen, applets);
   print(`${EVENTS} events in order`, ...await inTurns(7, host => tabs[host].evaluate(takeEvents, EVENTS)));
   const memory = hostMemory();
   console.log(`        ${label}: a host's memory: ${(memory.all / KIB).toFixed(1)} MiB, ${(memory.own / KIB).toFixed(1)} MiB of it its own`);

@@ -131,26 +131,27 @@ foreach(action IN ITEMS WithdrawPlugin RestorePlugin UndoBridge RestoreBridge)
   list(APPEND queries "UPDATE CustomAction SET Type = 3393 WHERE Action = '${action}'")
 endforeach()
 if(BRIDGE)
-  # An upgrade leaves out what was left out before, unless it is given other features. Level 2 is not chosen by itself.
+  # An upgrade leaves out the features that were absent before, unless it is given others. Those of level 2 are not installed
+  # by default.
   set(upgrades "PREVIOUSVERSION AND NOT Installed")
   list(APPEND queries
     "CREATE TABLE `Condition` (`Feature_` CHAR(38) NOT NULL, `Level` INT NOT NULL, `Condition` CHAR(255) PRIMARY KEY `Feature_`, `Level`)"
     "INSERT INTO `Condition` (`Feature_`, `Level`, `Condition`) VALUES ('bridge', 2, '${upgrades} AND NOT PREVIOUSHOST')")
   set(sequence 1420)
+  # Adds a name to the list in a property of the installer's, if the condition is true there.
+  macro(add_name_if condition property name)
+    list(APPEND queries
+      "INSERT INTO CustomAction (Action, Type, Source, Target) VALUES ('${property}.${name}', 51, '${property}', '[${property}]${name},')"
+      "INSERT INTO InstallExecuteSequence (Action, Condition, Sequence) VALUES ('${property}.${name}', '${condition}', ${sequence})")
+    math(EXPR sequence "${sequence} + 1")
+  endmacro()
   foreach(browser IN ITEMS chrome chromium edge firefox)
     string(TOUPPER "PREVIOUS${browser}" previous)
     list(APPEND queries
       "INSERT INTO `Condition` (`Feature_`, `Level`, `Condition`) VALUES ('${browser}', 2, '${upgrades} AND NOT ${previous}')")
-    # The names that the package's action gets: those of the browsers chosen after the installation, and before it.
-    set(after "&${browser}>=3 OR (!${browser}>=3 AND NOT &${browser}=2)")
-    set(before "!${browser}>=3")
-    foreach(time IN ITEMS After Before)
-      string(TOLOWER ${time} condition)
-      list(APPEND queries
-        "INSERT INTO CustomAction (Action, Type, Source, Target) VALUES ('${time}.${browser}', 51, 'Browsers${time}', '[Browsers${time}]${browser},')"
-        "INSERT INTO InstallExecuteSequence (Action, Condition, Sequence) VALUES ('${time}.${browser}', '${${condition}}', ${sequence})")
-      math(EXPR sequence "${sequence} + 1")
-    endforeach()
+    # For the bridge's actions: the browsers that are chosen after this installation, and before it.
+    add_name_if("&${browser}>=3 OR (!${browser}>=3 AND NOT &${browser}=2)" BrowsersAfter ${browser})
+    add_name_if("!${browser}>=3" BrowsersBefore ${browser})
   endforeach()
 endif()
 # Settings that wixl does not support. (-s comes last: msibuild ignores options after it.)

@@ -124,7 +124,7 @@ TEST_F(BridgeDisplayTest, WindowIsShownWhileAnImageStandsAndTheElementIsSeen) {
     string method;
     json arguments;
     bool isShown;
-    const char* refused = "";  // An entry of the library.
+    const char* refused = "";  // The library's entry point that fails.
   };
   const Row rows[] = {
       {"wysCreateStdImage", kImage, true},
@@ -142,7 +142,7 @@ TEST_F(BridgeDisplayTest, WindowIsShownWhileAnImageStandsAndTheElementIsSeen) {
       {"wysCreateStdImage", kImage, true},
       {"wysProcessRemoteWysMessage", remote, true, "WYSSendRecv"},  // It is the session's first one.
       {"wysInit", {0, ""}, true},
-      {"wysDeInit", json::array(), true},  // Another one is due.
+      {"wysDeInit", json::array(), true},  // The total was 2.
       {"wysDeInit", json::array(), false, "WYSDeInit"},
       {"wysCreateStdImage", json::array(), false},
       {"wysCreateStdImage", kImage, true},

@@ -23,9 +23,9 @@ function linkOf(nonce) {
   });
 }
 
-// Administrators write an origin with capitals too, or with the port that its scheme has anyway. What is more than an origin
-// or less allows no page.
-const isSame = (entry, origin) => URL.canParse(entry) && new URL(entry).href === origin + "/";
+// An entry may have capitals, or the port that is its scheme's default. With a path, a user name or anything else it matches no
+// page.
+const matches = (entry, origin) => URL.canParse(entry) && new URL(entry).href === origin + "/";
 
 // Whether an origin's pages may use the plug-in: by the administrator's list, if there is one, and by the user's switch.
 // The switch may be that of another origin.
@@ -35,7 +35,7 @@ async function permissionOf(origin, switchedBy = origin) {
   return {
     hasList: Boolean(sites),
     // On Windows Firefox makes an object of a list whose values are not named from 1 on.
-    isListed: !sites || Object.values(sites).some(entry => isSame(entry, origin)),
+    isListed: !sites || Object.values(sites).some(entry => matches(entry, origin)),
     isOn: !off.includes(switchedBy)
   };
 }

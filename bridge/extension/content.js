@@ -256,7 +256,7 @@
     ["scroll", tellPlaces], ["visibilitychange", tellPlaces], ["resize", forgetPointer], ["mousemove", notePointer], ["mousedown", notePointer]
   ];
 
-  // The shadow tree of an element, also a closed one, of which who listens outside is told its host alone.
+  // The shadow tree of an element, also a closed one: outside it, an event's target is only the tree's host.
   const treeOf = element => element.openOrClosedShadowRoot || api.dom?.openOrClosedShadowRoot(element);
 
   function follow(event) {
@@ -264,10 +264,10 @@
     if (!port || !Number.isInteger(event.detail) || !(element instanceof Element)) return;
     const tree = treeOf(element);
     if (tree) {
-      tree.addEventListener("ksv-follow", follow, true);  // The next event comes there.
+      tree.addEventListener("ksv-follow", follow, true);  // page.js sends the next event inside this tree.
       return;
     }
-    if (followed.get(event.detail)?.element === element) return;  // One session after the other: the window stays.
+    if (followed.get(event.detail)?.element === element) return;  // A later session of the same element: its window stays.
     forget(event.detail);
     followed.set(event.detail, { element, told: "", isSeen: false });
     sight.observe(element);

@@ -254,8 +254,9 @@
     return { value: read(own(given, "value")) };
   }
 
-  // content.js reports where the element is while a session may put images over it; only the host knows of these.
-  // Only an event of the element's own names it. In closed trees content.js has to listen first: so their hosts tell before.
+  // During a session of the display content.js follows the element; only the host knows when there is an image. The event's
+  // target names the element. Outside a closed shadow tree the target is the tree's host: so the event is sent to the
+  // outermost host first, and content.js listens in each tree before the next event comes.
   function tellOfSession(node, name, number) {
     const root = apply(getRootNode, node, []);
     if (root !== apply(getRootNode, node, [{ composed: true }])) tellOfSession(apply(hostOf, root, []), name, number);

@@ -85,8 +85,8 @@ void DisplayWindow::MoveTo(const Place& to) {
   Update();
 }
 
-void DisplayWindow::SetImage(bool stands) {
-  hasImage = stands;
+void DisplayWindow::SetHasImage(bool has) {
+  hasImage = has;
   Update();
 }
 

@@ -28,7 +28,7 @@ class DisplayWindow {
   HWND Handle() const { return window.Get(); }
   /// Before the first call the window is not shown.
   void MoveTo(const Place& to);
-  void SetImage(bool stands);
+  void SetHasImage(bool has);
 
   /// Whether the system is delivering a press or a release of the user's to a window of the calling thread.
   static bool IsInClick();

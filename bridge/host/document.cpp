@@ -136,11 +136,13 @@ json Document::Use(NpHost::Instance& instance, const Request& request) {
 
 // Whether the window has an image is known only from the results of calls.
 void Document::FollowImage(const std::string& method, uint32_t instance, const json& result) {
-  enum class Effect { Draws, DrawsFrame, Releases, Ends };
-  static const std::map<std::string, Effect, std::less<>> effects = {
-      {"wysCreateStdImage", Effect::Draws},  {"wysSubmitFrame", Effect::DrawsFrame},
-      {"wysCancelButton", Effect::Releases}, {"wysProcessRemoteWysMessage", Effect::DrawsFrame},
-      {"wysCloseSession", Effect::Ends},     {"wysDeInit", Effect::Ends}};
+  enum class Effect { Image, Frame, Cancel, End };
+  static const std::map<std::string, Effect, std::less<>> effects = {{"wysCreateStdImage", Effect::Image},
+                                                                     {"wysSubmitFrame", Effect::Frame},
+                                                                     {"wysProcessRemoteWysMessage", Effect::Frame},
+                                                                     {"wysCancelButton", Effect::Cancel},
+                                                                     {"wysCloseSession", Effect::End},
+                                                                     {"wysDeInit", Effect::End}};
   const auto known = effects.find(method);
   const auto found = elements.find(instance);  // The page may have ended it inside the call.
   if (known == effects.end() || found == elements.end() || !result.is_object()) return;
@@ -155,12 +157,13 @@ void Document::FollowImage(const std::string& method, uint32_t instance, const j
   const bool succeeded = status == 0 && code("pluginRetCode") == 0;
   const Effect effect = known->second;
   Element& element = found->second;
-  // The end of a session leaves no image, and a frame after another one releases that first, whatever the status is.
-  const bool always = effect == Effect::Ends || (effect == Effect::DrawsFrame && element.hasHadFrame);
-  const bool draws = effect == Effect::Draws || effect == Effect::DrawsFrame;
-  if (succeeded || always) element.window.SetImage(succeeded && draws);
-  if (succeeded && effect == Effect::DrawsFrame) element.hasHadFrame = true;
-  if (effect == Effect::Ends) element.hasHadFrame = false;
+  // Two calls lose the image even if they fail: the end of a session, and a second frame, for which the module has
+  // released the first one.
+  const bool losesAnyway = effect == Effect::End || (effect == Effect::Frame && element.hasHadFrame);
+  const bool draws = effect == Effect::Image || effect == Effect::Frame;
+  if (succeeded || losesAnyway) element.window.SetHasImage(succeeded && draws);
+  if (succeeded && effect == Effect::Frame) element.hasHadFrame = true;
+  if (effect == Effect::End) element.hasHadFrame = false;
 }
 
 void Document::Move(const Placed& placed) {

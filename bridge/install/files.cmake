@@ -10,7 +10,7 @@ include("${CMAKE_CURRENT_LIST_DIR}/../../cmake/ProductTexts.cmake")
 
 set(sites)
 foreach(site IN LISTS KSV_SITES)
-  # The extension takes capitals and a scheme's own port too, but nothing that is more than an origin.
+  # Accepts what `matches` in bridge/extension/background.js can match, and nothing else.
   if(NOT site MATCHES "^[Hh][Tt][Tt][Pp][Ss]?://([A-Za-z0-9._-]+|\\[[0-9A-Fa-f:.]+\\])(:([0-9]+))?$"
      OR CMAKE_MATCH_3 GREATER 65535)
     message(FATAL_ERROR "KSV_SITES: '${site}' is no origin, such as https://bank.example")

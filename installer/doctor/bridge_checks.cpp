@@ -138,7 +138,7 @@ MaybeFinding ExaminePolicy(Examined& examined) {
   if (!policies.problem.empty()) {
     return Broken(policies.problem, "Correct it: the browser reads no policy from it.");
   }
-  if (const std::string ban = FindBan(policies, examined.id); !ban.empty()) {
+  if (const std::string ban = FindBlockingPolicy(policies, examined.id); !ban.empty()) {
     const std::string name = ban == kHostBlocklist ? kHostName : examined.id;
     return Broken(TellPolicy(policies, ban) + " forbids " + name, "Take " + name + " out of that policy.");
   }
@@ -200,7 +200,7 @@ void ExamineBridge(Report& report, const Prober& prober, const std::string& root
   for (const BridgeBrowser& browser : FindBridgeBrowsers(root)) {
     const std::string id = ExtensionId(browser.isFirefox);
     Examined examined{browser, prober, id, FindExtension(browser, id)};
-    const std::string force = FindForce(browser.policies, id);
+    const std::string force = FindForcingPolicy(browser.policies, id);
     if (!force.empty()) examined.forcedBy = TellPolicy(browser.policies, force);
     if (!browser.manifest.empty() || !examined.extension.place.empty() || !force.empty()) {
       report.bridge.push_back(ExamineLinks(report, examined));

@@ -61,7 +61,7 @@ bool IsInstalled(const BridgeBrowser& browser) {
   return std::ranges::any_of(browser.profiles, [](const std::string& folder) { return !EntriesOf(folder).empty(); });
 }
 
-std::string FindForce(const Policies& policies, const std::string& id) {
+std::string FindForcingPolicy(const Policies& policies, const std::string& id) {
   if (policies.places.contains(kPackageForAll)) return kPackageForAll;
   if (ModeOf(policies, id) == "force_installed") return kSettings;
   for (const Json& entry : MemberOf(policies.values, kForcelist)) {
@@ -70,13 +70,13 @@ std::string FindForce(const Policies& policies, const std::string& id) {
   return {};
 }
 
-std::string FindBan(const Policies& policies, const std::string& id) {
+std::string FindBlockingPolicy(const Policies& policies, const std::string& id) {
   const auto bans = [&](const char* blocked, const char* allowed, const std::string& name) {
     const Json& list = MemberOf(policies.values, blocked);
     return (Lists(list, name) || Lists(list, "*")) && !Lists(MemberOf(policies.values, allowed), name);
   };
   const std::string own = ModeOf(policies, id);
-  const bool isForced = !FindForce(policies, id).empty();
+  const bool isForced = !FindForcingPolicy(policies, id).empty();
   if (own == "blocked" || own == "removed") return kSettings;
   if (own.empty() && !isForced && ModeOf(policies, "*") == "blocked") return kSettings;
   if (!isForced && bans(kBlocklist, kAllowlist, id)) return kBlocklist;

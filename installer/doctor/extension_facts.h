@@ -19,8 +19,8 @@ Extension FindExtension(const BridgeBrowser& browser, const std::string& id);
 bool IsInstalled(const BridgeBrowser& browser);
 
 /// The policy that installs the extension without asking, so that it may hold requests up; empty when none does.
-std::string FindForce(const Policies& policies, const std::string& id);
+std::string FindForcingPolicy(const Policies& policies, const std::string& id);
 /// The policy that keeps the extension or the host from working; empty when none does.
-std::string FindBan(const Policies& policies, const std::string& id);
+std::string FindBlockingPolicy(const Policies& policies, const std::string& id);
 
 }  // namespace NorvoWebAPI::KSV::Doctor

@@ -70,10 +70,11 @@ std::string Narrow(std::wstring_view text) {
   return narrow;
 }
 
-// The extension takes capitals and a scheme's own port too, but nothing that is more than an origin.
+// Accepts what `matches` in bridge/extension/background.js can match, and nothing else.
 bool IsOrigin(const std::wstring& text) {
   static const std::wregex kForm(LR"(https?://([a-z0-9._-]+|\[[0-9a-f:.]+\])(:([0-9]{1,5}))?)", std::regex::icase);
-  constexpr size_t kLongest = 300;  // A name has at most 253 characters.
+  // A host's name has at most 253 characters. The expression recurses for each: a longer text could exhaust the stack.
+  constexpr size_t kLongest = 300;
   std::wsmatch parts;
   return text.size() <= kLongest && std::regex_match(text, parts, kForm) &&
          (!parts[3].matched || std::stoul(parts[3]) <= 65535);

@@ -48,7 +48,7 @@ ksv_make_host_environment() {
   ksv_unsealer=("${runner[@]}" "$build/kit/ksv-unseal$suffix")
 }
 
-# Lets browsers of today start the bridge's host of ksv_make_host_environment. What it complains of is in display.err.
+# Lets current browsers start the bridge's host of ksv_make_host_environment. What it complains of is in display.err.
 ksv_choose_bridge() {
   export KSV_BRIDGE_HOST=$ksv_folder/bridge-host
   rm -f "$ksv_folder/layout"

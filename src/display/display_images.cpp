@@ -40,7 +40,7 @@ Outcome CKSVPluginWYS::CreateStdImage(uint32_t sessionId, int32_t inputType, uin
                                       int32_t valueD, int32_t byteE, const char* logoSizeText, const char* logoText,
                                       int32_t logoTextLength, int32_t* outWidth, int32_t* outHeight, JSObject& result) {
   return Run(entries.CreateStdImage, [&](Outcome& outcome) {
-    const WysPoint origin = PointOrZero(positionText);
+    const WysPoint position = PointOrZero(positionText);
     const WysPoint imageSize = PointOrZero(imageSizeText);
     const WysPoint pointB = PointOrZero(pointBText);
     const WysPoint logoSize = PointOrZero(logoSizeText);
@@ -61,7 +61,7 @@ Outcome CKSVPluginWYS::CreateStdImage(uint32_t sessionId, int32_t inputType, uin
     descriptor.Set(DescriptorLayout::kLogoHeight, logoSize.y);
     if (logo.bytes) DebugNumber("Copying logo buffer ", logo.size);
 
-    outcome.status = entries.CreateStdImage(sessionId, &origin, descriptor.Bytes(), descriptor.Size(), 0, 0);
+    outcome.status = entries.CreateStdImage(sessionId, &position, descriptor.Bytes(), descriptor.Size(), 0, 0);
     if (outcome.status != kDisplayOk) return;
     hasImage = true;
     *outWidth = static_cast<int32_t>(descriptor.Get(DescriptorLayout::kImageWidth));

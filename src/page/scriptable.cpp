@@ -38,6 +38,7 @@ Scriptable::~Scriptable() {
     display.CloseSession(sessionId);
     display.DeInit(displayContext);
   }
+  // These two before the windows and the other functions: the browser sees the order of the releases.
   mouseDownCallback.reset();
   mouseUpCallback.reset();
   RemovePluginWindows(*life);

@@ -69,7 +69,7 @@ bool SetProperty(NPObject* obj, NPIdentifier id, const NPVariant* value) {
   return Enter(obj, [&](ScriptDispatch& object) { return object.SetProperty(id, value); });
 }
 
-// Without effect, as script has it for what can't be removed.
+// Removes nothing, and answers true all the same.
 bool RemoveProperty(NPObject* obj, NPIdentifier /*id*/) {
   return obj != nullptr;
 }

@@ -101,13 +101,14 @@ await check("a background that is killed inside a call answers by the call's cod
   await until("the end of the host that was left", () => hosts().length === 1);
 });
 
-// What has gone through the host of the next documents is read from files.
+// A host that records its messages, for documents opened later: `taken` has those to it, `given` those from it.
 const [taken, given] = ["in", "out"].map(way => `${dirname(process.env.KSV_REGISTRY)}/${name}-${mode}.${way}`);
 const recorder = taken + ".sh";
 writeFileSync(recorder, `#!/bin/sh\ntee '${taken}' | '${root}/build/native/bridge/ksv-bridge' "$@" | tee '${given}'\n`, { mode: 0o755 });
 const recorded = (file, text) => until("a message to or from the host", () => readFileSync(file, "latin1").includes(text));
 
-// Each reaches a stage of a call; the page's process is killed there. Gives what goes on afterwards.
+// Each brings a call to a stage at which the page's process is then killed, and returns a function that resumes what it
+// stopped.
 const stages = {
   "as its first use is on the way": async use => {
     const background = extensionProcess();
@@ -127,10 +128,10 @@ const stages = {
     return () => signal(host(), "SIGCONT");
   },
   "while the answer is on the way": async (use, tab, host) => {
-    const works = await stages["while the host works"](use, tab, host);
+    const resumeHost = await stages["while the host works"](use, tab, host);
     const background = extensionProcess();
     signal(background, "SIGSTOP");
-    works();
+    resumeHost();
     await recorded(given, '"n":3,"value"');
     return () => signal(background, "SIGCONT");
   }
