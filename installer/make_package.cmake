@@ -136,7 +136,7 @@ if(BRIDGE)
   set(upgrades "PREVIOUSVERSION AND NOT Installed")
   list(APPEND queries
     "CREATE TABLE `Condition` (`Feature_` CHAR(38) NOT NULL, `Level` INT NOT NULL, `Condition` CHAR(255) PRIMARY KEY `Feature_`, `Level`)"
-    "INSERT INTO `Condition` (`Feature_`, `Level`, `Condition`) VALUES ('bridge', 2, '${upgrades} AND NOT PREVIOUSHOST')")
+    "INSERT INTO `Condition` (`Feature_`, `Level`, `Condition`) VALUES ('bridge', 2, '${upgrades} AND NOT PREVIOUSHOST AND NOT PREVIOUSCHROME AND NOT PREVIOUSCHROMIUM AND NOT PREVIOUSEDGE AND NOT PREVIOUSFIREFOX')")
   set(sequence 1420)
   # Adds a name to the list in a property of the installer's, if the condition is true there.
   macro(add_name_if condition property name)

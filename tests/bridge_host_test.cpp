@@ -78,6 +78,7 @@ TEST_F(BridgeHostTest, EachMessageIsAnsweredOrEndsTheTalk) {
       {call(R"([{"plugin":7}])"), refused},
       {call(nested(64)), refused},
       {call(many(100'000)), refused},
+      {call(R"([{"unreadable":true},)" + many(100'000).substr(1)), refused},
       {call(nested(65)), "too deep"},
       {call(many(100'001)), "too many values"},
       {call("[" + string(1000, '[') + string(1000, ']') + "]"), "nested too deeply"},

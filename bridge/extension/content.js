@@ -270,6 +270,7 @@
     if (followed.get(event.detail)?.element === element) return;  // A later session of the same element: its window stays.
     forget(event.detail);
     followed.set(event.detail, { element, told: "", isSeen: false });
+    sight.unobserve(element);  // Only a new observation reports at once; another session's may be left.
     sight.observe(element);
     looking ||= setInterval(tellPlaces, LOOK_TIME);
     for (const [name, listener] of LOOKED_FOR) addEventListener(name, listener, { capture: true, passive: true });

@@ -21,6 +21,7 @@
   const PROPERTIES = ["version"];
   const MAX_DEPTH = 64;
   const MAX_VALUES = 100000;
+  const MAX_ARGUMENTS = 100;  // No method takes as many, or does more with more.
   const MAX_BYTES = 48 * 1024 * 1024;  // Of texts; the rest of the message needs room too.
 
   const { parse, stringify } = JSON;
@@ -114,7 +115,7 @@
       try {
         return this.write(value, 1);
       } catch {
-        this.count = count + 1;
+        this.count = count;  // The host does not count it either.
         this.bytes = bytes;
         this.takeBack(named);
         return '{"unreadable":true}';
@@ -267,7 +268,7 @@
     return function (...given) {
       const writer = new Writer();
       let list = "";
-      for (let i = 0; i < given.length; ++i) list += (i ? "," : "") + writer.writeArgument(given[i]);
+      for (let i = 0; i < given.length && i < MAX_ARGUMENTS; ++i) list += (i ? "," : "") + writer.writeArgument(given[i]);
       const result = use(element, '"do":"call","name":' + text(name) + ',"arguments":[' + list + "]", writer);
       if (name === "wysEstablishSession") tellOfSession(element, "ksv-follow", instances.get(element));
       if (name === "wysCloseSession" && result?.value?.pluginRetCode === 0) tellOfSession(element, "ksv-unfollow", instances.get(element));

@@ -154,8 +154,10 @@ void Document::FollowImage(const std::string& method, uint32_t instance, const j
   };
   const json status = code("fnRetCode");
   if (status.is_null()) return;  // The library was not called: an image stays.
-  const bool succeeded = status == 0 && code("pluginRetCode") == 0;
   const Effect effect = known->second;
+  // An image that was made but could not be painted is there, with the painting's status.
+  const bool succeeded =
+      effect == Effect::Image ? !code("ImageId").is_null() : status == 0 && code("pluginRetCode") == 0;
   Element& element = found->second;
   // Two calls lose the image even if they fail: the end of a session, and a second frame, for which the module has
   // released the first one.

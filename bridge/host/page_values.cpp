@@ -58,7 +58,8 @@ class Reader {
   explicit Reader(const PageContext& context) : context(context) {}
 
   NPVariant Read(const json& value, int depth) {
-    if (++count > kMaxValues) throw ProtocolError("there are too many values");
+    const bool isUnreadable = value.is_object() && value.contains("unreadable");  // The extension does not count it.
+    if (!isUnreadable && ++count > kMaxValues) throw ProtocolError("there are too many values");
     switch (value.type()) {
       case json::value_t::null:
         return {NPVariantType_Null, {}};

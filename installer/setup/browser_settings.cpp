@@ -186,7 +186,6 @@ Choices ReadChoices(const std::wstring& properties) {
 
 void Apply(const Choices& choices) {
   Withdraw();
-  CompleteUpdateManifest(choices.folder);
   for (const Browser& browser : kBrowsers) {
     if (std::ranges::find(choices.browsers, browser.name) == choices.browsers.end()) continue;
     const std::wstring key = std::wstring(kPolicies).append(browser.policies);
@@ -198,6 +197,8 @@ void Apply(const Choices& choices) {
     for (const std::wstring& site : choices.sites)
       WriteValue(std::wstring(key).append(browser.sites), NameOf(++index), site);
   }
+  // Last, because any user can keep the file from being written: the list of sites must be in force all the same.
+  CompleteUpdateManifest(choices.folder);
 }
 
 void Withdraw() {

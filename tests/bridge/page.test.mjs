@@ -63,6 +63,14 @@ test("values are written and read as the messages have them", () => {
   assert.deepEqual([...first, Object.is(list[0], -0), list.length, list[1]], ["__proto__", 1, true, 2, undefined]);
 });
 
+test("a call has 100,000 values at most, and what lies beyond them is unreadable", () => {
+  const page = makePage(types[0]);
+  page.element.zubInit(Array(99999).fill(0), 0);
+  assert.deepEqual(page.asked.at(-1).arguments.slice(1), [{ unreadable: true }]);
+  page.element.zubInit(...Array(1000).fill(0));
+  assert.equal(page.asked.at(-1).arguments.length, 100);
+});
+
 test("a function is held until each message that named it is counted off", () => {
   const page = makePage(types[0]);
   const seen = [];
