@@ -117,7 +117,7 @@ class BridgeDisplayTest : public testing::Test {
   Talk talk;
 };
 
-TEST_F(BridgeDisplayTest, WindowIsShownWhileAnImageStandsAndTheElementIsSeen) {
+TEST_F(BridgeDisplayTest, WindowIsShownWhileItHasAnImageAndTheElementIsSeen) {
   const json frame = {8, "{0,0}", "AAAA"};
   const json remote = {"", 8, "", "", "", "", "{0,0}", "{1,1}"};
   struct Row {
@@ -129,8 +129,9 @@ TEST_F(BridgeDisplayTest, WindowIsShownWhileAnImageStandsAndTheElementIsSeen) {
   const Row rows[] = {
       {"wysCreateStdImage", kImage, true},
       {"wysCancelButton", json::array(), false},
-      {"wysCreateStdImage", kImage, true},
-      {"wysSubmitFrame", frame, true, "WYSSubmitFrame"},  // Nothing was released for it.
+      {"wysCreateStdImage", kImage, false, "WYSCreateStdImage"},
+      {"wysCreateStdImage", kImage, true, "WYSRepaintImage"},  // It was made all the same.
+      {"wysSubmitFrame", frame, true, "WYSSubmitFrame"},       // Nothing was released for it.
       {"wysSubmitFrame", frame, true},
       {"wysSubmitFrame", {8, 9, "AAAA"}, true},  // The module refuses it.
       {"wysSubmitFrame", frame, false, "WYSSubmitFrame"},
