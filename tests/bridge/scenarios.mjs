@@ -88,17 +88,18 @@ await check("a host that is killed answers by its code, and the next use starts 
   equal(await tab.evaluate("ksv.plugin.zubInit().pluginRetCode"), 0);
 });
 
-await check("a background that is killed inside a call answers by the call's code, and the next use starts anew", async () => {
-  const tab = await open();
-  equal(await tab.evaluate("ksv.plugin.zubInit().pluginRetCode"), 0);
-  for (const pid of hosts()) process.kill(Number(pid), "SIGSTOP");
-  const answer = tab.evaluate("ksv.plugin.zubInit().pluginRetCode");
-  await new Promise(done => setTimeout(done, 300));
-  process.kill(Number(extensionProcess()), "SIGKILL");
-  const late = new Promise(done => setTimeout(done, 20000, "no answer"));
-  equal(await Promise.race([answer, late]), 13);
-  await until("the plug-in's return", () => tab.evaluate("ksv.plugin.zubInit().pluginRetCode === 0"));
-  await until("the end of the host that was left", () => hosts().length === 1);
+await check("a host that is missing, or refuses another version, gives 13 and a line that says why", async () => {
+  const end = JSON.stringify({ end: "of another version" });
+  const other = `${dirname(process.env.KSV_REGISTRY)}/${name}-${mode}.other.sh`;
+  writeFileSync(other, `#!/bin/sh\nprintf '\\${end.length.toString(8)}\\000\\000\\000%s' '${end}'\nexec cat >/dev/null\n`, { mode: 0o755 });
+  for (const [host, reason] of [["/nowhere", "the extension's button tells what is missing"], [other, "has ended: of another version"]]) {
+    browser.setEnvironment({ ...process.env, KSV_BRIDGE_HOST: host });
+    const tab = await open();
+    lines.length = 0;
+    equal(await tab.evaluate("ksv.plugin.zubInit().pluginRetCode"), 13);
+    await until("the page's line", () => lines.some(line => line.includes(reason)));
+  }
+  browser.setEnvironment(process.env);
 });
 
 // A host that records its messages, for documents opened later: `taken` has those to it, `given` those from it.
@@ -107,8 +108,7 @@ const recorder = taken + ".sh";
 writeFileSync(recorder, `#!/bin/sh\ntee '${taken}' | '${root}/build/native/bridge/ksv-bridge' "$@" | tee '${given}'\n`, { mode: 0o755 });
 const recorded = (file, text) => until("a message to or from the host", () => readFileSync(file, "latin1").includes(text));
 
-// Each brings a call to a stage at which the page's process is then killed, and returns a function that resumes what it
-// stopped.
+// Each brings a call to a stage at which a process is then killed, and returns a function that resumes what it stopped.
 const stages = {
   "as its first use is on the way": async use => {
     const background = extensionProcess();
@@ -137,21 +137,38 @@ const stages = {
   }
 };
 
+// Opens a page and brings a call of it to a stage. `answer` gives the call's code.
+async function reachStage(reach, hostOfPage) {
+  browser.setEnvironment({ ...process.env, KSV_BRIDGE_HOST: recorder });
+  const tab = await open();
+  const page = await processOf(tab);
+  lines.length = 0;
+  let answer;
+  const goOn = await reach(async method => {
+    answer = tab.evaluate(`console.log("calls"); ksv.plugin.${method}().pluginRetCode`).catch(() => "none");
+    await until("the call", () => lines.includes("calls"));
+  }, tab, hostOfPage);
+  browser.setEnvironment(process.env);
+  return { tab, page, goOn, answer };
+}
+
+for (const [stage, reach] of Object.entries(stages)) await check(`a background that is killed ${stage} answers by the call's code, and the next use starts anew`, async () => {
+  const { tab, goOn, answer } = await reachStage(reach, hosts);
+  signal(extensionProcess(), "SIGKILL");
+  goOn();
+  const late = new Promise(done => setTimeout(done, 20000, "no answer"));
+  equal(await Promise.race([answer, late]), 13);
+  await until("the plug-in's return", () => tab.evaluate("ksv.plugin.zubInit().pluginRetCode === 0"));
+  await until("the end of the host that was left", () => hosts().length === 1);
+});
+
 for (const [stage, reach] of Object.entries(stages)) await check(`a page whose process is killed ${stage} leaves no host, and harms no other`, async () => {
   const before = hosts();
   const started = () => hosts().filter(pid => !before.includes(pid));
   const other = await open(otherAddress + "/page.html");
   equal(await other.evaluate("ksv.plugin.zubInit().pluginRetCode"), 0);
   const [kept] = started();
-  browser.setEnvironment({ ...process.env, KSV_BRIDGE_HOST: recorder });
-  const tab = await open();
-  const page = await processOf(tab);
-  lines.length = 0;
-  const goOn = await reach(async method => {
-    tab.evaluate(`console.log("calls"); ksv.plugin.${method}()`).catch(() => {});
-    await until("the call", () => lines.includes("calls"));
-  }, tab, () => started().filter(pid => pid !== kept));
-  browser.setEnvironment(process.env);
+  const { page, goOn } = await reachStage(reach, () => started().filter(pid => pid !== kept));
   signal(page, "SIGKILL");
   await until("the page's end", () => !family().includes(page));
   goOn();
