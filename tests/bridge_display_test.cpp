@@ -2,6 +2,7 @@
 // reaches the page.
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <nlohmann/json.hpp>
 
 #include "bridge/host/display_window.h"
@@ -76,7 +77,10 @@ class BridgeDisplayTest : public testing::Test {
  protected:
   BridgeDisplayTest() {
     display.On("WYSEstablishSession", [](DisplayCall& call) { *call.value = 7; });
-    display.On("WYSRegisterEvents", [this](DisplayCall& call) { window = static_cast<HWND>(call.context); });
+    display.On("WYSRegisterEvents", [this](DisplayCall& call) {
+      window = static_cast<HWND>(call.context);
+      events = call.callback;
+    });
     for (const char* entry : {"WYSMouseDown", "WYSMouseUp"}) {
       display.On(entry, [this](DisplayCall& call) {
         clicks.push_back(string(call.entry) + (Bridge::DisplayWindow::IsInClick() ? "" : " too late"));
@@ -113,6 +117,7 @@ class BridgeDisplayTest : public testing::Test {
   Environment environment;
   DisplayStub display{environment};
   HWND window = nullptr;
+  DisplayEventEntry events = nullptr;
   std::vector<string> clicks;
   Talk talk;
 };
@@ -197,4 +202,24 @@ TEST_F(BridgeDisplayTest, PageMayEndTheInstanceOrTheTalkInsideAClick) {
   for (json next = talk.Receive(); !next.is_null(); next = talk.Receive()) last = next;
   EXPECT_THAT(last.value("end", ""), HasSubstr("no JSON"));
   EXPECT_EQ(talk.End(), 1);
+}
+
+TEST_F(BridgeDisplayTest, DisplayEventsAndRepaintsReachThePageInTheirOrder) {
+  talk.Call("setRepaintImageCallback", {json{{"function", 3}}});
+  talk.Call("setDisplayEventsCallback", {json{{"function", 4}}});
+  talk.Call("wysCreateStdImage", kImage);
+  talk.Ask({{"do", "get"}, {"name", "version"}});
+  talk.told.clear();
+  DisplayEventRecord record{2, {}, 0, static_cast<uint32_t>(reinterpret_cast<uintptr_t>(window))};
+  EXPECT_EQ(events(&record) + events(&record), 2u);
+  PostMessageA(window, WM_USER + 5, 0, 0);
+  std::vector<int> functions;
+  // Each round lets the host take what was posted before it.
+  for (int round = 0; round < 3 && (functions.empty() || functions.back() != 3); ++round) {
+    talk.Ask({{"do", "get"}, {"name", "version"}});
+    functions.clear();
+    for (const json& message : talk.told) functions.push_back(message.value("run", 0));
+  }
+  EXPECT_EQ(std::ranges::count(functions, 4), 2);
+  EXPECT_EQ(functions.empty() ? 0 : functions.back(), 3) << "the message came after the events";
 }
