@@ -97,15 +97,21 @@ function diagnose() {
 async function showState() {
   const { host, module, sentence } = await diagnose();
   const { version } = api.runtime.getManifest();
+  const { installType } = await api.management.getSelf();
   const isGood = sentence === CODES[0];
   const isOneVersion = !host || host === version;
   find("verdict").textContent = isOneVersion ? sentence
     : `${sentence} Extension and host are of different versions: install both from one package.`;
   find("verdict").className = isGood && isOneVersion ? "good" : "bad";
   find("more").hidden = isGood;
-  for (const [name, number] of [["Extension", version], ["Host", host], ["Plug-in", module]]) {
+  const facts = [
+    ["Extension", version], ["Host", host], ["Plug-in", module],
+    // Without one Chromium lets no extension hold requests up: its pages ask again and again.
+    ["Installed", installType === "admin" ? "by a policy" : "without a policy"]
+  ];
+  for (const [name, fact] of facts) {
     append(find("versions"), "dt", name);
-    append(find("versions"), "dd", number || "unknown");
+    append(find("versions"), "dd", fact || "unknown");
   }
 }
 

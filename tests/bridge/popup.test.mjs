@@ -5,7 +5,7 @@ import { load, port } from "./extension.mjs";
 const settled = () => new Promise(setImmediate);
 
 // The toolbar's page, whose host answers each message by `answer`. Gives its elements by id, and `pass` for the time.
-async function open(answer, lastError) {
+async function open(answer, lastError, installType = "admin") {
   const [elements, timers] = [{}, []];
   const element = () => ({ textContent: "", hidden: true, children: [], appendChild(child) { this.children.push(child); return child; } });
   const host = port("com.norvo.ksv");
@@ -20,7 +20,8 @@ async function open(answer, lastError) {
   };
   const api = {
     runtime: { connectNative: () => host, lastError: lastError && { message: lastError }, getManifest: () => ({ version: "5.0.9" }) },
-    tabs: { query: async () => [] }
+    tabs: { query: async () => [] },
+    management: { getSelf: async () => ({ installType }) }
   };
   load("popup.js", {
     chrome: api, URL: { parse: () => null }, setTimeout: (run, _, sentence) => timers.push(() => run(sentence)),
@@ -57,7 +58,9 @@ test("the toolbar's page says what is broken on this computer, and the versions"
     await settled();
     assert.match(page.elements.verdict.textContent, sentence);
     assert.equal(page.elements.verdict.className, className);
-    assert.deepEqual(page.elements.versions.children.map(child => child.textContent), ["Extension", "5.0.9", "Host", host, "Plug-in", module]);
+    assert.deepEqual(page.elements.versions.children.map(child => child.textContent), ["Extension", "5.0.9", "Host", host, "Plug-in", module, "Installed", "by a policy"]);
     assert.equal(page.host.closed, true);
   }
+  const byHand = await open(hostWith({}), "", "normal");
+  assert.equal(byHand.elements.versions.children.at(-1).textContent, "without a policy");
 });
