@@ -27,11 +27,13 @@ async function addressOf(named, storage) {
   return addresses.get(key) + file.slice(folder.length) + (hash && "#" + hash);
 }
 
+const NO_ANSWER = 3;  // An exit status.
+
 // Opens the page in a tab of its own; gives the exit status. `say` and `complain` take its lines.
 async function open(browser, { page, timeout, picture, storage, stay }, say, complain) {
   const giveUp = sentence => {
     complain("open-page: " + sentence);
-    return 3;
+    return NO_ANSWER;
   };
   const address = await addressOf(page, storage);
   const tab = await browser.newPage();
@@ -57,7 +59,7 @@ async function open(browser, { page, timeout, picture, storage, stay }, say, com
   const status = await finished;
   clearTimeout(timer);
   browser.off("disconnected", onEnd);
-  if (picture) await tab.screenshot({ path: picture });
+  if (picture && status !== NO_ANSWER) await tab.screenshot({ path: picture });
   await tab.close().catch(() => {});
   return status === 0 && failedScript ? 1 : status;
 }
@@ -108,5 +110,5 @@ async function run() {
 
 process.exit(await run().catch(error => {
   console.error("open-page: " + error.message);
-  return 3;
+  return NO_ANSWER;
 }));
