@@ -49,7 +49,7 @@ function print(what, time, floor) {
 
 // What the host's processes of this run hold alone, in KiB.
 function hostMemory() {
-  const builtIn = `KSV_REGISTRY=${process.env.KSV_REGISTRY}`;
+  const own = `KSV_REGISTRY=${process.env.KSV_REGISTRY}`;
   for (const pid of readdirSync("/proc").filter(entry => /^[0-9]+$/.test(entry))) {
     try {
       if (!readlinkSync(`/proc/${pid}/exe`).endsWith("/ksv-bridge")) continue;
@@ -80,7 +80,7 @@ function packageOf(id) {
 // In the page: installs applets, and listens to theirs and the agent's own.
 function listen(applets) {
   const ksv = document.getElementById("ksv");
-  const own = "8D67D9DD2AF54717AFF2FF7EF19DFADB";
+  const builtIn = "8D67D9DD2AF54717AFF2FF7EF19DFADB";
   for (const { id, text } of applets) ksv.zubInstall(id, text);
   window.names = [builtIn, ...applets.map(applet => applet.id)];
   for (const name of names) {
