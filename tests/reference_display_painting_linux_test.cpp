@@ -28,9 +28,12 @@ TEST_F(ReferenceDisplayPainting, PictureFollowsTheInput) {
   EXPECT_NE(Paint(), empty);
 }
 
-class ToldScreen : public support::SilentScreen {
+class RecordingScreen : public support::SilentScreen {
  public:
-  uint32_t Open(const platform::Placement& place) override { return ++opened, SilentScreen::Open(place); }
+  uint32_t Open(const platform::Placement& place) override {
+    ++opened;
+    return SilentScreen::Open(place);
+  }
   void Show(uint32_t /*window*/, bool activate, bool /*isTopmost*/) override { shown += activate ? 'a' : '-'; }
 
   int opened = 0;
@@ -38,8 +41,8 @@ class ToldScreen : public support::SilentScreen {
 };
 
 TEST_F(ReferenceDisplayPainting, WindowOpensOnceAndTakesTheKeysThatAreDown) {
-  static std::shared_ptr<ToldScreen> screen;
-  screen = std::make_shared<ToldScreen>();
+  static std::shared_ptr<RecordingScreen> screen;
+  screen = std::make_shared<RecordingScreen>();
   platform::connectScreen = []() -> std::shared_ptr<platform::Screen> { return screen; };
   const NorvoWebAPI::ScopeExit disconnect([] { platform::connectScreen = nullptr; });
   const HWND window = window_.handle();

@@ -96,8 +96,8 @@ export async function launch({ browser: name, managed = true, installed = false,
   return browser;
 }
 
-// A browser that is seen shows pages in the size of its window. No driver is told of the requests: each call of a page's is one,
-// and Firefox keeps what it tells.
+// A browser that is seen shows pages in the size of its window. Network events are off: each call of a page is a request, and
+// Firefox keeps in memory what it reports of them.
 const options = visible => ({ headless: !visible, networkEnabled: false, ...(visible && { defaultViewport: null }) });
 
 function launchFirefox(profile, installed, visible) {

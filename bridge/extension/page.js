@@ -1,6 +1,6 @@
 // In the page's own world, before its scripts: gives the plug-in's elements their methods. Sends each use as a message of
-// bridge/PROTOCOL.md to content.js and waits for the answer. Built-in functions are copied before the page's scripts run, so
-// that a page that replaces them later changes nothing here.
+// bridge/PROTOCOL.md to content.js and waits for the answer. The built-in functions that write and read values are copied
+// before the page's scripts run: a page that replaces them later does not change the values.
 (() => {
   "use strict";
 

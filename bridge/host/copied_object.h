@@ -19,7 +19,7 @@ class CopiedObject : public NPObject {
 
   /// Takes the value over.
   void Add(NPIdentifier key, const NPVariant& value);
-  /// Gives the object a `toString`, which can be called and not found: the module does no more.
+  /// Gives the object a `toString`. `hasMethod` is not implemented: the module calls it without asking.
   void SetText(std::string text) { asText = std::move(text); }
   /// Makes reading fail, as where a getter of the page's throws.
   void SetUnreadable() { isUnreadable = true; }

@@ -18,7 +18,7 @@ Extension FindExtension(const BridgeBrowser& browser, const std::string& id);
 /// Whether this user has a profile of the browser's.
 bool IsInstalled(const BridgeBrowser& browser);
 
-/// The policy that installs the extension without asking, so that it may hold requests up; empty when none does.
+/// The policy that installs the extension without asking, so that it may block requests; empty when none does.
 std::string FindForcingPolicy(const Policies& policies, const std::string& id);
 /// The policy that keeps the extension or the host from working; empty when none does.
 std::string FindBlockingPolicy(const Policies& policies, const std::string& id);

@@ -41,7 +41,7 @@ void Deallocate(NPObject* obj) {
   record->object->Deallocate();
 }
 
-// Objects answer until they are deallocated.
+// Nothing to do: objects answer until they are deallocated.
 void Invalidate(NPObject* /*obj*/) {}
 
 bool HasMethod(NPObject* obj, NPIdentifier id) {

@@ -109,7 +109,7 @@ test("the host is told when a function that it waits for has run, unless it is a
   assert.deepEqual(page.notes, ['{"ran":1}', '{"ran":2}']);
 });
 
-test("an element is named to content.js in a session of the display, whatever stands in it", () => {
+test("an element is named to content.js in a session of the display, whether or not it has an image", () => {
   const page = makePage(types[0]);
   const told = [];
   for (const name of ["ksv-follow", "ksv-unfollow"]) page.element.addEventListener(name, ({ type, detail }) => told.push(type + " " + detail));
